@@ -1,0 +1,31 @@
+#ifndef TANEXICS_COMMON_CHILDSHELL_H
+#define TANEXICS_COMMON_CHILDSHELL_H
+
+// The two ends of starting a command line, shared by everything that forks for one.
+
+struct Pipe {
+  int readEnd = -1;
+  int writeEnd = -1;
+};
+
+/// Makes a pipe whose ends no other child inherits. Returns false, with errno set, when there is
+/// none to be had. The caller closes both ends.
+bool makePipe(Pipe& pipe);
+
+/// For the child, after fork(2) and before `execShell`: makes the pipe's write end descriptor 1 and
+/// closes both ends. Makes system calls only, and works whatever numbers the ends have, also with
+/// standard descriptors that were closed when the process started.
+void makeStandardOutput(const Pipe& pipe);
+
+/// For the child: makes `file`, a descriptor or below 0 for none, descriptor 2. System calls only.
+void makeStandardError(int file);
+
+/// For the child: makes /dev/null descriptor 2; where it cannot be opened there is none.
+void discardStandardError();
+
+/// For the child: becomes "/bin/sh" "-c" `command`, with the descriptors as they are. Where the
+/// shell cannot be started the child ends at once with `failureStatus`, running nothing of its
+/// parent.
+[[noreturn]] void execShell(const char* command, int failureStatus);
+
+#endif

@@ -1,0 +1,17 @@
+#include "common/piecereader.h"
+
+PieceReader::PieceReader(const char* path, std::size_t bufferBytes)
+    : m_stream(std::fopen(path, "re")), m_bufferBytes(bufferBytes) {
+  m_buffer[0] = '\0';
+}
+
+PieceReader::~PieceReader() {
+  if (m_stream != nullptr) std::fclose(m_stream);
+}
+
+char* PieceReader::next() {
+  if (m_stream == nullptr) return nullptr;
+  return std::fgets(m_buffer, static_cast<int>(m_bufferBytes), m_stream);
+}
+
+bool PieceReader::hasFailed() const { return m_stream != nullptr && std::ferror(m_stream) != 0; }

@@ -1,0 +1,21 @@
+#ifndef TANEXICS_COMMON_ATTRIBUTES_H
+#define TANEXICS_COMMON_ATTRIBUTES_H
+
+#include <string>
+
+/// Gives the directory `dst`, which is made with its parents where it does not exist, the times,
+/// the owner, the group and the permissions of `src`, as far as the caller may.
+///
+/// Returns 1; 0 when either is null ("invalid param" at (common:362)), `src` cannot be examined
+/// ("failed to stat():SRC,REASON" at (common:371)), `dst` is a file (VUQ90001L), or cannot be made
+/// (VUQ90002L). Each failure is logged.
+int dupDir(const char* src, const char* dst);
+
+/// When `path` was last modified.
+///
+/// `out`  out: local time as "2026/11/15 12:00:07"; "" at a failure.
+///
+/// Returns 0, or -1 after "get file date error(PATH)" is logged.
+int getFileDate(const std::string& path, std::string& out);
+
+#endif

@@ -1,0 +1,8 @@
+#ifndef TANEXICS_COMMON_ELAPSED_H
+#define TANEXICS_COMMON_ELAPSED_H
+
+/// The time of day in seconds since the epoch, with microseconds: the difference of two calls is a
+/// duration.
+double elapsedTime();
+
+#endif

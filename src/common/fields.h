@@ -1,0 +1,29 @@
+#ifndef TANEXICS_COMMON_FIELDS_H
+#define TANEXICS_COMMON_FIELDS_H
+
+#include <list>
+#include <string>
+#include <vector>
+
+/// Splits `text` at every `delim`; what stands between two of them, before the first and behind the
+/// last is a field, also when it is empty: "/a/b" at "/" gives "", "a", "b"; "" gives one empty
+/// field.
+///
+/// `delim`      not empty: an empty one is the caller's mistake, an assertion in debug builds;
+/// other
+///              builds then take the whole text as one field. Null counts as empty.
+/// `out`        out: the fields; emptied first.
+/// `maxFields`  above 1: exactly so many fields; the last one holds the whole rest, and empty ones
+///              are added where the text has fewer. 1 and below: no limit.
+///
+/// Returns the number of fields. Null text: 0, and "invalid param" is logged at (common:2748) for a
+/// list and (common:2812) for a vector.
+int split(const char* text, const char* delim, std::list<std::string>& out, int maxFields);
+int split(const char* text, const char* delim, std::vector<std::string>& out, int maxFields);
+
+/// The items in order with `sep` between neighbours; "" for no items. Null `sep`: "", and "invalid
+/// param" is logged at (common:2469) for a list and (common:2493) for a vector.
+std::string join(const std::list<std::string>& items, const char* sep);
+std::string join(const std::vector<std::string>& items, const char* sep);
+
+#endif

@@ -1,0 +1,53 @@
+#include "common/filesystem.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "common/execline.h"
+#include "common/format.h"
+#include "common/shell.h"
+#include "log/CLog.h"
+#include "log/loglines.h"
+
+int isFile(const char* path) {
+  if (path == nullptr) {
+    invalidParamAt("common", 1271);
+    return 0;
+  }
+  struct stat status = {};
+  return ::stat(path, &status) == 0 && !S_ISDIR(status.st_mode) ? 1 : 0;
+}
+
+int isFile(const std::string& path) { return isFile(C(path)); }
+
+int isDir(const char* path) {
+  struct stat status = {};
+  return path != nullptr && ::stat(path, &status) == 0 && S_ISDIR(status.st_mode) ? 1 : 0;
+}
+
+int isDir(const std::string& path) { return isDir(C(path)); }
+
+std::int64_t getFileSize(const char* path) {
+  if (path == nullptr) return -1;
+  struct stat status = {};
+  if (::stat(path, &status) == 0) return status.st_size;
+  gLog.ilog("get file size error(%s,%s)", path, std::strerror(errno));
+  return -1;
+}
+
+int makeDir(const char* path, int parents) {
+  if (path == nullptr) return -1;
+  const std::string command =
+      format("mkdir %s %s 2>/dev/null", parents != 0 ? "-p" : "", C(shellEsc(path, /*escWild=*/0)));
+  return execGetLine(C(command), nullptr) == 0 ? 0 : -1;
+}
+
+int makeDir(const std::string& path, int parents) { return makeDir(C(path), parents); }
+
+std::string getCwd() {
+  char buffer[4097] = {};
+  return ::getcwd(buffer, 4096) == nullptr ? "." : buffer;
+}

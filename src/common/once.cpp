@@ -1,0 +1,12 @@
+#include "common/once.h"
+
+#include <climits>
+
+std::map<std::string, int> mapOnce;
+
+int atOnce(std::string key, std::map<std::string, int>* map, int limit) {
+  int& count = (map == nullptr ? mapOnce : *map)[key];
+  if (count > limit) return 0;
+  if (count < INT_MAX) ++count;
+  return 1;
+}

@@ -1,0 +1,22 @@
+#ifndef TANEXICS_COMMON_PADDING_H
+#define TANEXICS_COMMON_PADDING_H
+
+#include <string>
+
+// Padding to a display width, which is counted in double-width characters: a text whose characters
+// are all single bytes is measured against twice the width. The number of characters must not be 0,
+// as it is for an empty text: an assertion in debug builds; other builds then pad with nothing.
+
+/// Writes the blanks that fill `text` up to `width` and then, behind them, the text itself.
+///
+/// `len`  the bytes of `text` by which it is measured; at most its length counts.
+/// `dst`  zero-filled, with room for the blanks, the text and a terminator. Returned. Null: nothing
+/// is
+///        written.
+char* getStrPatting(const std::string& text, int len, int width, char* dst);
+
+/// Appends to `text` the blanks that fill it up to `width`. Returns their number; when the text is
+/// as wide already, the width (doubled for a single-byte text), and nothing is appended.
+int getStrPattingTail(std::string& text, int len, int width);
+
+#endif

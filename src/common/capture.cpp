@@ -1,0 +1,115 @@
+#include "common/capture.h"
+
+#include <fcntl.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "common/childshell.h"
+#include "common/format.h"
+#include "common/linecollector.h"
+#include "common/unwind.h"
+#include "common/waitstatus.h"
+#include "log/loglines.h"
+#include "temp/CTemp.h"
+
+namespace {
+
+constexpr std::size_t kLineBytes = 1024;
+constexpr int kShellFailure = 1;  // what a child ends with whose shell cannot be started
+
+using Stream = std::unique_ptr<FILE, decltype(&std::fclose)>;
+
+/// For the child: standard error goes to the file or, without one, to /dev/null. With a file that
+/// cannot be opened the command runs without a standard error.
+void redirectError(const std::string& errorPath) {
+  if (errorPath.empty()) {
+    discardStandardError();
+    return;
+  }
+  const int file = ::open(C(errorPath), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  const int error = errno;
+  makeStandardError(file);
+  if (file < 0) {
+    infoNumbered("VUQ90006L", "failed to fopen():%s,%s", C(errorPath), std::strerror(error));
+  }
+}
+
+/// Waits for the child and decodes what it ended with.
+int reap(pid_t pid) {
+  int status = -1;
+  if (waitpid("common.cpp", 1445, pid, &status, 0) < 0) status = -1;
+  infoNumbered("VUQ90004L", "pid=%d,wstat=%08x", pid, static_cast<unsigned>(status));
+  return exitStatus(status);
+}
+
+void collectErrors(const std::string& errorPath, std::list<std::string>& errorLines,
+                   int maxErrorLines) {
+  const Stream file(std::fopen(C(errorPath), "re"), &std::fclose);
+  if (file == nullptr) {
+    infoNumbered("VUQ90007L", "failed to fopen():%s,%s", C(errorPath), std::strerror(errno));
+    return;
+  }
+  collectLines(file.get(), errorLines, maxErrorLines, kLineBytes);
+}
+
+int runAndCollect(std::list<std::string>& lines, const char* command, int maxLines,
+                  std::list<std::string>* errorLines, int maxErrorLines) {
+  Pipe pipe;
+  if (!makePipe(pipe)) {
+    infoNumbered("VUQ90003L", "failed to pipe():%s", std::strerror(errno));
+    return -1;
+  }
+  CTemp temp;
+  std::string errorPath;
+  if (errorLines != nullptr && temp.getTempFile(errorPath, "execGetLines", nullptr, nullptr) != 1) {
+    errorPath.clear();
+  }
+  infoNumbered("VUQ90004L", "com=%s", command);
+
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    makeStandardOutput(pipe);
+    redirectError(errorPath);
+    execShell(command, kShellFailure);
+  }
+  int result = -1;
+  if (pid < 0) {
+    // Reason first and command second: the line has always been written in this order.
+    infoNumbered("VUQ90005L", "failed to exec(%s):%s", std::strerror(errno), command);
+    ::close(pipe.readEnd);
+    ::close(pipe.writeEnd);
+  } else {
+    ::close(pipe.writeEnd);
+    Stream output(::fdopen(pipe.readEnd, "r"), &std::fclose);
+    if (output == nullptr) {
+      ::close(pipe.readEnd);
+      return -1;
+    }
+    collectLines(output.get(), lines, maxLines, kLineBytes);
+    output.reset();
+    result = reap(pid);
+  }
+  if (errorLines != nullptr && !errorPath.empty())
+    collectErrors(errorPath, *errorLines, maxErrorLines);
+  return result;
+}
+
+}  // namespace
+
+int execGetLines(std::list<std::string>& lines, const char* command, int maxLines,
+                 std::list<std::string>* errorLines, int maxErrorLines) {
+  if (command == nullptr) {
+    invalidParamAt("common", 1341);
+    return -1;
+  }
+  traceAt("common", 1345, "execGetLines():count=%d,%s", maxLines, command);
+  lines.clear();
+  if (errorLines != nullptr) errorLines->clear();
+  return releasingOwners(
+      [&] { return runAndCollect(lines, command, maxLines, errorLines, maxErrorLines); });
+}

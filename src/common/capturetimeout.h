@@ -1,0 +1,29 @@
+#ifndef TANEXICS_COMMON_CAPTURETIMEOUT_H
+#define TANEXICS_COMMON_CAPTURETIMEOUT_H
+
+#include <list>
+#include <string>
+
+/// Runs `command` through "/bin/sh" in a process group of its own, for a limited time, and collects
+/// what it prints on standard output; standard error is discarded.
+///
+/// `lines`    out: one entry a line, line end removed; emptied first. A line above 1,022 bytes
+/// arrives as
+///            several entries.
+/// `seconds`  the time limit; 0 and below, and above 7,200, mean 7,200. Whether the command has
+/// ended
+///            is looked at once a second.
+///
+/// A command still running then gets SIGTERM, with everything that it started, and 60 seconds later
+/// SIGKILL; both are logged. The output is read only after the command has ended: one that prints
+/// more than a pipe holds (pipe(7)) blocks, is ended by the time limit, and what it had printed is
+/// returned. A process that survives the command with the output still open keeps this function
+/// waiting.
+///
+/// Returns the exit status, 0 to 255; -1 when `command` is null ("invalid param" at (common:2951)),
+/// when no pipe, child or stream could be made, or when the command ended by a signal. Every run
+/// and every failure is logged, under the message numbers VUQ90003L to VUQ90005L. Without a stream
+/// the child is left alone.
+int execGetLinesTimeout(std::list<std::string>& lines, const char* command, int seconds);
+
+#endif

@@ -1,0 +1,116 @@
+#include "common/filesizes.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include "common/capture.h"
+#include "common/execline.h"
+#include "common/filelist.h"
+#include "common/filesystem.h"
+#include "common/format.h"
+#include "common/number.h"
+#include "common/shell.h"
+#include "log/loglines.h"
+
+namespace {
+
+constexpr std::size_t kCommandBytes = 1023;
+constexpr std::size_t kLineBytes = 1024;
+
+using DirId = std::pair<dev_t, ino_t>;
+
+std::int64_t totalOf(const std::list<std::string>& paths, int recursive,
+                     std::vector<DirId>& ancestors);
+
+/// What a directory holds, unless it is being walked already: a link within itself would never end.
+std::int64_t totalOfDir(const std::string& dir, std::vector<DirId>& ancestors) {
+  struct stat status = {};
+  if (::stat(C(dir), &status) != 0) return 0;
+  const DirId id(status.st_dev, status.st_ino);
+  if (std::find(ancestors.begin(), ancestors.end(), id) != ancestors.end()) return 0;
+  std::list<std::string> entries;
+  getFileList(entries, C(dir), /*fullPath=*/1, /*withDirs=*/1, /*onlyDirs=*/0);
+  ancestors.push_back(id);
+  const std::int64_t total = totalOf(entries, /*recursive=*/1, ancestors);
+  ancestors.pop_back();
+  return total;
+}
+
+std::int64_t totalOf(const std::list<std::string>& paths, int recursive,
+                     std::vector<DirId>& ancestors) {
+  std::int64_t total = 0;
+  for (const std::string& path : paths) {
+    if (isDir(path) == 1) {
+      if (recursive == 1) total += totalOfDir(path, ancestors);
+      continue;
+    }
+    const std::int64_t size = getFileSize(C(path));
+    if (size >= 0) {
+      total += size;
+    } else {
+      traceAt("common", 192, "getFileSize():reurned %lld , %s", static_cast<long long>(size),
+              C(path));
+    }
+  }
+  return total;
+}
+
+/// Reads the heading of df's output and then the line behind it into `line`.
+bool readSecondLine(FILE* stream, char (&line)[kLineBytes]) {
+  return std::fgets(line, sizeof line, stream) != nullptr &&
+         std::fgets(line, sizeof line, stream) != nullptr;
+}
+
+}  // namespace
+
+int getDirSize(const char* path) {
+  if (path == nullptr) return -1;
+  char command[kCommandBytes];
+  std::snprintf(command, sizeof command, "du -sk %s", path);
+  char line[kLineBytes] = {};
+  execGetLine(command, line);
+  return toInt(line);
+}
+
+int getDirFileSize(const std::string& dir, int& total, int archivesOnly) {
+  total = 0;
+  if (dir.empty()) return -1;
+  const std::string command =
+      "ls -1 " + dir +
+      (archivesOnly != 0 ? "urgent.*.tar *.txt express.*.tar 2>/dev/null" : " 2>/dev/null");
+  std::list<std::string> lines;
+  execGetLines(lines, C(command), /*maxLines=*/-1, nullptr, /*maxErrorLines=*/-1);
+  std::uint32_t sum = 0;
+  for (const std::string& line : lines) {
+    if (line == "." || line == "..") continue;
+    struct stat status = {};
+    if (::stat(C(line), &status) != 0) return -1;
+    if (!S_ISDIR(status.st_mode)) sum += static_cast<std::uint32_t>(status.st_size);
+    total = static_cast<int>(sum);
+  }
+  return 0;
+}
+
+std::int64_t getTotalFileSize(const std::list<std::string>& paths, int recursive) {
+  std::vector<DirId> ancestors;
+  return totalOf(paths, recursive, ancestors);
+}
+
+int getFreeSize(const char* path) {
+  if (path == nullptr) return -1;
+  char command[kCommandBytes];
+  std::snprintf(command, sizeof command, "df -b %s 2>/dev/null", path);
+  int fd = 0;
+  int pid = 0;
+  FILE* stream = s_popen(command, fd, pid);
+  if (stream == nullptr) return -1;
+  char line[kLineBytes] = {};
+  const bool isRead = readSecondLine(stream, line);
+  s_pclose(stream, fd, pid);
+  return isRead ? toInt(line + std::strcspn(line, " \t")) : -1;
+}

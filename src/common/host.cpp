@@ -1,0 +1,19 @@
+#include "common/host.h"
+
+#include <list>
+
+#include "common/capture.h"
+
+namespace {
+
+std::string firstLineOf(const char* command) {
+  std::list<std::string> lines;
+  execGetLines(lines, command, /*maxLines=*/1, nullptr, 0);
+  return lines.empty() ? "" : lines.front();
+}
+
+}  // namespace
+
+std::string getHostname() { return firstLineOf("uname -n 2>/dev/null"); }
+
+std::string getDomainname() { return firstLineOf("domainname 2>/dev/null"); }

@@ -1,0 +1,136 @@
+#include "temp/CTemp.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "common/environment.h"
+#include "common/filesystem.h"
+#include "common/format.h"
+#include "common/removal.h"
+#include "log/loglines.h"
+
+namespace {
+
+constexpr int kAttempts = 10;
+constexpr std::size_t kTemplateBytes = 4096;
+
+/// Makes the parent directory where it is missing. In the log texts of this unit the parent
+/// directory is called "prefix", and the name's prefix "templ".
+bool ensureParent(const char* parentDir) {
+  if (isDir(parentDir) == 1) return true;
+  if (isFile(parentDir) == 1) {
+    infoNumbered("VUQ90100L", "prefix:%s already exist and it's file", parentDir);
+    return false;
+  }
+  if (makeDir(parentDir, /*parents=*/1) != 0) {
+    infoNumbered("VUQ90101L", "failed to makeDir:%s", parentDir);
+    return false;
+  }
+  return true;
+}
+
+bool makeTempDir(std::string& path, const char* prefix, const char* parentDir) {
+  const std::unique_ptr<char, decltype(&std::free)> name(::tempnam(parentDir, prefix), &std::free);
+  if (name == nullptr) {
+    infoNumbered("VUQ90102L", "failed to tempnam():%s", std::strerror(errno));
+    return false;
+  }
+  path = std::string(name.get()) + "_";
+  if (makeDir(path, /*parents=*/1) == -1) {
+    infoNumbered("VUQ90103L", "failed to create dir:%s", C(path));
+    return false;
+  }
+  return true;
+}
+
+/// `fd` in: where the caller wants the descriptor, or null; `number` out: the descriptor's number,
+/// also of one that is closed again.
+bool makeTempFile(std::string& path, const char* prefix, const char* parentDir, int* fd,
+                  int& number) {
+  const std::string templ = format("%s/%sXXXXXX", parentDir, prefix);
+  char name[kTemplateBytes] = {};
+  std::snprintf(name, sizeof name, "%s", C(templ));
+  number = ::mkostemp(name, O_CLOEXEC);
+  if (number < 0) {
+    infoAt("CTemp", 132, "failed to mkstemp():%s:templ=%s", std::strerror(errno), C(templ));
+    return false;
+  }
+  if (fd == nullptr) {
+    ::close(number);
+  } else {
+    *fd = number;
+  }
+  path = std::string(name) + "_";
+  if (std::rename(name, C(path)) != 0) {
+    // The file stays under its generated name: it may be the caller's only copy by now.
+    infoNumbered("VUQ90104L", "failed to rename():%s to %s:%s", name, C(path),
+                 std::strerror(errno));
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+CTemp::CTemp() = default;
+
+CTemp::~CTemp() { CTemp::delTempFile(nullptr); }
+
+int CTemp::getTempDir(std::string& path, const char* prefix, const char* parentDir) {
+  int result = 0;
+  for (int attempt = 0; attempt < kAttempts && result != 1; ++attempt) {
+    result = getTemp_sub(path, prefix, parentDir, nullptr, /*kind=*/1);
+  }
+  return result;
+}
+
+int CTemp::getTempFile(std::string& path, const char* prefix, const char* parentDir, int* fd) {
+  int result = 0;
+  for (int attempt = 0; attempt < kAttempts && result != 1; ++attempt) {
+    result = getTemp_sub(path, prefix, parentDir, fd, /*kind=*/0);
+  }
+  return result;
+}
+
+int CTemp::getTemp_sub(std::string& path, const char* prefix, const char* parentDir, int* fd,
+                       int kind) {
+  path.clear();
+  if (prefix == nullptr) {
+    invalidParamAt("CTemp", 66);
+    return 0;
+  }
+  if (parentDir == nullptr) parentDir = "/tmp";
+  traceAt("CTemp", 73, "getTemp_sub():prefix=%s,templ=%s", parentDir, prefix);
+  if (!ensureParent(parentDir)) return 0;
+
+  int number = -1;
+  const bool isMade = kind != 0 ? makeTempDir(path, prefix, parentDir)
+                                : makeTempFile(path, prefix, parentDir, fd, number);
+  if (!isMade) return 0;
+  m_createdItems.push_back(path);
+  traceAt("CTemp", 156, "getTemp_sub():exit=%d,type=%s,FD=%d,%s", 1, kind != 0 ? " DIR" : "FILE",
+          number, C(path));
+  return 1;
+}
+
+int CTemp::delTempFile(const char* path) {
+  if (!getEnvValue("TANEX_NOT_DEL_TEMP").empty()) return 0;
+  int removed = 0;
+  for (auto item = m_createdItems.begin(); item != m_createdItems.end();) {
+    if (path != nullptr && *item != path) {
+      ++item;
+      continue;
+    }
+    traceAt("CTemp", 188, "delTempFile:%s", C(*item));
+    removeFiles(C(*item), /*recursive=*/1);
+    ++removed;
+    item = m_createdItems.erase(item);
+  }
+  return removed;
+}

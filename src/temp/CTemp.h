@@ -1,0 +1,57 @@
+#ifndef TANEXICS_TEMP_CTEMP_H
+#define TANEXICS_TEMP_CTEMP_H
+
+#include <list>
+#include <string>
+
+/// Hands out temporary directories and files of its own, and removes them again.
+///
+/// An object stands for the items that it has made; they exist on disk until `delTempFile` or the
+/// destructor removes them, whatever happens in between. Only when the environment variable
+/// TANEX_NOT_DEL_TEMP has a non-empty value do they stay, for inspection. Every name ends in "_".
+///
+/// What cannot be made or removed is logged here, and nothing is thrown for it.
+class CTemp {
+ public:
+  CTemp();
+  virtual ~CTemp();
+  CTemp(const CTemp&) = delete;
+  CTemp& operator=(const CTemp&) = delete;
+
+  /// Makes a directory. Up to ten attempts are made, so that a name which another process takes in
+  /// between does no harm; each failed one is logged.
+  ///
+  /// `path`       out: its full path; meaningful only when the result is 1.
+  /// `prefix`     what the name begins with; the C library uses the first five bytes of it (see
+  ///              tempnam(3)). Null fails.
+  /// `parentDir`  made, with its parents, where it does not exist; null means "/tmp". The
+  /// environment
+  ///              variable TMPDIR wins over it where it names a usable directory.
+  ///
+  /// Returns 1, or 0 when all attempts failed.
+  int getTempDir(std::string& path, const char* prefix, const char* parentDir);
+
+  /// Makes an empty file that only its owner may read and write. As `getTempDir`, but the whole
+  /// prefix is used, and TMPDIR is not looked at.
+  ///
+  /// `fd`  out: an open descriptor, the caller's to close; null closes the file at once.
+  int getTempFile(std::string& path, const char* prefix, const char* parentDir, int* fd);
+
+  /// One attempt of either kind.
+  ///
+  /// `kind`  non-zero: a directory; 0: a file.
+  ///
+  /// Returns 1, or 0 after one line of log. A file that could not be renamed to its final name
+  /// stays under its generated one, and a descriptor that was handed out stays open.
+  int getTemp_sub(std::string& path, const char* prefix, const char* parentDir, int* fd, int kind);
+
+  /// Removes the items whose path equals `path`, or all of them for null, from disk and from this
+  /// object; one that cannot be removed is forgotten all the same. Each is traced at (CTemp:188).
+  /// Returns their number; 0, and nothing is removed, while TANEX_NOT_DEL_TEMP keeps them.
+  int delTempFile(const char* path);
+
+ private:
+  std::list<std::string> m_createdItems;
+};
+
+#endif

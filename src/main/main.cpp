@@ -1,0 +1,66 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "common/elapsed.h"
+#include "common/stdfds.h"
+#include "log/CLog.h"
+#include "sendevent/CSendEventSingleSystem.h"
+
+namespace {
+
+constexpr mode_t kFileCreationMask = 022;
+
+// Exit statuses of this file's own; docs/tanexics.8 has the whole table.
+constexpr int kNotSuperUser = 65;
+constexpr int kNoLog = 66;
+
+/// A status other than 0 ends the run: it is thrown as an integer and caught in `main` alone.
+void endUnlessZero(int status) {
+  if (status != 0) throw status;
+}
+
+void openLog(const char* program) {
+  if (gLog.init(program, nullptr) == 0) return;
+  std::fputs("Log init error", stderr);
+  throw kNoLog;
+}
+
+void refuseOrdinaryUsers() {
+  if (::getuid() == 0) return;
+  gLog.ilog("not Super-User");
+  throw kNotSuperUser;
+}
+
+void sendEvent(int argc, char** argv) {
+  CSendEventSingleSystem command;
+  endUnlessZero(command.parseCommandLine(argc, argv));
+  endUnlessZero(command.sendEvent());
+}
+
+void logEnd(const char* program, double seconds, int status) {
+  gLog.ilog("ELAPSED:range='executing tanexics', time='%0.6f'", seconds);
+  gLog.ilog("### main : %s exit. code = %d", program, status);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const char* program = argc > 0 ? argv[0] : "";
+  double start = 0.0;
+  int status = 0;
+  ::umask(kFileCreationMask);
+  occupyStandardDescriptors();
+  try {
+    openLog(program);
+    gLog.ilog("### main : %s started.", program);
+    start = elapsedTime();
+    refuseOrdinaryUsers();
+    sendEvent(argc, argv);
+  } catch (int thrown) {
+    status = thrown;
+  }
+  logEnd(program, elapsedTime() - start, status);
+  return status;
+}

@@ -1,0 +1,38 @@
+#ifndef TANEXICS_SENDEVENT_CSENDEVENTSINGLESYSTEM_H
+#define TANEXICS_SENDEVENT_CSENDEVENTSINGLESYSTEM_H
+
+#include "sendevent/SendEventBase.h"
+
+/// The event of the machine that the command runs on: one command line, one run.
+class CSendEventSingleSystem : public CSendEventBase {
+ public:
+  /// The directory for what the collection commands gather could not be made.
+  static constexpr int kNoTempDir = 78;
+
+  CSendEventSingleSystem();
+  ~CSendEventSingleSystem() override;
+
+  /// Reads the command line, the send-file list that it names and, for an event, the definition
+  /// file; docs/tanexics.8 has the forms. `argv[0]` is the program.
+  ///
+  /// Returns 0, or 68 after one line of log that names the fault.
+  int parseCommandLine(int argc, char** argv);
+
+  /// Sends what `parseCommandLine` has read and, for an incident, then has the collection commands
+  /// fill a temporary directory, whatever they end with.
+  ///
+  /// Returns the status of `commonSendEvent`; 78 when there is no temporary directory (logged); or
+  /// the integer other than 0 that the library threw when it was asked for the machine identifier,
+  /// in which case nothing is sent (traced).
+  int sendEvent();
+
+ private:
+  int readSendFileList(const char* path);
+  int parseOption(int argc, char** argv);
+  int parseIncidentOption(int argc, char** argv);
+  int parseEventOption(int argc, char** argv);
+  void ensureHostName();
+  static int collectInformation();
+};
+
+#endif

@@ -1,0 +1,126 @@
+#ifndef TANEXICS_SENDEVENT_SENDEVENTBASE_H
+#define TANEXICS_SENDEVENT_SENDEVENTBASE_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+class CVuqRmgLib;
+struct RequestCodes;
+
+/// An event and its transmission: what was read from the input files, the notification texts built
+/// from it, and the exchange with the support centre. An object serves one run, in this order:
+/// input, then `commonSendEvent`.
+///
+/// The three jobs stand in SendEventBase_input.cpp, SendEventBase_notification.cpp and
+/// SendEventBase_transmission.cpp.
+class CSendEventBase {
+ public:
+  // The event types.
+  static constexpr int kNotParsed = 0;
+  static constexpr int kType1 = 1;  // known to the centre, and never produced by the input
+  static constexpr int kIncident = 2;
+  static constexpr int kErrorEvent = 3;  // an event whose SendType is "err"
+  static constexpr int kOtherEvent = 4;
+
+  // The statuses that a run ends with; each is an exit status of the command.
+  static constexpr int kSuccess = 0;
+  static constexpr int kNotStarted = 1;  // communication could not be prepared or started
+  static constexpr int kBadInput = 68;
+
+  CSendEventBase();
+  virtual ~CSendEventBase();
+
+  /// Reads the event definition file `path` (see docs/input-files.md) into the parameters and sets
+  /// the event type to 3 or 4 by its SendType. Returns 0, or 68 after one line of log; the event
+  /// type is 0 then, and what stood before the bad line stays among the parameters. Null is a file
+  /// that is not found.
+  int parseTanexEventMsg(char* path);
+
+  /// The same for an incident definition file, with the keys IncidentNumber, HostName,
+  /// PartitionName and CollectionTime. The event type becomes 2 in every case.
+  int parseTanexMsg(char* path);
+
+  /// Reads a definition file of KEY=VALUE lines into the parameters.
+  ///
+  /// `keyList`  the keys that the file may, and but for MsgID must, give a value; the first one
+  ///            missing in this order is reported.
+  ///
+  /// Returns 0 or 68, as above. The parameters are traced once all lines have been read.
+  int parseMsgCommon(char* path, std::vector<std::string>& keyList);
+
+  /// One of the event types above.
+  int getEventType();
+
+  /// A copy of the paths of the files to send, in the order in which they were listed.
+  std::vector<std::string> getSendFileList();
+
+  /// The parameter `key`, valid until it changes. An unknown key is inserted with an empty value;
+  /// "" is returned for it, and for null, which inserts nothing.
+  const char* getParam(const char* key);
+
+  /// Stores a parameter, new or not. With a null argument nothing is done.
+  void setParam(const char* key, const char* value);
+
+  /// Sends the event: one notification and the files, or one of each a file, as its type has it.
+  /// Every step is logged. Both arguments are ignored; they may be 0 and null.
+  ///
+  /// Returns 0 when all was sent and no call threw an integer, whatever the library's results were;
+  /// 1 when communication could not be prepared or started; 68 for an event type other than 1 to 4;
+  /// otherwise the integer that the last call of the library to throw one has thrown. Any other
+  /// exception passes through, after communication has been stopped.
+  int commonSendEvent(int incidentFlag, char* machineId);
+
+  /// Picks the line that a notification quotes: the first one that is no "#" comment of the first
+  /// file in `files` with ".syslog.txt" or ".apllog.txt" anywhere in its path.
+  ///
+  /// `line`  out: that line without its line end, at most 1,022 bytes; "Software Log" when there is
+  /// no
+  ///         such file; "" when the file holds no such line or cannot be read, which is logged.
+  void getSyslogLine(const std::vector<std::string>& files, std::string& line);
+
+  /// Appends `src` to a notification as a field: quoted, quotes doubled, cut where the notification
+  /// would pass its 896 bytes (a cut is logged). An empty `src` appends no quotes.
+  ///
+  /// `dst`    a zero-terminated text. Null: nothing is done.
+  /// `size`   the bytes of `dst`, terminator included; below 896 nothing is appended.
+  /// `src`    null counts as empty.
+  /// `comma`  non-zero: a comma follows where there is room.
+  ///
+  /// Nothing is appended, and nothing logged, when 4 bytes or less are left of the 896.
+  void convStr(char* dst, int size, const char* src, int comma);
+
+ protected:
+  int m_eventType;
+  std::vector<std::string> m_sendFileList;
+  std::map<std::string, std::string> m_params;
+
+  /// The steps of `commonSendEvent` on a given client, whose life ends with the caller.
+  int sendThrough(CVuqRmgLib& client);
+
+ private:
+  struct Outcome;
+  struct Request;
+
+  // Input.
+  int readDefinition(const char* path, const std::vector<std::string>& keyList);
+  int readDefinitionLine(char* piece, const std::vector<std::string>& keyList);
+  void traceParams() const;
+  int checkRequiredKeys(const char* path, const std::vector<std::string>& keyList);
+
+  // Notification texts.
+  void buildIncidentText(char* text, int fileNumber, int fileCount);
+  void buildEventText(char* text);
+
+  // Transmission, in the order of the steps.
+  static bool prepareEnvironment(CVuqRmgLib& client);
+  void measureFiles();
+  static bool isReachable(CVuqRmgLib& client);
+  static bool startCommunication(CVuqRmgLib& client);
+  void sendFiles(CVuqRmgLib& client, const RequestCodes& codes, Outcome& outcome);
+  Request prepareRequest(int index, char* text, std::vector<char*>& paths);
+  static void notify(CVuqRmgLib& client, unsigned code, const Request& request, Outcome& outcome);
+  static void sendData(CVuqRmgLib& client, unsigned code, const Request& request, Outcome& outcome);
+};
+
+#endif

@@ -1,0 +1,116 @@
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "common/format.h"
+#include "common/piecereader.h"
+#include "common/text.h"
+#include "log/CLog.h"
+#include "sendevent/SendEventBase.h"
+#include "sendevent/notificationtext.h"
+
+namespace {
+
+/// The usable length of an event notification, fixed by its format.
+constexpr int kFieldTextLimit = 896;
+constexpr int kFieldTextBytes = kFieldTextLimit + 1;
+
+/// Below this room not even a quoted character and a comma fit.
+constexpr int kLeastRoom = 4;
+
+constexpr std::size_t kExcerptBytes = 1023;
+
+bool isLogExtract(const std::string& path) {
+  return path.find(".syslog.txt") != std::string::npos ||
+         path.find(".apllog.txt") != std::string::npos;
+}
+
+int lengthOf(const char* text) { return static_cast<int>(std::strlen(text)); }
+
+/// Appends at most `limit` bytes of `text` to `dst`.
+void appendBounded(char* dst, const char* text, int limit) {
+  if (limit > 0) std::strncat(dst, text, static_cast<std::size_t>(limit));
+}
+
+void logCut() { gLog.ilog("string convert error (CSendEventBase::convStr)"); }
+
+/// Builds the quoted form of `src` in `field`, of at most `room` bytes, and logs where it is cut.
+void quoteInto(char (&field)[kFieldTextBytes], const char* src, int room) {
+  int length = 0;
+  field[length++] = '"';
+  for (; *src != '\0'; ++src) {
+    if (*src == '"') {
+      field[length++] = '"';
+      if (length >= room - 1) {
+        logCut();
+        --length;  // half of a doubled quote would end the field too early
+        break;
+      }
+    }
+    field[length++] = *src;
+    if (length >= room - 1) {
+      logCut();
+      break;
+    }
+  }
+  if (length < room) field[length++] = '"';
+  field[length] = '\0';
+}
+
+}  // namespace
+
+void CSendEventBase::buildIncidentText(char* text, int fileNumber, int fileCount) {
+  text[kNotificationBytes - 1] = '\0';
+  std::snprintf(text, kNotificationBytes - 1,
+                "INCNO=\"%s\",HOSTNAME=\"%s\",PART=\"%d\",TOTAL=\"%d\"", getParam("IncidentNumber"),
+                getParam("HostName"), fileNumber, fileCount);
+}
+
+void CSendEventBase::buildEventText(char* text) {
+  std::memset(text, 0, kNotificationBytes);
+  convStr(text, kFieldTextBytes, getParam("Time"), /*comma=*/1);
+  convStr(text, kFieldTextBytes, "", /*comma=*/1);
+  for (const char* key :
+       {"Label", "HostName", "OSType", "OSName", "OSVersion", "PkgName", "MsgType", "MsgID"}) {
+    convStr(text, kFieldTextBytes, getParam(key), /*comma=*/1);
+  }
+  std::string excerpt;
+  getSyslogLine(m_sendFileList, excerpt);
+  convStr(text, kFieldTextBytes, C(excerpt), /*comma=*/0);
+}
+
+void CSendEventBase::getSyslogLine(const std::vector<std::string>& files, std::string& line) {
+  line.clear();
+  const auto extract = std::find_if(files.begin(), files.end(), isLogExtract);
+  if (extract == files.end()) {
+    line = "Software Log";
+    return;
+  }
+  PieceReader reader(C(*extract), kExcerptBytes);
+  if (!reader.isOpen()) {
+    gLog.ilog("syslogfile open error.FILE=%s(CSendEventBase::getSyslogLine)", C(*extract));
+    return;
+  }
+  char* piece = reader.next();
+  while (piece != nullptr && piece[0] == '#') piece = reader.next();
+  if (piece != nullptr) {
+    eraseLastCRLF(piece);
+    line = piece;
+  } else if (reader.hasFailed()) {
+    gLog.ilog("syslogfile read error.FILE=%s(CSendEventBase::getSyslogLine)", C(*extract));
+  }
+}
+
+void CSendEventBase::convStr(char* dst, int size, const char* src, int comma) {
+  if (dst == nullptr) return;
+  const int length = lengthOf(dst);
+  // The room follows from the notification's format alone; `size` bounds what is appended.
+  const int room = kFieldTextLimit - length;
+  if (size < kFieldTextLimit || room <= kLeastRoom) return;
+  if (src != nullptr && src[0] != '\0') {
+    char field[kFieldTextBytes];
+    quoteInto(field, src, room);
+    appendBounded(dst, field, size - length - 1);
+  }
+  if (comma != 0) appendBounded(dst, ",", size - lengthOf(dst) - 1);
+}

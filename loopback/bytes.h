@@ -1,0 +1,35 @@
+#ifndef TANEXICS_LOOPBACK_BYTES_H
+#define TANEXICS_LOOPBACK_BYTES_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+// Texts and path names are bytes in no promised encoding (host names and log excerpts are often
+// EUC-JP), and a JSON string holds UTF-8 only. One rule, the same for every string, carries the one
+// in the other without loss:
+//
+//   a byte that is part of valid UTF-8   stands as it is
+//   a backslash                          is doubled
+//   any other byte                       becomes \xHH, two lower-case hexadecimal digits
+
+/// The length, 1 to 4, of the UTF-8 character that `bytes` begins with; 0 when it begins with none
+/// (empty, a stray or missing continuation, an overlong form, a surrogate, above U+10FFFF).
+std::size_t utf8Length(std::string_view bytes);
+
+/// `\xHH` for one byte.
+std::string hexEscape(char byte);
+
+/// The same bytes for a terminal: control characters (those of UTF-8 above 0x7f too) and bytes that
+/// are not UTF-8 become `\xHH`, byte by byte. For reading only: a backslash stays as it is.
+std::string visibleBytes(std::string_view bytes);
+
+/// Any bytes as valid UTF-8, by the rule above.
+std::string escapeBytes(std::string_view bytes);
+
+/// The bytes that `escapeBytes` was given. Nothing for a text that it never makes: a backslash
+/// that is followed neither by a second one nor by "x" and two lower-case hexadecimal digits.
+std::optional<std::string> unescapeBytes(std::string_view text);
+
+#endif

@@ -1,0 +1,34 @@
+#ifndef TANEXICS_LOOPBACK_REHEARSE_ARGUMENTS_H
+#define TANEXICS_LOOPBACK_REHEARSE_ARGUMENTS_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/// Exit statuses of the rehearsal's own; all others come from the command.
+constexpr int kWrongUsage = 2;
+constexpr int kCannotRun = 125;
+
+/// What the command line asks for.
+struct Arguments {
+  std::string outbox;              // empty: a temporary one
+  std::string script;              // empty: the default answers
+  std::string command;             // the command to run
+  std::string library;             // the folder that holds the stand-in library
+  bool trace = false;              // whether the action log has its trace lines
+  std::vector<std::string> words;  // the command's own arguments
+};
+
+/// Reads the command line. The first "--" ends the rehearsal's own options; all words behind it are
+/// the command's and are not looked at.
+///
+/// `ownFolder`  where the rehearsal itself lives; the defaults of --command and --library stand
+///              relative to it.
+/// `arguments`  out: what was asked for.
+///
+/// Returns nothing when a run is wanted, otherwise the exit status: 0 after printing the help,
+/// `kWrongUsage` after an error text on standard error.
+std::optional<int> parseArguments(int argc, const char* const* argv, const std::string& ownFolder,
+                                  Arguments& arguments);
+
+#endif

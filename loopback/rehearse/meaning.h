@@ -1,0 +1,24 @@
+#ifndef TANEXICS_LOOPBACK_REHEARSE_MEANING_H
+#define TANEXICS_LOOPBACK_REHEARSE_MEANING_H
+
+#include <string>
+
+// What the numbers of a run mean, in words.
+
+/// A request code of the centre.
+std::string requestMeaning(unsigned code);
+
+/// A connection status word.
+std::string statusMeaning(int word);
+
+/// The kind of an agent error: "SMTP", "HTTP", or the number.
+std::string agentMeaning(int type);
+
+/// How a run ended, by its raw wait status (see wait(2)), with number and words.
+std::string endMeaning(int waitStatus);
+
+/// The exit status that passes `waitStatus` on: the command's own, or 128 and the number of the
+/// signal that ended it, as the shell has it.
+int passedOn(int waitStatus);
+
+#endif

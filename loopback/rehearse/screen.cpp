@@ -1,0 +1,49 @@
+#include "loopback/rehearse/screen.h"
+
+#include "loopback/bytes.h"
+
+namespace {
+
+/// Columns of one UTF-8 character. East Asian characters are two wide; that all from U+1100 up
+/// count so makes a few rows shorter than they could be, and none too long.
+std::size_t columnsOf(std::string_view character) {
+  const bool isWide =
+      character.size() == 4 || (character.size() == 3 && character.substr(0, 3) >= "\xe1\x84\x80");
+  return isWide ? 2 : 1;
+}
+
+/// How many bytes of `text`, valid UTF-8, stand in a row of `columns`: at least one character.
+std::size_t bytesOfRow(std::string_view text, std::size_t columns) {
+  std::size_t at = 0;
+  std::size_t used = 0;
+  std::size_t behindBlank = 0;
+  while (at < text.size()) {
+    const std::size_t length = utf8Length(text.substr(at));
+    used += columnsOf(text.substr(at, length));
+    if (used > columns && at > 0) return behindBlank > 0 ? behindBlank : at;
+    at += length;
+    if (text[at - 1] == ' ' && used > columns / 2) behindBlank = at;
+  }
+  return at;
+}
+
+}  // namespace
+
+std::string screenRows(std::string_view bytes, std::size_t indent, std::size_t hang) {
+  const std::string visible = visibleBytes(bytes);
+  if (visible.empty()) return "\n";
+  std::string_view rest = visible;
+  std::string rows;
+  for (std::size_t blanks = indent; !rest.empty(); blanks = hang) {
+    const std::size_t length = bytesOfRow(rest, kScreenColumns - blanks);
+    rows.append(blanks, ' ').append(rest.substr(0, length)) += '\n';
+    rest.remove_prefix(length);
+  }
+  return rows;
+}
+
+std::string groupedNumber(unsigned long long number) {
+  std::string text = std::to_string(number);
+  for (std::size_t at = text.size(); at > 3; at -= 3) text.insert(at - 3, ",");
+  return text;
+}

@@ -1,0 +1,129 @@
+#include "loopback/script.h"
+
+#include <charconv>
+#include <cstdint>
+
+#include "loopback/bytes.h"
+
+namespace {
+
+constexpr std::string_view kBlanks = " \t";
+
+/// A bad line whose number the caller knows.
+[[noreturn]] void reject(const std::string& message) { throw std::invalid_argument(message); }
+
+/// As a message shows it: bytes of an operator's file go to a terminal.
+std::string quoted(std::string_view word) { return "'" + visibleBytes(word) + "'"; }
+
+/// The line up to its comment and its CR.
+std::string_view withoutComment(std::string_view line) {
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  return line.substr(0, line.find('#'));
+}
+
+std::vector<std::string_view> splitWords(std::string_view line) {
+  std::vector<std::string_view> words;
+  std::size_t start = line.find_first_not_of(kBlanks);
+  while (start != std::string_view::npos) {
+    const std::size_t end = line.find_first_of(kBlanks, start);
+    words.push_back(line.substr(start, end - start));
+    start = line.find_first_not_of(kBlanks, end);
+  }
+  return words;
+}
+
+bool isSigned(std::string_view word) { return word.substr(0, 1) == "-"; }
+
+/// The number of a word without sign.
+std::uint32_t parseMagnitude(std::string_view whole, std::string_view digits) {
+  const bool hexadecimal = digits.substr(0, 2) == "0x" || digits.substr(0, 2) == "0X";
+  if (hexadecimal) digits.remove_prefix(2);
+  std::uint32_t number = 0;
+  const char* end = digits.data() + digits.size();
+  const auto parsed = std::from_chars(digits.data(), end, number, hexadecimal ? 16 : 10);
+  if (parsed.ec == std::errc::result_out_of_range) {
+    reject(quoted(whole) + " does not fit in 32 bits");
+  }
+  if (parsed.ec != std::errc() || parsed.ptr != end) reject(quoted(whole) + " is no number");
+  return number;
+}
+
+/// A word of either sign. What does not fit in a signed word stands for the same 32 bits.
+int parseNumber(std::string_view word) {
+  if (!isSigned(word)) return static_cast<std::int32_t>(parseMagnitude(word, word));
+  constexpr std::uint32_t kLowest = std::uint32_t{1} << 31;
+  const std::uint32_t magnitude = parseMagnitude(word, word.substr(1));
+  if (magnitude > kLowest) reject(quoted(word) + " does not fit in 32 bits");
+  return static_cast<std::int32_t>(std::uint32_t{0} - magnitude);
+}
+
+unsigned parseCode(std::string_view word) {
+  if (isSigned(word)) reject(quoted(word) + " is negative, which a request code never is");
+  return parseMagnitude(word, word);
+}
+
+/// Rejects a line that has not the shape `form`. `fits` tells whether it has.
+void require(bool fits, const char* form) {
+  if (!fits) reject(std::string("expected '") + form + "'");
+}
+
+int parseOnlyNumber(const std::vector<std::string_view>& words, const char* form) {
+  require(words.size() == 2, form);
+  return parseNumber(words[1]);
+}
+
+StatusReply parseStatus(const std::vector<std::string_view>& words) {
+  require(words.size() == 2 || words.size() == 3, "status WORD [RESULT]");
+  StatusReply reply;
+  reply.word = parseNumber(words[1]);
+  if (words.size() == 3) reply.result = parseNumber(words[2]);
+  return reply;
+}
+
+}  // namespace
+
+Script::Script(std::string_view text) {
+  for (int number = 1; !text.empty(); ++number) {
+    const std::size_t end = text.find('\n');
+    const Words words = splitWords(withoutComment(text.substr(0, end)));
+    try {
+      if (!words.empty()) addLine(words);
+    } catch (const std::invalid_argument& error) {
+      throw ScriptError(number, error.what());
+    }
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+  }
+}
+
+ExchangeReply Script::nextExchange(unsigned code) {
+  const auto found = m_exchanges.find(code);
+  return found != m_exchanges.end() ? found->second.next({}) : m_otherExchanges.next({});
+}
+
+void Script::addLine(const Words& words) {
+  const std::string_view kind = words.front();
+  if (kind == "id") {
+    m_ids.add(parseOnlyNumber(words, "id N"));
+  } else if (kind == "status") {
+    m_statuses.add(parseStatus(words));
+  } else if (kind == "start") {
+    m_starts.add(parseOnlyNumber(words, "start RESULT"));
+  } else if (kind == "stop") {
+    m_stops.add(parseOnlyNumber(words, "stop RESULT"));
+  } else if (kind == "communicate") {
+    addExchange(words);
+  } else {
+    reject(quoted(kind) + " is no kind of line");
+  }
+}
+
+void Script::addExchange(const Words& words) {
+  require(words.size() == 3 || words.size() == 5, "communicate CODE|* RESULT [TYPE AGENTCODE]");
+  ExchangeReply reply;
+  reply.result = parseNumber(words[2]);
+  if (words.size() == 5) {
+    reply.errorType = parseNumber(words[3]);
+    reply.agentCode = parseNumber(words[4]);
+  }
+  (words[1] == "*" ? m_otherExchanges : m_exchanges[parseCode(words[1])]).add(reply);
+}

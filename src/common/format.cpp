@@ -13,15 +13,14 @@ struct FreeDeleter {
 };
 using HeapText = std::unique_ptr<char, FreeDeleter>;
 
-/// Formats into `buffer` and tells whether the whole text, or all that there will ever be, is
-/// there.
-__attribute__((format(printf, 3, 0))) bool formatInto(char* buffer, std::size_t size,
-                                                      const char* fmt, va_list args) {
+/// vsnprintf(3) on an argument list that stays as it was.
+__attribute__((format(printf, 3, 0))) int formatInto(char* buffer, std::size_t size,
+                                                     const char* fmt, va_list args) {
   va_list attempt;
   va_copy(attempt, args);
   const int length = std::vsnprintf(buffer, size, fmt, attempt);
   va_end(attempt);
-  return length < 0 || static_cast<std::size_t>(length) < size;
+  return length;
 }
 
 }  // namespace
@@ -41,22 +40,24 @@ std::string format(const char* fmt, ...) {
 std::string format_va(const char* fmt, va_list args) {
   char first[kFirstBufferBytes];
   first[0] = '\0';
-  if (formatInto(first, sizeof first, fmt, args)) return first;
-
-  HeapText heap;
-  const char* current = first;
   std::size_t size = sizeof first;
-  for (;;) {
-    // One byte more than is ever formatted: the size doubles below, so the sizes stay powers of two
-    // and the text of a failed growth is cut at one of them.
+  const int formatted = formatInto(first, size, fmt, args);
+  if (formatted < 0 || static_cast<std::size_t>(formatted) < size) return first;
+
+  // The buffer doubles until the text fits, so that a failed growth cuts the text at the largest
+  // buffer that was to be had. The length is known by now: only the last buffer need be filled.
+  const std::size_t length = static_cast<std::size_t>(formatted);
+  HeapText heap;
+  while (size <= length) {
     char* grown = static_cast<char*>(std::realloc(heap.get(), size * 2 + 1));
-    if (grown == nullptr) return current;
+    if (grown == nullptr) break;
     (void)heap.release();  // realloc has taken it over
     heap.reset(grown);
-    current = grown;
     size *= 2;
-    if (formatInto(grown, size, fmt, args)) return current;
   }
+  if (heap == nullptr) return first;
+  formatInto(heap.get(), size, fmt, args);
+  return heap.get();
 }
 
 void bareFormat(const char* text, char* out) {

@@ -28,10 +28,10 @@ bool isWanted(const std::string& path, int withDirs, int onlyDirs) {
 template <class Container>
 int listInto(Container& out, const char* dir, int fullPath, int withDirs, int onlyDirs) {
   if (isDir(dir) == 0) return -1;
+  out.clear();
   const DirStream stream(::opendir(dir));
   if (stream == nullptr) return -1;
 
-  out.clear();
   const std::string parent = eraseLastSlash(dir) + "/";  // the root becomes "/" again
   while (const dirent* entry = ::readdir(stream.get())) {
     if (isDotEntry(entry->d_name)) continue;

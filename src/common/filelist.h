@@ -7,7 +7,7 @@
 
 /// Lists a directory, "." and ".." left out, in the directory's own order.
 ///
-/// `out`       out: the entries; emptied first, but left as it was when the result is -1.
+/// `out`       out: the entries; emptied first, unless `dir` is null or no directory.
 /// `dir`       the directory, with or without a trailing "/".
 /// `fullPath`  non-zero: each entry is DIR/NAME; 0: the bare name.
 /// `withDirs`  non-zero: directories (links to them count) are listed among the rest.

@@ -67,12 +67,13 @@ int CSendEventSingleSystem::readSendFileList(const char* path) {
     eraseLastCRLF(piece);
     if (piece[0] != '\0') m_sendFileList.emplace_back(piece);
   }
-  if (reader.hasFailed()) {
-    gLog.ilog("%s read error.(CSendEventSingleSystem::parseCommandLine)", path);
-    return kBadInput;
-  }
   if (m_sendFileList.empty()) {
     gLog.ilog("No send file.(CSendEventSingleSystem::parseCommandLine)");
+    return kBadInput;
+  }
+  if (reader.hasFailed()) {
+    // Part of a list is worse than none: nobody would ever ask for the files that are missing.
+    gLog.ilog("%s read error.(CSendEventSingleSystem::parseCommandLine)", path);
     return kBadInput;
   }
   return kSuccess;

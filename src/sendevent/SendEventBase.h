@@ -17,16 +17,16 @@ struct RequestCodes;
 class CSendEventBase {
  public:
   // The event types.
-  static constexpr int kNotParsed = 0;
-  static constexpr int kType1 = 1;  // known to the centre, and never produced by the input
-  static constexpr int kIncident = 2;
-  static constexpr int kErrorEvent = 3;  // an event whose SendType is "err"
-  static constexpr int kOtherEvent = 4;
+  static constexpr int kNotParsed = 0;   ///< the input was not read, or rejected
+  static constexpr int kType1 = 1;       ///< known to the centre, and never produced by the input
+  static constexpr int kIncident = 2;    ///< an incident
+  static constexpr int kErrorEvent = 3;  ///< an event whose SendType is "err"
+  static constexpr int kOtherEvent = 4;  ///< any other event
 
   // The statuses that a run ends with; each is an exit status of the command.
-  static constexpr int kSuccess = 0;
-  static constexpr int kNotStarted = 1;  // communication could not be prepared or started
-  static constexpr int kBadInput = 68;
+  static constexpr int kSuccess = 0;     ///< all was done
+  static constexpr int kNotStarted = 1;  ///< communication could not be prepared or started
+  static constexpr int kBadInput = 68;   ///< the input was rejected
 
   CSendEventBase();
   virtual ~CSendEventBase();
@@ -91,9 +91,9 @@ class CSendEventBase {
   void convStr(char* dst, int size, const char* src, int comma);
 
  protected:
-  int m_eventType;
-  std::vector<std::string> m_sendFileList;
-  std::map<std::string, std::string> m_params;
+  int m_eventType;                              ///< one of the event types above
+  std::vector<std::string> m_sendFileList;      ///< the paths of the files to send
+  std::map<std::string, std::string> m_params;  ///< what the definition says, by key
 
   /// The steps of `commonSendEvent` on a given client, whose life ends with the caller.
   int sendThrough(CVuqRmgLib& client);
@@ -103,7 +103,7 @@ class CSendEventBase {
   struct Request;
 
   // Input.
-  int readDefinition(const char* path, const std::vector<std::string>& keyList);
+  int readDefinition(const char* path, const std::vector<std::string>& keyList, bool& isWhole);
   int readDefinitionLine(char* piece, const std::vector<std::string>& keyList);
   void traceParams() const;
   int checkRequiredKeys(const char* path, const std::vector<std::string>& keyList);

@@ -47,13 +47,19 @@ int CSendEventBase::parseMsgCommon(char* path, std::vector<std::string>& keyList
     gLog.ilog("%s not found.(CSendEventBase::parseMsgCommon)", file);
     return kBadInput;
   }
-  const int status = readDefinition(file, keyList);
+  bool isWhole = true;
+  int status = readDefinition(file, keyList, isWhole);
   if (status != kSuccess) return status;
   traceParams();
-  return checkRequiredKeys(file, keyList);
+  status = checkRequiredKeys(file, keyList);
+  if (status != kSuccess || isWhole) return status;
+  // All keys are there, but a line that was not read might have given one of them another value.
+  gLog.ilog("%s read error.(CSendEventBase::parseMsgCommon)", file);
+  return kBadInput;
 }
 
-int CSendEventBase::readDefinition(const char* path, const std::vector<std::string>& keyList) {
+int CSendEventBase::readDefinition(const char* path, const std::vector<std::string>& keyList,
+                                   bool& isWhole) {
   PieceReader reader(path);
   if (!reader.isOpen()) {
     gLog.ilog("%s open error.(CSendEventBase::parseMsgCommon)", path);
@@ -63,9 +69,8 @@ int CSendEventBase::readDefinition(const char* path, const std::vector<std::stri
     const int status = readDefinitionLine(piece, keyList);
     if (status != kSuccess) return status;
   }
-  if (!reader.hasFailed()) return kSuccess;
-  gLog.ilog("%s read error.(CSendEventBase::parseMsgCommon)", path);
-  return kBadInput;
+  isWhole = !reader.hasFailed();
+  return kSuccess;
 }
 
 int CSendEventBase::readDefinitionLine(char* piece, const std::vector<std::string>& keyList) {

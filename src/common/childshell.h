@@ -3,9 +3,10 @@
 
 // The two ends of starting a command line, shared by everything that forks for one.
 
+/// The two descriptors of a pipe(7); they belong to whoever made it.
 struct Pipe {
-  int readEnd = -1;
-  int writeEnd = -1;
+  int readEnd = -1;   ///< where the output of a child is read
+  int writeEnd = -1;  ///< where the child writes it
 };
 
 /// Makes a pipe whose ends no other child inherits. Returns false, with errno set, when there is

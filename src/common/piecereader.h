@@ -10,7 +10,7 @@
 /// line is not affected. Closes the file at the end of its life; no child inherits it.
 class PieceReader {
  public:
-  static constexpr std::size_t kBufferBytes = 1024;
+  static constexpr std::size_t kBufferBytes = 1024;  ///< the largest bound
 
   /// Opens `path`, which must not be null, for reading. Nothing is logged: the caller asks
   /// `isOpen`, and finds the reason of a failure in errno.
@@ -21,6 +21,7 @@ class PieceReader {
   PieceReader(const PieceReader&) = delete;
   PieceReader& operator=(const PieceReader&) = delete;
 
+  /// Whether the file could be opened.
   bool isOpen() const { return m_stream != nullptr; }
 
   /// The next piece, line end included; null at the end of the file, at a read error, and when the

@@ -28,6 +28,7 @@ class MLog {
 /// Access to further calls of the closed library by their name.
 class ICVuqRmg {
  public:
+  /// The call of that name; what is to be called is the caller's knowledge.
   virtual void* getFuncEntry(const char* name) = 0;
 
  protected:
@@ -95,7 +96,10 @@ class CVuqRmgLib : public CVuqRmgLibImpl, public ICVuqRmgLib, public IExtKelErro
   /// A failure of the client, with the code that the closed library gave for it.
   class CVuqRmgLibException : public std::exception {
    public:
+    /// `code`: what the closed library returned.
     explicit CVuqRmgLibException(int code) : m_code(code) {}
+
+    /// That code.
     virtual int code() const { return m_code; }
 
    private:
@@ -105,25 +109,31 @@ class CVuqRmgLib : public CVuqRmgLibImpl, public ICVuqRmgLib, public IExtKelErro
   /// The start of communication was refused.
   class FailRM_StartCommException : public CVuqRmgLibException {
    public:
+    /// As the constructor of the base.
     using CVuqRmgLibException::CVuqRmgLibException;
+
+    /// "FailRM_StartCommException".
     const char* what() const noexcept override { return "FailRM_StartCommException"; }
   };
 
   /// The environment setting was refused.
   class FailRM_SetEnvException : public CVuqRmgLibException {
    public:
+    /// As the constructor of the base.
     using CVuqRmgLibException::CVuqRmgLibException;
   };
 
   /// The status query was refused.
   class FailGetStatusRmsLibException : public CVuqRmgLibException {
    public:
+    /// As the constructor of the base.
     using CVuqRmgLibException::CVuqRmgLibException;
   };
 
   /// The code of the support centre is not known.
   class UnsupportCenterCodeException : public CVuqRmgLibException {
    public:
+    /// As the constructor of the base.
     using CVuqRmgLibException::CVuqRmgLibException;
   };
 

@@ -81,11 +81,11 @@ class IExtKelError {
   virtual void setData(std::list<std::string> values);
 
  protected:
-  int m_lastRMErrCode = 0;
-  int m_lastZWErrType = 0;
-  int m_lastZWErrCode = 0;
-  char m_lastSmtpMsg[256] = {};
-  std::string m_text;  ///< what `toString` and `toString1line` gave last
+  int m_lastRMErrCode = 0;       ///< return code of the communication library
+  int m_lastZWErrType = 0;       ///< kind of the agent's error
+  int m_lastZWErrCode = 0;       ///< the agent's error code
+  char m_lastSmtpMsg[256] = {};  ///< the mail server's message, not always terminated
+  std::string m_text;            ///< what `toString` and `toString1line` gave last
 };
 
 /// Writes the record: return code, kind of error, agent's code and the mail server's message, each

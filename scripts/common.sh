@@ -1,0 +1,58 @@
+# shellcheck shell=bash
+# What scripts/demo and scripts/test share: sourced, never run.
+
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$root"
+
+say() { printf '\n== %s\n' "$*"; }
+
+# need PACKAGE...: sees that Debian packages are installed; installs them where it may.
+need() {
+  local missing=() package
+  for package in "$@"; do
+    if ! dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'install ok installed'; then
+      missing+=("$package")
+    fi
+  done
+  if ((${#missing[@]} == 0)); then
+    return
+  fi
+  if ((EUID != 0)); then
+    printf 'Debian packages are missing. As root: apt-get install %s\n' "${missing[*]}" >&2
+    exit 1
+  fi
+  say "Installing ${missing[*]}"
+  export DEBIAN_FRONTEND=noninteractive
+  apt-get update -qq
+  apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# as_root COMMAND...: runs it as the super-user, which is what the command to try insists on; where
+# the caller is somebody else, as the super-user of a user namespace of its own.
+as_root() {
+  if ((EUID == 0)); then
+    "$@"
+  else
+    say "Not root: running in a user namespace, as its super-user"
+    unshare --user --map-root-user --mount -- "$@"
+  fi
+}
+
+# Options of every configuration that follows; a script may set them.
+configure=()
+
+# build PRESET TARGET...: configures and builds quietly; everything is shown when it fails.
+build() {
+  local preset=$1 log
+  shift
+  log=$(mktemp)
+  if ! { cmake --preset "$preset" "${configure[@]}" && cmake --build --preset "$preset" "$@"; } \
+    >"$log" 2>&1; then
+    cat "$log" >&2
+    rm -f "$log"
+    exit 1
+  fi
+  rm -f "$log"
+}

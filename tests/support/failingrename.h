@@ -1,0 +1,24 @@
+#ifndef TANEXICS_TESTS_SUPPORT_FAILINGRENAME_H
+#define TANEXICS_TESTS_SUPPORT_FAILINGRENAME_H
+
+#include <fcntl.h>
+#include <stdio.h>
+
+#include <cerrno>
+
+// Takes the place of the C library's rename(2) in the program of one test, and so is included in
+// one file of it: forwards every call, but for the next few that the test wants to fail.
+
+/// How many calls are still to fail, with EACCES.
+inline int renamesToFail = 0;
+
+extern "C" int rename(const char* from, const char* to) noexcept {
+  if (renamesToFail > 0) {
+    --renamesToFail;
+    errno = EACCES;
+    return -1;
+  }
+  return ::renameat(AT_FDCWD, from, AT_FDCWD, to);
+}
+
+#endif

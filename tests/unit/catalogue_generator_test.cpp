@@ -1,0 +1,280 @@
+// The build's catalogue generator, run as the build runs it. CATALOGUE_GENERATOR is its path.
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string readFile(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+void writeFile(const fs::path& path, const std::string& content) {
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+class CatalogueGenerator : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = testing::TempDir() + "/catalogueXXXXXX";
+    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp");
+    m_dir = pattern;
+    m_output = m_dir / "rows.inc";
+  }
+  void TearDown() override { fs::remove_all(m_dir); }
+
+  /// Runs the generator behind the shell text `before`, with these arguments, in the scratch
+  /// folder.
+  int run(const std::string& arguments, const std::string& before = "") {
+    const std::string command = "cd '" + m_dir.string() + "' && " + before +
+                                " '" CATALOGUE_GENERATOR "' " + arguments + " >stdout 2>stderr";
+    const int status = std::system(command.c_str());  // NOLINT(cert-env33-c): a shell is wanted
+    EXPECT_EQ(readFile(m_dir / "stdout"), "");
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  int generate(const std::string& table, const std::string& before = "") {
+    writeFile(m_dir / "table.txt", table);
+    return run("table.txt rows.inc", before);
+  }
+
+  std::string errors() const { return readFile(m_dir / "stderr"); }
+  std::string output() const { return readFile(m_output); }
+
+  /// Whether nothing but the files of the test itself is left in the scratch folder.
+  bool leftNothing() const {
+    return !fs::exists(m_output) && !fs::exists(m_dir / "rows.inc.draft");
+  }
+
+  fs::path m_dir;
+  fs::path m_output;
+};
+
+constexpr char kGoodTable[] =
+    u8"# A comment\n"
+    "\n"
+    "[rows]\n"
+    "HTTP  -2   35  0  plain\n"
+    "SMTP\t7 -2147483648 1 mail_2\n"
+    "SMTP 2147483647 0 0 plain\n"
+    "[text plain]\n"
+    "|A\\\"7\n"
+    "|　 あ \n"
+    "# a comment between lines\n"
+    "|\n"
+    "|−｡\n"
+    "[heading 1]\n"
+    "|(S)\n"
+    "[text  mail_2]\n"
+    "|?";
+
+constexpr char kGoodOutput[] =
+    "// Generated from the message catalogue: change that, not this.\n"
+    "constexpr char kText_mail_2[] =\n"
+    "    \"\\077\";\n"
+    "constexpr char kText_plain[] =\n"
+    "    \"\\101\\134\\042\\067\\012\"\n"
+    "    \"\\241\\241\\040\\244\\242\\040\\012\"\n"
+    "    \"\\012\"\n"
+    "    \"\\241\\335\\216\\241\";\n"
+    "constexpr EXTERR kRows[] = {\n"
+    "    {\"HTTP\", -2, 35, 0, kText_plain},\n"
+    "    {\"SMTP\", 7, -2147483648, 1, kText_mail_2},\n"
+    "    {\"SMTP\", 2147483647, 0, 0, kText_plain},\n"
+    "    {\"\", 9999, 9999, 0, \"\"},\n"
+    "};\n"
+    "constexpr Heading kHeadings[] = {\n"
+    "    {1,\n"
+    "    \"\\050\\123\\051\"},\n"
+    "    {0, \"\"},\n"
+    "};\n";
+
+TEST_F(CatalogueGenerator, WritesRowsTextsAndHeadingsAsOctalEucJp) {
+  EXPECT_EQ(generate(kGoodTable), 0);
+  EXPECT_EQ(errors(), "");
+  EXPECT_EQ(output(), kGoodOutput);
+  EXPECT_FALSE(fs::exists(m_dir / "rows.inc.draft"));
+}
+
+TEST_F(CatalogueGenerator, WritesTheSameUnderEveryLocale) {
+  for (const char* locale : {"C", "C.UTF-8", "ja_JP.EUC-JP", "no_SUCH"}) {
+    EXPECT_EQ(generate(kGoodTable, std::string("LANG=") + locale + " LC_ALL=" + locale), 0);
+    EXPECT_EQ(errors(), "") << locale;
+    EXPECT_EQ(output(), kGoodOutput) << locale;
+  }
+}
+
+TEST_F(CatalogueGenerator, ReplacesAnEarlierOutput) {
+  writeFile(m_output, "earlier");
+  EXPECT_EQ(generate(kGoodTable), 0);
+  EXPECT_EQ(output(), kGoodOutput);
+}
+
+struct BadTable {
+  const char* name;
+  std::string table;
+  std::string errors;
+};
+
+void PrintTo(const BadTable& bad, std::ostream* out) { *out << bad.name; }
+
+class BadCatalogue : public CatalogueGenerator, public testing::WithParamInterface<BadTable> {};
+
+TEST_P(BadCatalogue, IsReportedWithFileAndLineAndWritesNothing) {
+  EXPECT_EQ(generate(GetParam().table), 1);
+  EXPECT_EQ(errors(), GetParam().errors);
+  EXPECT_TRUE(leftNothing());
+}
+
+/// Line 2 is the row, line 4 the text's first line.
+std::string withRow(const std::string& row) { return "[rows]\n" + row + "\n[text t]\n|x\n"; }
+std::string withLine(const std::string& line) {
+  return "[rows]\nHTTP 1 2 0 t\n[text t]\n" + line + "\n";
+}
+
+constexpr char kNotRow[] =
+    "table.txt:2: not a row: it must have type, return code, agent code, kind and text name\n";
+constexpr char kNotSection[] =
+    "table.txt:5: not a section: it must be [rows], [text NAME] or [heading N]\n";
+
+const BadTable kBadTables[] = {
+    {"CharacterWithoutEucForm", withLine(u8"|a😀b"), u8"table.txt:4: '😀' has no EUC-JP form\n"},
+    {"YenSignThatWouldBecomeBackslash", withLine(u8"|C:¥"),
+     u8"table.txt:4: '¥' has no EUC-JP form\n"},
+    {"OverlineThatWouldBecomeTilde", withLine(u8"|‾"), u8"table.txt:4: '‾' has no EUC-JP form\n"},
+    {"StrayContinuationByte", withLine("|a\x80"), "table.txt:4: not UTF-8\n"},
+    {"CutCharacter", withLine("|\xE3\x81"), "table.txt:4: not UTF-8\n"},
+    {"OverlongForm", withLine("|\xC1\x81"), "table.txt:4: not UTF-8\n"},
+    {"Surrogate", withLine("|\xED\xA0\x80"), "table.txt:4: not UTF-8\n"},
+    {"EucBytes", withLine("|\xA4\xA2"), "table.txt:4: not UTF-8\n"},
+    {"TabInText", withLine("|a\tb"), "table.txt:4: a control character in a text\n"},
+    {"CarriageReturnInText", withLine("|a\r"), "table.txt:4: a control character in a text\n"},
+    {"NulInText", withLine(std::string("|a\0", 3)), "table.txt:4: a control character in a text\n"},
+    {"DeleteInText", withLine("|\x7F"), "table.txt:4: a control character in a text\n"},
+    {"C1ControlInText", withLine("|\xC2\x85"), "table.txt:4: a control character in a text\n"},
+    {"LineWithoutBar", withLine("|a\nb"), "table.txt:5: not a text line: it must begin with '|'\n"},
+    {"RowWithTooFewFields", withRow("HTTP 1 2 t"), kNotRow},
+    {"RowWithTooManyFields", withRow("HTTP 1 2 0 t u"), kNotRow},
+    {"UnknownType", withRow("http 1 2 0 t"), "table.txt:2: type 'http' is neither HTTP nor SMTP\n"},
+    {"ReturnCodeNotANumber", withRow("HTTP 1x 2 0 t"), "table.txt:2: '1x' is not a number\n"},
+    {"AgentCodeNotANumber", withRow("HTTP 1 - 0 t"), "table.txt:2: '-' is not a number\n"},
+    {"KindNotANumber", withRow("HTTP 1 2 1-2 t"), "table.txt:2: '1-2' is not a number\n"},
+    {"NumberAboveInt", withRow("HTTP 2147483648 2 0 t"),
+     "table.txt:2: '2147483648' is not a number\n"},
+    {"NumberBelowInt", withRow("HTTP -2147483649 2 0 t"),
+     "table.txt:2: '-2147483649' is not a number\n"},
+    {"NumberAboveLong", withRow("HTTP 99999999999999999999 2 0 t"),
+     "table.txt:2: '99999999999999999999' is not a number\n"},
+    {"ClosingRowWritten", withRow("HTTP 9999 9999 0 t"),
+     "table.txt:2: 9999, 9999 is the closing row, which the build adds\n"},
+    {"UnknownText", withRow("HTTP 1 2 0 t\nHTTP 1 3 0 u"), "table.txt:3: there is no [text u]\n"},
+    {"UnknownHeading", withRow("HTTP 1 2 1 t"), "table.txt:2: there is no [heading 1]\n"},
+    {"NegativeKind", withRow("HTTP 1 2 -1 t"), "table.txt:2: there is no [heading -1]\n"},
+    {"UnusedText", withLine("|x\n[text u]\n|y"), "table.txt:5: [text u] is used by no row\n"},
+    {"UnusedHeading", withLine("|x\n[heading 2]\n|y"),
+     "table.txt:5: [heading 2] is used by no row\n"},
+    {"TextTwice", withLine("|x\n[text t]\n|y"),
+     "table.txt:5: [text t] is defined twice, first in line 3\n"},
+    {"HeadingTwice", "[rows]\nSMTP 1 2 1 t\n[text t]\n|x\n[heading 1]\n|y\n[heading 01]\n|z\n",
+     "table.txt:7: [heading 1] is defined twice, first in line 5\n"},
+    {"TextWithoutLines", withLine("# none"), "table.txt:3: [text t] has no lines\n"},
+    {"UnclosedSection", withLine("|x\n[text u\n|y"),
+     "table.txt:5: a section line without ']' at its end\n"},
+    {"UnknownSection", withLine("|x\n[word u]\n|y"), kNotSection},
+    {"EmptySection", withLine("|x\n[]"), kNotSection},
+    {"TextNameWithCapital", withLine("|x\n[text U]\n|y"), kNotSection},
+    {"TextNameWithLeadingDigit", withLine("|x\n[text 1u]\n|y"), kNotSection},
+    {"TextWithoutName", withLine("|x\n[text]\n|y"), kNotSection},
+    {"HeadingOfKindZero", withLine("|x\n[heading 0]\n|y"), kNotSection},
+    {"HeadingNotANumber", withLine("|x\n[heading one]\n|y"), kNotSection},
+    {"LineBeforeTheFirstSection", "HTTP 1 2 0 t\n" + withRow("HTTP 1 2 0 t"),
+     "table.txt:1: outside of any section\n"},
+    {"ByteOrderMark", "\xEF\xBB\xBF" + withRow("HTTP 1 2 0 t"),
+     "table.txt:1: outside of any section\n"
+     "table.txt:2: outside of any section\n"},
+    {"TextLineAmongRows", withRow("|HTTP 1 2 0 t"),
+     "table.txt:2: type '|HTTP' is neither HTTP nor SMTP\n"},
+    {"EmptyFile", "", "table.txt:1: no rows\n"},
+    {"EveryBadLineIsReported", "[rows]\nHTTP x 2 0 t\nSMTP 1 2 3 u\n[text t]\n|\x80\n",
+     "table.txt:2: 'x' is not a number\n"
+     "table.txt:5: not UTF-8\n"},
+    {"EveryPartThatDoesNotFitIsReportedInLineOrder",
+     "[text b]\n|x\n[text a]\n[rows]\nHTTP 1 2 0 t\nSMTP 1 2 3 u\n",
+     "table.txt:1: [text b] is used by no row\n"
+     "table.txt:3: [text a] is used by no row\n"
+     "table.txt:3: [text a] has no lines\n"
+     "table.txt:5: there is no [text t]\n"
+     "table.txt:6: there is no [text u]\n"
+     "table.txt:6: there is no [heading 3]\n"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Tables, BadCatalogue, testing::ValuesIn(kBadTables),
+                         [](const auto& bad) { return std::string(bad.param.name); });
+
+TEST_F(CatalogueGenerator, BadTableLeavesAnEarlierOutput) {
+  writeFile(m_output, "earlier");
+  EXPECT_EQ(generate("nonsense\n"), 1);
+  EXPECT_EQ(output(), "earlier");
+}
+
+TEST_F(CatalogueGenerator, MissingTable) {
+  EXPECT_EQ(run("none.txt rows.inc"), 1);
+  EXPECT_EQ(errors(), "none.txt: cannot be read: No such file or directory\n");
+  EXPECT_TRUE(leftNothing());
+}
+
+TEST_F(CatalogueGenerator, TableIsAFolder) {
+  EXPECT_EQ(run(". rows.inc"), 1);
+  EXPECT_EQ(errors(), ".: cannot be read: Is a directory\n");
+  EXPECT_TRUE(leftNothing());
+}
+
+TEST_F(CatalogueGenerator, OutputFolderMissing) {
+  writeFile(m_dir / "table.txt", kGoodTable);
+  EXPECT_EQ(run("table.txt none/rows.inc"), 1);
+  EXPECT_EQ(errors(), "none/rows.inc: cannot be written: No such file or directory\n");
+}
+
+TEST_F(CatalogueGenerator, OutputIsAFolder) {
+  fs::create_directory(m_output);
+  EXPECT_EQ(generate(kGoodTable), 1);
+  EXPECT_EQ(errors(), "rows.inc: cannot be written: Is a directory\n");
+  EXPECT_FALSE(fs::exists(m_dir / "rows.inc.draft"));
+}
+
+TEST_F(CatalogueGenerator, NoRoomForTheOutput) {
+  writeFile(m_output, "earlier");
+  // No file may grow: a write then fails as on a full disk, also for the super-user. The messages
+  // go through a pipe, which the limit does not touch.
+  writeFile(m_dir / "table.txt", kGoodTable);
+  const std::string limited = "trap '' XFSZ; ulimit -f 0; '" CATALOGUE_GENERATOR
+                              "' table.txt rows.inc 2>&1; echo \"status $?\"";
+  const std::string command = "cd '" + m_dir.string() + "' && (" + limited + ") | cat >stderr";
+  EXPECT_EQ(std::system(command.c_str()), 0);  // NOLINT(cert-env33-c): a shell is wanted
+  EXPECT_EQ(errors(), "rows.inc: cannot be written: File too large\nstatus 1\n");
+  EXPECT_EQ(output(), "earlier");
+  EXPECT_FALSE(fs::exists(m_dir / "rows.inc.draft"));
+}
+
+TEST_F(CatalogueGenerator, WrongCallShowsTheUsage) {
+  for (const char* arguments : {"", "table.txt", "table.txt rows.inc more"}) {
+    EXPECT_EQ(run(arguments), 2) << arguments;
+    EXPECT_EQ(errors(), "usage: catalogue_generator CATALOGUE OUTPUT\n") << arguments;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,41 @@
+#include "common/stdfds.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "support/childrun.h"
+
+namespace {
+
+bool isNullDevice(int fd) {
+  struct stat status = {};
+  struct stat null = {};
+  return ::fstat(fd, &status) == 0 && ::stat("/dev/null", &null) == 0 && S_ISCHR(status.st_mode) &&
+         status.st_rdev == null.st_rdev;
+}
+
+/// Closes the descriptors that the bits of `mask` name, in a child whose input is /dev/null, and
+/// gives the bits of those that are /dev/null afterwards.
+int occupiedAfterClosing(int mask) {
+  const ChildResult child = runInChild([mask] {
+    for (int fd = 0; fd < 3; ++fd) {
+      if ((mask & (1 << fd)) != 0) ::close(fd);
+    }
+    occupyStandardDescriptors();
+    int occupied = 0;
+    for (int fd = 0; fd < 3; ++fd) occupied |= isNullDevice(fd) ? 1 << fd : 0;
+    const int next = ::open("/", O_RDONLY | O_CLOEXEC);
+    return next >= 3 ? occupied : 200;
+  });
+  return child.exitCode();
+}
+
+TEST(OccupyStandardDescriptors, OpensExactlyTheClosedOnes) {
+  for (int mask = 0; mask < 8; ++mask) {
+    EXPECT_EQ(occupiedAfterClosing(mask), mask | 1) << "closed: " << mask;
+  }
+}
+
+}  // namespace

@@ -66,9 +66,10 @@ int convertTimeToStr(int value, int& outValue, int& outRest, int startUnit, int 
       return static_cast<int>(unit);
     }
     const int divisor = unit < kHours ? 60 : 24;
+    const int quotient = value / divisor;
     rest = value % divisor;
-    value /= divisor;
-    if (value <= 0) break;
+    value = quotient;
+    if (quotient <= 0) break;
   }
   outValue = 1;
   outRest = 0;

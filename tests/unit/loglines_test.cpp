@@ -1,0 +1,70 @@
+#include "log/loglines.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "log/CLog.h"
+#include "support/actionlog.h"
+#include "support/childrun.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+void writeEveryShape() {
+  traceAt("SendEventBase", 73, "trace %d of %s", 1, "it");
+  infoAt("CTemp", 132, "info %d%%", 2);
+  invalidParamAt("common", 602);
+  infoNumbered("VUQ90004L", "com=%s", "echo 100%d");
+}
+
+TEST(LogLines, AtTraceLevel_EveryShapeIsWritten) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  writeEveryShape();
+  EXPECT_EQ(log.texts(), Texts({"[T](SendEventBase:73):trace 1 of it", "[I](CTemp:132):info 2%",
+                                "[I](common:602):invalid param", "VUQ90004L : com=echo 100%d"}));
+}
+
+TEST(LogLines, AtInformationLevel_TraceIsLeftOut) {
+  const CapturedLog log;
+  writeEveryShape();
+  EXPECT_EQ(log.texts(), Texts({"[I](CTemp:132):info 2%", "[I](common:602):invalid param",
+                                "VUQ90004L : com=echo 100%d"}));
+}
+
+TEST(LogLines, TraceOff_ArgumentsAreNotFormatted) {
+  const CapturedLog log;
+  const ChildResult child = runInChild([] {
+    traceAt("common", 1, "%s", reinterpret_cast<const char*>(1));
+    return 0;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+}
+
+TEST(LogLines, EmptyTexts_LeaveTheFrameOfTheLine) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  traceAt("common", 520, "%s", "");
+  infoAt("common", 1, "%s", "");
+  infoNumbered("VUQ90001L", "%s", "");
+  EXPECT_EQ(log.texts(), Texts({"[T](common:520):", "[I](common:1):", "VUQ90001L : "}));
+}
+
+TEST(LogLines, TextsOfEveryLength_AreCutWhereTheWholeLineIs) {
+  for (std::size_t length = 2020; length <= 2060; ++length) {
+    const std::string text(length, 'x');
+    CapturedLog log(CapturedLog::Level::kTrace);
+    traceAt("common", 1345, "%s", text.c_str());
+    infoAt("common", 1345, "%s", text.c_str());
+    infoNumbered("VUQ90004L", "%s", text.c_str());
+    const Texts shaped = log.take();
+    gLog.ilog("%s", ("[T](common:1345):" + text).c_str());
+    gLog.ilog("%s", ("[I](common:1345):" + text).c_str());
+    gLog.ilog("%s", ("VUQ90004L : " + text).c_str());
+    EXPECT_EQ(shaped, log.take()) << length;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,338 @@
+#include "common/shell.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "support/actionlog.h"
+#include "support/childrun.h"
+#include "support/descriptors.h"
+#include "support/scratch.h"
+
+namespace {
+
+// Says which of the descriptors 0 to 2 the shell has.
+constexpr char kListStandard[] = "for i in 0 1 2; do [ -e /proc/$$/fd/$i ] && echo $i; done; true";
+
+std::string readAll(FILE* stream) {
+  std::string text;
+  for (int byte = std::fgetc(stream); byte != EOF; byte = std::fgetc(stream)) {
+    text += static_cast<char>(byte);
+  }
+  return text;
+}
+
+struct PipeRun {
+  std::string out;
+  int status;
+};
+
+PipeRun runThroughPipe(const char* command) {
+  int fd = -1;
+  int pid = -1;
+  FILE* stream = s_popen(command, fd, pid);
+  if (stream == nullptr) return {"no stream", -1};
+  std::string out = readAll(stream);
+  return {out, s_pclose(stream, fd, pid)};
+}
+
+// --- s_popen and s_pclose ------------------------------------------------------------------------
+
+TEST(SPopen, Command_GivesItsOutputAndRawStatus) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  const PipeRun run = runThroughPipe("echo one; echo two; exit 3");
+  EXPECT_EQ(run.out, "one\ntwo\n");
+  EXPECT_EQ(run.status, 0x0300);
+  EXPECT_EQ(log.bytes(), "");
+}
+
+TEST(SPopen, CommandEndedByASignal_GivesTheSignalAsRawStatus) {
+  EXPECT_EQ(runThroughPipe("kill -9 $$").status, SIGKILL);
+}
+
+TEST(SPopen, OutArguments_AreTheStreamsDescriptorAndTheChild) {
+  int fd = -1;
+  int pid = -1;
+  FILE* stream = s_popen("echo $$", fd, pid);
+  ASSERT_NE(stream, nullptr);
+  EXPECT_EQ(fd, ::fileno(stream));
+  EXPECT_EQ(readAll(stream), std::to_string(pid) + "\n");
+  EXPECT_EQ(s_pclose(stream, fd, pid), 0);
+}
+
+TEST(SPopen, InputAndErrorOutput_AreTheCallers) {
+  const ChildResult child = runInChild([] {
+    const PipeRun run = runThroughPipe("readlink /proc/$$/fd/0; echo error >&2");
+    return run.out == "/dev/null\n" ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(child.out, "");
+  EXPECT_EQ(child.err, "error\n");
+}
+
+TEST(SPopen, Child_StaysInTheCallersProcessGroup) {
+  const PipeRun run = runThroughPipe("ps -o pgid= -p $$ | tr -d ' '");
+  EXPECT_EQ(run.out, std::to_string(::getpgrp()) + "\n");
+}
+
+TEST(SPopen, WhateverStandardDescriptorIsClosed_OutputArrives) {
+  for (int closed = 0; closed < 8; ++closed) {
+    std::string expected;
+    for (int fd = 0; fd < 3; ++fd) {
+      if (fd == 1 || (closed & (1 << fd)) == 0) expected += std::to_string(fd) + "\n";
+    }
+    const ChildResult child = runInChild([&] {
+      closeStandardDescriptors(closed);
+      const PipeRun run = runThroughPipe(kListStandard);
+      return run.out == expected && run.status == 0 ? 0 : 1;
+    });
+    EXPECT_EQ(child.exitCode(), 0) << "closed: " << closed;
+  }
+}
+
+TEST(SPopen, SecondChild_InheritsNoDescriptorOfTheFirst) {
+  const ChildResult child = runInChild([] {
+    if (!closeOtherDescriptors()) return 77;
+    int fd = -1;
+    int pid = -1;
+    FILE* first = s_popen("echo first", fd, pid);
+    const PipeRun second = runThroughPipe("echo /proc/self/fd/*");
+    std::fputs(second.out.c_str(), stdout);
+    std::fputs(readAll(first).c_str(), stdout);
+    return s_pclose(first, fd, pid) == 0 ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+  // The shell itself reads the directory through descriptor 3.
+  EXPECT_EQ(child.out, "/proc/self/fd/0 /proc/self/fd/1 /proc/self/fd/2 /proc/self/fd/3\nfirst\n");
+}
+
+TEST(SPopen, Run_LeavesNoDescriptorOpen) {
+  const int before = upcomingDescriptor(1);
+  runThroughPipe("echo a");
+  s_system("true");
+  EXPECT_EQ(upcomingDescriptor(1), before);
+}
+
+TEST(SPopen, NoPipe_EndsTheProcessWithStatus1) {
+  const ChildResult child = runInChild([] {
+    if (!closeOtherDescriptors() || !limitDescriptors(3)) return 77;
+    runThroughPipe("echo a");
+    return 0;
+  });
+  EXPECT_EQ(child.exitCode(), 1);
+  EXPECT_EQ(child.out + child.err, "");
+}
+
+TEST(SPopen, NoChild_GivesNullAndLeavesThePipeOpen) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  const ChildResult child = runInChild([] {
+    if (!closeOtherDescriptors() || !becomeNobody() || !forbidFork()) return 77;
+    int fd = 7;
+    int pid = 7;
+    FILE* stream = s_popen("echo a", fd, pid);
+    std::printf("%d %d %d, next %d\n", stream == nullptr, fd, pid, upcomingDescriptor(1));
+    return 0;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(child.out, "1 0 -1, next 5\n");
+}
+
+TEST(SPopen, NoShell_ChildEndsWithStatus0) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root to hide the shell";
+  const ScratchDir empty;
+  const ChildResult child = runInChild([&] {
+    std::fputs("buffered once", stdout);
+    if (::chroot(empty.path().c_str()) != 0) return 77;
+    const PipeRun run = runThroughPipe("exit 3");
+    return run.out.empty() && run.status == 0 ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(child.out, "buffered once");
+  EXPECT_EQ(child.err, "");
+}
+
+TEST(SPclose, PartOfTheOutputUnread_EndsTheChild) {
+  int fd = -1;
+  int pid = -1;
+  FILE* stream = s_popen("while echo a; do :; done", fd, pid);
+  ASSERT_NE(stream, nullptr);
+  EXPECT_EQ(std::fgetc(stream), 'a');
+  const int status = s_pclose(stream, fd, pid);
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGPIPE) << std::hex << status;
+}
+
+TEST(SPclose, SecondClose_HarmsNoOtherDescriptor) {
+  const int other = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+  int fd = -1;
+  int pid = -1;
+  FILE* stream = s_popen("exit 3", fd, pid);
+  EXPECT_EQ(s_pclose(stream, fd, pid), 0x0300);
+  EXPECT_EQ(::fcntl(fd, F_GETFD), -1);
+  EXPECT_GE(::fcntl(other, F_GETFD), 0);
+  ::close(other);
+}
+
+TEST(SPclose, DescriptorThatTheStreamDoesNotOwn_IsClosedToo) {
+  int fd = -1;
+  int pid = -1;
+  FILE* stream = s_popen("true", fd, pid);
+  const int own = ::dup(fd);
+  EXPECT_EQ(s_pclose(stream, own, pid), 0);
+  EXPECT_EQ(::fcntl(own, F_GETFD), -1);
+  EXPECT_EQ(::fcntl(fd, F_GETFD), -1);
+}
+
+TEST(SPclose, ChildThatCannotBeWaitedFor_GivesMinusOne) {
+  const CapturedLog log;
+  int fd = -1;
+  int pid = -1;
+  FILE* stream = s_popen("exit 3", fd, pid);
+  ASSERT_EQ(::waitpid(pid, nullptr, 0), pid);
+  EXPECT_EQ(s_pclose(stream, fd, pid), -1);
+  EXPECT_EQ(log.bytes(), "");
+}
+
+// --- s_system ------------------------------------------------------------------------------------
+
+/// What s_system prints for a command that prints `bytes`, with errno as ENOENT.
+std::string relayed(const std::string& bytes) {
+  const ScratchDir dir;
+  const std::string command = "cat " + dir.write("output", bytes);
+  const ChildResult child = runInChild([&] {
+    errno = ENOENT;
+    return s_system(command.c_str()) == 0 ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(child.err, "");
+  return child.out;
+}
+
+TEST(SSystem, Null_IsMinusOne) { EXPECT_EQ(s_system(nullptr), -1); }
+
+TEST(SSystem, Command_GivesItsRawStatusAndLogsNothing) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  EXPECT_EQ(s_system("exit 3"), 0x0300);
+  EXPECT_EQ(s_system("kill -9 $$"), SIGKILL);
+  EXPECT_EQ(s_system(""), 0);
+  EXPECT_EQ(log.bytes(), "");
+}
+
+TEST(SSystem, Output_IsRelayedAndErrorOutputLeftAlone) {
+  const ChildResult child =
+      runInChild([] { return s_system("echo out; echo error >&2") == 0 ? 0 : 1; });
+  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(child.out, "out\n");
+  EXPECT_EQ(child.err, "error\n");
+}
+
+TEST(SSystem, Output_ArrivesWholeInPiecesOf511) {
+  for (const std::size_t length : {510u, 511u, 512u, 1022u, 1023u, 5000u}) {
+    const std::string text = std::string(length, 'x') + "\nend without a line feed";
+    EXPECT_EQ(relayed(text), text) << length;
+  }
+}
+
+TEST(SSystem, MoreOutputThanAPipeHolds_ArrivesWhole) {
+  std::string text;
+  while (text.size() < 300000) text += std::to_string(text.size()) + "\n";
+  EXPECT_TRUE(relayed(text) == text);
+}
+
+TEST(SSystem, PercentSignInTheOutput_IsInterpretedAsByPrintf) {
+  const struct {
+    const char* printed;
+    const char* relayed;
+  } kRows[] = {
+      {"a%%b\n", "a%b\n"},
+      {"100%\n", "100%\n"},
+      {"100%", "100%"},
+      {"%s%d%n%x%ls\n", "%s%d%n%x%ls\n"},
+      {"%m\n", "No such file or directory\n"},
+      {"%%m %%%m\n", "%m %No such file or directory\n"},
+      {"%5m %*d %1$s\n", "%5m %*d %1$s\n"},
+  };
+  for (const auto& row : kRows) EXPECT_EQ(relayed(row.printed), row.relayed) << row.printed;
+}
+
+TEST(SSystem, ConversionCutByTheEndOfAPiece_PrintsAsItself) {
+  const std::string full(510, 'x');
+  EXPECT_EQ(relayed(full + "%m\n"), full + "%m\n");
+  EXPECT_EQ(relayed(full + "%%\n"), full + "%%\n");
+  EXPECT_EQ(relayed(full + "%d\n"), full + "%d\n");
+  EXPECT_EQ(relayed(full.substr(1) + "%%\n"), full.substr(1) + "%\n");
+  EXPECT_EQ(relayed("x" + full + "%%\n"), "x" + full + "%\n");
+}
+
+TEST(SSystem, PieceOfPercentSignsOnly_StaysWithinTheBuffers) {
+  std::string text;
+  while (text.size() < 2044) text += "%d";
+  EXPECT_EQ(relayed(text), text);
+  EXPECT_EQ(relayed(std::string(510, '%')), std::string(255, '%'));
+  EXPECT_EQ(relayed(std::string(511, '%')), std::string(256, '%'));
+}
+
+TEST(SSystem, ZeroByteInTheOutput_HidesTheRestOfItsPieceOnly) {
+  EXPECT_EQ(relayed(std::string("ab\0cd\nef\n", 9)), "abef\n");
+}
+
+TEST(SSystem, NoChild_IsMinusOne) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  const ChildResult child = runInChild([] {
+    if (!becomeNobody() || !forbidFork()) return 77;
+    return s_system("echo a") == -1 ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(child.out + child.err, "");
+}
+
+// --- shellEsc ------------------------------------------------------------------------------------
+
+TEST(ShellEsc, WildcardsNotEscaped_StayActive) { EXPECT_EQ(shellEsc("a b;c*", 0), "a\\ b;c*"); }
+
+TEST(ShellEsc, WildcardsEscaped_AreTextToo) { EXPECT_EQ(shellEsc("a b;c*", 1), "a\\ b;c\\*"); }
+
+TEST(ShellEsc, EveryByte_IsEscapedExactlyWhenListed) {
+  const std::string always = "\"'\t ()|<>&#^`{}$\\";
+  const std::string wild = "*?][";
+  ASSERT_EQ(always.size(), 17u);
+  for (int value = 1; value < 256; ++value) {
+    const std::string byte(1, static_cast<char>(value));
+    const bool isAlways = always.find(byte) != std::string::npos;
+    const bool isWild = wild.find(byte) != std::string::npos;
+    EXPECT_EQ(shellEsc(byte, 0), (isAlways ? "\\" : "") + byte) << value;
+    EXPECT_EQ(shellEsc(byte, 1), (isAlways || isWild ? "\\" : "") + byte) << value;
+    EXPECT_EQ(shellEsc(byte.c_str(), 2), shellEsc(byte, 1)) << value;
+  }
+}
+
+TEST(ShellEsc, WholeTexts_AreEscapedByteByByte) {
+  const struct {
+    const char* text;
+    const char* escaped;
+  } kRows[] = {{"", ""},
+               {"plain", "plain"},
+               {"  ", "\\ \\ "},
+               {"a ", "a\\ "},
+               {"\\ ", "\\\\\\ "},
+               {"~!;\n", "~!;\n"},
+               {"\xe6\xbc\xa2 x", "\xe6\xbc\xa2\\ x"}};
+  for (const auto& row : kRows) {
+    EXPECT_EQ(shellEsc(row.text, 0), row.escaped) << row.text;
+    EXPECT_EQ(shellEsc(std::string(row.text), 0), row.escaped) << row.text;
+  }
+}
+
+TEST(ShellEsc, EscapedText_IsOneWordOfTheShell) {
+  const std::string text = "a\"b'c\td e(f)g|h<i>j&k#l^m`n{o}p$q\\r*s?t]u[v!w~x=y%z";
+  const PipeRun run = runThroughPipe(("printf '%s.' " + shellEsc(text, 1)).c_str());
+  EXPECT_EQ(run.out, text + ".");
+}
+
+}  // namespace

@@ -12,7 +12,8 @@ namespace {
 struct LineText {
   char bytes[2048];
   LineText(const char* fmt, va_list args) __attribute__((format(printf, 2, 0))) {
-    if (std::vsnprintf(bytes, sizeof bytes, fmt, args) < 0) bytes[0] = '\0';
+    bytes[0] = '\0';
+    std::vsnprintf(bytes, sizeof bytes, fmt, args);
   }
 };
 

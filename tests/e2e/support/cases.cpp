@@ -1,0 +1,32 @@
+#include "e2e/support/cases.h"
+
+#include <unistd.h>
+
+void expectRun(const RunResult& result, const Expected& expected) {
+  EXPECT_EQ(result.log, expected.log);
+  EXPECT_EQ(result.exchanges, expected.exchanges);
+  EXPECT_EQ(result.child.exitCode(), expected.status);
+  EXPECT_EQ(result.child.out, expected.out);
+  EXPECT_EQ(result.child.err, expected.err);
+}
+
+void PrintTo(const Case& row, std::ostream* stream) { *stream << row.name; }
+
+std::string nameOf(const testing::TestParamInfo<Case>& info) { return info.param.name; }
+
+void CommandTest::SetUp() {
+  if (::getuid() != 0) GTEST_SKIP() << "the command works for the super-user alone: run as root";
+}
+
+void CaseTest::play() const {
+  const Machine machine;
+  if (GetParam().arrange) GetParam().arrange(machine);
+  expectRun(machine.run(GetParam().call), GetParam().expected);
+}
+
+Case traced(Case row, const std::string& log) {
+  row.name += "Traced";
+  row.call.trace = true;
+  row.expected.log = log;
+  return row;
+}

@@ -1,0 +1,256 @@
+#include "e2e/support/machine.h"
+
+#include <gtest/gtest.h>
+#include <linux/capability.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <regex>
+
+#include "support/actionlog.h"
+
+namespace fs = std::filesystem;
+
+const char* const kHostName = "testhost";
+
+namespace {
+
+constexpr unsigned kTimeLimitSeconds = 60;
+
+constexpr char kPidFile[] = "/pid";
+constexpr char kRecord[] = "/case/outbox/exchanges.jsonl";
+
+/// The folders of the machine that programs need to run at all.
+constexpr const char* kSystemFolders[] = {"/bin",   "/dev",    "/etc",  "/lib",  "/lib32",
+                                          "/lib64", "/libx32", "/proc", "/sbin", "/usr"};
+
+/// What stands where for the command: a folder from outside, and its place inside.
+struct Binding {
+  std::string source;
+  std::string target;
+};
+
+const std::vector<Binding>& bindings() {
+  static const std::vector<Binding> all = [] {
+    std::vector<Binding> found = {{fs::path(TANEXICS_COMMAND).parent_path(), "/build"},
+                                  {LOOPBACK_FOLDER, "/kelcom"},
+                                  {TEST_KELCOM_FOLDER, "/testkelcom"}};
+    for (const char* folder : kSystemFolders) {
+      if (fs::is_directory(folder) && !fs::is_symlink(folder)) found.push_back({folder, folder});
+    }
+    return found;
+  }();
+  return all;
+}
+
+const std::string& commandPath() {
+  static const std::string path = "/build/" + fs::path(TANEXICS_COMMAND).filename().string();
+  return path;
+}
+
+constexpr char kEventDefinition[] =
+    "Time=2026/10/05 12:00:00\nLabel=disk\nHostName=db01\nOSType=Linux\nOSName=Debian\n"
+    "OSVersion=12\nPkgName=kernel\nMsgType=E\nMsgID=4001\nSendType=err\nEventID=17\n"
+    "PartitionName=p0\n";
+
+std::string collectionCommand(const std::string& name) {
+  return "#!/bin/sh\necho \"" + name +
+         " $# $1 $(stat -c '%F %a' \"$1\") $(umask)\" >> /case/collected\n";
+}
+
+using Environment = std::map<std::string, std::string>;
+
+/// Variables of the caller that steer the instrumentation of a build.
+void keepInstrumentation(Environment& environment) {
+  for (const char* name : {"ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS"}) {
+    if (const char* value = ::getenv(name)) environment[name] = value;
+  }
+  // Coverage counts go to where the build folder stands now.
+  const fs::path build = fs::path(TANEXICS_COMMAND).parent_path();
+  const auto levels = std::distance(build.begin(), build.end()) - 1;
+  environment["GCOV_PREFIX"] = "/build";
+  environment["GCOV_PREFIX_STRIP"] = std::to_string(levels);
+  environment["GCOV_ERROR_FILE"] = "/dev/null";
+}
+
+Environment environmentOf(const Call& call) {
+  Environment environment = {{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"},
+                             {"LD_LIBRARY_PATH", "/kelcom"},
+                             {"KELCOM_LOOPBACK_OUTBOX", "/case/outbox"},
+                             {"TANEX_LOG", "/case/action.log"}};
+  keepInstrumentation(environment);
+  if (call.trace) environment["TANEX_LOG_LEVEL"] = "LOG_LEVEL_TRACE";
+  if (!call.script.empty()) environment["KELCOM_LOOPBACK_SCRIPT"] = "/case/script";
+  for (const auto& [name, value] : call.environment) {
+    if (value) {
+      environment[name] = *value;
+    } else {
+      environment.erase(name);
+    }
+  }
+  return environment;
+}
+
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (std::string& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+bool writePid() {
+  std::ofstream file(kPidFile);
+  file << ::getpid();
+  file.close();
+  return file.good();
+}
+
+std::string masked(const std::string& log) {
+  static const std::regex kElapsed(R"(time='\d+\.\d{6}')");
+  static const std::regex kPid(R"(pid=\d+,)");
+  static const std::regex kGenerated(R"(/swcon[A-Za-z0-9]{6}_)");
+  std::string text = std::regex_replace(log, kElapsed, "time='*'");
+  text = std::regex_replace(text, kPid, "pid=*,");
+  return std::regex_replace(text, kGenerated, "/swcon*_");
+}
+
+}  // namespace
+
+Machine::Machine() : m_root(m_scratch / "root") {
+  ::umask(022);
+  for (const Binding& binding : bindings()) makeFolder(binding.target);
+  for (const char* folder : kSystemFolders) {
+    if (fs::is_symlink(folder)) fs::copy_symlink(folder, outside(folder));
+  }
+  makeFolder("/tmp", 01777);
+  makeFolder("/var/opt");
+  write("/case/a.txt", "alpha\n");
+  write("/case/b.syslog.txt", "# head\nJan  1 host msg\n");
+  write("/case/c.txt", "charlie, delta");
+  write("/case/list", "/case/a.txt\n/case/b.syslog.txt\n/case/c.txt\n");
+  write("/case/event.def", kEventDefinition);
+  for (const std::string name : {"tanexcc", "tanexcs"}) {
+    write("/opt/dovra/tanex/bin/" + name, collectionCommand(name), 0755);
+  }
+}
+
+void Machine::write(const std::string& path, const std::string& bytes, mode_t mode) const {
+  fs::create_directories(fs::path(outside(path)).parent_path());
+  std::ofstream file(outside(path), std::ios::binary | std::ios::trunc);
+  file << bytes;
+  file.close();
+  EXPECT_TRUE(file.good()) << path;
+  EXPECT_EQ(::chmod(outside(path).c_str(), mode), 0) << path;
+}
+
+void Machine::makeFolder(const std::string& path, mode_t mode) const {
+  fs::create_directories(outside(path));
+  EXPECT_EQ(::chmod(outside(path).c_str(), mode), 0) << path;
+}
+
+void Machine::makeSparse(const std::string& path, off_t bytes) const {
+  write(path, "");
+  EXPECT_EQ(::truncate(outside(path).c_str(), bytes), 0) << path;
+}
+
+void Machine::makeSocket(const std::string& path) const {
+  remove(path);
+  sockaddr_un address = {};
+  address.sun_family = AF_UNIX;
+  const std::string name = outside(path);
+  ASSERT_LT(name.size(), sizeof address.sun_path);
+  name.copy(address.sun_path, name.size());
+  const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  EXPECT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  ::close(socket);
+}
+
+void Machine::remove(const std::string& path) const { fs::remove_all(outside(path)); }
+
+bool Machine::exists(const std::string& path) const {
+  return fs::exists(fs::symlink_status(outside(path)));
+}
+
+std::string Machine::log(const std::string& path) const {
+  if (!exists(path) || fs::is_directory(outside(path))) return "";
+  const int pid = exists(kPidFile) ? std::stoi(read(kPidFile)) : 0;
+  std::string texts;
+  for (const LogLine& line : parseLog(read(path))) {
+    EXPECT_TRUE(pid == 0 || line.pid == pid) << line.head << line.text;
+    texts += line.text + "\n";
+  }
+  return masked(texts);
+}
+
+std::string Machine::exchanges() const {
+  std::string calls;
+  if (!exists(kRecord)) return calls;
+  for (const std::string& line : linesOf(read(kRecord))) {
+    calls += nlohmann::json::parse(line).dump() + "\n";
+  }
+  return calls;
+}
+
+/// Makes the root and the host name those of this machine. In the child.
+bool Machine::enter() const {
+  if (!enterPrivateMounts() || ::unshare(CLONE_NEWUTS) != 0) return false;
+  if (::sethostname(kHostName, std::char_traits<char>::length(kHostName)) != 0) return false;
+  for (const Binding& binding : bindings()) {
+    const unsigned long flags = MS_BIND | MS_REC;
+    const std::string target = outside(binding.target);
+    if (::mount(binding.source.c_str(), target.c_str(), nullptr, flags, nullptr) != 0) return false;
+  }
+  if (::chroot(m_root.c_str()) != 0 || ::chdir("/case") != 0) return false;
+  // The loader looks there first.
+  return !fs::is_directory("/usr/local/lib") || mountTmpfs("/usr/local/lib");
+}
+
+/// Turns the child into the command. Returns only when that fails.
+int Machine::become(const Call& call) const {
+  std::vector<std::string> arguments = call.wrapper;
+  arguments.push_back(call.wrapper.empty() ? call.argument0 : commandPath());
+  arguments.insert(arguments.end(), call.arguments.begin(), call.arguments.end());
+  const std::string program = call.wrapper.empty() ? commandPath() : call.wrapper.front();
+  std::vector<std::string> variables;
+  for (const auto& [name, value] : environmentOf(call)) variables.push_back(name + "=" + value);
+  const std::vector<char*> argv = pointersTo(arguments);
+  const std::vector<char*> envp = pointersTo(variables);
+
+  if (!enter() || (call.wrapper.empty() && !writePid())) {
+    std::perror("no private root");
+    return 255;
+  }
+  ::alarm(kTimeLimitSeconds);
+  if (call.prepare && !call.prepare()) {
+    std::perror("the preparation failed");
+    return 255;
+  }
+  ::execve(program.c_str(), argv.data(), envp.data());
+  std::perror(program.c_str());
+  return 255;
+}
+
+RunResult Machine::run(const Call& call) const {
+  if (!call.script.empty()) write("/case/script", call.script);
+  remove(kPidFile);
+  RunResult result;
+  result.child = runInChild([&] { return become(call); });
+  result.log = log();
+  result.exchanges = exchanges();
+  return result;
+}
+
+bool obeyPermissions() {
+  return ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE) == 0 &&
+         ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH) == 0;
+}

@@ -1,0 +1,291 @@
+/* The floor under the command's cost: what a run must do, and nothing else. A plain C program that
+ * makes the system calls of a run in their order, with the same log lines, children and calls of
+ * the communication library. It checks nothing and knows no other course than the one that goes
+ * well. It is measured beside the command, and its action log must be the command's to the letter.
+ *
+ *   floor                     a run without arguments
+ *   floor LISTFILE -i NUMBER  an incident
+ *   floor LISTFILE -r FILE    an event of the definition file that the benchmark uses
+ */
+
+#define _GNU_SOURCE
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <stdarg.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+int KEL_StartComm(int mode, int* value);
+int KEL_StopComm(void);
+int KEL_Communicate(unsigned int code, int reserved, int count, void* data, void* error);
+int KEL_GetID(int* id);
+int KEL_GetStatus(int reserved, int* status);
+
+static const char* logPath;
+static int isTraced;
+static char head[64];
+static size_t headLength;
+static time_t headSecond = -1;
+
+static void refreshHead(void) {
+  time_t now = time(NULL);
+  struct tm local;
+  if (now == headSecond) return;
+  localtime_r(&now, &local);
+  headLength = (size_t)sprintf(head, "%04d/%02d/%02d %02d:%02d:%02d %5d ", local.tm_year + 1900,
+                               local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
+                               local.tm_sec, (int)getpid());
+  headSecond = now;
+}
+
+static void put(int fd, const char* bytes, size_t count) {
+  if (write(fd, bytes, count) < 0) return;
+}
+
+static int run(const char* command, int isQuiet, char* answer, size_t size, pid_t* child);
+
+static void rotate(void) {
+  char command[1024], answer[16];
+  const char* slash = strrchr(logPath, '/');
+  const char* dot = strrchr(logPath, '.');
+  pid_t child;
+  sprintf(command, "cp -f %s %.*s/%.*s.bak >/dev/null 2>&1", logPath, (int)(slash - logPath),
+          logPath, (int)(dot - slash - 1), slash + 1);
+  run(command, 0, answer, sizeof answer, &child);
+  if (truncate(logPath, 0) != 0) abort();
+}
+
+__attribute__((format(printf, 1, 2))) static void line(const char* format, ...) {
+  struct stat status;
+  char text[2048];
+  va_list args;
+  int length, fd;
+  va_start(args, format);
+  length = vsnprintf(text, sizeof text, format, args);
+  va_end(args);
+  if (stat(logPath, &status) == 0 && status.st_size > 512000) rotate();
+  fd = open(logPath, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+  refreshHead();
+  put(fd, head, headLength);
+  put(fd, text, (size_t)length);
+  put(fd, "\n", 1);
+  close(fd);
+}
+
+/* Runs a command line through the shell; its first line of output goes to `answer`, the rest
+ * nowhere. */
+static int run(const char* command, int isQuiet, char* answer, size_t size, pid_t* child) {
+  int ends[2], status = -1;
+  char buffer[512];
+  FILE* output;
+  if (pipe2(ends, O_CLOEXEC) != 0) abort();
+  *child = fork();
+  if (*child == 0) {
+    dup2(ends[1], 1);
+    close(ends[1]);
+    close(ends[0]);
+    if (isQuiet) dup2(open("/dev/null", O_RDWR | O_CLOEXEC), 2);
+    execl("/bin/sh", "/bin/sh", "-c", command, (char*)NULL);
+    _exit(1);
+  }
+  close(ends[1]);
+  output = fdopen(ends[0], "r");
+  if (output == NULL) abort();
+  if (fgets(answer, (int)size, output) == NULL) answer[0] = '\0';
+  while (fgets(buffer, sizeof buffer, output) != NULL) continue;
+  fclose(output);
+  waitpid(*child, &status, 0);
+  return status;
+}
+
+static void traceStatus(int status) {
+  if (!isTraced) return;
+  line("[T](common:535):   WIFEXITED:%d WEXITSTATUS:%d", WIFEXITED(status), WEXITSTATUS(status));
+  line("[T](common:536): WIFSIGNALED:%d    WTERMSIG:%d", WIFSIGNALED(status), WTERMSIG(status));
+  line("[T](common:537):  WIFSTOPPED:%d    WSTOPSIG:%d", WIFSTOPPED(status), WSTOPSIG(status));
+  line("[T](common:538):WIFCONTINUED:%d   WCOREDUMP:%d", WIFCONTINUED(status), WCOREDUMP(status));
+}
+
+static char** paths;
+static int pathCount;
+
+static int isFile(const char* path) {
+  struct stat status;
+  return stat(path, &status) == 0 && !S_ISDIR(status.st_mode);
+}
+
+static void readList(const char* path) {
+  char piece[1024];
+  FILE* file;
+  int room = 0;
+  if (!isFile(path) || (file = fopen(path, "re")) == NULL) abort();
+  while (fgets(piece, sizeof piece, file) != NULL) {
+    piece[strcspn(piece, "\n")] = '\0';
+    if (pathCount == room) paths = realloc(paths, (size_t)(room = 2 * room + 16) * sizeof *paths);
+    if (paths == NULL || (paths[pathCount++] = strdup(piece)) == NULL) abort();
+  }
+  fclose(file);
+}
+
+static char values[12][64];
+static const char* const keys[12] = {"EventID",       "HostName", "Label",    "MsgID",
+                                     "MsgType",       "OSName",   "OSType",   "OSVersion",
+                                     "PartitionName", "PkgName",  "SendType", "Time"};
+
+static const char* value(const char* key) {
+  for (int i = 0; i < 12; ++i) {
+    if (strcmp(keys[i], key) == 0) return values[i];
+  }
+  return "";
+}
+
+static void readDefinition(const char* path) {
+  char piece[1024];
+  FILE* file;
+  if (!isFile(path) || (file = fopen(path, "re")) == NULL) abort();
+  while (fgets(piece, sizeof piece, file) != NULL) {
+    char* equals = strchr(piece, '=');
+    piece[strcspn(piece, "\n")] = '\0';
+    *equals = '\0';
+    for (int i = 0; i < 12; ++i) {
+      if (strcmp(keys[i], piece) == 0) strcpy(values[i], equals + 1);
+    }
+  }
+  fclose(file);
+  for (int i = 0; isTraced && i < 12; ++i) line("%s=%s", keys[i], values[i]);
+}
+
+static int status;
+
+static void prepare(void) {
+  int id, error;
+  uint32_t total = 0;
+  KEL_GetID(&id);
+  KEL_GetID(&id);
+  if (value("HostName")[0] == '\0') {
+    pid_t child;
+    if (isTraced) line("[T](common:1345):execGetLines():count=1,uname -n 2>/dev/null");
+    line("VUQ90004L : com=uname -n 2>/dev/null");
+    error = run("uname -n 2>/dev/null", 1, values[1], sizeof values[1], &child);
+    values[1][strcspn(values[1], "\n")] = '\0';
+    line("VUQ90004L : pid=%d,wstat=%08x", (int)child, (unsigned)error);
+    traceStatus(error);
+  }
+  for (int i = 0; i < pathCount; ++i) {
+    struct stat file;
+    if (stat(paths[i], &file) != 0) abort();
+    if (isTraced) {
+      line("[T](SendEventBase:486):current_total='%u'  target='%s' size='%lld'bytes.\n", total,
+           paths[i], (long long)file.st_size);
+    }
+    total += (uint32_t)file.st_size;
+  }
+  if (isTraced) line("[T](SendEventBase:491):final_total='%u' bytes. \n", total);
+  KEL_GetStatus(0, &status);
+  KEL_GetStatus(0, &status);
+  KEL_StartComm(0, &id);
+  line("(CSendInfo::SendInfo) call startCom(RM_MODE_SYNC)=0");
+}
+
+static void exchange(unsigned notification, unsigned data, char* text, char** list, int count) {
+  int error[3] = {0, 0, 0};
+  line("RM_Communicate call (param=0x%x 0 0 %s NULL  NULL)", notification, text);
+  line("RM_Communicate done (code='%d', msg='') ",
+       KEL_Communicate(notification, 0, 0, text, error));
+  line("RM_Communicate call (param=0x%x ? %d %s NULL  NULL)", data, count, list[0]);
+  line("RM_Communicate done (code='%d', msg='') ", KEL_Communicate(data, 0, count, list, error));
+}
+
+static void sendIncident(const char* number) {
+  char text[2048];
+  for (int i = 0; i < pathCount; ++i) {
+    line("commonSendEvent Main Loop (%d/%d)", i + 1, pathCount);
+    sprintf(text, "INCNO=\"%s\",HOSTNAME=\"%s\",PART=\"%d\",TOTAL=\"%d\"", number,
+            value("HostName"), i + 1, pathCount);
+    exchange(0x40017, 0x4010b, text, &paths[i], 1);
+  }
+}
+
+static void sendEvent(void) {
+  static const char* const order[] = {"Label",     "HostName", "OSType",  "OSName",
+                                      "OSVersion", "PkgName",  "MsgType", "MsgID"};
+  char text[2048];
+  int length = sprintf(text, "\"%s\",,", value("Time"));
+  line("commonSendEvent Main Loop (1/%d)", pathCount);
+  for (int i = 0; i < 8; ++i) length += sprintf(text + length, "\"%s\",", value(order[i]));
+  sprintf(text + length, "\"Software Log\"");
+  exchange(0x40204, 0x4010d, text, paths, pathCount);
+}
+
+static void collect(void) {
+  char* (*freshName)(const char*, const char*);
+  *(void**)&freshName = dlsym(RTLD_DEFAULT, "tempnam"); /* the linker warns of its mention */
+  char* directory = freshName("/tmp", "swconf");
+  char command[1024], answer[512];
+  int error;
+  struct stat file;
+  pid_t child;
+  if (stat("/tmp", &file) != 0) abort();
+  sprintf(command, "mkdir -p %s_ 2>/dev/null", directory);
+  error = run(command, 0, answer, sizeof answer, &child);
+  line("VUQ90004L : pid=%d,wstat=%08x", (int)child, (unsigned)error);
+  line("VUQ90004L : com=%s", command);
+  sprintf(command, "/opt/dovra/tanex/bin/tanexcc %s_ 2>/dev/null", directory);
+  run(command, 0, answer, sizeof answer, &child);
+  sprintf(command, "/opt/dovra/tanex/bin/tanexcs %s_ 2>/dev/null", directory);
+  run(command, 0, answer, sizeof answer, &child);
+  sprintf(command, "/bin/rm -fr %s_ >/dev/null 2>&1", directory);
+  run(command, 0, answer, sizeof answer, &child);
+  free(directory);
+}
+
+static double now(void) {
+  struct timeval time;
+  gettimeofday(&time, NULL);
+  return (double)time.tv_sec + (double)time.tv_usec * 0.000001;
+}
+
+static int finish(const char* program, double start, int code) {
+  line("ELAPSED:range='executing tanexics', time='%0.6f'", now() - start);
+  line("### main : %s exit. code = %d", program, code);
+  return code;
+}
+
+int main(int argc, char** argv) {
+  struct pollfd standard[] = {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}};
+  const char* level = getenv("TANEX_LOG_LEVEL");
+  double start;
+  umask(022);
+  poll(standard, 3, 0);
+  logPath = getenv("TANEX_LOG");
+  isTraced = level != NULL && strcmp(level, "LOG_LEVEL_TRACE") == 0;
+  line("### main : %s started.", argv[0]);
+  start = now();
+  if (getuid() != 0) abort();
+  if (argc < 3) {
+    line("parameter count error.(CSendEventSingleSystem::parseCommandLine)");
+    return finish(argv[0], start, 68);
+  }
+  readList(argv[1]);
+  if (strcmp(argv[2], "-r") == 0) readDefinition(argv[3]);
+  prepare();
+  if (strcmp(argv[2], "-r") == 0) {
+    sendEvent();
+  } else {
+    sendIncident(argv[3]);
+  }
+  KEL_StopComm();
+  line("commonSendEvent OK");
+  KEL_StopComm();
+  if (strcmp(argv[2], "-i") == 0) collect();
+  return finish(argv[0], start, 0);
+}

@@ -75,7 +75,7 @@ class Folder {
   std::string path(const std::string& name) const { return m_path + "/" + name; }
 
   std::string list(int files) const {
-    const std::string name = path("list" + std::to_string(files));
+    std::string name = path("list" + std::to_string(files));
     if (!fs::exists(name)) {
       std::ofstream out(name);
       for (int i = 0; i < files; ++i) out << path("file") << "\n";
@@ -128,6 +128,7 @@ double median(std::vector<double> values) {
 Sample medianOf(const std::vector<Sample>& samples) {
   const auto pick = [&samples](double Sample::*field) {
     std::vector<double> values;
+    values.reserve(samples.size());
     for (const Sample& sample : samples) values.push_back(sample.*field);
     return median(values);
   };

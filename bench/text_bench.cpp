@@ -117,7 +117,7 @@ const std::vector<Case>& cases() {
   return kCases;
 }
 
-constexpr std::size_t kSizes[] = {1000, 100 * 1000, 10 * 1000 * 1000};
+constexpr std::size_t kSizes[] = {1000, 100000, 10000000};
 
 void registerAll() {
   for (const Case& bench : cases()) {

@@ -1,0 +1,122 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+#include "common/shell.h"
+#include "support/environmentguard.h"
+#include "support/generator.h"
+#include "support/scratch.h"
+
+namespace {
+
+/// Everything that a command prints, run by the C library's own way to the shell.
+std::string printedBy(const std::string& command) {
+  FILE* stream = ::popen(command.c_str(), "r");
+  std::string output;
+  for (int byte = std::fgetc(stream); byte != EOF; byte = std::fgetc(stream)) {
+    output += static_cast<char>(byte);
+  }
+  ::pclose(stream);
+  return output;
+}
+
+/// How the shell reads `words`, in the directory `dir`: each word between brackets.
+std::string readByShell(const std::string& dir, const std::string& words) {
+  return printedBy("exec 2>/dev/null; cd " + dir + "; printf '[%s]' " + words);
+}
+
+bool isWild(int byte) { return byte == '*' || byte == '?' || byte == '[' || byte == ']'; }
+
+/// What the shell makes more of than a byte of a word, and `shellEsc` leaves alone on purpose.
+bool isLeftAlone(int byte) { return byte == ';' || byte == '\n'; }
+
+std::string around(int byte) { return "a" + std::string(1, static_cast<char>(byte)) + "b"; }
+
+// --- the escaped text ----------------------------------------------------------------------------
+
+TEST(ShellEscText, Blank_IsEscapedAndTheWildcardOnlyWhenAsked) {
+  EXPECT_EQ(shellEsc("a b;c*", 0), "a\\ b;c*");
+  EXPECT_EQ(shellEsc("a b;c*", 1), "a\\ b;c\\*");
+}
+
+TEST(ShellEscText, EveryByte_GetsABackslashOrNone) {
+  const std::string special = "\"'\t ()|<>&#^`{}$\\";
+  ASSERT_EQ(special.size(), 17u);
+  for (int byte = 1; byte < 256; ++byte) {
+    const std::string text = around(byte);
+    const std::string escaped = "a\\" + text.substr(1);
+    const bool isSpecial = special.find(static_cast<char>(byte)) != std::string::npos;
+    EXPECT_EQ(shellEsc(text, 0), isSpecial ? escaped : text) << byte;
+    for (const int escWild : {1, 2, -1}) {
+      EXPECT_EQ(shellEsc(text, escWild), isSpecial || isWild(byte) ? escaped : text) << byte;
+      EXPECT_EQ(shellEsc(text.c_str(), escWild), shellEsc(text, escWild)) << byte;
+    }
+  }
+}
+
+// --- what the shell makes of it ------------------------------------------------------------------
+
+TEST(ShellEscInTheShell, EverySafeByte_ComesBackAsItself) {
+  const ScratchDir dir;
+  for (int byte = 1; byte < 256; ++byte) {
+    if (isLeftAlone(byte) || byte == '~') continue;
+    const std::string alone(1, static_cast<char>(byte));
+    for (const int escWild : {0, 1}) {
+      if (escWild == 0 && isWild(byte)) continue;
+      EXPECT_EQ(
+          readByShell(dir.path(), shellEsc(alone, escWild) + " " + shellEsc(around(byte), escWild)),
+          "[" + alone + "][" + around(byte) + "]")
+          << byte << ", " << escWild;
+    }
+  }
+}
+
+TEST(ShellEscInTheShell, GeneratedWords_ComeBackAsThemselves) {
+  const ScratchDir dir;
+  std::string safe;
+  for (const char byte : allBytes()) {
+    if (!isLeftAlone(byte) && byte != '~') safe += byte;
+  }
+  Generator generator(20003);
+  for (const std::string& alphabet : {safe, std::string("\"'\t ()|<>&#^`{}$\\*?][!")}) {
+    for (int i = 0; i < 50; ++i) {
+      const std::string first = generator.text(alphabet, 30) + "x";
+      const std::string second = generator.text(alphabet, 30) + "y";
+      ASSERT_EQ(readByShell(dir.path(), shellEsc(first, 1) + " " + shellEsc(second, 1)),
+                "[" + first + "][" + second + "]");
+    }
+  }
+}
+
+TEST(ShellEscInTheShell, Wildcards_StayActiveUnlessEscaped) {
+  const ScratchDir dir;
+  dir.write("a1b", "");
+  dir.write("a2b", "");
+  for (const char* pattern : {"a*b", "a?b", "a[12]b"}) {
+    EXPECT_EQ(readByShell(dir.path(), shellEsc(pattern, 0)), "[a1b][a2b]") << pattern;
+    EXPECT_EQ(readByShell(dir.path(), shellEsc(pattern, 1)), "[" + std::string(pattern) + "]");
+  }
+}
+
+TEST(ShellEscInTheShell, SemicolonAndLineFeed_EndTheCommand) {
+  const ScratchDir dir;
+  for (const char* end : {";", "\n"}) {
+    for (const int escWild : {0, 1}) {
+      const std::string text = std::string("a") + end + "pwd";
+      EXPECT_EQ(readByShell(dir.path(), shellEsc(text, escWild)), "[a]" + dir.path() + "\n");
+    }
+  }
+}
+
+TEST(ShellEscInTheShell, TildeAtTheBeginning_IsTheHomeDirectory) {
+  const ScratchDir dir;
+  const EnvironmentGuard home("HOME", "/some/home");
+  for (const int escWild : {0, 1}) {
+    EXPECT_EQ(readByShell(dir.path(), shellEsc("~", escWild)), "[/some/home]");
+    EXPECT_EQ(readByShell(dir.path(), shellEsc("~/x", escWild)), "[/some/home/x]");
+    EXPECT_EQ(readByShell(dir.path(), shellEsc("a~b", escWild)), "[a~b]");
+  }
+}
+
+}  // namespace

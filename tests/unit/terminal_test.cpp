@@ -1,0 +1,249 @@
+#include "common/terminal.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "common/elapsed.h"
+#include "support/actionlog.h"
+#include "support/childrun.h"
+#include "support/descriptors.h"
+#include "support/fakeprogram.h"
+#include "support/logtexts.h"
+#include "support/scratch.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+void ignoreAlarm(int) {}
+
+/// A signal in `milliseconds` that interrupts the call in which it finds the process.
+void interruptIn(int milliseconds) {
+  struct sigaction action = {};
+  action.sa_handler = ignoreAlarm;
+  ::sigaction(SIGALRM, &action, nullptr);
+  const itimerval timer = {{0, 0}, {0, milliseconds * 1000}};
+  ::setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+// --- getTerminalLineCount ------------------------------------------------------------------------
+
+TEST(GetTerminalLineCount, Output_IsTheNumberAtItsStart) {
+  const FakeProgram tput("tput");
+  const struct {
+    const char* output;
+    int count;
+  } kRows[] = {{"24\n", 24}, {"1\n", 1},      {"99\n", 99},  {"999\n", 999}, {"9998\n", 999},
+               {"24", 24},   {"123456", 123}, {"7\n8\n", 7}, {"0\n", 0},     {"-1\n", -1},
+               {"\n", 0},    {"lots\n", 0},   {" 42\n", 42}, {"  42\n", 4},  {"4x\n", 4}};
+  for (const auto& row : kRows) {
+    tput.answer(row.output);
+    EXPECT_EQ(getTerminalLineCount(), row.count) << row.output;
+  }
+}
+
+TEST(GetTerminalLineCount, NoOutput_IsZero) {
+  const FakeProgram tput("tput");
+  tput.answer("");
+  EXPECT_EQ(getTerminalLineCount(), 0);
+}
+
+TEST(GetTerminalLineCount, Lines_AreWhatIsAskedFor) {
+  const FakeProgram tput("tput");
+  getTerminalLineCount();
+  EXPECT_EQ(tput.takeArguments(), Texts({"1", "lines"}));
+}
+
+TEST(GetTerminalLineCount, FailedCommand_Is10) {
+  const FakeProgram tput("tput");
+  for (const char* ending : {"exit 1", "exit 255", "kill -9 $$"}) {
+    tput.answer("24\n", ending);
+    EXPECT_EQ(getTerminalLineCount(), 10) << ending;
+  }
+}
+
+TEST(GetTerminalLineCount, MissingCommand_Is10) {
+  const ScratchDir empty;
+  const EnvironmentGuard path("PATH", empty.path().c_str());
+  const ChildResult child = runInChild([] { return getTerminalLineCount(); });
+  EXPECT_EQ(child.exitCode(), 10);
+}
+
+TEST(GetTerminalLineCount, NoChild_Is10) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  const ChildResult child =
+      runInChild([] { return becomeNobody() && forbidFork() ? getTerminalLineCount() : 77; });
+  EXPECT_EQ(child.exitCode(), 10);
+}
+
+TEST(GetTerminalLineCount, InterruptedRead_Is10) {
+  const FakeProgram tput("tput");
+  tput.answer("", "/bin/sleep 1");  // would be 0 if its end were reached
+  const ChildResult child = runInChild([] {
+    interruptIn(200);
+    return getTerminalLineCount();
+  });
+  EXPECT_EQ(child.exitCode(), 10);
+}
+
+TEST(GetTerminalLineCount, Log_HasThePartsOfTheStatusOnly) {
+  const FakeProgram tput("tput");
+  tput.answer("24\n", "exit 3");
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  getTerminalLineCount();
+  EXPECT_EQ(log.texts(), tracedExit(3));
+}
+
+TEST(GetTerminalLineCount, Pipe_IsClosedAndTheChildReaped) {
+  const FakeProgram tput("tput");
+  const ChildResult child = runInChild([&] {
+    const Texts before = namesIn("/proc/self/fd");
+    for (const char* ending : {"exit 0", "exit 3"}) {
+      tput.answer("24\n", ending);
+      getTerminalLineCount();
+    }
+    if (namesIn("/proc/self/fd") != before) return 1;
+    return ::wait(nullptr) == -1 ? 0 : 2;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+}
+
+// --- checkReceiveData ----------------------------------------------------------------------------
+
+/// Runs `body` in a child whose standard input is a pipe that holds `bytes`; the other end stays
+/// open unless `isClosed`.
+ChildResult withInput(const std::string& bytes, bool isClosed, const std::function<int()>& body) {
+  return runInChild([&] {
+    int ends[2];
+    if (::pipe(ends) != 0 || ::dup2(ends[0], STDIN_FILENO) < 0) return 77;
+    if (::write(ends[1], bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size()))
+      return 78;
+    if (isClosed) ::close(ends[1]);
+    return body();
+  });
+}
+
+/// Asks once, and gives "RESULT READY" and the seconds that it took.
+std::string received(int seconds, double& took) {
+  int ready = 7;
+  const double start = elapsedTime();
+  const int result = checkReceiveData(ready, seconds);
+  took = elapsedTime() - start;
+  return std::to_string(result) + " " + std::to_string(ready);
+}
+
+struct Answer {
+  std::string text;
+  double took = 0.0;
+};
+
+Answer answerTo(const std::string& bytes, bool isClosed, int seconds) {
+  const ChildResult child = withInput(bytes, isClosed, [&] {
+    double took = 0.0;
+    const std::string text = received(seconds, took);
+    std::printf("%s\n%f\n", text.c_str(), took);
+    return 0;
+  });
+  const Texts lines = linesOf(child.out);
+  return lines.size() == 2 ? Answer{lines[0], std::stod(lines[1])} : Answer{};
+}
+
+TEST(CheckReceiveData, WaitingInput_IsReadyAtOnce) {
+  const Answer answer = answerTo("x", false, 30);
+  EXPECT_EQ(answer.text, "0 1");
+  EXPECT_LT(answer.took, 10.0);
+}
+
+TEST(CheckReceiveData, EndOfInput_IsReadyAtOnce) {
+  const Answer answer = answerTo("", true, 30);
+  EXPECT_EQ(answer.text, "0 1");
+  EXPECT_LT(answer.took, 10.0);
+}
+
+TEST(CheckReceiveData, NoInput_IsWaitedForAsLongAsAsked) {
+  const Answer answer = answerTo("", false, 2);
+  EXPECT_EQ(answer.text, "0 0");
+  EXPECT_GE(answer.took, 1.99);
+  EXPECT_LT(answer.took, 10.0);
+}
+
+TEST(CheckReceiveData, ZeroSeconds_DoNotWait) {
+  const Answer answer = answerTo("", false, 0);
+  EXPECT_EQ(answer.text, "0 0");
+  EXPECT_LT(answer.took, 1.0);
+  EXPECT_EQ(answerTo("x", false, 0).text, "0 1");
+}
+
+TEST(CheckReceiveData, NegativeSeconds_AreAnError) {
+  EXPECT_EQ(answerTo("x", false, -1).text, "-1 0");
+}
+
+TEST(CheckReceiveData, ClosedInput_IsAnErrorWithoutALine) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  const ChildResult child = runInChild([] {
+    ::close(STDIN_FILENO);
+    double took = 0.0;
+    std::puts(received(0, took).c_str());
+    return 0;
+  });
+  EXPECT_EQ(child.out, "-1 0\n");
+  EXPECT_EQ(log.bytes(), "");
+}
+
+TEST(CheckReceiveData, InterruptedWait_IsAnError) {
+  const ChildResult child = withInput("", false, [] {
+    interruptIn(200);
+    double took = 0.0;
+    std::puts(received(30, took).c_str());
+    return took < 10.0 ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(child.out, "-1 0\n");
+}
+
+TEST(CheckReceiveData, Input_StaysToBeRead) {
+  const ChildResult child = withInput("x", true, [] {
+    int ready = 0;
+    checkReceiveData(ready, 0);
+    return std::getchar();
+  });
+  EXPECT_EQ(child.exitCode(), 'x');
+}
+
+// --- getch ---------------------------------------------------------------------------------------
+
+/// What is left of an input after one call, which must give 0.
+std::string leftAfterGetch(const std::string& input) {
+  const ChildResult child = withInput(input, true, [] {
+    if (getch() != 0) return 1;
+    for (int byte = std::getchar(); byte != EOF; byte = std::getchar()) std::putchar(byte);
+    return 0;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+  return child.out;
+}
+
+TEST(Getch, OneLine_IsReadAndDropped) {
+  EXPECT_EQ(leftAfterGetch("one\ntwo\n"), "two\n");
+  EXPECT_EQ(leftAfterGetch("\ntwo\n"), "two\n");
+  EXPECT_EQ(leftAfterGetch("one"), "");
+}
+
+TEST(Getch, EndOfInput_IsZero) { EXPECT_EQ(leftAfterGetch(""), ""); }
+
+TEST(Getch, LongLine_IsReadUpTo1023Bytes) {
+  EXPECT_EQ(leftAfterGetch(std::string(1022, 'x') + "\ntwo\n"), "two\n");
+  EXPECT_EQ(leftAfterGetch(std::string(1023, 'x') + "\ntwo\n"), "\ntwo\n");
+  EXPECT_EQ(leftAfterGetch(std::string(1500, 'x') + "\ntwo\n"), std::string(477, 'x') + "\ntwo\n");
+}
+
+}  // namespace

@@ -24,15 +24,8 @@
 #include "support/childrun.h"
 #include "support/environmentguard.h"
 #include "support/privateroot.h"
+#include "support/sanitizer.h"
 #include "support/scratch.h"
-
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define TANEXICS_ADDRESS_SANITIZER
-#endif
-#elif defined(__SANITIZE_ADDRESS__)
-#define TANEXICS_ADDRESS_SANITIZER
-#endif
 
 // --- every allocation of this program is counted -------------------------------------------------
 

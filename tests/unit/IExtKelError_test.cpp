@@ -1,7 +1,6 @@
 #include "rmglib/IExtKelError.h"
 
 #include <gtest/gtest.h>
-#include <iconv.h>
 
 #include <climits>
 #include <cstring>
@@ -16,22 +15,10 @@
 #include <type_traits>
 #include <vector>
 
+#include "support/eucjp.h"
 #include "support/slots.h"
 
 namespace {
-
-std::string toEuc(const std::string& text) {
-  const iconv_t handle = iconv_open("EUC-JP", "UTF-8");
-  std::string euc(text.size() * 2 + 1, '\0');
-  char* from = const_cast<char*>(text.data());  // iconv(3) does not write there
-  char* to = euc.data();
-  std::size_t fromLeft = text.size();
-  std::size_t toLeft = euc.size();
-  if (iconv(handle, &from, &fromLeft, &to, &toLeft) != 0) throw std::runtime_error("iconv");
-  iconv_close(handle);
-  euc.resize(euc.size() - toLeft);
-  return euc;
-}
 
 /// The record with its fields open, and no library behind it.
 struct Record : IExtKelError {

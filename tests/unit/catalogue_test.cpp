@@ -1,7 +1,6 @@
 #include "rmglib/catalogue.h"
 
 #include <gtest/gtest.h>
-#include <iconv.h>
 
 #include <ostream>
 #include <stdexcept>
@@ -11,6 +10,8 @@
 // The catalogue is judged by a second transcript of it, kept apart on purpose from catalogue.txt
 // and its generator, and turned into EUC-JP by iconv(3) here. Whoever changes a text changes it
 // twice.
+
+#include "support/eucjp.h"
 
 namespace {
 
@@ -233,19 +234,6 @@ const Group& groupOf(const Key& key) {
     }
   }
   throw std::logic_error("a key without a text");
-}
-
-std::string toEuc(const std::string& text) {
-  const iconv_t handle = iconv_open("EUC-JP", "UTF-8");
-  std::string euc(text.size() * 2 + 1, '\0');
-  char* from = const_cast<char*>(text.data());  // iconv(3) does not write there
-  char* to = euc.data();
-  std::size_t fromLeft = text.size();
-  std::size_t toLeft = euc.size();
-  if (iconv(handle, &from, &fromLeft, &to, &toLeft) != 0) throw std::runtime_error("iconv");
-  iconv_close(handle);
-  euc.resize(euc.size() - toLeft);
-  return euc;
 }
 
 std::string eucText(const std::vector<std::string>& lines) {

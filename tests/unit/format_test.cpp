@@ -8,13 +8,7 @@
 #include <string>
 #include <vector>
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define TANEXICS_ADDRESS_SANITIZER
-#endif
-#elif defined(__SANITIZE_ADDRESS__)
-#define TANEXICS_ADDRESS_SANITIZER
-#endif
+#include "support/sanitizer.h"
 
 // --- growing a heap buffer is watched, and fails on demand ---------------------------------------
 

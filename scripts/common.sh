@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What scripts/demo and scripts/test share: sourced, never run.
+# What the scripts beside it share: sourced, never run.
 
 set -euo pipefail
 

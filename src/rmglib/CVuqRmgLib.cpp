@@ -63,8 +63,8 @@ int CVuqRmgLibImpl::RMG_GetID(char* buf) {
 ICVuqRmgLib::~ICVuqRmgLib() = default;
 
 bool ICVuqRmgLib::isDovraInstalled() {
-  m_isDovraInstalled = isKelExist();
-  return m_isDovraInstalled;
+  m_flags[4] = isKelExist();
+  return m_flags[4];
 }
 
 int ICVuqRmgLib::loadLibrary(const char* /*path*/) { return 0; }

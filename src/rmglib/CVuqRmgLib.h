@@ -77,8 +77,7 @@ class ICVuqRmgLib {
   virtual void scenarioUnloadLibraries();
 
  private:
-  bool m_flags[4] = {};
-  bool m_isDovraInstalled = false;
+  bool m_flags[5] = {};  // only the last has a meaning: what isDovraInstalled found
   std::vector<void*> m_libraries;
 };
 

@@ -12,7 +12,7 @@ constexpr int kCannotRun = 125;
 /// What the command line asks for.
 struct Arguments {
   std::string outbox;              // empty: a temporary one
-  std::string script;              // empty: the default answers
+  std::string script;              // of a situation too; empty: the default answers
   std::string command;             // the command to run
   std::string library;             // the folder that holds the stand-in library
   bool trace = false;              // whether the action log has its trace lines
@@ -22,12 +22,13 @@ struct Arguments {
 /// Reads the command line. The first "--" ends the rehearsal's own options; all words behind it are
 /// the command's and are not looked at.
 ///
-/// `ownFolder`  where the rehearsal itself lives; the defaults of --command and --library stand
-///              relative to it.
+/// `ownFolder`  where the rehearsal itself lives; the situations, and the defaults of --command and
+///              --library, stand relative to it.
 /// `arguments`  out: what was asked for.
 ///
-/// Returns nothing when a run is wanted, otherwise the exit status: 0 after printing the help,
-/// `kWrongUsage` after an error text on standard error.
+/// Returns nothing when a run is wanted, otherwise the exit status: 0 after printing the help or
+/// the situations, `kWrongUsage` after an error text on standard error. Throws std::runtime_error
+/// when situations are asked for and cannot be read.
 std::optional<int> parseArguments(int argc, const char* const* argv, const std::string& ownFolder,
                                   Arguments& arguments);
 

@@ -25,6 +25,9 @@ int rehearse(const Arguments& arguments, std::string& report) {
   return passedOn(waitStatus);
 }
 
+/// Whether everything printed so far has reached its reader.
+bool isPrinted() { return static_cast<bool>(std::cout.flush()); }
+
 int fail(const std::string& message) {
   std::cerr << "tanexics-rehearse: " << message << '\n';
   return kCannotRun;
@@ -37,12 +40,12 @@ int main(int argc, char** argv) {
     const std::string ownFolder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
     Arguments arguments;
     if (const std::optional<int> status = parseArguments(argc, argv, ownFolder, arguments)) {
-      return *status;
+      return isPrinted() ? *status : fail("the output cannot be written");
     }
     std::string report;
     const int status = rehearse(arguments, report);
-    if (!(std::cout << report << std::flush)) return fail("the report cannot be written");
-    return status;
+    std::cout << report;
+    return isPrinted() ? status : fail("the report cannot be written");
   } catch (const std::exception& error) {
     return fail(error.what());
   }

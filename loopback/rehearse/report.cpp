@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "loopback/bytes.h"
+#include "loopback/rehearse/explanation.h"
 #include "loopback/rehearse/meaning.h"
 #include "loopback/rehearse/screen.h"
 
@@ -88,6 +89,18 @@ std::string textRows(const Json& text) {
   return screenRows(text.is_null() ? "(no text)" : bytesOf(text), kDetailIndent, kHangIndent);
 }
 
+/// What the catalogue says about the agent's error of an exchange; empty when it had none.
+std::string explanationRows(const Json& call) {
+  const Json& error = call.at("error");
+  if (error.is_null()) return "";
+  std::string rows;
+  for (const std::string& line : explanationLines(call.at("result").get<int>(),
+                                                  error.at(0).get<int>(), error.at(1).get<int>())) {
+    rows += screenRows(line, kDetailIndent, kHangIndent);
+  }
+  return rows;
+}
+
 /// The head of an exchange: code, meaning, number of files, result.
 std::string exchangeHead(const Json& call) {
   const std::string code = call.at("code").get<std::string>();
@@ -120,6 +133,7 @@ std::string callRows(const Json& call, std::size_t number, const RehearsalFolder
   std::string rows = screenRows(prefix + callHead(call), 0, kDetailIndent);
   if (call.contains("text")) rows += textRows(call.at("text"));
   if (call.contains("items")) rows += dataRows(call.at("items"), folder);
+  if (call.contains("error")) rows += explanationRows(call);
   return rows;
 }
 

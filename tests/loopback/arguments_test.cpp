@@ -1,9 +1,14 @@
 #include "loopback/rehearse/arguments.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "support/scratch.h"
 
 namespace {
 
@@ -17,14 +22,15 @@ struct Parsed {
   std::string errors;
 };
 
-Parsed parse(const std::vector<const char*>& options) {
+Parsed parse(const std::vector<const char*>& options,
+             const std::string& ownFolder = "/build/loopback") {
   std::vector<const char*> argv = {"tanexics-rehearse"};
   argv.insert(argv.end(), options.begin(), options.end());
   Parsed parsed;
   ::testing::internal::CaptureStdout();
   ::testing::internal::CaptureStderr();
-  parsed.status = parseArguments(static_cast<int>(argv.size()), argv.data(), "/build/loopback",
-                                 parsed.arguments);
+  parsed.status =
+      parseArguments(static_cast<int>(argv.size()), argv.data(), ownFolder, parsed.arguments);
   parsed.output = ::testing::internal::GetCapturedStdout();
   parsed.errors = ::testing::internal::GetCapturedStderr();
   return parsed;
@@ -95,6 +101,79 @@ TEST(Arguments, MissingSeparatorIsNamed) {
       parse({"--trace"}).errors);
 }
 
+class SituationArguments : public ::testing::Test {
+ protected:
+  SituationArguments() {
+    ::mkdir((own / "situations").c_str(), 0700);
+    own.write("situations/busy.script", "# Busy.\ncommunicate * 1\n");
+    own.write("situations/a-b.script", "# Other.\n");
+  }
+
+  ScratchDir own;
+};
+
+TEST_F(SituationArguments, NameStandsForItsScript) {
+  const Parsed parsed = parse({"--situation", "busy", "--", "list"}, own.path());
+  EXPECT_EQ(std::nullopt, parsed.status);
+  EXPECT_EQ(own / "situations/busy.script", parsed.arguments.script);
+  EXPECT_EQ(Words({"list"}), parsed.arguments.words);
+  EXPECT_EQ("", parsed.output + parsed.errors);
+}
+
+TEST_F(SituationArguments, UnknownNameIsWrongUsageThatNamesTheList) {
+  const std::vector<std::pair<const char*, std::string>> rows = {
+      {"nope", "nope"},
+      {"", ""},
+      {"bus", "bus"},
+      {"busy.script", "busy.script"},
+      {"../situations/busy", "../situations/busy"},
+      {"\x1b[0m", "\\x1b[0m"},
+  };
+  for (const auto& [name, shown] : rows) {
+    const Parsed parsed = parse({"--situation", name, "--", "list"}, own.path());
+    EXPECT_EQ(kWrongUsage, parsed.status) << shown;
+    EXPECT_EQ("", parsed.output) << shown;
+    EXPECT_EQ("--situation: there is none with the name '" + shown +
+                  "': --situations lists them all\nRun with --help for more information.\n",
+              parsed.errors);
+  }
+}
+
+TEST_F(SituationArguments, EitherSituationOrScript) {
+  for (const auto& line :
+       std::vector<std::vector<const char*>>{{"--script", "s", "--situation", "busy", "--"},
+                                             {"--situation", "busy", "--script", "s", "--"}}) {
+    const Parsed parsed = parse(line, own.path());
+    EXPECT_EQ(kWrongUsage, parsed.status);
+    EXPECT_EQ("--situation excludes --script\nRun with --help for more information.\n",
+              parsed.errors);
+  }
+  const Parsed twice = parse({"--situation", "busy", "--situation", "busy", "--"}, own.path());
+  EXPECT_EQ(kWrongUsage, twice.status);
+}
+
+TEST_F(SituationArguments, List) {
+  for (const auto& line : std::vector<std::vector<const char*>>{
+           {"--situations"}, {"--trace", "--situations", "--", "list"}}) {
+    const Parsed parsed = parse(line, own.path());
+    EXPECT_EQ(0, parsed.status);
+    EXPECT_EQ(
+        "a-b   Other.\n"
+        "busy  Busy.\n",
+        parsed.output);
+    EXPECT_EQ("", parsed.errors);
+  }
+}
+
+TEST_F(SituationArguments, MissingFolderIsNoEmptyList) {
+  EXPECT_EQ(std::nullopt, parse({"--"}).status);
+  for (const char* option : {"--situations", "--situation=busy"}) {
+    std::vector<const char*> argv = {"tanexics-rehearse", option, "--"};
+    Arguments arguments;
+    EXPECT_THROW(parseArguments(3, argv.data(), "/nonexistent", arguments), std::runtime_error);
+  }
+}
+
 TEST(Arguments, Help) {
   const Parsed parsed = parse({"--help"});
   EXPECT_EQ(0, parsed.status);
@@ -105,11 +184,14 @@ TEST(Arguments, Help) {
       "\n"
       "Usage: tanexics-rehearse [OPTIONS] -- LISTFILE -i NUMBER\n"
       "       tanexics-rehearse [OPTIONS] -- LISTFILE -r EVENTFILE\n"
+      "       tanexics-rehearse --situations\n"
       "\n"
       "Options:\n"
       "  -h,--help                   Print this help message and exit\n"
       "  --outbox DIR                Keep record, copies and action log in DIR\n"
       "  --script FILE               Answer as FILE says\n"
+      "  --situation NAME            Answer as the situation NAME says, instead of a script\n"
+      "  --situations                List the situations and end\n"
       "  --command PATH              Run PATH instead of ../tanexics beside this one\n"
       "  --library DIR               Take the stand-in library from DIR\n"
       "  --trace                     Write the action log's trace lines too\n"

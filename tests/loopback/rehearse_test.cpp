@@ -158,6 +158,22 @@ TEST_F(Rehearse, WrongUsage) {
   EXPECT_EQ("", child.out);
 }
 
+TEST_F(Rehearse, UnknownSituation) {
+  const ChildResult child = play({"--situation", "nope"}, {"stop"});
+  EXPECT_EQ(2, WEXITSTATUS(child.status));
+  EXPECT_EQ("", child.out);
+  EXPECT_EQ(
+      "--situation: there is none with the name 'nope': --situations lists them all\n"
+      "Run with --help for more information.\n",
+      child.err);
+}
+
+TEST_F(Rehearse, ListThatCannotBeWritten) {
+  const ChildResult child = runProgram({"/bin/sh", "-c", REHEARSE " --situations >/dev/full"});
+  EXPECT_EQ(125, WEXITSTATUS(child.status));
+  EXPECT_EQ("tanexics-rehearse: the output cannot be written\n", child.err);
+}
+
 TEST_F(Rehearse, ReportThatCannotBeWritten) {
   const ChildResult child =
       runProgram({"/bin/sh", "-c", REHEARSE " --command " LOOPBACK_PLAYER " -- stop >/dev/full"},

@@ -85,6 +85,9 @@ TEST_F(Report, EveryKindOfCall) {
       "    3  start: result -7\n"
       "    4  0x40017, notification of an incident: result -62, agent error HTTP 54\n"
       "       INCNO=\"1\" \\xc6 \\x1b[31m\n"
+      "       (HTTP) 接続異常が発生しました。\n"
+      "       サポート要員に以下のエラーコードをお知らせください。\n"
+      "       RL:-62,ZW-Agent:54\n"
       "    5  0x4010b, data of an incident, 1 file: result 0\n"
       "                  1,234 bytes  /var/log/messages\n"
       "    6  0x4010d, data of an event, 3 files: result 0\n"
@@ -135,6 +138,27 @@ TEST_F(Report, NullsAreSaidInWords) {
           "\n"
           R"({"call":"KEL_Communicate","code":"0x1","count":1,)"
           R"("items":[{"path":null,"error":"null path name"}],"error":null,"result":0})"
+          "\n"));
+}
+
+TEST_F(Report, EveryAgentErrorIsExplained) {
+  const std::string blanks(7, ' ');
+  EXPECT_EQ(
+      "    1  0x1, unknown request code: result -72, agent error SMTP -6\n" + blanks +
+          "(no text)\n" + blanks + "(SMTP) メール（ＳＭＴＰ）サーバ上のエラーです。\n" + blanks +
+          "以下のメッセージを参照して、環境を見直してください。\n" + blanks +
+          "(SMTPサーバのエラーメッセージ)\n" + "\n" + blanks + "RL:-72,ZW-Agent:-6\n" +
+          "    2  0x1, unknown request code, 1 file: result 0, agent error type 3 4\n"
+          "                     not sent  /a (why)\n" +
+          blanks + "() RL:0,ZW-Agent:4\n" + "    3  0x1, unknown request code: result -72\n" +
+          blanks + "(no text)\n",
+      exchanges(
+          R"({"call":"KEL_Communicate","code":"0x1","count":0,"text":null,"error":[1,-6,0],"result":-72})"
+          "\n"
+          R"({"call":"KEL_Communicate","code":"0x1","count":1,"items":[{"path":"/a","error":"why"}],)"
+          R"("error":[3,4,0],"result":0})"
+          "\n"
+          R"({"call":"KEL_Communicate","code":"0x1","count":0,"text":null,"error":[0,-6,0],"result":-72})"
           "\n"));
 }
 

@@ -1,0 +1,59 @@
+#include "loopback/rehearse/situationlist.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <system_error>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kEnding[] = ".script";
+constexpr char kCommentHead[] = "# ";
+constexpr std::size_t kColumnGap = 2;
+
+/// The comment that a script begins with.
+std::string firstComment(const std::string& path) {
+  std::ifstream file(path);
+  std::string line;
+  if (!std::getline(file, line)) throw std::runtime_error(path + ": cannot be read");
+  const std::string head = kCommentHead;
+  if (line.compare(0, head.size(), head) != 0) {
+    throw std::runtime_error(path + ": does not begin with a comment");
+  }
+  return line.substr(head.size());
+}
+
+}  // namespace
+
+std::vector<Situation> readSituations(const std::string& folder) {
+  std::error_code error;
+  fs::directory_iterator entries(folder, error);
+  if (error) throw std::runtime_error(folder + ": cannot be read: " + error.message());
+
+  std::vector<Situation> situations;
+  for (const fs::directory_entry& entry : entries) {
+    const fs::path& path = entry.path();
+    if (path.extension() == kEnding) {
+      situations.push_back({path.stem(), firstComment(path), path});
+    }
+  }
+  std::sort(situations.begin(), situations.end(),
+            [](const Situation& a, const Situation& b) { return a.name < b.name; });
+  return situations;
+}
+
+std::string situationRows(const std::vector<Situation>& situations) {
+  std::size_t longest = 0;
+  for (const Situation& situation : situations) {
+    longest = std::max(longest, situation.name.size());
+  }
+  std::string rows;
+  for (const Situation& situation : situations) {
+    const std::size_t gap = longest - situation.name.size() + kColumnGap;
+    rows += situation.name + std::string(gap, ' ') + situation.sentence + "\n";
+  }
+  return rows;
+}

@@ -29,13 +29,16 @@ need() {
   apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
+if ((EUID != 0)); then
+  say "Not root: what needs the super-user runs in a user namespace, as its super-user"
+fi
+
 # as_root COMMAND...: runs it as the super-user, which is what the command to try insists on; where
 # the caller is somebody else, as the super-user of a user namespace of its own.
 as_root() {
   if ((EUID == 0)); then
     "$@"
   else
-    say "Not root: running in a user namespace, as its super-user"
     unshare --user --map-root-user --mount -- "$@"
   fi
 }
@@ -55,4 +58,26 @@ build() {
     exit 1
   fi
   rm -f "$log"
+}
+
+# run_tests FOLDER OPTION...: runs the tests of a build folder, those that the options of ctest(1) choose, and
+# prints the runner's closing lines; everything is shown when a test fails. The slow tests, which mostly
+# sleep, run all at once beside the others.
+run_tests() {
+  local folder=$1 slow log slow_log
+  shift
+  log=$(mktemp)
+  slow_log=$(mktemp)
+  as_root ctest --test-dir "$folder" -L slow -j 40 --output-on-failure >"$slow_log" 2>&1 &
+  slow=$!
+  if ! as_root ctest --test-dir "$folder" -LE slow "$@" -j "$(nproc)" --output-on-failure >"$log" 2>&1; then
+    cat "$log"
+    exit 1
+  fi
+  if ! wait "$slow"; then
+    cat "$slow_log"
+    exit 1
+  fi
+  grep -h 'tests passed' "$slow_log" "$log"
+  rm -f "$log" "$slow_log"
 }

@@ -89,3 +89,7 @@ bool mountTmpfs(const std::string& dir, const std::string& bytes) {
 bool becomeNobody() {
   return ::setgroups(0, nullptr) == 0 && ::setgid(kNobody) == 0 && ::setuid(kNobody) == 0;
 }
+
+bool canBecomeNobody() {
+  return runInChild([] { return becomeNobody() ? 0 : 1; }).exitCode() == 0;
+}

@@ -43,4 +43,8 @@ bool mountTmpfs(const std::string& dir, const std::string& bytes = "1m");
 /// Drops all privileges for good; the group and user are nogroup and nobody (65534).
 bool becomeNobody();
 
+/// Whether a child can: not so for another user than root, nor for the root of a user namespace
+/// that knows no other.
+bool canBecomeNobody();
+
 #endif

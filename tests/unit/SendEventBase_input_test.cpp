@@ -330,7 +330,7 @@ TEST(ParseCommandLine, HundredThousandListedFiles) {
 }
 
 TEST(ParseCommandLine, UnreadableListForAnotherUser) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const ScratchDir dir;
   const std::string list = dir.write("list", "/a\n");
   const std::string logFile = dir.write("log", "");

@@ -67,7 +67,7 @@ TEST(IsAccessible, MissingPathOrBadMode_IsNotAndNotLogged) {
 }
 
 TEST(IsAccessible, EveryPermission_IsAskedForWithItsBit) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const OpenDir dir;
   for (int granted = 0; granted < 8; ++granted) {
     const std::string path = dir.allowing(static_cast<mode_t>(granted));
@@ -106,7 +106,7 @@ TEST(IsExecutable, DirectoryWithoutExecuteBit_IsNotForTheSuperUserEither) {
 }
 
 TEST(IsExecutable, OtherUser_NeedsPermissionOnly) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const OpenDir dir;
   const struct {
     mode_t mode;
@@ -144,7 +144,7 @@ TEST(IsExecutable, Null_IsLoggedWithMode1) {
 // --- isReadable ----------------------------------------------------------------------------------
 
 TEST(IsReadable, OtherUser_NeedsTheReadBit) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const OpenDir dir;
   for (const mode_t mode : {0u, 0004u, 0003u, 0773u, 0644u}) {
     const std::string path = dir.allowing(mode);
@@ -170,7 +170,7 @@ TEST(IsReadable, Null_IsLoggedWithMode4) {
 // --- isAdmin -------------------------------------------------------------------------------------
 
 TEST(IsAdmin, RealUser_Decides) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const struct {
     uid_t real;
     uid_t effective;

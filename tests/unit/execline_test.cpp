@@ -100,7 +100,7 @@ TEST(ExecGetLine, RunAtTraceLevel_EndsWithThePartsOfTheStatus) {
 }
 
 TEST(ExecGetLine, NoChild_IsMinusOneAndNotLogged) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const CapturedLog log(CapturedLog::Level::kTrace);
   const ChildResult child = runInChild([] {
     if (!becomeNobody() || !forbidFork()) return 77;

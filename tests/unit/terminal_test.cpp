@@ -79,7 +79,7 @@ TEST(GetTerminalLineCount, MissingCommand_Is10) {
 }
 
 TEST(GetTerminalLineCount, NoChild_Is10) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const ChildResult child =
       runInChild([] { return becomeNobody() && forbidFork() ? getTerminalLineCount() : 77; });
   EXPECT_EQ(child.exitCode(), 10);

@@ -463,7 +463,7 @@ TEST(ActionLog, PathIsADirectory_EachLineGivesOneStandardErrorLine) {
 }
 
 TEST(ActionLog, FileNotWritable_EachLineGivesOneStandardErrorLine) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const ScratchDir dir;
   const std::string path = dir.write("action.log", "kept\n");
   fs::permissions(dir.path(), fs::perms(0755));
@@ -592,7 +592,7 @@ TEST(ActionLogRotation, NoRoomForTheBackup_FileIsEmptiedAllTheSame) {
 }
 
 TEST(ActionLogRotation, BackupNotWritable_FileIsEmptiedAllTheSame) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const ScratchDir dir;
   dir.write("action.log", std::string(kRotationBytes + 1, 'x'));
   fs::permissions(dir / "action.log", fs::perms(0666));
@@ -607,6 +607,24 @@ TEST(ActionLogRotation, BackupNotWritable_FileIsEmptiedAllTheSame) {
   EXPECT_EQ(child.out + child.err, "");
   EXPECT_EQ(namesIn(dir.path()), Texts({"action.log"}));
   EXPECT_EQ(logTexts(readLog(dir / "action.log")), Texts({"new"}));
+}
+
+TEST(ActionLogRotation, FileNotWritable_StaysAsItIs) {
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
+  const ScratchDir dir;
+  const std::string bytes(kRotationBytes + 1, 'x');
+  const std::string path = dir.write("action.log", bytes);
+  fs::permissions(path, fs::perms(0644));
+  fs::permissions(dir.path(), fs::perms(0755));
+  const ChildResult child = runInChild([&] {
+    if (!becomeNobody()) return 77;
+    OwnLog own(dir, "action.log");
+    own.log.ilog("lost");
+    return 0;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(child.err, "*** failed to open(" + path + "):Permission denied\n");
+  EXPECT_EQ(readLog(path), bytes);
 }
 
 TEST(ActionLogRotation, PathWithABlank_CannotBeBackedUpAndIsEmptied) {

@@ -207,6 +207,18 @@ TEST_F(SingleSystem, EventMakesNoTemporaryDirectoryWhateverTheResult) {
   }
 }
 
+TEST_F(SingleSystem, TypeThatIsNoIncidentMakesNoTemporaryDirectory) {
+  const EnvironmentGuard unusable("TMPDIR", "/proc");
+  TestSingleSystem event = eventOf(1);
+  EXPECT_EQ(0, event.sendEvent());
+  EXPECT_EQ(kEmptyEventLog, m_log.take());
+
+  m_fake.startResult = -1;
+  TestSingleSystem unknown = eventOf(0);
+  EXPECT_EQ(1, unknown.sendEvent());
+  EXPECT_EQ(1U, m_log.take().size());
+}
+
 TEST_F(SingleSystem, ResultOfTheTransmissionIsReturned) {
   for (const int code : {5, -5, 68, 78}) {
     m_fake.onCall = [code](const std::string& call) {
@@ -368,6 +380,16 @@ TEST_F(Collection, DoesNotRunAfterAnyOtherResult) {
     };
     EXPECT_EQ(code, send(incident()).exitCode());
     EXPECT_EQ("", started());
+  }
+}
+
+TEST_F(Collection, DoesNotRunAfterANegativeResult) {
+  for (const int code : {-1, -2, -255, -68}) {
+    m_fake.onCall = [code](const std::string& call) {
+      if (call == "StopComm") throw code;
+    };
+    EXPECT_EQ(code & 0xff, send(incident()).exitCode());
+    EXPECT_EQ("", started()) << code;
   }
 }
 

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <fstream>
 #include <ostream>
@@ -114,6 +115,45 @@ TEST(SendEventObject, DerivedClassAddsNoFieldAndOverridesOnlyTheDestructor) {
   EXPECT_TRUE((std::is_convertible_v<CSendEventSingleSystem*, CSendEventBase*>));
   EXPECT_TRUE(std::has_virtual_destructor_v<CSendEventBase>);
   EXPECT_EQ(sizeof(CSendEventBase), sizeof(CSendEventSingleSystem));
+}
+
+/// Whether an operation is virtual, as the C++ ABI marks it in a pointer to a member: by the lowest
+/// bit of its first word, on some machines of its second.
+template <class Member>
+bool isVirtual(Member member) {
+  std::uintptr_t words[2];
+  static_assert(sizeof member == sizeof words, "a pointer and an adjustment");
+  std::memcpy(words, &member, sizeof words);
+  return ((words[0] | words[1]) & 1) != 0;
+}
+
+TEST(SendEventObject, OnlyTheDestructorIsVirtual) {
+  struct Virtual {
+    virtual ~Virtual() = default;
+    virtual void operation() {}
+  };
+  EXPECT_TRUE(isVirtual(&Virtual::operation)) << "the mark itself";
+  EXPECT_FALSE(isVirtual(&CSendEventBase::parseTanexEventMsg));
+  EXPECT_FALSE(isVirtual(&CSendEventBase::parseTanexMsg));
+  EXPECT_FALSE(isVirtual(&CSendEventBase::parseMsgCommon));
+  EXPECT_FALSE(isVirtual(&CSendEventBase::getEventType));
+  EXPECT_FALSE(isVirtual(&CSendEventBase::getSendFileList));
+  EXPECT_FALSE(isVirtual(&CSendEventBase::getParam));
+  EXPECT_FALSE(isVirtual(&CSendEventBase::setParam));
+  EXPECT_FALSE(isVirtual(&CSendEventBase::commonSendEvent));
+  EXPECT_FALSE(isVirtual(&CSendEventBase::getSyslogLine));
+  EXPECT_FALSE(isVirtual(&CSendEventBase::convStr));
+  EXPECT_FALSE(isVirtual(&CSendEventSingleSystem::parseCommandLine));
+  EXPECT_FALSE(isVirtual(&CSendEventSingleSystem::sendEvent));
+}
+
+TEST(SendEventObject, FieldsAreTypeListAndParametersInThisOrder) {
+  const TestEvent event;
+  const auto place = [&event](const auto& field) {
+    return reinterpret_cast<const char*>(&field) - reinterpret_cast<const char*>(&event);
+  };
+  EXPECT_LT(place(event.m_eventType), place(event.m_sendFileList));
+  EXPECT_LT(place(event.m_sendFileList), place(event.m_params));
 }
 
 TEST(SendEventObject, StartsEmpty) {
@@ -470,6 +510,15 @@ TEST_F(CommandLine, OtherOptionsAreRejected) {
   }
 }
 
+TEST_F(CommandLine, SecondCallAddsToTheListAndTheParameters) {
+  EXPECT_EQ(0, parse({"-i", "77"}));
+  EXPECT_EQ(0, parse({"-r", m_definition}));
+  EXPECT_EQ((Texts{"/a", "/a"}), m_event.getSendFileList());
+  Params expected = eventParams();
+  expected["IncidentNumber"] = "77";
+  EXPECT_EQ(expected, m_event.m_params);
+}
+
 TEST_F(CommandLine, LibraryIsNotAsked) {
   const FakeKelcom fake;
   EXPECT_EQ(0, parse({"-i", "77"}));
@@ -766,6 +815,17 @@ TEST_F(Definition, ParameterThatIsAlreadyThereSatisfiesTheCheck) {
   m_event.setParam("HostName", "kept");
   EXPECT_EQ(0, readEvent(definitionOf(without(eventParams(), "HostName"))));
   EXPECT_STREQ("kept", m_event.getParam("HostName"));
+}
+
+TEST_F(Definition, EmptyParameterThatIsAlreadyThereIsMissing) {
+  m_event.getParam("HostName");
+  const Params given = without(eventParams(), "HostName");
+  Params traced = given;
+  traced["HostName"] = "";
+  EXPECT_EQ(68, readEvent(definitionOf(given)));
+  Texts expected = traceOf(traced);
+  expected.push_back(m_path + kParameterError);
+  EXPECT_EQ(expected, m_log.texts());
 }
 
 TEST_F(Definition, ReadingStopsAtTheFirstBadLine) {

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstring>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -198,6 +199,19 @@ TEST_F(Transmission, Type3AtTraceLevel) {
             log.texts());
 }
 
+TEST_F(Transmission, TypeIsReadAnewForEachFileAndTheCodesAreChosenOnce) {
+  TestEvent event = incident({m_a, m_b});
+  m_fake.onCall = [&event](const std::string& call) {
+    if (call == "Communicate") event.m_eventType = 1;
+  };
+  EXPECT_EQ(0, send(event));
+  EXPECT_EQ(session({"Communicate(0x40017, 0, 0, " + incidentText(1, 2) + ")",
+                     "Communicate(0x4010b, 0, 1, [" + m_a + "])",
+                     "Communicate(0x40017, 0, 0, NULL)",
+                     "Communicate(0x4010b, 0, 1, [" + m_b + "])"}),
+            m_fake.calls);
+}
+
 TEST_F(Transmission, UnknownTypesReturn68AndStop) {
   for (const int type : {5, 0, -1, 6, 0x40017}) {
     m_fake.calls.clear();
@@ -308,6 +322,17 @@ TEST_F(Transmission, EventTextWithUnreadableExtractGoesOn) {
              "syslogfile open error.FILE=" + missing + "(CSendEventBase::getSyslogLine)",
              notifyCall("0x40204", text), kDone, dataCall("0x4010d", 1, missing), kDone, kOk}),
       m_log.texts());
+}
+
+TEST_F(Transmission, EventFieldsAreBuiltBeforeTheExtractIsOpened) {
+  const std::string missing = m_dir / "x.syslog.txt";
+  TestEvent event = eventOf(4, {missing});
+  event.setParam("Label", std::string(2000, 'L').c_str());
+  EXPECT_EQ(0, send(event));
+  const Texts log = m_log.texts();
+  ASSERT_EQ(10U, log.size());
+  EXPECT_EQ("string convert error (CSendEventBase::convStr)", log[3]);
+  EXPECT_EQ("syslogfile open error.FILE=" + missing + "(CSendEventBase::getSyslogLine)", log[4]);
 }
 
 TEST_F(Transmission, EventTextIsCutAt896Bytes) {
@@ -550,6 +575,17 @@ TEST_F(Transmission, EnvironmentThatThrowsSomethingElsePasses) {
   EXPECT_EQ(Texts(), m_log.texts());
 }
 
+TEST_F(Transmission, StartThatThrowsSomethingElsePasses) {
+  struct StartlessClient : CVuqRmgLib {
+    void startCom() override { throw std::runtime_error("start"); }
+  };
+  TestEvent event = incident({m_a});
+  StartlessClient client;
+  EXPECT_THROW(event.sendThrough(client), std::runtime_error);
+  EXPECT_EQ((Texts{kQuery, kQuery}), m_fake.calls);
+  EXPECT_EQ(Texts(), m_log.texts());
+}
+
 TEST_F(Transmission, StepsGoThroughTheClientsSlotsButTheStopIsDirect) {
   TestEvent event = incident({m_a, m_b});
   {
@@ -563,6 +599,68 @@ TEST_F(Transmission, StepsGoThroughTheClientsSlotsButTheStopIsDirect) {
   }
   EXPECT_EQ(9U, m_fake.calls.size()) << "the client was still marked as started";
   EXPECT_EQ(kStop, m_fake.calls.back());
+}
+
+// --- reply ---------------------------------------------------------------------------------------
+
+/// A client that fills the reply, as the library does not.
+struct ReplyingClient : CVuqRmgLib {
+  explicit ReplyingClient(std::string text) : reply(std::move(text)) {}
+
+  int sendNotify(unsigned long, char*, char* buffer) override { return fill(buffer); }
+  int sendData(unsigned long, void*, int, char* buffer) override { return fill(buffer); }
+
+  std::string reply;
+  Texts found;  // what stood in the reply before each call
+
+ private:
+  int fill(char* buffer) {
+    found.emplace_back(buffer);
+    std::memcpy(buffer, reply.c_str(), reply.size() + 1);
+    reply[0] = '2';
+    return 0;
+  }
+};
+
+TEST_F(Transmission, ReplyIsOneBufferThatEachCallIsHandedAndThatIsLogged) {
+  for (const int type : {1, 2}) {
+    TestEvent event = incident({m_a});
+    event.m_eventType = type;
+    ReplyingClient client("1 reply");
+    EXPECT_EQ(0, event.sendThrough(client));
+    EXPECT_EQ((Texts{"", "1 reply"}), client.found);
+    const Texts log = m_log.take();
+    const std::string notification =
+        type == 1 ? plainNotifyCall("0x40016") : notifyCall("0x40017", incidentText(1, 1));
+    const std::string codes = type == 1 ? "0x4010a" : "0x4010b";
+    EXPECT_EQ((Texts{kStarted, loop(1, 1), notification, kDone,
+                     "RM_Communicate call (param=" + codes + " ? 1 " + m_a + " NULL 1 reply NULL)",
+                     kDone, kOk}),
+              log);
+  }
+}
+
+TEST_F(Transmission, ReplyOfOneFileIsLoggedWithTheNext) {
+  TestEvent event(1, {m_a, m_b});
+  ReplyingClient client("1 reply");
+  EXPECT_EQ(0, event.sendThrough(client));
+  EXPECT_EQ("RM_Communicate call (param=0x40016 0 0 NULL NULL 2 reply NULL)", m_log.texts().at(7));
+
+  TestEvent other = incident({m_a, m_b});
+  m_log.take();
+  ReplyingClient another("1 reply");
+  EXPECT_EQ(0, other.sendThrough(another));
+  EXPECT_EQ("RM_Communicate call (param=0x40017 0 0 " + incidentText(2, 2) + " NULL 2 reply NULL)",
+            m_log.texts().at(7));
+}
+
+TEST_F(Transmission, ReplyHasRoomFor2047CharactersAndItsEnd) {
+  TestEvent event(1, {m_a});
+  const std::string longest(2047, '1');
+  ReplyingClient client(longest);
+  EXPECT_EQ(0, event.sendThrough(client));
+  EXPECT_EQ((Texts{"", longest}), client.found);
+  EXPECT_EQ(kOk, m_log.texts().back());
 }
 
 // --- results and thrown integers -----------------------------------------------------------------

@@ -1,9 +1,11 @@
 #include "common/capture.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -22,6 +24,16 @@
 #include "support/logtexts.h"
 #include "support/privateroot.h"
 #include "support/scratch.h"
+
+// --- takes the place of the C library's call in this program -------------------------------------
+
+static bool isFdopenFailing = false;
+
+extern "C" FILE* fdopen(int fd, const char* mode) noexcept {
+  using Fdopen = FILE* (*)(int, const char*);
+  static const auto real = reinterpret_cast<Fdopen>(::dlsym(RTLD_NEXT, "fdopen"));
+  return isFdopenFailing ? nullptr : real(fd, mode);
+}
 
 namespace {
 
@@ -277,7 +289,7 @@ TEST(ExecGetLines, NoPipe_IsLoggedAsVUQ90003L) {
 }
 
 TEST(ExecGetLines, NoChild_IsLoggedAsVUQ90005LReasonFirst) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const Texts lines = linesFromPrivateRoot([] {
     ::close(::open("/action.log", O_WRONLY | O_CREAT, 0666));
     ::chmod("/action.log", 0666);
@@ -370,6 +382,21 @@ TEST(ExecGetLines, ErrorFileGoneAfterTheRun_IsLoggedAsVUQ90007L) {
              "VUQ90007L : failed to fopen():" + run.lines[0] + ",No such file or directory"}));
 }
 
+TEST(ExecGetLines, NoStream_LeavesTheChildUnwaitedAndNoDescriptorOpen) {
+  const CapturedLog log;
+  const ChildResult child = runInChild([] {
+    const int before = upcomingDescriptor(1);
+    isFdopenFailing = true;
+    std::list<std::string> lines = {"left over"};
+    if (execGetLines(lines, "exit 3", -1, nullptr, -1) != -1 || !lines.empty()) return 77;
+    if (upcomingDescriptor(1) != before) return 78;
+    int status = 0;
+    return ::wait(&status) > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : 79;
+  });
+  EXPECT_EQ(child.exitCode(), 3);
+  EXPECT_EQ(log.texts(), Texts({"VUQ90004L : com=exit 3"}));
+}
+
 // Makes the next child another user's the moment it is forked, so that it may not open what its
 // parent has made.
 bool nextChildIsNobodys = false;
@@ -384,7 +411,7 @@ void dropPrivilegesInNextChild() {
 }
 
 TEST(ExecGetLines, ErrorFileNotWritableInTheChild_IsLoggedFromTheChildAsVUQ90006L) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const std::string command = "echo $$; (: 3>&2) || echo closed; ls /tmp";
   const ScratchDir dir;
   const ChildResult child = runInChild([&] {

@@ -68,6 +68,20 @@ TEST(Split, Texts_AreCutAtEveryDelimiter) {
   EXPECT_EQ(log.bytes(), "");
 }
 
+#ifdef NDEBUG
+TEST(Split, NoDelimiter_GivesTheWholeTextAsOneField) {
+  EXPECT_EQ(fieldsOf("a//b", "", 0), Texts({"a//b"}));
+  EXPECT_EQ(fieldsOf("a//b", nullptr, 0), Texts({"a//b"}));
+  EXPECT_EQ(fieldsOf("a//b", "", 3), Texts({"a//b", "", ""}));
+}
+#else
+TEST(SplitDeathTest, NoDelimiter_IsTheCallersMistake) {
+  std::vector<std::string> fields;
+  EXPECT_DEATH(split("a//b", "", fields, 0), "delimLength > 0");
+  EXPECT_DEATH(split("a//b", nullptr, fields, 0), "delimLength > 0");
+}
+#endif
+
 TEST(Split, NullText_IsLoggedAndGivesNoField) {
   CapturedLog log;
   std::list<std::string> list = {"left over"};

@@ -1,10 +1,12 @@
 #include "common/filesizes.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <list>
@@ -17,6 +19,20 @@
 #include "support/fakeprogram.h"
 #include "support/logtexts.h"
 #include "support/scratch.h"
+
+// --- takes the place of the C library's call in this program -------------------------------------
+
+/// A path that can be examined so many times more, and is gone then.
+static std::string vanishing;
+static int looksLeft = 0;
+
+extern "C" int stat(const char* path, struct stat* status) noexcept {
+  if (!vanishing.empty() && path == vanishing && --looksLeft < 0) {
+    errno = ENOENT;
+    return -1;
+  }
+  return ::fstatat(AT_FDCWD, path, status, 0);
+}
 
 namespace {
 
@@ -219,7 +235,7 @@ TEST(GetDirFileSize, ErrorOutput_IsDropped) {
 }
 
 TEST(GetDirFileSize, DotAndDotDot_AreNotLookedAt) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const FakeProgram ls("ls");
   ls.answer(".\n..\n");
   const ScratchDir dir;
@@ -289,6 +305,19 @@ TEST(GetTotalFileSize, DanglingLinkInADirectory_IsTracedWithItsFullPath) {
   EXPECT_EQ(log.texts(),
             Texts({"get file size error(" + dir / "link" + ",No such file or directory)",
                    "[T](common:192):getFileSize():reurned -1 , " + dir / "link"}));
+}
+
+TEST(GetTotalFileSize, DirectoryThatVanishesWhileItIsMeasured_CountsNothing) {
+  const ScratchDir dir;
+  dir.write("file", "1234567");
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  vanishing = dir.path();
+  looksLeft = 1;
+  EXPECT_EQ(getTotalFileSize({dir.path()}, 1), 0);
+  EXPECT_LT(looksLeft, 0) << "it was not looked at a second time";
+  vanishing.clear();
+  EXPECT_EQ(getTotalFileSize({dir.path()}, 1), 7);
+  EXPECT_EQ(log.bytes(), "");
 }
 
 TEST(GetTotalFileSize, LinksToDirectories_AreFollowedButNeverIntoThemselves) {
@@ -384,7 +413,7 @@ TEST(GetFreeSize, Null_IsMinusOneWithoutALine) {
 }
 
 TEST(GetFreeSize, CommandThatCannotBeStarted_IsMinusOne) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const ChildResult child = runInChild([] {
     if (!becomeNobody() || !forbidFork()) return 77;
     return getFreeSize("/") == -1 ? 0 : 1;

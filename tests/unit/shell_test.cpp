@@ -131,7 +131,7 @@ TEST(SPopen, NoPipe_EndsTheProcessWithStatus1) {
 }
 
 TEST(SPopen, NoChild_GivesNullAndLeavesThePipeOpen) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const ChildResult child = runInChild([] {
     if (!closeOtherDescriptors() || !becomeNobody() || !forbidFork()) return 77;
     int fd = 7;
@@ -187,6 +187,16 @@ TEST(SPclose, DescriptorThatTheStreamDoesNotOwn_IsClosedToo) {
   EXPECT_EQ(s_pclose(stream, own, pid), 0);
   EXPECT_EQ(::fcntl(own, F_GETFD), -1);
   EXPECT_EQ(::fcntl(fd, F_GETFD), -1);
+}
+
+TEST(SPclose, NoStream_ClosesTheDescriptorAndReapsTheChild) {
+  int fd = -1;
+  int pid = -1;
+  FILE* stream = s_popen("exit 3", fd, pid);
+  const int own = ::dup(fd);
+  EXPECT_EQ(s_pclose(nullptr, own, pid), 0x0300);
+  EXPECT_EQ(::fcntl(own, F_GETFD), -1);
+  EXPECT_EQ(std::fclose(stream), 0);
 }
 
 TEST(SPclose, ChildThatCannotBeWaitedFor_GivesMinusOne) {
@@ -283,7 +293,7 @@ TEST(SSystem, ZeroByteInTheOutput_HidesTheRestOfItsPieceOnly) {
 }
 
 TEST(SSystem, NoChild_IsMinusOne) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to become another user";
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const ChildResult child = runInChild([] {
     if (!becomeNobody() || !forbidFork()) return 77;
     return s_system("echo a") == -1 ? 0 : 1;
@@ -310,6 +320,12 @@ TEST(ShellEsc, EveryByte_IsEscapedExactlyWhenListed) {
     EXPECT_EQ(shellEsc(byte, 1), (isAlways || isWild ? "\\" : "") + byte) << value;
     EXPECT_EQ(shellEsc(byte.c_str(), 2), shellEsc(byte, 1)) << value;
   }
+}
+
+TEST(ShellEsc, Null_IsEmpty) {
+  const char* null = nullptr;
+  EXPECT_EQ(shellEsc(null, 0), "");
+  EXPECT_EQ(shellEsc(null, 1), "");
 }
 
 TEST(ShellEsc, WholeTexts_AreEscapedByteByByte) {

@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include "support/childrun.h"
+#include "support/descriptors.h"
+#include "support/scratch.h"
 
 namespace {
 
@@ -36,6 +38,18 @@ TEST(OccupyStandardDescriptors, OpensExactlyTheClosedOnes) {
   for (int mask = 0; mask < 8; ++mask) {
     EXPECT_EQ(occupiedAfterClosing(mask), mask | 1) << "closed: " << mask;
   }
+}
+
+TEST(OccupyStandardDescriptors, NoNullDevice_LeavesThemClosed) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root to hide the device";
+  const ScratchDir empty;
+  const ChildResult child = runInChild([&] {
+    if (::chroot(empty.path().c_str()) != 0 || ::chdir("/") != 0) return 77;
+    closeStandardDescriptors(7);
+    occupyStandardDescriptors();
+    return ::open("/", O_RDONLY | O_CLOEXEC) == STDIN_FILENO ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <functional>
 #include <string>
@@ -13,6 +14,20 @@
 
 #include "support/actionlog.h"
 #include "support/childrun.h"
+
+// --- takes the place of the C library's call in this program -------------------------------------
+
+/// How many calls are still to fail, with EAGAIN.
+static int waitsToRefuse = 0;
+
+extern "C" pid_t waitpid(pid_t pid, int* status, int options) {
+  if (waitsToRefuse > 0) {
+    --waitsToRefuse;
+    errno = EAGAIN;
+    return -1;
+  }
+  return ::wait4(pid, status, options, nullptr);
+}
 
 namespace {
 
@@ -101,6 +116,17 @@ TEST(Waitpid, NoSuchChild_IsLoggedAndMinusOne) {
   EXPECT_EQ(status, 77);
   EXPECT_EQ(log.texts(), Texts({"VUQ90004L : waitpid(pid=" + std::to_string(::getpid()) +
                                 ") : No child processes"}));
+}
+
+TEST(Waitpid, RefusedForNow_IsMadeAgain) {
+  const CapturedLog log;
+  const pid_t pid = start([] { ::_exit(3); });
+  waitsToRefuse = 3;
+  int status = -1;
+  EXPECT_EQ(waitpid("caller.cpp", 1445, pid, &status, 0), pid);
+  EXPECT_EQ(status, 0x0300);
+  EXPECT_EQ(waitsToRefuse, 0);
+  EXPECT_EQ(log.bytes(), "");
 }
 
 volatile sig_atomic_t interruptions = 0;

@@ -1,0 +1,228 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <optional>
+#include <regex>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "common/elapsed.h"
+#include "log/CLog.h"
+#include "sendevent/CSendEventSingleSystem.h"
+#include "support/childrun.h"
+
+namespace {
+
+/// What takes long takes so long.
+constexpr useconds_t kSlowMicroseconds = 500000;
+constexpr double kSlowSeconds = 0.5;
+
+/// What the command object says, in place of doing anything.
+struct Answers {
+  int parsed;
+  int sent;
+};
+std::optional<Answers> answers;
+
+/// The command object. With answers it tells of its life on standard output and is slow to end;
+/// without it is the real one.
+class ToldCommand : public CSendEventSingleSystem {
+ public:
+  ToldCommand() {
+    if (answers) std::printf("made\n");
+  }
+  ~ToldCommand() override {
+    if (!answers) return;
+    ::usleep(kSlowMicroseconds);
+    std::printf("destroyed\n");
+  }
+  int parseCommandLine(int argc, char** argv) {
+    if (!answers) return CSendEventSingleSystem::parseCommandLine(argc, argv);
+    std::printf("parse %d %s\n", argc, argv[argc - 1]);
+    return answers->parsed;
+  }
+  int sendEvent() {
+    if (!answers) return CSendEventSingleSystem::sendEvent();
+    std::printf("send\n");
+    return answers->sent;
+  }
+};
+
+}  // namespace
+
+// The frame of the run as part of this program, on a command object that the test can answer for,
+// and on a log that it does: the whole of CLog, which is why the real one is not linked.
+#define main tanexicsMain
+#define CSendEventSingleSystem ToldCommand
+#include "main/main.cpp"  // NOLINT(bugprone-suspicious-include)
+#undef CSendEventSingleSystem
+#undef main
+
+CLog gLog;
+
+namespace {
+int initResult = 0;
+bool isLogThrowing = false;
+bool isStartLineSlow = false;
+}  // namespace
+
+CLog::CLog() : m_traceOn(0), m_initialized(0) {}
+CLog::~CLog() = default;
+int CLog::init(const char* programPath, const char* defaultLogPath) {
+  std::printf("init %s %s\n", programPath, defaultLogPath == nullptr ? "null" : defaultLogPath);
+  return initResult;
+}
+void CLog::log(const char* format, va_list args) {
+  if (isLogThrowing) throw std::runtime_error("log");
+  if (isStartLineSlow && std::strstr(format, "started") != nullptr) ::usleep(kSlowMicroseconds);
+  std::vprintf(format, args);
+  std::printf("\n");
+}
+void CLog::ilog(const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  log(format, args);
+  va_end(args);
+}
+void CLog::tlog(const char* /*format*/, ...) {}
+void CLog::slog(const char* /*format*/, ...) {}
+
+namespace {
+
+const std::regex kTime(R"(time='(\d+\.\d{6})')");
+
+/// A run of `main`: how it ended and what it printed, the elapsed time taken out.
+struct MainRun : ChildResult {
+  double elapsed = -1.0;  // seconds
+};
+
+/// Runs `main` with these arguments in a child, once that has been prepared.
+MainRun runMain(
+    std::vector<std::string> words, const std::function<bool()>& prepare = [] { return true; }) {
+  MainRun run;
+  static_cast<ChildResult&>(run) = runInChild([&] {
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(word.data());
+    argv.push_back(nullptr);
+    return prepare() ? tanexicsMain(static_cast<int>(words.size()), argv.data()) : 200;
+  });
+  std::smatch match;
+  if (std::regex_search(run.out, match, kTime)) run.elapsed = std::stod(match[1]);
+  run.out = std::regex_replace(run.out, kTime, "time='*'");
+  return run;
+}
+
+constexpr char kElapsed[] = "ELAPSED:range='executing tanexics', time='*'\n";
+
+struct MainTest : testing::Test {
+  MainTest() {
+    initResult = 0;
+    isLogThrowing = false;
+    isStartLineSlow = false;
+    answers.reset();
+  }
+};
+
+TEST_F(MainTest, LogThatCannotBeOpened_IsSaidOnStandardErrorAndEndsWith66) {
+  initResult = 1;
+  const double before = elapsedTime();
+  const MainRun child = runMain({"tanexics", "list", "-i", "1"});
+  const double after = elapsedTime();
+  EXPECT_EQ(child.exitCode(), 66);
+  EXPECT_EQ(child.err, "Log init error");
+  // The time is that since the epoch: the clock starts behind the log.
+  constexpr double kRounding = 0.00001;
+  EXPECT_GE(child.elapsed, before - kRounding);
+  EXPECT_LE(child.elapsed, after + kRounding);
+  EXPECT_EQ(child.out, std::string("init tanexics null\n") + kElapsed +
+                           "### main : tanexics exit. code = 66\n");
+}
+
+TEST_F(MainTest, NoArgumentsAtAll_AreNotReadBehindTheirEnd) {
+  const ChildResult child = runMain({});
+  const int status = ::getuid() == 0 ? 68 : 65;
+  EXPECT_EQ(child.exitCode(), status);
+  const std::string reason =
+      ::getuid() == 0 ? "parameter count error.(CSendEventSingleSystem::parseCommandLine)\n"
+                      : "not Super-User\n";
+  EXPECT_EQ(child.out, "init  null\n### main :  started.\n" + reason + kElapsed +
+                           "### main :  exit. code = " + std::to_string(status) + "\n");
+  EXPECT_EQ(child.err, "");
+}
+
+TEST_F(MainTest, StartLine_IsNotPartOfTheElapsedTime) {
+  isStartLineSlow = true;
+  const MainRun child = runMain({"tanexics"});
+  EXPECT_GE(child.elapsed, 0.0);
+  EXPECT_LT(child.elapsed, kSlowSeconds);
+}
+
+TEST_F(MainTest, CommandObject_IsParsedSentAndGoneBeforeTheTimeIsTaken) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root, as whom alone the command works";
+  struct Row {
+    Answers answers;
+    std::string told;
+    int status;
+  };
+  const Row rows[] = {{{0, 0}, "send\n", 0},
+                      {{68, 0}, "", 68},
+                      {{0, 1}, "send\n", 1},
+                      {{0, -1}, "send\n", -1},
+                      {{0, 256}, "send\n", 256}};
+  for (const Row& row : rows) {
+    answers = row.answers;
+    const MainRun child = runMain({"tanexics", "list", "-i", "1"});
+    EXPECT_EQ(child.exitCode(), row.status & 0xff);
+    EXPECT_EQ(child.out, "init tanexics null\n### main : tanexics started.\nmade\nparse 4 1\n" +
+                             row.told + "destroyed\n" + kElapsed +
+                             "### main : tanexics exit. code = " + std::to_string(row.status) +
+                             "\n");
+    EXPECT_GE(child.elapsed, kSlowSeconds) << "the object's end is part of the run";
+  }
+}
+
+TEST_F(MainTest, OrdinaryUser_GetsNoCommandObject) {
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
+  answers = {0, 0};
+  const MainRun child = runMain({"tanexics", "list", "-i", "1"}, becomeNobody);
+  EXPECT_EQ(child.exitCode(), 65);
+  EXPECT_EQ(child.out,
+            std::string("init tanexics null\n### main : tanexics started.\nnot Super-User\n") +
+                kElapsed + "### main : tanexics exit. code = 65\n");
+}
+
+TEST_F(MainTest, FileCreationMask_Is022) {
+  const ChildResult child = runInChild([] {
+    ::umask(0);
+    initResult = 1;
+    char program[] = "tanexics";
+    char* argv[] = {program, nullptr};
+    tanexicsMain(1, argv);
+    return static_cast<int>(::umask(0));
+  });
+  EXPECT_EQ(child.exitCode(), 022);
+}
+
+TEST_F(MainTest, OtherException_PassesWithoutAnExitLine) {
+  const ChildResult child = runInChild([] {
+    isLogThrowing = true;
+    char program[] = "tanexics";
+    char* argv[] = {program, nullptr};
+    try {
+      return tanexicsMain(1, argv);
+    } catch (const std::runtime_error& error) {
+      std::printf("%s\n", error.what());
+      return 99;
+    }
+  });
+  EXPECT_EQ(child.exitCode(), 99);
+  EXPECT_EQ(child.out, "init tanexics null\nlog\n");
+}
+
+}  // namespace

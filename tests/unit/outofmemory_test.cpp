@@ -1,0 +1,174 @@
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <functional>
+#include <list>
+#include <new>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "common/environment.h"
+#include "common/fields.h"
+#include "common/filelist.h"
+#include "common/format.h"
+#include "common/host.h"
+#include "common/pathname.h"
+#include "common/removal.h"
+#include "common/shell.h"
+#include "common/text.h"
+#include "rmglib/CVuqRmgLib.h"
+#include "support/actionlog.h"
+#include "support/environmentguard.h"
+#include "support/sanitizer.h"
+#include "support/scratch.h"
+#include "support/testevent.h"
+
+#ifndef TANEXICS_ADDRESS_SANITIZER
+
+// --- every allocation of this program goes through here ------------------------------------------
+
+namespace {
+
+/// How many allocations succeed before one fails; negative: all do.
+long allocationsLeft = -1;
+
+/// How many allocations have not been freed.
+long alive = 0;
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  if (allocationsLeft == 0) {
+    allocationsLeft = -1;
+    throw std::bad_alloc();
+  }
+  if (allocationsLeft > 0) --allocationsLeft;
+  void* memory = std::malloc(size == 0 ? 1 : size);
+  if (memory == nullptr) throw std::bad_alloc();
+  ++alive;
+  return memory;
+}
+
+void operator delete(void* memory) noexcept {
+  if (memory == nullptr) return;
+  --alive;
+  std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept { operator delete(memory); }
+
+namespace {
+
+/// Texts longer than what a std::string keeps without allocating.
+const std::string kLong(100, 'x');
+const std::string kOther(200, 'y');
+
+/// Runs `body` with its first, second, third ... allocation failing, until it runs through. Each
+/// time the failure must arrive as std::bad_alloc, and nothing that was allocated may stay behind.
+/// Gives the number of failures.
+int failEveryAllocation(const std::function<void()>& body) {
+  body();  // what is allocated once for all is allocated here
+  for (int failures = 0;; ++failures) {
+    const long before = alive;
+    bool hasThrown = false;
+    allocationsLeft = failures;
+    try {
+      body();
+    } catch (const std::bad_alloc&) {
+      hasThrown = true;
+    }
+    allocationsLeft = -1;
+    EXPECT_EQ(alive, before) << "after failure " << failures;
+    if (!hasThrown || failures > 1000) return failures;
+  }
+}
+
+/// A unit's function, and a call of it that allocates wherever it can.
+struct MemoryCase {
+  const char* name;
+  std::function<void()> body;
+};
+
+std::ostream& operator<<(std::ostream& out, const MemoryCase& c) { return out << c.name; }
+
+class OutOfMemory : public testing::TestWithParam<MemoryCase> {};
+
+TEST_P(OutOfMemory, FailureArrivesAndNothingLeaks) {
+  const CapturedLog log;
+  const EnvironmentGuard variable("TANEXICS_TEST_VALUE", kOther.c_str());
+  EXPECT_GT(failEveryAllocation(GetParam().body), 0);
+}
+
+/// A record whose fields are long.
+struct LongRecord : CVuqRmgLib {
+  LongRecord() { setData({"-74", "1", "-10", kOther}); }
+};
+
+void serialise() {
+  LongRecord record;
+  std::ostringstream out;
+  out << static_cast<IExtKelError&>(record);
+}
+
+void listDirectory(int fullPath) {
+  static const ScratchDir dir;
+  static const std::string file = dir.write(kLong, "");
+  std::list<std::string> list;
+  getFileList(list, dir.path().c_str(), fullPath, 1, 0);
+  std::vector<std::string> vector;
+  getFileList(vector, dir.path().c_str(), fullPath, 1, 0);
+}
+
+void splitPath(const std::string& path) {
+  std::string dir;
+  __xpg_basename(path, dir);
+}
+
+void askParam(const char* key) {
+  TestEvent event;
+  event.setParam("Label", kLong.c_str());
+  event.getParam(key);
+}
+
+void readDefinition(int (CSendEventBase::*parse)(char*)) {
+  static const ScratchDir dir;
+  static std::string path = dir.write("event.def", definitionOf(eventParams()));
+  TestEvent event;
+  (event.*parse)(path.data());
+}
+
+const MemoryCase kCases[] = {
+    {"FormatOfALongText", [] { format("%s%s", kLong.c_str(), kOther.c_str()); }},
+    {"Dollar", [] { replaceEnvValue((kLong + "$TANEXICS_TEST_VALUE$" + kLong).c_str()); }},
+    {"DollarOfALongName", [] { replaceEnvValue((kLong + "$" + kLong).c_str()); }},
+    {"LoneDollar", [] { replaceEnvValue((std::string(15, 'x') + "$").c_str()); }},
+    {"Percent", [] { replaceEnvValue((kLong + "%TANEXICS_TEST_VALUE%" + kLong).c_str()); }},
+    {"PercentOfALongName", [] { replaceEnvValue((kLong + "%" + kLong + "%").c_str()); }},
+    {"LonePercent", [] { replaceEnvValue((std::string(15, 'x') + "%%").c_str()); }},
+    {"Names", [] { listDirectory(0); }},
+    {"Paths", [] { listDirectory(1); }},
+    {"HostName", [] { getHostname(); }},
+    {"Basename", [] { splitPath("/" + kOther + "/" + kLong); }},
+    {"BasenameBelowTheRoot", [] { splitPath("/" + kLong); }},
+    {"RelativePath", [] { getCanonicalPath(kLong + "/../" + kOther); }},
+    {"FullPath", [] { getCanonicalPath("/" + kLong + "/./" + kOther); }},
+    {"Quoted", [] { trimQuote(("\"" + kLong + "\"").c_str()); }},
+    {"Escaped", [] { shellEsc(kLong, 1); }},
+    {"Record", serialise},
+    {"RecordAsText", [] { LongRecord().toString(); }},
+    {"RecordInOneLine", [] { LongRecord().toString1line(); }},
+    {"KnownParam", [] { askParam("Label"); }},
+    {"LongParam", [] { askParam(kLong.c_str()); }},
+    {"EventDefinition", [] { readDefinition(&CSendEventBase::parseTanexEventMsg); }},
+    {"IncidentDefinition", [] { readDefinition(&CSendEventBase::parseTanexMsg); }},
+};
+
+INSTANTIATE_TEST_SUITE_P(Case, OutOfMemory, testing::ValuesIn(kCases),
+                         [](const auto& param) { return std::string(param.param.name); });
+
+}  // namespace
+
+#endif

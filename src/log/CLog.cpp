@@ -143,7 +143,7 @@ void CLog::log(const char* format, va_list args) {
 }
 
 void CLog::rotate() const {
-  struct stat status = {};
+  struct stat status;
   if (::stat(C(m_logPath), &status) != 0 || status.st_size <= kRotationBytes) return;
 
   const std::string directory = parentPath(m_logPath);

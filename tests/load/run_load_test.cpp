@@ -1,0 +1,146 @@
+// The built command with more than a day usually brings: many at once, and input that is very
+// large.
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <fstream>
+#include <map>
+
+#include "e2e/support/cases.h"
+#include "support/actionlog.h"
+#include "support/logpieces.h"
+
+namespace {
+
+constexpr rlim_t kKiB = 1024;
+constexpr rlim_t kMiB = 1024 * kKiB;
+constexpr rlim_t kGiB = 1024 * kMiB;
+
+/// On the library that does nothing: no record is kept.
+std::map<std::string, std::optional<std::string>> withoutRecord() {
+  return {{"LD_LIBRARY_PATH", "/testkelcom"}};
+}
+
+/// For `Call::prepare`: as much memory for data as that, beside the megabyte of a small run.
+std::function<bool()> withMemory(rlim_t bytes) {
+  return [bytes] {
+    const rlimit limit = {kMiB + bytes, kMiB + bytes};
+    return ::setrlimit(RLIMIT_DATA, &limit) == 0;
+  };
+}
+
+class Load : public CommandTest {
+ protected:
+  Machine machine;
+};
+
+// --- many at once --------------------------------------------------------------------------------
+
+constexpr char kSharedLog[] = "/case/shared.log";
+constexpr int kRuns = 200;
+
+/// The texts of an event's run, the elapsed time left open.
+std::vector<std::string> textsOfARun(const Machine& machine) {
+  Call call = {{"/case/list", "-r", "/case/event.def"}, "", false, withoutRecord()};
+  call.argument0 = "/build/tanexics";
+  std::vector<std::string> texts = linesOf(machine.run(call).log);
+  for (std::string& text : texts) text.erase(std::min(text.find("*'"), text.size()));
+  return texts;
+}
+
+TEST_F(Load, TwoHundredRunsShareOneLog) {
+  const std::vector<std::string> expected = textsOfARun(machine);
+  ASSERT_EQ(expected.size(), 10U);
+  Call call = {{"/case/list", "-r", "/case/event.def"}, "", false, withoutRecord()};
+  call.environment["TANEX_LOG"] = kSharedLog;
+  const std::string all = "n=0; while [ $n -lt " + std::to_string(kRuns) +
+                          " ]; do \"$@\" || echo failed $? & n=$((n + 1)); done; wait";
+  call.wrapper = {"/bin/sh", "-c", all, "sh"};
+  const RunResult result = machine.run(call);
+  EXPECT_EQ(result.child.exitCode(), 0);
+  EXPECT_EQ(result.child.out, "");
+  EXPECT_EQ(result.child.err, "");
+
+  const std::string bytes = machine.read(kSharedLog);
+  ASSERT_LE(bytes.size(), 512000U) << "there was a rotation";
+  const auto textLength = [&expected](const std::string& log, std::size_t at) -> std::size_t {
+    for (const std::string& text : expected) {
+      if (log.compare(at, text.size(), text) != 0) continue;
+      const bool isElapsed = text.back() == '\'';
+      return isElapsed ? log.find('\'', at + text.size()) + 1 - at : text.size();
+    }
+    return 0;
+  };
+  const LogPieces pieces = piecesOf(bytes, textLength);
+  EXPECT_EQ(pieces.torn, 0U) << bytes.substr(bytes.size() - pieces.torn, 200);
+  const int lines = kRuns * static_cast<int>(expected.size());
+  EXPECT_EQ(pieces.lineFeeds, lines);
+  std::map<int, std::size_t> heads;
+  for (const int pid : pieces.headPids) ++heads[pid];
+  EXPECT_EQ(heads.size(), static_cast<std::size_t>(kRuns));
+  for (const auto& [pid, count] : heads) EXPECT_EQ(count, expected.size()) << pid;
+  std::map<std::string, int> missing;
+  for (const std::string& text : expected) missing[text] += kRuns;
+  for (const std::string& text : pieces.texts) {
+    const bool isElapsed = missing.count(text) == 0;
+    --missing[isElapsed ? text.substr(0, text.find('\'', text.find("time=")) + 1) : text];
+  }
+  for (const auto& [text, count] : missing) EXPECT_EQ(count, 0) << text;
+}
+
+// --- very large input ----------------------------------------------------------------------------
+
+TEST_F(Load, FileOfTenGigabytesIsNamedAndNotRead) {
+  machine.makeSparse("/case/huge", 10 * kGiB);
+  machine.write("/case/list", "/case/huge\n/case/a.txt\n");
+  const RunResult result = machine.run(
+      {{"/case/list", "-r", "/case/event.def"}, "", true, withoutRecord(), withMemory(kMiB)});
+  // The total wraps at 4 GiB.
+  expectRun(result, {framed(parameterLines() + measured("0", "/case/huge", "10737418240") +
+                                measured("2147483648", "/case/a.txt", "6") +
+                                measuredAll("2147483654") + startedLine() +
+                                eventPart("0x40204", eventText("Software Log"), 2, "/case/huge") +
+                                "commonSendEvent OK\n",
+                            0)});
+}
+
+/// A list of so many lines, each naming the same file; how many bytes a line has.
+std::size_t writeList(const Machine& machine, std::size_t lines, const std::string& path) {
+  machine.write("/case/list", "");
+  std::ofstream file(machine.outside("/case/list"));
+  for (std::size_t line = 0; line < lines; ++line) file << path << "\n";
+  file.close();
+  EXPECT_TRUE(file.good());
+  return path.size() + 1;
+}
+
+/// Sends an event with such a list in as much memory as the list itself and a little for each line.
+void expectListFits(const Machine& machine, std::size_t lines, const std::string& path) {
+  constexpr std::size_t kMostBytesOfALine = 150;
+  const std::size_t lineBytes = writeList(machine, lines, path);
+  const std::size_t memory =
+      lines * (std::max(lineBytes, std::size_t{16}) - 16 + kMostBytesOfALine);
+  const RunResult result = machine.run(
+      {{"/case/list", "-r", "/case/event.def"}, "", false, withoutRecord(), withMemory(memory)});
+  expectRun(
+      result,
+      {framed(startedLine() +
+                  eventPart("0x40204", eventText("Software Log"), static_cast<int>(lines), path) +
+                  "commonSendEvent OK\n",
+              0)});
+}
+
+TEST_F(Load, ListOfAHundredThousandFilesTakesAtMost150BytesALine) {
+  expectListFits(machine, 100000, "/case/a.txt");
+}
+
+// Not on every commit: it takes a gigabyte of disk and of memory.
+TEST_F(Load, HeavyListOfOneGigabyte) {
+  std::string folder = "/case";
+  for (int depth = 0; depth < 4; ++depth) folder += "/" + std::string(240, 'd');
+  machine.write(folder + "/file", "");
+  expectListFits(machine, kGiB / (folder.size() + 6), folder + "/file");
+}
+
+}  // namespace

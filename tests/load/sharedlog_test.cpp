@@ -1,0 +1,215 @@
+// Two hundred processes at once on one action log. Each line goes out in three writes, so that
+// lines of different processes may interleave at these seams, and a rotation may cut off what
+// others write meanwhile; nothing else may happen to a line.
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <ctime>
+#include <fstream>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "common/format.h"
+#include "log/CLog.h"
+#include "support/environmentguard.h"
+#include "support/logpieces.h"
+#include "support/scratch.h"
+
+namespace {
+
+constexpr int kProcesses = 200;
+constexpr int kMostLines = 1500;
+constexpr int kMostRotations = 20000;
+constexpr int kRotationBytes = 512000;
+
+/// A stretch of time, in nanoseconds of the monotonic clock; 0 is never.
+struct Span {
+  long from;
+  long to;
+
+  bool meets(const Span& other) const { return from <= other.to && other.from <= to; }
+};
+
+long now() {
+  timespec time = {};
+  ::clock_gettime(CLOCK_MONOTONIC, &time);
+  return time.tv_sec * 1000000000L + time.tv_nsec;
+}
+
+/// What the processes tell the test.
+struct Board {
+  std::atomic<bool> isOpen;  // they all wait for it
+  std::atomic<int> rotations;
+  Span rotation[kMostRotations];  // from before the copy to after the cut
+  Span line[kProcesses][kMostLines];
+};
+
+Board* board = nullptr;
+
+/// The rotation that this process is at.
+int ownRotation = -1;
+
+/// Where the log and its generations lie.
+std::string folder;
+
+std::string generation(int number) { return folder + "/generation." + std::to_string(number); }
+
+}  // namespace
+
+// --- takes the place of two calls of the rotation ------------------------------------------------
+
+/// Copies into a file of its own, so that each generation can be looked at afterwards; and at once,
+/// without a shell, so that few lines can be excused by it.
+extern "C" int __wrap__Z8s_systemPKc(const char* command) {
+  EXPECT_EQ(format("cp -f %s/log %s/log.bak >/dev/null 2>&1", C(folder), C(folder)), command);
+  ownRotation = board->rotations.fetch_add(1);
+  if (ownRotation >= kMostRotations) ::_exit(2);
+  board->rotation[ownRotation].from = now();
+  std::ofstream(generation(ownRotation)) << std::ifstream(folder + "/log").rdbuf();
+  return 0;
+}
+
+extern "C" int truncate(const char* path, off_t length) noexcept {
+  const auto result = static_cast<int>(::syscall(SYS_truncate, path, length));
+  board->rotation[ownRotation].to = now();
+  return result;
+}
+
+namespace {
+
+std::string textOf(int process, int line) {
+  static const std::string filler(80, '-');
+  return format("<%d %d %s>", process, line, C(filler));
+}
+
+/// The length of what `textOf` has made.
+std::size_t textLength(const std::string& bytes, std::size_t at) {
+  const std::size_t end = bytes[at] == '<' ? bytes.find('>', at) : std::string::npos;
+  return end == std::string::npos ? 0 : end + 1 - at;
+}
+
+class SharedLog : public testing::Test {
+ protected:
+  SharedLog() : m_logPath("TANEX_LOG", (m_dir / "log").c_str()), m_logLevel("TANEX_LOG_LEVEL", "") {
+    folder = m_dir.path();
+    void* memory =
+        ::mmap(nullptr, sizeof(Board), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) std::perror("mmap");
+    board = new (memory) Board();
+  }
+  ~SharedLog() override { ::munmap(board, sizeof(Board)); }
+
+  /// Has every process log so many lines, all processes at once. Gives their ids.
+  std::vector<int> logAtOnce(int lines) {
+    std::vector<int> pids;
+    for (int process = 0; process < kProcesses; ++process) {
+      const pid_t pid = ::fork();
+      if (pid == 0) logLines(process, lines);
+      pids.push_back(pid);
+    }
+    board->isOpen = true;
+    for (const int pid : pids) {
+      int status = -1;
+      EXPECT_EQ(::waitpid(pid, &status, 0), pid);
+      EXPECT_EQ(status, 0);
+    }
+    return pids;
+  }
+
+  std::string log() const { return readFile(m_dir / "log"); }
+
+ private:
+  [[noreturn]] static void logLines(int process, int lines) {
+    while (!board->isOpen) ::usleep(100);
+    gLog.init("load", nullptr);
+    for (int line = 0; line < lines; ++line) {
+      Span& span = board->line[process][line];
+      span.from = now();
+      gLog.ilog("%s", C(textOf(process, line)));
+      span.to = now();
+    }
+    ::_exit(testing::Test::HasFailure() ? 1 : 0);
+  }
+
+  ScratchDir m_dir;
+  EnvironmentGuard m_logPath;
+  EnvironmentGuard m_logLevel;
+};
+
+TEST_F(SharedLog, BelowRotation_NoLineIsLostAndNoneTornButAtItsSeams) {
+  constexpr int kLines = 20;
+  std::map<int, int> heads;
+  for (const int pid : logAtOnce(kLines)) heads[pid] = kLines;
+  const std::string bytes = log();
+  ASSERT_LE(bytes.size(), kRotationBytes);
+  const LogPieces pieces = piecesOf(bytes, textLength);
+  EXPECT_EQ(pieces.torn, 0U);
+  EXPECT_EQ(pieces.lineFeeds, kProcesses * kLines);
+
+  std::map<int, int> headsFound;
+  for (const int pid : pieces.headPids) ++headsFound[pid];
+  EXPECT_EQ(headsFound, heads);
+
+  // Each process's texts are there, once each, in order.
+  std::vector<int> next(kProcesses, 0);
+  for (const std::string& text : pieces.texts) {
+    int process = -1;
+    ASSERT_EQ(std::sscanf(text.c_str(), "<%d ", &process), 1);
+    ASSERT_EQ(text, textOf(process, next.at(static_cast<std::size_t>(process))++));
+  }
+  EXPECT_EQ(next, std::vector<int>(kProcesses, kLines));
+  EXPECT_EQ(board->rotations, 0);
+}
+
+TEST_F(SharedLog, AcrossRotations_EveryMissingLineWasWrittenDuringOne) {
+  logAtOnce(kMostLines);
+  const int rotations = board->rotations;
+  EXPECT_GE(rotations, 50);
+
+  std::set<std::string> found;
+  const auto collect = [&found](const std::string& bytes) {
+    const LogPieces pieces = piecesOf(bytes, textLength);
+    found.insert(pieces.texts.begin(), pieces.texts.end());
+    return pieces.torn == 0;
+  };
+  EXPECT_TRUE(collect(log()));
+  for (int number = 0; number < rotations; ++number) {
+    const Span& own = board->rotation[number];
+    const auto overlapping = [&own](const Span& other) {
+      return &own != &other && own.meets(other);
+    };
+    // A copy may end within a piece only where another rotation cut the file under it.
+    EXPECT_TRUE(collect(readFile(generation(number))) ||
+                std::any_of(board->rotation, board->rotation + rotations, overlapping))
+        << number;
+  }
+
+  int missing = 0;
+  int outside = 0;  // lines that no rotation can excuse
+  for (int process = 0; process < kProcesses; ++process) {
+    for (int line = 0; line < kMostLines; ++line) {
+      const Span& own = board->line[process][line];
+      const bool isExcused = std::any_of(board->rotation, board->rotation + rotations,
+                                         [&own](const Span& other) { return own.meets(other); });
+      const bool isMissing = found.count(textOf(process, line)) == 0;
+      missing += isMissing ? 1 : 0;
+      outside += isExcused ? 0 : 1;
+      ASSERT_TRUE(!isMissing || isExcused) << "process " << process << ", line " << line;
+    }
+  }
+  std::printf(
+      "%d rotations; of %d lines, %d are missing, and %d were logged while none was under way\n",
+      rotations, kProcesses * kMostLines, missing, outside);
+  EXPECT_GT(outside, kProcesses) << "nearly every line would be excused";
+}
+
+}  // namespace

@@ -70,7 +70,7 @@ run_tests() {
   slow_log=$(mktemp)
   as_root ctest --test-dir "$folder" -L slow -j 40 --output-on-failure >"$slow_log" 2>&1 &
   slow=$!
-  if ! as_root ctest --test-dir "$folder" -LE slow "$@" -j "$(nproc)" --output-on-failure >"$log" 2>&1; then
+  if ! as_root ctest --test-dir "$folder" -LE 'slow|heavy' "$@" -j "$(nproc)" --output-on-failure >"$log" 2>&1; then
     cat "$log"
     exit 1
   fi

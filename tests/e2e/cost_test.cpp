@@ -1,5 +1,5 @@
-// What a run costs the system, counted in system calls. The closed library does nothing here, so
-// that the command's own calls are counted; the sanitizers make calls of their own.
+// What a run costs, counted in system calls and in instructions. The closed library does nothing
+// here, so that the command's own calls are counted; the sanitizers make calls of their own.
 
 #include <algorithm>
 #include <cctype>
@@ -38,10 +38,10 @@ Counts countCalls(const std::string& trace, const std::string& process) {
   return counts;
 }
 
-/// The calls of the command with a list of so many files. The log is the null device, which a long
-/// run does not rotate.
-Counts callsFor(int files, const std::vector<std::string>& option, bool trace) {
-  const Machine machine;
+/// Runs the command with a list of so many files under a program that counts. The log is the null
+/// device, which a long run does not rotate.
+void runCounted(const Machine& machine, int files, const std::vector<std::string>& option,
+                bool trace, const std::vector<std::string>& counter) {
   std::string list;
   for (int number = 0; number < files; ++number) list += "/case/a.txt\n";
   machine.write("/case/list", list);
@@ -54,19 +54,36 @@ Counts callsFor(int files, const std::vector<std::string>& option, bool trace) {
                    {{"LD_LIBRARY_PATH", "/testkelcom"}, {"TANEX_LOG", "/dev/null"}},
                    nullptr,
                    "",
-                   {"/usr/bin/strace", "-f", "-o", "/case/strace"}});
-  EXPECT_EQ(result.child.exitCode(), 0)
-      << "strace(1), of the package strace, is needed: " << result.child.err;
+                   counter});
+  EXPECT_EQ(result.child.exitCode(), 0) << counter.front() << " is needed: " << result.child.err;
+}
+
+Counts callsFor(int files, const std::vector<std::string>& option, bool trace) {
+  const Machine machine;
+  runCounted(machine, files, option, trace, {"/usr/bin/strace", "-f", "-o", "/case/strace"});
   if (!machine.exists("/case/strace")) return {};
   const std::string text = machine.read("/case/strace");
   return countCalls(text, text.substr(0, text.find(' ')));
+}
+
+long instructionsFor(int files, const std::vector<std::string>& option, bool trace) {
+  const Machine machine;
+  runCounted(machine, files, option, trace,
+             {"/usr/bin/valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null",
+              "--log-file=/case/valgrind"});
+  if (!machine.exists("/case/valgrind")) return 0;
+  const std::string text = machine.read("/case/valgrind");
+  const std::string label = "Collected : ";
+  const std::size_t at = text.find(label);
+  return at == std::string::npos ? 0 : std::stol(text.substr(at + label.size()));
 }
 
 struct Slope {
   std::string name;
   std::vector<std::string> option;
   bool trace;
-  int logLines;  // that each further file adds
+  int logLines;      // that each further file adds
+  int instructions;  // that each further file took when the figure was last looked at
 };
 
 void PrintTo(const Slope& row, std::ostream* stream) { *stream << row.name; }
@@ -115,11 +132,23 @@ TEST_P(Cost, OfAFileIsOneStatAndSixCallsALogLine) {
   for (const std::string& name : kByChance) EXPECT_LE(others[name], kFiles / 10) << name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Slope, Cost,
-                         testing::Values(Slope{"Event", {"-r", "/case/event.def"}, false, 0},
-                                         Slope{"EventTraced", {"-r", "/case/event.def"}, true, 1},
-                                         Slope{"Incident", {"-i", "1"}, false, 5},
-                                         Slope{"IncidentTraced", {"-i", "1"}, true, 6}),
-                         [](const auto& row) { return row.param.name; });
+TEST_P(Cost, OfAFileInInstructionsIsWhatItWas) {
+  const long many = instructionsFor(kMany, GetParam().option, GetParam().trace);
+  const long few = instructionsFor(kFew, GetParam().option, GetParam().trace);
+  ASSERT_GT(few, 0);
+  const long each = (many - few) / (kMany - kFew);
+  // Some room for another machine's variants of the C library's functions. A cheaper run wants a
+  // new figure as well, so that it stays cheap.
+  EXPECT_LE(each, GetParam().instructions * 105L / 100);
+  EXPECT_GE(each, GetParam().instructions * 85L / 100);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Slope, Cost,
+    testing::Values(Slope{"Event", {"-r", "/case/event.def"}, false, 0, 478},
+                    Slope{"EventTraced", {"-r", "/case/event.def"}, true, 1, 3930},
+                    Slope{"Incident", {"-i", "1"}, false, 5, 12777},
+                    Slope{"IncidentTraced", {"-i", "1"}, true, 6, 16255}),
+    [](const auto& row) { return row.param.name; });
 
 }  // namespace

@@ -1,0 +1,59 @@
+// The line that a notification quotes from a log extract: the input is a list of file names, one a
+// line, ended by a zero byte, and then the bytes of the one extract that there is. It has the names
+// "x.syslog.txt" and "x.apllog.txt.gz".
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "fuzz/demand.h"
+#include "fuzz/input.h"
+#include "fuzz/pieces.h"
+#include "fuzz/scratchfile.h"
+#include "fuzz/target.h"
+#include "support/testevent.h"
+
+namespace {
+
+/// The judge of the choice among the files; all names are within the folder of `extract`.
+std::string excerptAmong(const std::vector<std::string>& paths, const ScratchFile& extract,
+                         const std::string& bytes) {
+  for (const std::string& path : paths) {
+    const bool isExtract = path.find(".syslog.txt") != std::string::npos ||
+                           path.find(".apllog.txt") != std::string::npos;
+    if (isExtract) return extract.hasPath(path) ? excerptOf(bytes) : "";
+  }
+  return "Software Log";
+}
+
+std::vector<std::string> pathsOf(const std::string& text, const ScratchFile& extract) {
+  std::vector<std::string> paths = {""};
+  for (const char byte : text) {
+    if (byte == '\n') {
+      paths.emplace_back();
+    } else {
+      paths.back() += byte == '/' ? '_' : byte;
+    }
+  }
+  for (std::string& path : paths) path.insert(0, extract.folder() + "/");
+  return paths;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const ScratchFile extract({"x.syslog.txt", "x.apllog.txt.gz"});
+  Input input(data, size);
+  const std::vector<std::string> paths = pathsOf(input.word(), extract);
+  const std::string bytes = input.rest();
+  extract.write(bytes);
+
+  CSendEventBase event;
+  std::string line = "left over";
+  event.getSyslogLine(paths, line);
+  demandEqual(line, excerptAmong(paths, extract, bytes),
+              "the excerpt is the first line that is no comment");
+  demand(line.size() <= 1022, "an excerpt has at most 1,022 bytes");
+  demandEqual(extract.read(), bytes, "the extract itself is not changed");
+  return 0;
+}

@@ -1,0 +1,54 @@
+// Splitting and joining: the input is the number of fields, the delimiter and the text.
+
+#include <list>
+#include <string>
+#include <vector>
+
+#include "common/fields.h"
+#include "fuzz/demand.h"
+#include "fuzz/input.h"
+#include "fuzz/target.h"
+
+namespace {
+
+using Fields = std::vector<std::string>;
+
+/// The judge: looks at one place after the other, and then makes the number of fields right.
+Fields slowSplit(const std::string& text, const std::string& delim, int maxFields) {
+  const bool isLimited = maxFields > 1;
+  const std::size_t limit = isLimited ? static_cast<std::size_t>(maxFields) : 0;
+  Fields fields = {""};
+  for (std::size_t i = 0; i < text.size();) {
+    const bool isFull = isLimited && fields.size() == limit;
+    if (!isFull && text.compare(i, delim.size(), delim) == 0) {
+      fields.emplace_back();
+      i += delim.size();
+    } else {
+      fields.back() += text[i++];
+    }
+  }
+  if (isLimited) fields.resize(limit);
+  return fields;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  Input input(data, size);
+  const int maxFields = static_cast<int>(input.choice(16)) - 1;
+  const std::string delim = input.word();
+  const std::string text = input.word();
+  if (delim.empty()) return 0;  // the caller's mistake
+
+  Fields fields = {"left over"};
+  const int count = split(exactCopy(text + '\0').data(), delim.c_str(), fields, maxFields);
+  demandEqual(fields, slowSplit(text, delim, maxFields), "the fields of a text");
+  demandEqual(count, static_cast<int>(fields.size()), "their number");
+  if (maxFields <= 1) demandEqual(join(fields, delim.c_str()), text, "joined, they are the text");
+
+  std::list<std::string> list = {"left over"};
+  demandEqual(split(text.c_str(), delim.c_str(), list, maxFields), count, "a list's number");
+  demandEqual(Fields(list.begin(), list.end()), fields, "a list has the same fields");
+  demandEqual(join(list, delim.c_str()), join(fields, delim.c_str()), "and joins the same");
+  return 0;
+}

@@ -1,0 +1,134 @@
+// The lines of the action log: the first byte of the input switches trace on or off and says
+// whether the file is there at first, then every line takes one byte for the way in which it is
+// written, and a text.
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "fuzz/demand.h"
+#include "fuzz/filebytes.h"
+#include "fuzz/input.h"
+#include "fuzz/memoryfile.h"
+#include "fuzz/scratchfile.h"
+#include "fuzz/target.h"
+#include "log/CLog.h"
+#include "log/loglines.h"
+
+namespace {
+
+constexpr int kLinesAtMost = 16;
+constexpr int kErrnoBefore = 7;
+
+struct Message {
+  bool isTrace;
+  std::string text;
+};
+
+/// Writes a line in one of eight ways; returns what the line must say.
+Message writeLine(unsigned way, const std::string& text) {
+  const char* const t = text.c_str();
+  const int number = static_cast<int>(text.size());
+  const std::string digits = std::to_string(number);
+  switch (way) {
+    case 0:
+      gLog.ilog("%s", t);
+      return {false, text};
+    case 1:
+      gLog.tlog("%s", t);
+      return {true, text};
+    case 2:
+      gLog.ilog("%s=%d %s", t, number, t);
+      return {false, text + "=" + digits + " " + text};
+    case 3:
+      infoAt("common", number, "%s", t);
+      return {false, "[I](common:" + digits + "):" + text};
+    case 4:
+      traceAt("CTemp", number, "%s,%s", t, "x");
+      return {true, "[T](CTemp:" + digits + "):" + text + ",x"};
+    case 5:
+      infoNumbered("VUQ90001L", "%s too long", t);
+      return {false, "VUQ90001L : " + text + " too long"};
+    case 6:
+      invalidParamAt("common", number);
+      return {false, "[I](common:" + digits + "):invalid param"};
+    default:
+      gLog.tlog("%s=%s", t, t);
+      return {true, text + "=" + text};
+  }
+}
+
+/// What of a message stands in the file: a cut one is known by its zero byte.
+std::string lineOf(const std::string& message) {
+  return (message.size() < 2047 ? message : message.substr(0, 2046) + '\0') + "\n";
+}
+
+/// Demands that `bytes` begins with a line's head from between two times; returns its length.
+std::size_t demandHead(const std::string& bytes, std::time_t earliest, std::time_t latest) {
+  for (std::time_t second = earliest; second <= latest; ++second) {
+    std::tm local = {};
+    ::localtime_r(&second, &local);
+    char head[64];
+    std::size_t length = std::strftime(head, sizeof head, "%Y/%m/%d %H:%M:%S ", &local);
+    length += static_cast<std::size_t>(
+        std::snprintf(head + length, sizeof head - length, "%5ld ", static_cast<long>(::getpid())));
+    if (bytes.compare(0, length, head) == 0) return length;
+  }
+  demandEqual(bytes.substr(0, 32), std::string(), "a line begins with the time and the process id");
+  return 0;
+}
+
+/// What stands in a file that the log made, which goes; its mode lets no owner but root read it.
+std::string takeFile(const std::string& path) {
+  ::chmod(path.c_str(), 0600);
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return "";
+  const std::string bytes = readFileBytes(fd);
+  ::close(fd);
+  ::unlink(path.c_str());
+  return bytes;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const MemoryFile file;
+  static const ScratchFile neighbour({"neighbour"});
+  static const std::string newPath = neighbour.folder() + "/new";
+  file.write("");
+  Input input(data, size);
+  const unsigned start = input.choice(4);
+  const bool isTraceOn = (start & 1U) != 0;
+  const bool isNew = (start & 2U) != 0;
+  ::setenv("TANEX_LOG", isNew ? newPath.c_str() : file.path().c_str(), 1);
+  ::setenv("TANEX_LOG_LEVEL", isTraceOn ? "LOG_LEVEL_TRACE" : "log_level_trace", 1);
+  gLog.init("fuzz", nullptr);
+
+  std::vector<std::string> expected;
+  const std::time_t earliest = std::time(nullptr);
+  for (int i = 0; i < kLinesAtMost && !input.isEmpty(); ++i) {
+    const unsigned way = input.choice(8);
+    const std::string text = input.longWord();
+    errno = kErrnoBefore;
+    const Message message = writeLine(way, text);
+    demandEqual(errno, kErrnoBefore, "a caller's errno survives the line");
+    if (isTraceOn || !message.isTrace) expected.push_back(lineOf(message.text));
+  }
+  const std::time_t latest = std::time(nullptr);
+
+  std::string bytes = isNew ? takeFile(newPath) : file.read();
+  for (const std::string& line : expected) {
+    bytes.erase(0, demandHead(bytes, earliest, latest));
+    demandEqual(bytes.substr(0, line.size()), line, "the line says what it was given");
+    bytes.erase(0, line.size());
+  }
+  demandEqual(bytes, std::string(), "nothing else is written");
+  return 0;
+}

@@ -1,0 +1,115 @@
+// What may be deleted: the input chooses the current directory, and is the path.
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "common/removal.h"
+#include "fuzz/demand.h"
+#include "fuzz/input.h"
+#include "fuzz/target.h"
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+constexpr const char* kDirectories[] = {"/", "/tmp", "/usr", "/usr/bin"};
+
+/// Another current directory for the life of the object.
+class InDirectory {
+ public:
+  explicit InDirectory(const char* directory) : m_home(::open(".", O_PATH | O_CLOEXEC)) {
+    demand(::chdir(directory) == 0, "the directory exists");
+  }
+  ~InDirectory() {
+    demand(::fchdir(m_home) == 0, "the way back exists");
+    ::close(m_home);
+  }
+  InDirectory(const InDirectory&) = delete;
+  InDirectory& operator=(const InDirectory&) = delete;
+
+ private:
+  int m_home;
+};
+
+/// The names between slashes, the last one first.
+Names namesFromTheEnd(const std::string& path) {
+  Names names = {""};
+  for (std::size_t i = path.size(); i > 0; --i) {
+    if (path[i - 1] == '/') {
+      names.emplace_back();
+    } else {
+      names.back().insert(0, 1, path[i - 1]);
+    }
+  }
+  return names;
+}
+
+/// What an absolute path names as far as its text tells.
+struct Target {
+  Names names;               // from the root down, without dots
+  bool isAboveRoot = false;  // whether it climbs above the root, where the kernel stays in it
+};
+
+/// The judge. Reads the path backwards, where a ".." waits for the name that it takes away: nothing
+/// in common with the way in which the code does it.
+Target targetOf(const std::string& absolute) {
+  Target target;
+  int waiting = 0;
+  for (const std::string& name : namesFromTheEnd(absolute)) {
+    if (name.empty() || name == ".") continue;
+    if (name == "..") {
+      ++waiting;
+    } else if (waiting > 0) {
+      --waiting;
+    } else {
+      target.names.insert(target.names.begin(), name);
+    }
+  }
+  target.isAboveRoot = waiting > 0;
+  return target;
+}
+
+bool isDeepEnough(const Names& names) {
+  return !names.empty() && names.size() > (names[0] == "tmp" ? 1 : 2);
+}
+
+/// A path that climbs above the root loses its leading slash there.
+std::string canonicalForm(const Target& target) {
+  std::string path;
+  for (const std::string& name : target.names) path += "/" + name;
+  return target.isAboveRoot && !path.empty() ? path.substr(1) : path;
+}
+
+/// The names that count: one that stands in the place of the root does not.
+Names countedNames(const Target& target) {
+  Names names = target.names;
+  if (target.isAboveRoot && !names.empty()) names.erase(names.begin());
+  return names;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  Input input(data, size);
+  const std::string directory = kDirectories[input.choice(4)];
+  const std::string path = input.word();
+  const InDirectory there(directory.c_str());
+
+  const bool isAbsolute = path.substr(0, 1) == "/";
+  const Target target = targetOf(isAbsolute ? path : directory + "/" + path);
+  const int allowed = isAllowDelete(path);
+  demand(allowed == 0 || allowed == 1, "the answer is yes or no");
+  demand(allowed == 0 || isDeepEnough(target.names), "nothing near the root may ever be deleted");
+  demandEqual(allowed, isDeepEnough(countedNames(target)) ? 1 : 0,
+              "what is deep enough may be deleted");
+
+  const std::string canonical = getCanonicalPath(path);
+  demandEqual(canonical, canonicalForm(target), "the canonical path");
+  if (!target.isAboveRoot && !target.names.empty()) {
+    demandEqual(getCanonicalPath(canonical), canonical, "the same again");
+  }
+  return 0;
+}

@@ -1,0 +1,151 @@
+// Words for the shell: the input is words, each ended by a zero byte, and a real /bin/sh says what
+// it makes of their escaped forms.
+//
+// Bytes that `shellEsc` leaves alone on purpose are replaced first: semicolon and line feed, and a
+// tilde at the beginning of a word.
+
+#include <grp.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <string>
+
+#include "common/shell.h"
+#include "fuzz/demand.h"
+#include "fuzz/input.h"
+#include "fuzz/target.h"
+
+namespace {
+
+constexpr int kPatienceMs = 10000;
+constexpr uid_t kNobody = 65534;
+
+/// One shell for all inputs, since to start one for each would take a millisecond. It may make no
+/// process and write no file, and is nobody's where the caller is root: a word that got through to
+/// it must do no harm.
+class Shell {
+ public:
+  Shell() {
+    int toShell[2] = {};
+    int fromShell[2] = {};
+    demand(::pipe(toShell) == 0 && ::pipe(fromShell) == 0, "there are pipes for the shell");
+    ::signal(SIGPIPE, SIG_IGN);
+    m_pid = ::fork();
+    demand(m_pid >= 0, "there is a process for the shell");
+    if (m_pid == 0) become(toShell[0], fromShell[1]);
+    ::close(toShell[0]);
+    ::close(fromShell[1]);
+    m_to = toShell[1];
+    m_from = fromShell[0];
+  }
+  ~Shell() {
+    ::close(m_to);
+    ::close(m_from);
+    ::waitpid(m_pid, nullptr, 0);
+  }
+  Shell(const Shell&) = delete;
+  Shell& operator=(const Shell&) = delete;
+
+  /// What the shell prints for `command`, a line.
+  std::string run(const std::string& command) {
+    // Numbered, so that a line that a command leaves over is not taken for the next one's end.
+    const std::string end = "\n# end of " + std::to_string(++m_count) + " #\n";
+    const std::string line = command + "; printf '%s' '" + end + "'\n";
+    demand(::write(m_to, line.data(), line.size()) == static_cast<ssize_t>(line.size()),
+           "the shell reads on");
+    std::string printed;
+    while (printed.size() < end.size() ||
+           printed.compare(printed.size() - end.size(), end.size(), end) != 0) {
+      printed += read();
+    }
+    return printed.substr(0, printed.size() - end.size());
+  }
+
+ private:
+  [[noreturn]] static void become(int input, int output) {
+    ::dup2(input, 0);
+    ::dup2(output, 1);
+    ::close_range(3, ~0U, 0);
+    char name[] = "sh";
+    char locale[] = "LC_ALL=C";
+    char* argv[] = {name, nullptr};
+    char* environment[] = {locale, nullptr};
+    if (isHarmless()) {
+      ::execve("/bin/sh", argv, environment);
+    } else {
+      std::fputs("no shell that can do no harm is to be had here\n", stderr);
+    }
+    ::_exit(127);
+  }
+
+  /// Takes from this process what it could do harm with; whether that succeeded.
+  static bool isHarmless() {
+    // Tried, no more: a user namespace need not have a nobody, and outside it its super-user is an
+    // ordinary user.
+    static_cast<void>(::setgroups(0, nullptr) == 0 && ::setresgid(kNobody, kNobody, kNobody) == 0 &&
+                      ::setresuid(kNobody, kNobody, kNobody) == 0);
+    // Only now: execve(2) fails for who becomes a user that is beyond this limit already.
+    const rlimit none = {0, 0};
+    if (::chdir("/") != 0 || ::setrlimit(RLIMIT_FSIZE, &none) != 0 ||
+        ::setrlimit(RLIMIT_NPROC, &none) != 0) {
+      return false;
+    }
+    // The limit does not bind the machine's super-user, so that it tells whether this still is one.
+    const pid_t child = ::fork();
+    if (child == 0) ::_exit(0);
+    return child < 0;
+  }
+
+  std::string read() const {
+    pollfd ready = {m_from, POLLIN, 0};
+    demand(::poll(&ready, 1, kPatienceMs) == 1, "the shell takes the command for a whole one");
+    char buffer[4096];
+    const ssize_t count = ::read(m_from, buffer, sizeof buffer);
+    demand(count > 0, "the shell is still there");
+    return std::string(buffer, static_cast<std::size_t>(count));
+  }
+
+  int m_to = -1;
+  int m_from = -1;
+  pid_t m_pid = -1;
+  unsigned m_count = 0;
+};
+
+/// `word` without the bytes that are nobody's promise.
+std::string promised(std::string word, bool withWildcards) {
+  for (char& byte : word) {
+    const bool isWild = byte == '*' || byte == '?' || byte == '[' || byte == ']';
+    if (byte == ';' || byte == '\n' || (isWild && !withWildcards)) byte = '_';
+  }
+  if (word.empty() || word[0] == '~') word.insert(0, 1, 'w');
+  return word;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static Shell shell;
+  constexpr std::size_t kBytesAtMost = 2000;  // a command line that the pipe takes at once
+
+  Input input(data, size < kBytesAtMost ? size : kBytesAtMost);
+  std::string escaped;
+  std::string unwild;
+  std::string expected;
+  std::string expectedUnwild;
+  while (!input.isEmpty()) {
+    const std::string word = input.word();
+    escaped += " " + shellEsc(promised(word, true), /*escWild=*/1);
+    expected += "[" + promised(word, true) + "]";
+    unwild += " " + shellEsc(promised(word, false), /*escWild=*/0);
+    expectedUnwild += "[" + promised(word, false) + "]";
+  }
+  if (expected.empty()) return 0;
+  demandEqual(shell.run("printf '[%s]'" + escaped), expected, "the shell reads the words as given");
+  demandEqual(shell.run("printf '[%s]'" + unwild), expectedUnwild,
+              "the shell reads words without wildcards as given");
+  return 0;
+}

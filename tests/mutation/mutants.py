@@ -1,0 +1,170 @@
+"""The mutants of a C++ source file: each is one small change to one place of its code.
+
+The code is read as text, with comments, character and string literals and preprocessor lines blanked. That
+is exact enough because the files are formatted by clang-format: a binary operator stands between two blanks,
+which no template bracket, reference or pointer does.
+"""
+
+import re
+from dataclasses import dataclass
+
+
+@dataclass(frozen=True)
+class Mutant:
+    """Replace `old`, which stands at `offset`, by `new`."""
+
+    path: str
+    offset: int
+    old: str
+    new: str
+    line: int
+    kind: str
+
+    def apply(self, text):
+        assert text.startswith(self.old, self.offset)
+        return text[: self.offset] + self.new + text[self.offset + len(self.old) :]
+
+    def change(self):
+        return f"{shorten(self.old)}  ->  {shorten(self.new) or '(deleted)'}"
+
+
+def shorten(code):
+    code = " ".join(code.split())
+    return code if len(code) <= 60 else code[:57] + "..."
+
+
+# What stands in for what. Of the relations, each gets its neighbour at the boundary and its opposite.
+OPERATORS = {
+    "relation": {
+        "<": ["<=", ">="],
+        "<=": ["<", ">"],
+        ">": [">=", "<="],
+        ">=": [">", "<"],
+        "==": ["!="],
+        "!=": ["=="],
+    },
+    "logic": {"&&": ["||"], "||": ["&&"]},
+    "arithmetic": {
+        "+": ["-"],
+        "-": ["+"],
+        "*": ["/"],
+        "/": ["*"],
+        "%": ["*"],
+        "+=": ["-="],
+        "-=": ["+="],
+        "*=": ["/="],
+        "|": ["&"],
+        "&": ["|"],
+    },
+}
+
+BINARY = re.compile(r"(?<= )(<=|>=|==|!=|&&|\|\||\+=|-=|\*=|<|>|\+|-|\*|/|%|\||&)(?=[ \n])")
+STEP = re.compile(r"\+\+|--")
+NUMBER = re.compile(r"(?<![\w.])(0[xX][0-9a-fA-F]+|\d+)(?=(?:LL|UL|[uUlL])?(?![\w.]))")
+TRUTH = re.compile(r"\b(true|false)\b")
+NOT = re.compile(r"(?<=[( ])!(?=[\w:(*])")
+CONDITION = re.compile(r"\b(?:if|while) \(")
+BLANKED = re.compile(
+    r"""//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|'(?:\\.|[^'\\\n])*'|^[ \t]*\#[^\n]*(?:\\\n[^\n]*)*""",
+    re.DOTALL | re.MULTILINE | re.VERBOSE,
+)
+# A statement that can go: a call, an assignment, a jump. Declarations and returns of a value stay, since
+# without them the code would not compile or not be defined.
+DELETABLE = re.compile(
+    r"""(?:(?<=[;{})])|(?<=else))\s*                      # where a statement can begin
+        (?P<statement>
+          (?:break|continue|return)\ *;
+        | (?:\+\+|--)?\*?(?:::)?[A-Za-z_][\w:.\->\[\]]*   # what is called or assigned
+          (?:\([^;{}]*\)|\ *(?:[-+*|&]?=)\ [^;{}]*|\[[^;{}]*\]\ =\ [^;{}]*|(?:\+\+|--))
+          [^;{}]*;
+        )""",
+    re.VERBOSE,
+)
+NO_STATEMENT = re.compile(
+    r"(?:return\b.+|throw|using|namespace|static_assert|constexpr|const|case|default|if|for|while|switch|"
+    r"else|delete|extern|template|virtual|explicit|static|struct|class)\b",
+    re.DOTALL,
+)
+
+
+def blank(text):
+    """The text with everything that is no code replaced by blanks, at unchanged places."""
+    return BLANKED.sub(lambda found: re.sub(r"[^\n]", " ", found.group()), text)
+
+
+def closing(code, opening):
+    """The place of the bracket that closes the one at `opening`."""
+    depth = 0
+    for place in range(opening, len(code)):
+        depth += {"(": 1, ")": -1}.get(code[place], 0)
+        if depth == 0:
+            return place
+    raise ValueError("unbalanced brackets")
+
+
+def inside_function(code):
+    """For each place, whether it is within the body of a function."""
+    inside = bytearray(len(code))
+    stack = []
+    for place, char in enumerate(code):
+        if char == "{":
+            before = code[:place].rstrip()
+            head = before[max(before.rfind(";"), before.rfind("}"), before.rfind("{")) + 1 :]
+            is_scope = re.search(r"\b(?:namespace|struct|class|enum)\b", head) is not None
+            stack.append((bool(stack) and stack[-1]) or not is_scope)
+        elif char == "}" and stack:
+            stack.pop()
+        inside[place] = bool(stack) and stack[-1]
+    return inside
+
+
+def changed_number(digits):
+    """The numbers to try instead: 0 and 1 for each other, and the next one."""
+    octal = len(digits) > 1 and digits.isdigit() and digits[0] == "0"
+    value = int(digits, 8 if octal else 0)
+    if value in (0, 1):
+        return [str(1 - value)] + (["2"] if value == 1 else [])
+    if octal:
+        return [f"0{value + 1:o}"]
+    return [hex(value + 1) if digits[:2].lower() == "0x" else str(value + 1)]
+
+
+def mutants_of(path, text):
+    """All mutants of a file, in the order of their places."""
+    code = blank(text)
+    inside = inside_function(code)
+    found = []
+
+    def add(offset, old, new, kind):
+        line = text.count("\n", 0, offset) + 1
+        found.append(Mutant(path, offset, old, new, line, kind))
+
+    for match in BINARY.finditer(code):
+        for kind, table in OPERATORS.items():
+            for other in table.get(match.group(), []):
+                add(match.start(), match.group(), other, kind)
+    for match in STEP.finditer(code):
+        add(match.start(), match.group(), "--" if match.group() == "++" else "++", "arithmetic")
+    for match in NUMBER.finditer(code):
+        for other in changed_number(match.group()):
+            add(match.start(), match.group(), other, "constant")
+    for match in TRUTH.finditer(code):
+        add(match.start(), match.group(), "false" if match.group() == "true" else "true", "constant")
+    for match in NOT.finditer(code):
+        add(match.start(), "!", "", "negation")
+    for match in CONDITION.finditer(code):
+        start, end = match.end(), closing(code, match.end() - 1)
+        condition = text[start:end]
+        # A single relation or a leading "!" is negated above already; a declaration cannot be.
+        if re.search(r"==|!=| [<>]=? | = ", code[start:end]) and not re.search(r"&&|\|\|", condition):
+            continue
+        if code[start] == "!" and not re.search(r"&&|\|\|", condition):
+            continue
+        add(start, condition, f"!({condition})", "negation")
+    for match in DELETABLE.finditer(code):
+        statement = match.group("statement")
+        if not inside[match.start("statement")] or NO_STATEMENT.match(statement):
+            continue
+        start, end = match.span("statement")
+        add(start, text[start:end], ";", "deletion")
+    return sorted(found, key=lambda mutant: (mutant.offset, mutant.kind, mutant.new))

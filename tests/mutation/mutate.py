@@ -1,0 +1,315 @@
+#!/usr/bin/env python3
+"""Mutation run: changes src in one place after the other, and looks whether a unit test notices.
+
+A mutant is compiled alone and linked in front of the library into the programs of the unit tests, which run
+on whole copies of nothing: in a sandbox where the machine is read-only, since a mutant of the removal guard
+removes what it finds. First the tests named for the unit run, then every other one that links it. The first
+failure, crash or overrun kills the mutant; one that nothing notices survives.
+"""
+
+import argparse
+import concurrent.futures
+import json
+import os
+import random
+import re
+import resource
+import shlex
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+from collections import Counter
+from pathlib import Path
+
+from mutants import mutants_of
+
+HERE = Path(__file__).resolve().parent
+ROOT = HERE.parent.parent
+JUDGED = HERE / "judged.txt"
+
+SANDBOX = [
+    "bwrap", "--cap-add", "ALL", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc",
+    "--size", str(512 << 20), "--tmpfs", "/tmp", "--tmpfs", "/var/opt",
+    "--unshare-pid", "--unshare-ipc", "--die-with-parent", "--new-session", "--chdir", "/tmp",
+]  # fmt: skip
+MEMORY_LIMIT = 6 << 30
+COMPILE_LIMIT = 120
+LEAST_TIME_LIMIT = 10  # seconds; otherwise five times what the test takes without a mutant
+GONE = ("killed", "overran")
+
+
+def run(words, **options):
+    return subprocess.run(words, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                          errors="replace", **options)
+
+
+class Base:
+    """The unmutated build: how each file is compiled, each test linked, and how long each runs."""
+
+    def __init__(self, folder, jobs):
+        self.folder = folder
+        self.tree = folder / "tree"
+        self.build = folder / "build"
+        self.jobs = jobs
+
+    def make(self):
+        listed = run(["git", "-C", ROOT, "ls-files", "-co", "--exclude-standard"], check=True).stdout
+        for name in listed.splitlines():
+            source, copy = ROOT / name, self.tree / name
+            if not source.is_file():
+                continue
+            copy.parent.mkdir(parents=True, exist_ok=True)
+            if not copy.exists() or copy.read_bytes() != source.read_bytes():
+                shutil.copyfile(source, copy)
+        linker = ["-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld"] if shutil.which("ld.lld") else []
+        self.must(["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
+                   "-DCMAKE_CXX_FLAGS_DEBUG=-O0", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", *linker])
+        self.tests = sorted(path.stem for path in (self.tree / "tests/unit").glob("*_test.cpp"))
+        self.must(["ninja", "-C", self.build, "-j", str(self.jobs), *self.tests])
+        self.compile = {}
+        for entry in json.loads((self.build / "compile_commands.json").read_text()):
+            name = os.path.relpath(entry["file"], self.tree)
+            self.compile[name] = shlex.split(entry["command"])
+        self.link = {test: self.link_command(test) for test in self.tests}
+        with concurrent.futures.ThreadPoolExecutor(self.jobs) as pool:
+            self.units = dict(zip(self.tests, pool.map(self.units_of, self.tests)))
+            self.plain = dict(zip(self.tests, pool.map(self.run_plain, self.tests)))
+
+    def must(self, words):
+        done = run(words)
+        if done.returncode != 0:
+            sys.exit(done.stdout)
+
+    def link_command(self, test):
+        commands = run(["ninja", "-C", self.build, "-t", "commands", "-s", test], check=True).stdout
+        words = shlex.split(commands.splitlines()[-1])
+        first = words.index("&&") + 1
+        return words[first : words.index("&&", first)]
+
+    def units_of(self, test):
+        """The units of the product that the test's program has in it."""
+        with tempfile.NamedTemporaryFile(dir=self.folder) as output:
+            traced = self.link_words(test, [], output.name) + ["-Wl,--trace"]
+            listed = run(traced, cwd=self.build).stdout
+        return set(re.findall(r"libtanexics_core\.a\((\S+)\.o\)", listed))
+
+    def link_words(self, test, objects, output):
+        words = list(self.link[test])
+        at = words.index("-o")
+        words[at + 1] = str(output)
+        return words[: at + 2] + [str(name) for name in objects] + words[at + 2 :]
+
+    def run_plain(self, test):
+        """The cases that fail without a mutant are left out; and how long the others take."""
+        program = self.build / "tests" / test
+        failing = []
+        for _ in range(3):
+            started = time.monotonic()
+            done = self.execute(program, failing, 300)
+            if done.returncode == 0:
+                return {"failing": failing, "seconds": time.monotonic() - started}
+            failing += re.findall(r"^\[  FAILED  \] (\S+?),? \(\d+ ms\)$", done.stdout, re.MULTILINE)
+        return {"failing": ["*"], "seconds": 0}
+
+    def execute(self, program, failing, limit):
+        words = SANDBOX + ["--ro-bind", str(self.folder), str(self.folder), str(program), "--gtest_brief=0"]
+        if failing:
+            words.append("--gtest_filter=-" + ":".join(failing))
+        return self.sandboxed(words, limit)
+
+    @staticmethod
+    def sandboxed(words, limit):
+        bound = lambda: resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
+        return run(words, timeout=limit, stdin=subprocess.DEVNULL, preexec_fn=bound)
+
+
+class Trial:
+    """One mutant, from source to verdict."""
+
+    def __init__(self, base, mutant, named_only):
+        self.base = base
+        self.mutant = mutant
+        self.named_only = named_only
+
+    def verdict(self):
+        with tempfile.TemporaryDirectory(dir=self.base.folder) as folder:
+            self.folder = Path(folder)
+            source = self.folder / Path(self.mutant.path).name
+            text = (self.base.tree / self.mutant.path).read_text()
+            source.write_text(self.mutant.apply(text))
+            self.object = self.folder / "mutant.o"
+            if not self.compiled(source, self.object):
+                return "stillborn", ""
+            for test in self.tests():
+                outcome = self.outcome(test)
+                if outcome != "survived":
+                    return outcome, test
+            return ("same code" if self.is_same_code(source) else "survived"), ""
+
+    def compiled(self, source, output, *options):
+        words = list(self.base.compile[self.mutant.path])
+        words[words.index("-o") + 1] = str(output)
+        words[-1] = str(source)
+        words = [word for word in words if word != "-Werror"] + ["-w", *options]
+        return run(words, cwd=self.base.build, timeout=COMPILE_LIMIT).returncode == 0
+
+    def is_same_code(self, source):
+        """Whether the optimiser makes the same of both: then no test can tell them apart."""
+        plain = self.folder / "plain" / source.name
+        plain.parent.mkdir()
+        shutil.copyfile(self.base.tree / self.mutant.path, plain)
+        objects = [self.folder / "mutant-O2.o", self.folder / "plain-O2.o"]
+        for text, output in zip((source, plain), objects):
+            if not self.compiled(text, output, "-O2"):
+                return False
+        return objects[0].read_bytes() == objects[1].read_bytes()
+
+    def tests(self):
+        """The tests named for the unit, then the others that have it in them, fast ones first."""
+        unit = Path(self.mutant.path).stem
+        unit_file = Path(self.mutant.path).name
+        linking = [test for test in self.base.tests if unit_file in self.base.units[test]]
+        is_named = lambda test: test == f"{unit}_test" or test.startswith(f"{unit}_")
+        named = [test for test in linking if is_named(test)]
+        rest = [] if self.named_only else [test for test in linking if not is_named(test)]
+        by_time = lambda test: self.base.plain[test]["seconds"]
+        return sorted(named, key=by_time) + sorted(rest, key=by_time)
+
+    def outcome(self, test):
+        plain = self.base.plain[test]
+        if plain["failing"] == ["*"]:
+            return "survived"
+        program = self.folder / test
+        linked = run(self.base.link_words(test, [self.object], program), cwd=self.base.build)
+        if linked.returncode != 0:
+            return "stillborn"
+        limit = max(LEAST_TIME_LIMIT, 5 * plain["seconds"])
+        try:
+            done = self.base.execute(program, plain["failing"], limit)
+        except subprocess.TimeoutExpired:
+            return "overran"
+        finally:
+            program.unlink()
+        return "survived" if done.returncode == 0 else "killed"
+
+
+def judgements():
+    """Survivors that were looked at and are no fault of the tests: file, line, change; then the reason."""
+    judged = {}
+    key = None
+    for line in JUDGED.read_text().splitlines() if JUDGED.exists() else []:
+        if line.startswith("    "):
+            judged[key] = (judged.get(key, "") + " " + line.strip()).strip()
+        elif line and not line.startswith("#"):
+            key = line
+    return judged
+
+
+def key_of(mutant, text):
+    line = text.splitlines()[mutant.line - 1].strip()
+    return f"{mutant.path}: {line}: {mutant.change()}"
+
+
+def arguments():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--files", nargs="+", metavar="FILE", help="sources to mutate (default: all of src)")
+    parser.add_argument("--sample", type=int, metavar="N", help="try N mutants, chosen by chance")
+    parser.add_argument("--seed", type=int, help="of the choice (default: a new one, printed)")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count(), metavar="N")
+    parser.add_argument("--folder", type=Path, help="where the build is kept for a next run")
+    parser.add_argument("--named-only", action="store_true", help="run only the tests named for the unit")
+    parser.add_argument("--at-least", type=float, default=95.0, metavar="PERCENT",
+                        help="fail below this share of killed mutants (default: 95)")
+    parser.add_argument("--list", action="store_true", help="list the mutants and stop")
+    return parser.parse_args()
+
+
+def chosen(options):
+    names = options.files or sorted(str(p.relative_to(ROOT)) for p in (ROOT / "src").rglob("*.cpp"))
+    # The frame of the run has no unit test: the tests of the built command run it.
+    names = [name for name in names if not name.startswith("src/main/")]
+    found = [mutant for name in names for mutant in mutants_of(name, (ROOT / name).read_text())]
+    if options.sample is not None and options.sample < len(found):
+        seed = random.randrange(1 << 32) if options.seed is None else options.seed
+        print(f"{options.sample} of {len(found)} mutants, --seed {seed}")
+        found = random.Random(seed).sample(found, options.sample)
+    return found
+
+
+def tried(base, mutants, options):
+    """The verdicts in the order of the mutants; progress on a terminal."""
+    with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
+        trials = [pool.submit(Trial(base, mutant, options.named_only).verdict) for mutant in mutants]
+        for count, _ in enumerate(concurrent.futures.as_completed(trials), 1):
+            if sys.stderr.isatty() or count % 100 == 0:
+                print(f"{count} of {len(trials)}", file=sys.stderr, end="\r" if sys.stderr.isatty() else "\n")
+        return [trial.result() for trial in trials]
+
+
+def report(mutants, verdicts, options):
+    judged = judgements()
+    counts, survivors, harmless = {}, [], []
+    for mutant, (verdict, _) in zip(mutants, verdicts):
+        key = key_of(mutant, (ROOT / mutant.path).read_text())
+        if verdict == "survived" and key in judged:
+            verdict = "judged"
+            harmless.append((mutant, judged[key]))
+        elif verdict == "survived":
+            survivors.append((mutant, key))
+        counts.setdefault(mutant.path, Counter())[verdict] += 1
+
+    columns = ["killed", "overran", "survived", "judged", "same code", "stillborn"]
+    print(f"\n{'file':<46}" + "".join(f"{name:>11}" for name in columns) + f"{'killed %':>10}")
+    total = Counter()
+    for path, count in sorted(counts.items()):
+        total += count
+        print(row(path, count, columns))
+    print(row("all", total, columns))
+
+    print("\nSurvivors" + ("" if survivors else ": none"))
+    for mutant, key in survivors:
+        print(f"{mutant.path}:{mutant.line}: {mutant.kind}: {mutant.change()}\n    {key}")
+    if harmless:
+        print("\nJudged to be no fault of the tests")
+    for mutant, reason in harmless:
+        print(f"{mutant.path}:{mutant.line}: {mutant.change()}\n    {reason}")
+    return share(total) >= options.at_least
+
+
+def share(count):
+    gone = sum(count[verdict] for verdict in GONE)
+    counted = gone + count["survived"]
+    return 100.0 * gone / counted if counted else 100.0
+
+
+def row(name, count, columns):
+    return f"{name:<46}" + "".join(f"{count[c]:>11}" for c in columns) + f"{share(count):>10.1f}"
+
+
+def main():
+    options = arguments()
+    mutants = chosen(options)
+    if options.list:
+        for mutant in mutants:
+            print(f"{mutant.path}:{mutant.line}: {mutant.kind}: {mutant.change()}")
+        return 0
+    kept = options.folder is not None
+    folder = options.folder.resolve() if kept else Path(tempfile.mkdtemp(prefix="mutation-"))
+    folder.mkdir(parents=True, exist_ok=True)
+    try:
+        base = Base(folder, options.jobs)
+        base.make()
+        for test, plain in base.plain.items():
+            if plain["failing"]:
+                print(f"{test}: fails without a mutant in the sandbox, left out: {' '.join(plain['failing'])}")
+        sys.stdout.flush()
+        return 0 if report(mutants, tried(base, mutants, options), options) else 1
+    finally:
+        if not kept:
+            shutil.rmtree(folder, ignore_errors=True)
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,9 +1,11 @@
 #include "common/access.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <climits>
 #include <filesystem>
 #include <functional>
@@ -13,6 +15,19 @@
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/scratch.h"
+
+// --- takes the place of the C library's call in this program -------------------------------------
+
+/// A path that cannot be examined.
+static std::string hidden;
+
+extern "C" int stat(const char* path, struct stat* status) noexcept {
+  if (!hidden.empty() && path == hidden) {
+    errno = ENOENT;
+    return -1;
+  }
+  return ::fstatat(AT_FDCWD, path, status, 0);
+}
 
 namespace {
 
@@ -103,6 +118,9 @@ TEST(IsExecutable, DirectoryWithoutExecuteBit_IsNotForTheSuperUserEither) {
   ASSERT_EQ(::chmod(dir.path().c_str(), 0600), 0);
   EXPECT_EQ(isAccessible(dir.path().c_str(), X_OK), 1);
   EXPECT_EQ(isExecutable(dir.path()), 0);
+  const ScratchDir other;
+  fs::create_directory_symlink(dir.path(), other / "link");  // has every bit itself
+  EXPECT_EQ(isExecutable(other / "link"), 0);
 }
 
 TEST(IsExecutable, OtherUser_NeedsPermissionOnly) {
@@ -125,6 +143,21 @@ TEST(IsExecutable, MissingAndDangling_AreNot) {
   const CapturedLog log(CapturedLog::Level::kTrace);
   EXPECT_EQ(isExecutable(dir / "missing"), 0);
   EXPECT_EQ(isExecutable(dir / "dangling"), 0);
+  EXPECT_EQ(log.bytes(), "");
+}
+
+TEST(IsExecutable, FileThatVanishesBeforeItsBitsAreLookedAt_IsNot) {
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root, and another user";
+  const OpenDir dir;
+  const std::string path = dir.allowing(0755);
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  EXPECT_EQ(isExecutable(path), 1);
+  hidden = path;
+  EXPECT_EQ(isAccessible(path.c_str(), X_OK), 1);
+  EXPECT_EQ(isExecutable(path), 0);
+  // Nobody is not asked for more than access(2) grants.
+  EXPECT_EQ(askedByNobody([&] { return isExecutable(path); }), 1);
+  hidden.clear();
   EXPECT_EQ(log.bytes(), "");
 }
 

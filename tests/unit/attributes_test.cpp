@@ -73,6 +73,15 @@ TEST(DupDir, MissingSource_IsLoggedWithTheReasonAndMakesNothing) {
   EXPECT_EQ(namesIn(dir.path()), Texts());
 }
 
+TEST(DupDir, MissingSourceAndAFileAsDestination_AreOneFailureOfTheSource) {
+  const ScratchDir dir;
+  const std::string file = dir.write("file", "kept");
+  const CapturedLog log;
+  EXPECT_EQ(dupDir((dir / "missing").c_str(), file.c_str()), 0);
+  EXPECT_EQ(log.texts(), Texts({"[I](common:371):failed to stat():" + dir / "missing" +
+                                ",No such file or directory"}));
+}
+
 TEST(DupDir, SourceInALoop_IsLoggedWithTheReason) {
   const ScratchDir dir;
   fs::create_symlink("loop", dir / "loop");
@@ -151,6 +160,24 @@ TEST(DupDir, OwnerThatCannotBeGiven_IsNoFailure) {
   });
   EXPECT_EQ(child.exitCode(), 1);
   EXPECT_EQ(attributesOf(dir / "dst"), "65534:65534 0715 1000000000 1100000001");
+}
+
+TEST(DupDir, NoAttributeThatCanBeGiven_IsNoFailureEither) {
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
+  const ScratchDir dir;
+  ASSERT_EQ(::chmod(dir.path().c_str(), 0755), 0);
+  for (const char* name : {"src", "dst"}) fs::create_directory(dir / name);
+  ASSERT_EQ(::chmod((dir / "src").c_str(), 0715), 0);
+  setTimes(dir / "src", 1000000000, 1100000001);
+  const std::string before = attributesOf(dir / "dst");  // root's, whatever nobody tries
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  const ChildResult child = runInChild([&] {
+    if (!becomeNobody()) return 77;
+    return dupDir((dir / "src").c_str(), (dir / "dst").c_str());
+  });
+  EXPECT_EQ(child.exitCode(), 1);
+  EXPECT_EQ(attributesOf(dir / "dst"), before);
+  EXPECT_EQ(child.err + log.bytes(), "");  // nobody can only complain that the log is closed
 }
 
 // --- getFileDate ---------------------------------------------------------------------------------

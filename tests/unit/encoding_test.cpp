@@ -234,12 +234,14 @@ TEST(Counters, ElementsBehindTheLength_AreNotInRange) {
 }
 
 TEST(Counters, NullAndLengthsBelow1_CountNothing) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
   const Elements elements = {'a'};
   for (const Counter counter :
        {check_EUCMultiByteLength, check_UTF8MultiByteLength, check_SJISMultiByteLength}) {
     EXPECT_EQ(counter(nullptr, 5), 0);
     for (const int len : {0, -1, INT_MIN}) EXPECT_EQ(counter(elements.data(), len), 0) << len;
   }
+  EXPECT_EQ(log.bytes(), "");
 }
 
 /// The judges: take one character after the other off the front of the bytes.
@@ -344,7 +346,7 @@ TEST(GetCharactorLength, MemoryRunsOut_IsZero) {
   if (kHasOwnAllocator)
     GTEST_SKIP() << "the address sanitizer needs more memory than a limit leaves";
   const ChildResult child = runInChild([] {
-    const rlimit limit = {1000000000, 1000000000};
+    const rlimit limit = {1000000000, RLIM_INFINITY};
     if (::setrlimit(RLIMIT_AS, &limit) != 0) return 77;
     return getCharactorLength("abc", INT_MAX);  // eight gigabytes of elements
   });

@@ -1,3 +1,4 @@
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cctype>
@@ -8,6 +9,17 @@
 #include "support/actionlog.h"
 #include "support/environmentguard.h"
 #include "support/generator.h"
+
+// --- takes the place of the C library's call in this program -------------------------------------
+
+/// A byte that is a letter in some locale; 0 for none.
+static int localeLetter = 0;
+
+extern "C" int isalnum(int byte) noexcept {
+  using IsAlnum = int (*)(int);
+  static const auto real = reinterpret_cast<IsAlnum>(::dlsym(RTLD_NEXT, "isalnum"));
+  return localeLetter != 0 && byte == localeLetter ? 1 : real(byte);
+}
 
 namespace {
 
@@ -83,6 +95,15 @@ TEST(ReplaceEnvValue, References_AreExpandedOnce) {
   const CapturedLog log(CapturedLog::Level::kTrace);
   for (const auto& row : kRows) EXPECT_EQ(replaceEnvValue(row.text), row.result) << row.text;
   EXPECT_EQ(log.bytes(), "");
+}
+
+TEST(ReplaceEnvValue, LettersOfAName_AreWhatTheCLibrarySaysInTheLocale) {
+  const EnvironmentGuard variable("B\xc4", "(B\xc4)");
+  const EnvironmentGuard shorter("B", "(B)");
+  localeLetter = 0xC4;
+  EXPECT_EQ(replaceEnvValue("$B\xc4/"), "(B\xc4)/");
+  localeLetter = 0;
+  EXPECT_EQ(replaceEnvValue("$B\xc4/"), "(B)\xc4/");
 }
 
 TEST(ReplaceEnvValue, LongValues_AreInsertedWhole) {

@@ -118,10 +118,21 @@ TEST(GetDirSize, CommandAbove1022Bytes_IsCut) {
 
 TEST(GetDirSize, LongLine_IsReadUpTo1023Bytes) {
   const FakeProgram du("du");
+  du.answer(std::string(1021, ' ') + "12\n");
+  EXPECT_EQ(getDirSize("/d"), 12);
   du.answer(std::string(1022, ' ') + "12\n");
   EXPECT_EQ(getDirSize("/d"), 1);
   du.answer(std::string(1023, ' ') + "12\n");
   EXPECT_EQ(getDirSize("/d"), 0);
+}
+
+TEST(GetDirSize, CommandThatCannotBeStarted_IsZero) {
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
+  const ChildResult child = runInChild([] {
+    if (!becomeNobody() || !forbidFork()) return 77;
+    return getDirSize("/") == 0 ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
 }
 
 // --- getDirFileSize ------------------------------------------------------------------------------
@@ -307,6 +318,23 @@ TEST(GetTotalFileSize, DanglingLinkInADirectory_IsTracedWithItsFullPath) {
                    "[T](common:192):getFileSize():reurned -1 , " + dir / "link"}));
 }
 
+TEST(GetTotalFileSize, DirectoryThatCannotBeRead_CountsNothingWithoutALine) {
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
+  const ScratchDir dir;
+  ASSERT_EQ(::chmod(dir.path().c_str(), 0755), 0);
+  fs::create_directory(dir / "closed");
+  dir.write("closed/file", "1234567");
+  dir.write("file", "12");
+  ASSERT_EQ(::chmod((dir / "closed").c_str(), 0700), 0);
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  const ChildResult child = runInChild([&] {
+    if (!becomeNobody()) return 77;
+    return static_cast<int>(getTotalFileSize({dir.path()}, 1));
+  });
+  EXPECT_EQ(child.exitCode(), 2);
+  EXPECT_EQ(child.err + log.bytes(), "");  // nobody can only complain that the log is closed
+}
+
 TEST(GetTotalFileSize, DirectoryThatVanishesWhileItIsMeasured_CountsNothing) {
   const ScratchDir dir;
   dir.write("file", "1234567");
@@ -406,6 +434,15 @@ TEST(GetFreeSize, HeadingThatDoesNotFit_PushesTheDataOut) {
   }
 }
 
+TEST(GetFreeSize, LongDataLine_IsReadUpTo1023Bytes) {
+  const FakeProgram df("df");
+  for (const std::size_t length : {1020u, 1021u, 1022u, 1023u}) {
+    df.answer("heading\n" + std::string(length, 'd') + " 12\n");
+    const int expected = length == 1020 ? 12 : length == 1021 ? 1 : 0;
+    EXPECT_EQ(getFreeSize("/d"), expected) << length;
+  }
+}
+
 TEST(GetFreeSize, Null_IsMinusOneWithoutALine) {
   const CapturedLog log(CapturedLog::Level::kTrace);
   EXPECT_EQ(getFreeSize(nullptr), -1);
@@ -423,12 +460,15 @@ TEST(GetFreeSize, CommandThatCannotBeStarted_IsMinusOne) {
 
 TEST(GetFreeSize, Pipe_IsClosedAndTheChildReaped) {
   const FakeProgram df("df");
-  df.answer("heading\n/dev/vda 77\n");
-  const ChildResult child = runInChild([] {
+  const ChildResult child = runInChild([&df] {
     const auto before = namesIn("/proc/self/fd");
-    getFreeSize("/d");
-    if (namesIn("/proc/self/fd") != before) return 1;
-    return ::wait(nullptr) == -1 ? 0 : 2;
+    for (const char* output : {"heading\n/dev/vda 77\n", "heading\n", ""}) {
+      df.answer(output);
+      getFreeSize("/d");
+      if (namesIn("/proc/self/fd") != before) return 1;
+      if (::wait(nullptr) != -1) return 2;
+    }
+    return 0;
   });
   EXPECT_EQ(child.exitCode(), 0);
 }

@@ -111,7 +111,7 @@ TEST(GetFileSize, OtherFailures_AreLoggedWithTheirReason) {
 }
 
 TEST(GetFileSize, Null_IsMinusOneWithoutALine) {
-  const CapturedLog log;
+  const CapturedLog log(CapturedLog::Level::kTrace);
   EXPECT_EQ(getFileSize(nullptr), -1);
   EXPECT_EQ(log.bytes(), "");
 }
@@ -222,6 +222,18 @@ TEST(MakeDir, SpecialCharacters_ArePartOfTheName) {
   EXPECT_EQ(namesIn(dir.path()), Texts({name}));
 }
 
+TEST(MakeDir, Wildcards_StayActive) {
+  const ScratchDir dir;
+  fs::create_directory(dir / "ab");
+  const CapturedLog log;
+  EXPECT_EQ(makeDir(dir / "a*", 1), 0);
+  EXPECT_EQ(makeDir(dir / "[a]?", 0), -1);
+  EXPECT_EQ(withoutPids(log.texts()),
+            inOrder({loggedMakeDir("mkdir -p " + dir / "a*" + " 2>/dev/null", "00000000"),
+                     loggedMakeDir("mkdir  " + dir / "[a]?" + " 2>/dev/null", "00000100")}));
+  EXPECT_EQ(namesIn(dir.path()), Texts({"ab"}));
+}
+
 // --- getCwd --------------------------------------------------------------------------------------
 
 TEST(GetCwd, CurrentDirectory_IsAbsolute) {
@@ -247,16 +259,27 @@ TEST(GetCwd, RemovedDirectory_IsADot) {
   EXPECT_EQ(child.out, ".");
 }
 
-TEST(GetCwd, PathOf4096Bytes_IsADot) {
+bool enterNew(const std::string& name) {
+  return ::mkdir(name.c_str(), 0700) == 0 && ::chdir(name.c_str()) == 0;
+}
+
+TEST(GetCwd, PathFrom4096Bytes_IsADot) {
   if (::getuid() != 0) GTEST_SKIP() << "needs root for a file system that vanishes";
-  const std::string name(204, 'd');  // 20 levels of 205 bytes make 4,100 bytes
-  const Texts lines = linesFromPrivateRoot([&] {
-    for (int level = 1; level <= 20; ++level) {
-      if (::mkdir(name.c_str(), 0700) != 0 || ::chdir(name.c_str()) != 0) return;
-      if (level >= 19) std::printf("%zu\n", getCwd().size());
-    }
-  });
-  EXPECT_EQ(lines, Texts({"3895", "1"}));
+  for (const std::size_t length : {4094u, 4095u, 4096u, 4097u, 5000u}) {
+    std::string path;
+    const Texts lines = linesFromPrivateRoot([&] {
+      while (path.size() < length) {
+        // No name is left that would have to be empty.
+        const std::size_t rest = length - path.size() - 1;
+        const std::string name(rest > 202 ? 200 : rest, 'd');
+        if (!enterNew(name)) return;
+        path += "/" + name;
+      }
+      const std::string cwd = getCwd();
+      std::puts(cwd == path ? "the path" : cwd.c_str());
+    });
+    EXPECT_EQ(lines, Texts({length < 4096 ? "the path" : "."})) << length;
+  }
 }
 
 }  // namespace

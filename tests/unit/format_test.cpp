@@ -10,7 +10,7 @@
 
 #include "support/sanitizer.h"
 
-// --- growing a heap buffer is watched, and fails on demand ---------------------------------------
+// --- allocations are counted; growing a heap buffer is watched, and fails on demand --------------
 
 namespace {
 struct {
@@ -18,12 +18,18 @@ struct {
   std::size_t failAt = 0;  // the size that is refused, 0 for none
   std::size_t sizes[16] = {};
   std::size_t count = 0;
+  std::size_t allocations = 0;  // new ones, not grown
 } growth;
 }  // namespace
 
 #ifndef TANEXICS_ADDRESS_SANITIZER
 extern "C" {
+void* __libc_malloc(std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);
+void* malloc(std::size_t size) noexcept {
+  if (growth.watching) ++growth.allocations;
+  return __libc_malloc(size);
+}
 void* realloc(void* memory, std::size_t size) noexcept {
   if (growth.watching && growth.count < 16) growth.sizes[growth.count++] = size;
   if (growth.watching && size == growth.failAt) return nullptr;
@@ -38,6 +44,7 @@ using Sizes = std::vector<std::size_t>;
 
 std::string formatWatched(const std::string& text, std::size_t failAt) {
   growth.count = 0;
+  growth.allocations = 0;
   growth.failAt = failAt;
   growth.watching = true;
   std::string result = format("%s", text.c_str());
@@ -108,6 +115,19 @@ TEST(Format, BuffersGrow_ToTwiceTheSizePlusOne) {
   EXPECT_EQ(grownTo(), Sizes({2049, 4097, 8193}));
 }
 
+TEST(Format, ShortText_AllocatesOnlyItsResult) {
+#ifdef TANEXICS_ADDRESS_SANITIZER
+  GTEST_SKIP() << "the address sanitizer brings its own allocator";
+#endif
+  const std::size_t inPlace = std::string().capacity();  // what a string holds without allocating
+  for (const std::size_t length : {std::size_t{0}, std::size_t{1}, inPlace, inPlace + 1,
+                                   std::size_t{100}, std::size_t{1023}}) {
+    EXPECT_EQ(formatWatched(std::string(length, 'x'), 0).size(), length);
+    EXPECT_EQ(growth.allocations, length > inPlace ? 1u : 0u) << length;
+    EXPECT_EQ(growth.count, 0u) << length;
+  }
+}
+
 TEST(Format, FailedAllocation_GivesTheTextCutAtTheLastBuffer) {
 #ifdef TANEXICS_ADDRESS_SANITIZER
   GTEST_SKIP() << "the address sanitizer brings its own allocator";
@@ -120,6 +140,11 @@ TEST(Format, FailedAllocation_GivesTheTextCutAtTheLastBuffer) {
 
 TEST(Format, FailingConversion_GivesWhatPrecedesIt) {
   EXPECT_EQ(format("abc%ls", L"\x3042"), "abc");
+  // A count below 0 is no length to grow to: what fits the first buffer is all.
+  for (const std::size_t length : {1022u, 1023u, 1024u, 5000u}) {
+    const std::string text(length, 'x');
+    EXPECT_EQ(format("%s%ls", text.c_str(), L"\x3042"), text.substr(0, 1023)) << length;
+  }
 }
 
 TEST(Format, ZeroByte_EndsTheText) { EXPECT_EQ(format("a%cb", '\0'), "a"); }

@@ -13,6 +13,9 @@ namespace {
 
 using Counts = std::map<std::string, int>;
 
+// Stands first, before anything is counted.
+TEST(AtOnce, ProcessWideMap_IsEmptyAtTheStart) { EXPECT_EQ(mapOnce, Counts()); }
+
 TEST(AtOnce, NullMapAndLimit0_AnswersOneOnTheFirstCallOnly) {
   mapOnce.clear();
   EXPECT_EQ(atOnce("k", nullptr, 0), 1);

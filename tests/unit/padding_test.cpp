@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "support/actionlog.h"
 #include "support/environmentguard.h"
 
 namespace {
@@ -113,8 +114,10 @@ TEST(GetStrPatting, DestinationThatHoldsAText_KeepsWhatTheBlanksLeave) {
   EXPECT_STREQ(dst, "  34ab");
 }
 
-TEST(GetStrPatting, NullDestination_IsReturned) {
+TEST(GetStrPatting, NullDestination_IsReturnedWithoutALine) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
   EXPECT_EQ(getStrPatting("ab", 2, 2, nullptr), nullptr);
+  EXPECT_EQ(log.bytes(), "");
 }
 
 #ifdef NDEBUG
@@ -126,7 +129,7 @@ TEST(Padding, NoCharacters_ArePaddedWithNothing) {
   EXPECT_STREQ(dst, "ab");
   for (const int len : {0, -1}) {
     std::string text = "ab";
-    getStrPattingTail(text, len, 5);
+    EXPECT_EQ(getStrPattingTail(text, len, 5), 0);
     EXPECT_EQ(text, "ab");
   }
 }

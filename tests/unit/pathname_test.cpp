@@ -35,7 +35,7 @@ TEST(EraseLastSlash, OneTrailingSlash_IsRemoved) {
 }
 
 TEST(EraseLastSlash, Null_IsMinusOneInPlaceAndEmptyAsACopy) {
-  const CapturedLog log;
+  const CapturedLog log(CapturedLog::Level::kTrace);
   EXPECT_EQ(eraseLastSlash(static_cast<char*>(nullptr)), -1);
   EXPECT_EQ(eraseLastSlash(kNull), "");
   EXPECT_EQ(log.bytes(), "");
@@ -47,7 +47,7 @@ TEST(ParentPath, BareNameAndEmptyText_GiveTheRoot) {
 }
 
 TEST(ParentPath, Null_GivesTheEmptyText) {
-  const CapturedLog log;
+  const CapturedLog log(CapturedLog::Level::kTrace);
   EXPECT_EQ(parentPath(kNull), "");
   EXPECT_EQ(log.bytes(), "");
 }
@@ -121,6 +121,22 @@ TEST(BaseName, LongestPath_IsNotCut) {
   EXPECT_EQ(dir, "/" + std::string(93, 'd'));
 }
 
+TEST(BaseName, PathsAroundTheBuffer_AreCutAtIt) {
+  for (const std::size_t length : {4094u, 4095u, 4096u, 4097u}) {
+    std::string path = "/d/";
+    while (path.size() < length) path += static_cast<char>('a' + path.size() % 26);
+    const std::string name = path.substr(3, 4092);  // "/d/" and the terminator fill it up
+    std::string dir;
+    EXPECT_EQ(__xpg_basename(path, dir), name) << length;
+    EXPECT_EQ(dir, "/d") << length;
+    EXPECT_EQ(__xpg_basename(path.c_str()), name) << length;
+    EXPECT_EQ(retrieveName(path.c_str()), name) << length;
+    // A last slash behind the cut is not seen.
+    path.back() = '/';
+    EXPECT_EQ(__xpg_basename(path, dir), length <= 4095 ? "" : name) << length;
+  }
+}
+
 TEST(BaseName, PathTooLongForTheSystem_IsHarmless) {
   std::string dir;
   EXPECT_EQ(__xpg_basename("/d/" + std::string(10000, 'x'), dir), std::string(4092, 'x'));
@@ -131,6 +147,16 @@ TEST(BaseName, DirectoryIsThePathItself_IsCopiedFirst) {
   std::string path = "/a/b";
   EXPECT_EQ(__xpg_basename(path, path), "b");
   EXPECT_EQ(path, "/a");
+}
+
+TEST(BaseNameAndExtension, Null_AreEmptyWithoutALine) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  std::string other;
+  EXPECT_EQ(__xpg_basename(kNull, other) + __xpg_basename(kNull), "");
+  EXPECT_EQ(retrieveExt(kNull, other) + retrieveExt(kNull), "");
+  EXPECT_EQ(retrieveName(kNull, other) + retrieveName(kNull), "");
+  EXPECT_EQ(other, "");
+  EXPECT_EQ(log.bytes(), "");
 }
 
 TEST(RetrieveName, NameWithTwoDots_LosesTheLastExtensionOnly) {

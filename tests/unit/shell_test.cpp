@@ -322,10 +322,12 @@ TEST(ShellEsc, EveryByte_IsEscapedExactlyWhenListed) {
   }
 }
 
-TEST(ShellEsc, Null_IsEmpty) {
+TEST(ShellEsc, Null_IsEmptyWithoutALine) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
   const char* null = nullptr;
   EXPECT_EQ(shellEsc(null, 0), "");
   EXPECT_EQ(shellEsc(null, 1), "");
+  EXPECT_EQ(log.bytes(), "");
 }
 
 TEST(ShellEsc, WholeTexts_AreEscapedByteByByte) {

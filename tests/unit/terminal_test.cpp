@@ -243,6 +243,7 @@ TEST(Getch, EndOfInput_IsZero) { EXPECT_EQ(leftAfterGetch(""), ""); }
 TEST(Getch, LongLine_IsReadUpTo1023Bytes) {
   EXPECT_EQ(leftAfterGetch(std::string(1022, 'x') + "\ntwo\n"), "two\n");
   EXPECT_EQ(leftAfterGetch(std::string(1023, 'x') + "\ntwo\n"), "\ntwo\n");
+  EXPECT_EQ(leftAfterGetch(std::string(1024, 'x') + "\ntwo\n"), "x\ntwo\n");
   EXPECT_EQ(leftAfterGetch(std::string(1500, 'x') + "\ntwo\n"), std::string(477, 'x') + "\ntwo\n");
 }
 

@@ -1,3 +1,4 @@
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cctype>
@@ -9,6 +10,17 @@
 #include "support/aborttext.h"
 #include "support/actionlog.h"
 #include "support/generator.h"
+
+// --- takes the place of the C library's call in this program -------------------------------------
+
+/// A byte that is white space in some locale; 0 for none.
+static int localeSpace = 0;
+
+extern "C" int isspace(int byte) noexcept {
+  using IsSpace = int (*)(int);
+  static const auto real = reinterpret_cast<IsSpace>(::dlsym(RTLD_NEXT, "isspace"));
+  return localeSpace != 0 && byte == localeSpace ? 1 : real(byte);
+}
 
 namespace {
 
@@ -48,6 +60,22 @@ TEST(Trim, WhiteSpaceAtBothEnds_IsRemoved) {
                {"\xa0 a \xa0", "\xa0 a \xa0"},
                {" \xe6\xbc\xa2 ", "\xe6\xbc\xa2"}};
   for (const auto& row : kRows) EXPECT_EQ(trimmed(row.text), row.result) << "'" << row.text << "'";
+}
+
+TEST(Trim, TrailingWhiteSpaceInABuffer_IsOverwrittenWithZeros) {
+  std::string buffer = "ab \t\n";
+  trim(buffer.data());
+  EXPECT_EQ(buffer, std::string("ab\0\0\0", 5));
+  buffer = "  \n";
+  trim(buffer.data());
+  EXPECT_EQ(buffer[0], '\0');
+}
+
+TEST(Trim, WhiteSpace_IsWhatTheCLibrarySaysInTheLocale) {
+  localeSpace = 0xA0;
+  EXPECT_EQ(trimmed("\xa0 a\xa0"), "a");
+  localeSpace = 0;
+  EXPECT_EQ(trimmed("\xa0 a\xa0"), "\xa0 a\xa0");
 }
 
 TEST(Trim, NullBuffer_IsIgnoredWithoutALine) {

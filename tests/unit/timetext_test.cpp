@@ -8,6 +8,7 @@
 #include <ctime>
 #include <string>
 
+#include "support/actionlog.h"
 #include "support/timezoneguard.h"
 
 namespace {
@@ -94,7 +95,11 @@ TEST(ConvTimeValue, UnknownUnit_IsMinusOne) { EXPECT_EQ(secondsOf("5mins"), -1);
 
 TEST(ConvTimeValue, UpperCaseUnit_IsNotMultiplied) { EXPECT_EQ(secondsOf("2HOUR"), 2); }
 
-TEST(ConvTimeValue, Null_IsMinusOne) { EXPECT_EQ(convTimeValue(nullptr), -1); }
+TEST(ConvTimeValue, Null_IsMinusOneWithoutALine) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  EXPECT_EQ(convTimeValue(nullptr), -1);
+  EXPECT_EQ(log.bytes(), "");
+}
 
 TEST(ConvTimeValue, Texts_AreADigitsAndAUnit) {
   const struct {
@@ -315,10 +320,12 @@ TEST(ConvDate, ShortSource_IsFilledUpWithBlanks) {
 }
 
 TEST(ConvDate, EitherNull_IsZeroAndWritesNothing) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
   char dst[17] = "left over";
   EXPECT_EQ(convDate(nullptr, dst), 0);
   EXPECT_STREQ(dst, "left over");
   EXPECT_EQ(convDate("202611151200", nullptr), 0);
+  EXPECT_EQ(log.bytes(), "");
 }
 
 }  // namespace

@@ -2,28 +2,32 @@
 
 #include <cassert>
 #include <cstring>
+#include <utility>
 
 #include "log/loglines.h"
 
 namespace {
 
+/// `out` takes the fields over in the end: the text may be one of its items.
 template <class Container>
 int splitInto(const char* text, const char* delim, Container& out, int maxFields) {
-  const std::size_t delimLength = delim == nullptr ? 0 : std::strlen(delim);
+  const std::size_t delimLength = std::strlen(delim);
   assert(delimLength > 0);
+  Container fields;
   const bool limited = maxFields > 1;
   const std::size_t limit = limited ? static_cast<std::size_t>(maxFields) : 0;
 
   const char* rest = text;
   for (;;) {
-    const bool isLast = limited && out.size() == limit - 1;
+    const bool isLast = limited && fields.size() == limit - 1;
     const char* found = isLast || delimLength == 0 ? nullptr : std::strstr(rest, delim);
     if (found == nullptr) break;
-    out.emplace_back(rest, static_cast<std::size_t>(found - rest));
+    fields.emplace_back(rest, static_cast<std::size_t>(found - rest));
     rest = found + delimLength;
   }
-  out.emplace_back(rest);
-  while (limited && out.size() < limit) out.emplace_back();
+  fields.emplace_back(rest);
+  while (limited && fields.size() < limit) fields.emplace_back();
+  out = std::move(fields);
   return static_cast<int>(out.size());
 }
 
@@ -40,18 +44,18 @@ std::string joinItems(const Container& items, const char* sep) {
 }  // namespace
 
 int split(const char* text, const char* delim, std::list<std::string>& out, int maxFields) {
-  out.clear();
-  if (text == nullptr) {
-    invalidParamAt("common", 2748);
+  if (text == nullptr) invalidParamAt("common", 2748);
+  if (text == nullptr || delim == nullptr) {
+    out.clear();
     return 0;
   }
   return splitInto(text, delim, out, maxFields);
 }
 
 int split(const char* text, const char* delim, std::vector<std::string>& out, int maxFields) {
-  out.clear();
-  if (text == nullptr) {
-    invalidParamAt("common", 2812);
+  if (text == nullptr) invalidParamAt("common", 2812);
+  if (text == nullptr || delim == nullptr) {
+    out.clear();
     return 0;
   }
   return splitInto(text, delim, out, maxFields);

@@ -9,15 +9,15 @@
 /// last is a field, also when it is empty: "/a/b" at "/" gives "", "a", "b"; "" gives one empty
 /// field.
 ///
-/// `delim`      not empty: an empty one is the caller's mistake, an assertion in debug builds;
-/// other
-///              builds then take the whole text as one field. Null counts as empty.
-/// `out`        out: the fields; emptied first.
+/// `text`       may be an item of `out`.
+/// `delim`      not empty: an empty one is the caller's mistake, an assertion in debug builds; in
+///              others the whole text is one field.
+/// `out`        out: the fields, and nothing else.
 /// `maxFields`  above 1: exactly so many fields; the last one holds the whole rest, and empty ones
 ///              are added where the text has fewer. 1 and below: no limit.
 ///
 /// Returns the number of fields. Null text: 0, and "invalid param" is logged at (common:2748) for a
-/// list and (common:2812) for a vector.
+/// list and (common:2812) for a vector. Null `delim`: 0, and nothing is logged.
 int split(const char* text, const char* delim, std::list<std::string>& out, int maxFields);
 int split(const char* text, const char* delim, std::vector<std::string>& out, int maxFields);
 

@@ -28,11 +28,11 @@ bool isWanted(const std::string& path, int withDirs, int onlyDirs) {
 template <class Container>
 int listInto(Container& out, const char* dir, int fullPath, int withDirs, int onlyDirs) {
   if (isDir(dir) == 0) return -1;
-  out.clear();
+  const std::string parent = eraseLastSlash(dir) + "/";  // the root becomes "/" again
   const DirStream stream(::opendir(dir));
+  out.clear();  // not before: `dir` may be one of its items
   if (stream == nullptr) return -1;
 
-  const std::string parent = eraseLastSlash(dir) + "/";  // the root becomes "/" again
   while (const dirent* entry = ::readdir(stream.get())) {
     if (isDotEntry(entry->d_name)) continue;
     std::string path = parent + entry->d_name;

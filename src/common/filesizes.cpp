@@ -27,6 +27,11 @@ using DirId = std::pair<dev_t, ino_t>;
 std::int64_t totalOf(const std::list<std::string>& paths, int recursive,
                      std::vector<DirId>& ancestors);
 
+/// The sum, wrapped at 64 bits: sparse files of any size are no reason to stop.
+std::int64_t wrappingSum(std::int64_t a, std::int64_t b) {
+  return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) + static_cast<std::uint64_t>(b));
+}
+
 /// What a directory holds, unless it is being walked already: a link within itself would never end.
 std::int64_t totalOfDir(const std::string& dir, std::vector<DirId>& ancestors) {
   struct stat status = {};
@@ -46,12 +51,12 @@ std::int64_t totalOf(const std::list<std::string>& paths, int recursive,
   std::int64_t total = 0;
   for (const std::string& path : paths) {
     if (isDir(path) == 1) {
-      if (recursive == 1) total += totalOfDir(path, ancestors);
+      if (recursive == 1) total = wrappingSum(total, totalOfDir(path, ancestors));
       continue;
     }
     const std::int64_t size = getFileSize(C(path));
     if (size >= 0) {
-      total += size;
+      total = wrappingSum(total, size);
     } else {
       traceAt("common", 192, "getFileSize():reurned %lld , %s", static_cast<long long>(size),
               C(path));

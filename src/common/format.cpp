@@ -38,6 +38,7 @@ std::string format(const char* fmt, ...) {
 }
 
 std::string format_va(const char* fmt, va_list args) {
+  if (fmt == nullptr) return "";
   char first[kFirstBufferBytes];
   first[0] = '\0';
   std::size_t size = sizeof first;

@@ -10,7 +10,7 @@ const char* C(const char* text);
 const char* C(const std::string& text);
 char* C(std::string& text);
 
-/// Formats as printf(3) into a text of any length. `fmt` must not be null.
+/// Formats as printf(3) into a text of any length; null gives "".
 ///
 /// When the system runs out of memory while the text is being formatted, the result is the text cut
 /// at the last buffer that was to be had (1,023 bytes at least); nothing is logged. A conversion

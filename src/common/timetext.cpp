@@ -29,8 +29,8 @@ std::string timeText(const char* fmt, time_t t) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
   // The two formats below are literals; the attribute has them checked at their calls.
-  std::snprintf(text, sizeof text, fmt, local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
-                local.tm_hour, local.tm_min, local.tm_sec);
+  std::snprintf(text, sizeof text, fmt, static_cast<long long>(local.tm_year) + 1900,
+                local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
 #pragma GCC diagnostic pop
   return text;
 }
@@ -97,13 +97,13 @@ int getUTCOffset(time_t t) {
 
 time_t getTimeStr(std::string& out, time_t t) {
   if (t == 0) t = std::time(nullptr);
-  out = timeText("%04d%02d%02d%02d%02d%02d", t);
+  out = timeText("%04lld%02d%02d%02d%02d%02d", t);
   return t;
 }
 
 std::string getTimeStr(time_t t) { return localTimeText(t < 1 ? std::time(nullptr) : t); }
 
-std::string localTimeText(time_t t) { return timeText("%04d/%02d/%02d %02d:%02d:%02d", t); }
+std::string localTimeText(time_t t) { return timeText("%04lld/%02d/%02d %02d:%02d:%02d", t); }
 
 int convDate(const char* src, char* dst) {
   if (src == nullptr || dst == nullptr) return 0;

@@ -71,16 +71,34 @@ TEST(Split, Texts_AreCutAtEveryDelimiter) {
 #ifdef NDEBUG
 TEST(Split, NoDelimiter_GivesTheWholeTextAsOneField) {
   EXPECT_EQ(fieldsOf("a//b", "", 0), Texts({"a//b"}));
-  EXPECT_EQ(fieldsOf("a//b", nullptr, 0), Texts({"a//b"}));
   EXPECT_EQ(fieldsOf("a//b", "", 3), Texts({"a//b", "", ""}));
 }
 #else
 TEST(SplitDeathTest, NoDelimiter_IsTheCallersMistake) {
   std::vector<std::string> fields;
   EXPECT_DEATH(split("a//b", "", fields, 0), "delimLength > 0");
-  EXPECT_DEATH(split("a//b", nullptr, fields, 0), "delimLength > 0");
 }
 #endif
+
+TEST(Split, NullDelimiter_GivesNoFieldWithoutALine) {
+  CapturedLog log(CapturedLog::Level::kTrace);
+  std::list<std::string> list = {"left over"};
+  EXPECT_EQ(split("a", nullptr, list, 3), 0);
+  EXPECT_TRUE(list.empty());
+  Texts vector = {"left over"};
+  EXPECT_EQ(split("a", nullptr, vector, 3), 0);
+  EXPECT_TRUE(vector.empty());
+  EXPECT_EQ(log.bytes(), "");
+}
+
+TEST(Split, TextOfTheResultItself_IsSplit) {
+  std::list<std::string> list = {"a long text, longer than what needs no memory of its own/b"};
+  EXPECT_EQ(split(list.front().c_str(), "/", list, 0), 2);
+  EXPECT_EQ(list.back(), "b");
+  Texts vector = {"a long text, longer than what needs no memory of its own/b"};
+  EXPECT_EQ(split(vector.front().c_str(), "/", vector, 0), 2);
+  EXPECT_EQ(vector.front(), "a long text, longer than what needs no memory of its own");
+}
 
 TEST(Split, NullText_IsLoggedAndGivesNoField) {
   CapturedLog log;

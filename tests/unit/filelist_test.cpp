@@ -87,6 +87,15 @@ TEST(GetFileList, File_IsRefusedAndLeavesTheResultUntouched) {
   expectRefused(dir.write("file", "x"));
 }
 
+TEST(GetFileList, DirectoryOfTheResultItself_IsListed) {
+  const ScratchDir dir;
+  dir.write("file", "");
+  // Longer than what a text keeps without memory of its own.
+  std::list<std::string> list = {dir.path() + "/././././././././."};
+  EXPECT_EQ(getFileList(list, list.front().c_str(), 0, 0, 0), 1);
+  EXPECT_EQ(list.front(), "file");
+}
+
 TEST(GetFileList, PathsThatAreNoDirectory_AreRefused) {
   const Zoo dir;
   for (const char* name : {"missing", "dangling", "loop", "pipe", "device", "to-file", "file/"}) {

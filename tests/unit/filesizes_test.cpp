@@ -284,6 +284,18 @@ TEST(GetTotalFileSize, Files_AreAddedUpIn64Bits) {
   EXPECT_EQ(log.bytes(), "");
 }
 
+TEST(GetTotalFileSize, SumAbove64Bits_Wraps) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root for a file system without a limit";
+  const ScratchDir dir;
+  const ChildResult child = runInChild([&dir] {
+    if (!enterPrivateMounts() || !mountTmpfs(dir.path())) return 77;
+    const std::string largest = dir.write("largest", "");
+    if (::truncate(largest.c_str(), INT64_MAX) != 0) return 78;
+    return getTotalFileSize({largest, largest}, 0) == -2 ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+}
+
 TEST(GetTotalFileSize, MissingFile_AddsNothingAndIsTraced) {
   const ScratchDir dir;
   const std::string file = dir.write("file", "1234567");

@@ -80,6 +80,14 @@ TEST(Format, Arguments_AreFormattedAsPrintf) {
   EXPECT_EQ(format("%s", "\xe6\xbc\xa2 \xa4\xa2 "), "\xe6\xbc\xa2 \xa4\xa2 ");
 }
 
+TEST(Format, Null_IsEmpty) {
+  const char* null = nullptr;
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-security"
+  EXPECT_EQ(format(null), "");
+#pragma GCC diagnostic pop
+}
+
 TEST(Format, TextOf1023Bytes_FitsTheFirstBuffer) {
   EXPECT_EQ(formatWatched(std::string(1023, 'x'), 0), std::string(1023, 'x'));
   EXPECT_EQ(grownTo(), Sizes());

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
+#include <chrono>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -200,6 +201,17 @@ TEST(ReplaceString, EmptyTextOrEmptyFrom_IsMinusOneAndChangesNothing) {
   std::string text = "abc";
   EXPECT_EQ(replaceString(text, "", "x"), -1);
   EXPECT_EQ(text, "abc");
+}
+
+TEST(ReplaceString, LongTextThatNearlyMatchesEverywhere_TakesNoTime) {
+  constexpr std::size_t kHalf = 500000;
+  const std::string bytes(2 * kHalf, 'a');
+  std::string text = bytes;
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(replaceString(text, bytes.substr(0, kHalf) + "b", "x"), 0);
+  // Comparing anew at each place takes more than five seconds.
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+  EXPECT_TRUE(text == bytes);
 }
 
 TEST(ReplaceString, TextReplacedByItself_IsTheSame) {

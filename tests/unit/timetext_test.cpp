@@ -285,6 +285,15 @@ TEST(TimeTexts, YearThatDoesNotFit_IsAStrangeTextButNoCrash) {
   EXPECT_EQ(getUTCOffset(INT64_MAX), 0);
 }
 
+TEST(TimeTexts, LastYearThatFits_IsWritten) {
+  const TimeZoneGuard zone(kUtc);
+  constexpr time_t kLastSecond = 67768036191676799;
+  std::string digits;
+  EXPECT_EQ(getTimeStr(digits, kLastSecond), kLastSecond);
+  EXPECT_EQ(digits, "21474855471231235959");
+  EXPECT_EQ(localTimeText(kLastSecond), "2147485547/12/31 23:59:59");
+}
+
 // --- convDate ------------------------------------------------------------------------------------
 
 TEST(ConvDate, TwelveDigits_BecomeADateInSeventeenBytes) {

@@ -9,7 +9,8 @@ namespace {
 std::string firstLineOf(const char* command) {
   std::list<std::string> lines;
   execGetLines(lines, command, /*maxLines=*/1, nullptr, 0);
-  return lines.empty() ? "" : lines.front();
+  if (lines.empty()) return "";
+  return lines.front();
 }
 
 }  // namespace

@@ -37,11 +37,12 @@ std::string parentPath(const std::string& path) { return parentPath(C(path)); }
 
 std::string __xpg_basename(const char* path, std::string& dir) {
   // Copied before `dir` changes: a caller may ask for the parts of the very text that it passes.
-  std::string text = path == nullptr ? "" : std::string(path, strnlen(path, kPathBytes - 1));
+  std::string text;
+  if (path != nullptr) text.assign(path, strnlen(path, kPathBytes - 1));
   dir.clear();
   const std::size_t slash = text.rfind('/');
   if (slash == std::string::npos) return text;
-  dir = slash == 0 ? "/" : text.substr(0, slash);
+  dir.assign(text, 0, slash == 0 ? 1 : slash);  // the root keeps its slash
   return text.substr(slash + 1);
 }
 

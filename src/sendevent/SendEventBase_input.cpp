@@ -117,7 +117,8 @@ int CSendEventBase::getEventType() { return m_eventType; }
 std::vector<std::string> CSendEventBase::getSendFileList() { return m_sendFileList; }
 
 const char* CSendEventBase::getParam(const char* key) {
-  return key == nullptr ? "" : C(m_params[key]);
+  if (key == nullptr) return "";
+  return C(m_params[key]);
 }
 
 void CSendEventBase::setParam(const char* key, const char* value) {

@@ -9,6 +9,7 @@
 
 #include "common/filesystem.h"
 #include "common/format.h"
+#include "common/ignoreresult.h"
 #include "common/timetext.h"
 #include "log/CLog.h"
 #include "log/loglines.h"
@@ -19,7 +20,7 @@ namespace {
 void copyAttributes(const struct stat& source, const char* dst) {
   const utimbuf times = {source.st_atime, source.st_mtime};
   ::utime(dst, &times);
-  if (::chown(dst, source.st_uid, source.st_gid) != 0) errno = 0;
+  ignoreResult(::chown(dst, source.st_uid, source.st_gid));
   ::chmod(dst, source.st_mode);
 }
 

@@ -7,9 +7,8 @@
 /// Runs `command` through "/bin/sh" and collects what it prints.
 ///
 /// `lines`          out: one entry a line, line end removed; emptied first. A line above 1,023
-/// bytes
-///                  arrives as several entries; of a line with a zero byte only what stands before
-///                  it.
+///                  bytes arrives as several entries; of a line with a zero byte only what stands
+///                  before it.
 /// `maxLines`       how many entries to keep; negative keeps all. The rest is read and dropped, so
 ///                  that the child never blocks on a full pipe.
 /// `errorLines`     out: the same for standard error, by way of a temporary file; null discards it.

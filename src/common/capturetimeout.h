@@ -8,11 +8,9 @@
 /// what it prints on standard output; standard error is discarded.
 ///
 /// `lines`    out: one entry a line, line end removed; emptied first. A line above 1,022 bytes
-/// arrives as
-///            several entries.
+///            arrives as several entries.
 /// `seconds`  the time limit; 0 and below, and above 7,200, mean 7,200. Whether the command has
-/// ended
-///            is looked at once a second.
+///            ended is looked at once a second.
 ///
 /// A command still running then gets SIGTERM, with everything that it started, and 60 seconds later
 /// SIGKILL; both are logged. The output is read only after the command has ended: one that prints

@@ -12,8 +12,7 @@ std::string toLowerStr(const std::string& text);
 /// 1 when the last `n` bytes of `a` and of `b` are equal but for their case, else 0.
 ///
 /// `n`  below 1 means the length of `b`, so that 0 asks whether `a` ends with `b`. A text shorter
-/// than
-///      `n` gives 0.
+///      than `n` gives 0.
 int compareRightNoCase(const std::string& a, const std::string& b, int n);
 
 /// 1 when every byte is a digit from 0 to 9, which holds for the empty text too. Null: 0, and

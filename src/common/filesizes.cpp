@@ -19,6 +19,7 @@
 
 namespace {
 
+/// The size argument of the bounded print: a longer command has always been run as far as it fits.
 constexpr std::size_t kCommandBytes = 1023;
 constexpr std::size_t kLineBytes = 1024;
 

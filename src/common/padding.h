@@ -11,12 +11,12 @@
 ///
 /// `len`  the bytes of `text` by which it is measured; at most its length counts.
 /// `dst`  zero-filled, with room for the blanks, the text and a terminator. Returned. Null: nothing
-/// is
-///        written.
+///        is written.
 char* getStrPatting(const std::string& text, int len, int width, char* dst);
 
 /// Appends to `text` the blanks that fill it up to `width`. Returns their number; when the text is
-/// as wide already, the width (doubled for a single-byte text), and nothing is appended.
+/// as wide already, the width (doubled for a single-byte text), and nothing is appended. 0 for a
+/// text without characters.
 int getStrPattingTail(std::string& text, int len, int width);
 
 #endif

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 
+#include "common/ignoreresult.h"
 #include "common/number.h"
 #include "common/shell.h"
 #include "common/waitstatus.h"
@@ -42,6 +43,6 @@ int checkReceiveData(int& ready, int seconds) {
 int getch() {
   char line[1024];
   // Nothing is made of what was read, so that nothing came is no different.
-  if (std::fgets(line, sizeof line, stdin) == nullptr) return 0;
+  ignoreResult(std::fgets(line, sizeof line, stdin));
   return 0;
 }

@@ -14,6 +14,7 @@
 #include <ctime>
 
 #include "common/format.h"
+#include "common/ignoreresult.h"
 #include "common/pathname.h"
 #include "common/shell.h"
 
@@ -84,7 +85,7 @@ const LineHead& currentLineHead() {
 
 /// A log that cannot be written must not stop the run, so what could not be written is let go.
 void writeOnce(int fd, const char* bytes, std::size_t count) {
-  if (::write(fd, bytes, count) < 0) return;
+  ignoreResult(::write(fd, bytes, count));
 }
 
 std::string environmentOr(const char* name, const char* fallback) {
@@ -151,7 +152,7 @@ void CLog::rotate() const {
   s_system(C(format("cp -f %s %s/%s.bak >/dev/null 2>&1", C(m_logPath), C(directory), C(name))));
   // Also when the copy failed: a disk that has no room for the backup must not be filled by the
   // log.
-  if (::truncate(C(m_logPath), 0) != 0) return;
+  ignoreResult(::truncate(C(m_logPath), 0));
 }
 
 void CLog::append(const char* text, std::size_t length) const {

@@ -21,8 +21,7 @@ class CLog {
   /// Chooses the file and the level; the first line creates the file. May be called again.
   ///
   /// `programPath`     the program's own path; its base name becomes the identity in the system
-  /// log.
-  ///                   Null counts as an empty identity.
+  ///                   log. Null counts as an empty identity.
   /// `defaultLogPath`  the file where the environment variable TANEX_LOG is not set; null means
   ///                   /var/opt/QZKBsoftmsg/log/msg_action.log. TANEX_LOG wins even when it is
   ///                   empty; no line can be written then.

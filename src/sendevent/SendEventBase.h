@@ -75,8 +75,7 @@ class CSendEventBase {
   /// file in `files` with ".syslog.txt" or ".apllog.txt" anywhere in its path.
   ///
   /// `line`  out: that line without its line end, at most 1,022 bytes; "Software Log" when there is
-  /// no
-  ///         such file; "" when the file holds no such line or cannot be read, which is logged.
+  ///         no such file; "" when the file holds no such line or cannot be read, which is logged.
   void getSyslogLine(const std::vector<std::string>& files, std::string& line);
 
   /// Appends `src` to a notification as a field: quoted, quotes doubled, cut where the notification

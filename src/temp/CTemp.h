@@ -25,8 +25,7 @@ class CTemp {
   /// `prefix`     what the name begins with; the C library uses the first five bytes of it (see
   ///              tempnam(3)). Null fails.
   /// `parentDir`  made, with its parents, where it does not exist; null means "/tmp". The
-  /// environment
-  ///              variable TMPDIR wins over it where it names a usable directory.
+  ///              environment variable TMPDIR wins over it where it names a usable directory.
   ///
   /// Returns 1, or 0 when all attempts failed.
   int getTempDir(std::string& path, const char* prefix, const char* parentDir);

@@ -205,11 +205,11 @@ TEST_F(Transmission, TypeIsReadAnewForEachFileAndTheCodesAreChosenOnce) {
     if (call == "Communicate") event.m_eventType = 1;
   };
   EXPECT_EQ(0, send(event));
-  EXPECT_EQ(session({"Communicate(0x40017, 0, 0, " + incidentText(1, 2) + ")",
-                     "Communicate(0x4010b, 0, 1, [" + m_a + "])",
-                     "Communicate(0x40017, 0, 0, NULL)",
-                     "Communicate(0x4010b, 0, 1, [" + m_b + "])"}),
-            m_fake.calls);
+  EXPECT_EQ(
+      session({"Communicate(0x40017, 0, 0, " + incidentText(1, 2) + ")",
+               "Communicate(0x4010b, 0, 1, [" + m_a + "])", "Communicate(0x40017, 0, 0, NULL)",
+               "Communicate(0x4010b, 0, 1, [" + m_b + "])"}),
+      m_fake.calls);
 }
 
 TEST_F(Transmission, UnknownTypesReturn68AndStop) {

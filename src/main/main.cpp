@@ -33,7 +33,7 @@ void refuseOrdinaryUsers() {
   throw kNotSuperUser;
 }
 
-void sendEvent(int argc, char** argv) {
+void runCommand(int argc, char** argv) {
   CSendEventSingleSystem command;
   endUnlessZero(command.parseCommandLine(argc, argv));
   endUnlessZero(command.sendEvent());
@@ -57,7 +57,7 @@ int main(int argc, char** argv) {
     gLog.ilog("### main : %s started.", program);
     start = elapsedTime();
     refuseOrdinaryUsers();
-    sendEvent(argc, argv);
+    runCommand(argc, argv);
   } catch (int thrown) {
     status = thrown;
   }

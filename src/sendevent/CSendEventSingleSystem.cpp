@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 #include "common/filesystem.h"
 #include "common/format.h"
@@ -31,13 +32,22 @@ int rejectCount() {
   return CSendEventBase::kBadInput;
 }
 
-/// Asks a client of its own for the machine identifier. Lets an integer of the library out.
-void readMachineId(char (&machineId)[kMachineIdBytes]) {
+/// Asks a client of its own for the machine identifier. Gives the integer that the library threw,
+/// if it did; the identifier stays as it was then.
+std::optional<int> readMachineId(char (&machineId)[kMachineIdBytes]) {
   CVuqRmgLib client;
-  // Asked twice, and the second answer counts: the library has always seen two queries here.
-  client.getMachineID();
-  std::snprintf(machineId, sizeof machineId, "%s", client.getMachineID());
+  try {
+    // Asked twice, and the second answer counts: the library has always seen two queries here.
+    client.getMachineID();
+    std::snprintf(machineId, sizeof machineId, "%s", client.getMachineID());
+  } catch (int code) {
+    return code;
+  }
+  return std::nullopt;
 }
+
+/// Whether an option has its value, or what stands for it, right behind its two characters.
+bool isJoined(const char* option) { return option[2] != '\0'; }
 
 }  // namespace
 
@@ -89,32 +99,29 @@ int CSendEventSingleSystem::parseOption(int argc, char** argv) {
 int CSendEventSingleSystem::parseIncidentOption(int argc, char** argv) {
   m_eventType = kIncident;
   if (argc < 4) return rejectCount();
-  const bool isJoined = argv[2][2] != '\0';
-  if (!isJoined) {
+  if (!isJoined(argv[2])) {
     setParam("IncidentNumber", argv[3]);
     return kSuccess;
   }
-  // A joined "-iTEXT" takes its number from the next argument and drops that argument's first two
-  // characters: callers have long relied on passing "-i" and their own two-letter mark like this.
+  // Odd and deliberate: a joined "-iTEXT" takes its number from the next argument, without that
+  // argument's first two characters, and its own tail counts for nothing.
   if (strnlen(argv[3], 2) < 2) return rejectCount();
   setParam("IncidentNumber", argv[3] + 2);
   return kSuccess;
 }
 
 int CSendEventSingleSystem::parseEventOption(int argc, char** argv) {
-  const bool isJoined = argv[2][2] != '\0';
-  if (isJoined) return parseTanexEventMsg(argv[2] + 2);
+  if (isJoined(argv[2])) return parseTanexEventMsg(argv[2] + 2);
   if (argc < 4) return rejectCount();
   return parseTanexEventMsg(argv[3]);
 }
 
 int CSendEventSingleSystem::sendEvent() {
   char machineId[kMachineIdBytes] = {};
-  try {
-    releasingOwners([&machineId] { readMachineId(machineId); });
-  } catch (int code) {
-    gLog.tlog("(CSendInfo::CommSendInfo) caught error code=%d", code);
-    if (code != 0) return code;
+  const auto thrown = releasingOwners([&machineId] { return readMachineId(machineId); });
+  if (thrown) {
+    gLog.tlog("(CSendInfo::CommSendInfo) caught error code=%d", *thrown);
+    if (*thrown != 0) return *thrown;
   }
   ensureHostName();
 

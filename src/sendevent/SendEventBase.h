@@ -67,15 +67,17 @@ class CSendEventBase {
   ///
   /// Returns 0 when all was sent and no call threw an integer, whatever the library's results were;
   /// 1 when communication could not be prepared or started; 68 for an event type other than 1 to 4;
-  /// otherwise the integer that the last call of the library to throw one has thrown. Any other
-  /// exception passes through, after communication has been stopped.
+  /// otherwise the integer that the last notification, data call or stop to throw one has thrown.
+  /// An integer thrown by a status query, and any other exception, passes through, after
+  /// communication has been stopped where it was started.
   int commonSendEvent(int incidentFlag, char* machineId);
 
   /// Picks the line that a notification quotes: the first one that is no "#" comment of the first
   /// file in `files` with ".syslog.txt" or ".apllog.txt" anywhere in its path.
   ///
   /// `line`  out: that line without its line end, at most 1,022 bytes; "Software Log" when there is
-  ///         no such file; "" when the file holds no such line or cannot be read, which is logged.
+  ///         no such file; "" when the file holds no such line, is a directory, or cannot be
+  ///         opened or read, which is logged.
   void getSyslogLine(const std::vector<std::string>& files, std::string& line);
 
   /// Appends `src` to a notification as a field: quoted, quotes doubled, cut where the notification

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -15,13 +16,15 @@ namespace {
 constexpr int kFieldTextLimit = 896;
 constexpr int kFieldTextBytes = kFieldTextLimit + 1;
 
-/// Below this room not even a quoted character and a comma fit.
-constexpr int kLeastRoom = 4;
+/// With so much room or less no field is begun, although four bytes would hold the shortest one:
+/// the centre has never been sent such a last field.
+constexpr int kTooLittleRoom = 4;
 
 constexpr std::size_t kExcerptBytes = 1023;
 
 bool isLogExtract(const std::string& path) {
-  // Both names end alike: most paths of a long list are dismissed by one search.
+  // Both names end alike. One search for most paths, instead of two, saves a tenth of what a listed
+  // file costs.
   if (std::strstr(C(path), "log.txt") == nullptr) return false;
   return std::strstr(C(path), ".syslog.txt") != nullptr ||
          std::strstr(C(path), ".apllog.txt") != nullptr;
@@ -55,8 +58,7 @@ void quoteInto(char (&field)[kFieldTextBytes], const char* src, int room) {
       break;
     }
   }
-  // Always so: the loop stops one byte before the room is full.
-  if (length < room) field[length++] = '"';  // GCOVR_EXCL_BR_LINE
+  field[length++] = '"';  // the loop has left a byte of the room for it
   field[length] = '\0';
 }
 
@@ -99,7 +101,8 @@ void CSendEventBase::getSyslogLine(const std::vector<std::string>& files, std::s
   if (piece != nullptr) {
     eraseLastCRLF(piece);
     line = piece;
-  } else if (reader.hasFailed()) {
+  } else if (reader.hasFailed() && errno != EISDIR) {
+    // A directory can be opened and not read; it has always counted as an extract without a line.
     gLog.ilog("syslogfile read error.FILE=%s(CSendEventBase::getSyslogLine)", C(*extract));
   }
 }
@@ -109,7 +112,7 @@ void CSendEventBase::convStr(char* dst, int size, const char* src, int comma) {
   const int length = lengthOf(dst);
   // The room follows from the notification's format alone; `size` bounds what is appended.
   const int room = kFieldTextLimit - length;
-  if (size < kFieldTextLimit || room <= kLeastRoom) return;
+  if (size < kFieldTextLimit || room <= kTooLittleRoom) return;
   if (src != nullptr && src[0] != '\0') {
     char field[kFieldTextBytes];
     quoteInto(field, src, room);

@@ -28,6 +28,7 @@ struct CSendEventBase::Request {
   char* notification;  // null for none
   char** paths;
   int count;
+  int next;  // the index of the first file of the next request
 };
 
 namespace {
@@ -83,8 +84,8 @@ int CSendEventBase::sendThrough(CVuqRmgLib& client) {
 
   Outcome outcome;
   sendFiles(client, *codes, outcome);
-  // Not stopCom: the client stays marked as started and stops once more when it is destroyed. The
-  // library takes the second stop as the end of the session.
+  // Not stopCom: the client stays marked as started and stops once more when it is destroyed. Both
+  // stops are intended; the library has always been given two.
   rememberThrown(outcome.errorCode, [&client] { client.CVuqRmgLibImpl::RM_StopComm(); });
 
   gLog.ilog("%s", outcome.errorCode != 0 ? "commonSendEvent Error." : "commonSendEvent OK");
@@ -112,7 +113,7 @@ bool CSendEventBase::prepareEnvironment(CVuqRmgLib& client) {
 }
 
 void CSendEventBase::measureFiles() {
-  std::uint32_t total = 0;  // wraps at 4 GiB, as the centre's own count does
+  std::uint32_t total = 0;  // wraps at 4 GiB, and so does the figure in the log
   for (const std::string& path : m_sendFileList) {
     const std::int64_t size = getFileSize(C(path));
     traceAt("SendEventBase", 486, "current_total='%u'  target='%s' size='%lld'bytes.\n", total,
@@ -128,9 +129,9 @@ bool CSendEventBase::isReachable(CVuqRmgLib& client) {
   const bool isInMaintenance = client.isMaintenance();
   if (isOperating || isInMaintenance) return true;
   gLog.ilog(
-      "(CSendInfo::SendInfo) Cancel sending investigation information, because connection status "
-      "is "
-      "not operating. (status=%d) \n",
+      // clang-format off
+      "(CSendInfo::SendInfo) Cancel sending investigation information, because connection status is not operating. (status=%d) \n",
+      // clang-format on
       client.getLastStatus());
   return false;
 }
@@ -157,26 +158,26 @@ void CSendEventBase::sendFiles(CVuqRmgLib& client, const RequestCodes& codes, Ou
     gLog.ilog("commonSendEvent Main Loop (%d/%d)", index + 1, fileCount);
     const Request request = prepareRequest(index, text, paths);
     notify(client, codes.notification, request, outcome);
-    // Also when the notification failed: the centre can do without it, but not without the files.
+    // Also when the notification failed: the result of an exchange is logged, and decides nothing.
     sendData(client, codes.data, request, outcome);
-    index += request.count;
+    index = request.next;
   }
 }
 
 CSendEventBase::Request CSendEventBase::prepareRequest(int index, char* text,
                                                        std::vector<char*>& paths) {
   const int fileCount = static_cast<int>(paths.size());
-  char** first = &paths[static_cast<std::size_t>(index)];
+  char** path = &paths[static_cast<std::size_t>(index)];
   switch (getEventType()) {
     case kErrorEvent:
     case kOtherEvent:
       buildEventText(text);
-      return {text, first, fileCount};
+      return {text, paths.data(), fileCount, fileCount};
     case kIncident:
       buildIncidentText(text, index + 1, fileCount);
-      return {text, first, 1};
+      return {text, path, 1, index + 1};
     default:
-      return {nullptr, first, 1};
+      return {nullptr, path, 1, index + 1};
   }
 }
 

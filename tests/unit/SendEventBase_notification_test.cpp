@@ -95,6 +95,13 @@ TEST_F(SyslogLine, DirectoryThatMatches) {
   const std::string path = m_dir / "a.syslog.txt";
   ASSERT_EQ(0, ::mkdir(path.c_str(), 0700));
   EXPECT_EQ("", lineOf({path}));
+  EXPECT_EQ("", m_log.bytes());
+}
+
+TEST_F(SyslogLine, FileThatCanBeOpenedAndNotRead) {
+  const std::string path = m_dir / "a.syslog.txt";
+  ASSERT_EQ(0, ::symlink("/proc/self/mem", path.c_str()));  // EIO at its beginning
+  EXPECT_EQ("", lineOf({path}));
   EXPECT_EQ(Texts{"syslogfile read error.FILE=" + path + "(CSendEventBase::getSyslogLine)"},
             m_log.texts());
 }

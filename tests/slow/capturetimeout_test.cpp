@@ -104,6 +104,7 @@ TEST(ExecGetLinesTimeout, NullCommand_IsLoggedAndMinusOne) {
   const CapturedLog log(CapturedLog::Level::kTrace);
   std::list<std::string> lines = {"left over"};
   EXPECT_EQ(execGetLinesTimeout(lines, nullptr, 5), -1);
+  EXPECT_EQ(lines, std::list<std::string>({"left over"}));
   EXPECT_EQ(log.texts(), Texts({"[I](common:2951):invalid param"}));
 }
 
@@ -459,6 +460,7 @@ TEST(ExecGetLinesTimeout, NoStream_LeavesTheChildUnwaited) {
     isFdopenFailing = true;
     std::list<std::string> lines;
     if (execGetLinesTimeout(lines, "exit 3", 5) != -1) return 77;
+    isFdopenFailing = false;
     int status = 0;
     return ::wait(&status) > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : 78;
   });

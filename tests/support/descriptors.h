@@ -21,7 +21,9 @@ inline bool closeOtherDescriptors() { return ::close_range(3, ~0U, 0) == 0; }
 
 /// Lets the process open descriptors below `count` only.
 inline bool limitDescriptors(unsigned count) {
-  const rlimit limit = {count, count};
+  rlimit limit = {};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return false;
+  limit.rlim_cur = count;
   return ::setrlimit(RLIMIT_NOFILE, &limit) == 0;
 }
 

@@ -17,12 +17,15 @@
 #include <functional>
 #include <regex>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "log/loglines.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
+#include "support/descriptors.h"
 #include "support/environmentguard.h"
+#include "support/fakeprogram.h"
 #include "support/privateroot.h"
 #include "support/sanitizer.h"
 #include "support/scratch.h"
@@ -105,6 +108,8 @@ struct OwnLog {
 };
 
 // --- which file, which level ---------------------------------------------------------------------
+
+TEST(ActionLog, Destructor_IsVirtual) { EXPECT_TRUE(std::has_virtual_destructor_v<CLog>); }
 
 TEST(ActionLog, BeforeInit_NothingIsWrittenAnywhere) {
   const ScratchDir dir;
@@ -637,6 +642,34 @@ TEST(ActionLogRotation, PathWithABlank_CannotBeBackedUpAndIsEmptied) {
   EXPECT_EQ(logTexts(readLog(own.path)), Texts({"new"}));
 }
 
+TEST(ActionLogRotation, BackupCommand_IsGivenBothPathsAndItsOutputIsDropped) {
+  const ScratchDir dir;
+  dir.write("b.c.log", std::string(kRotationBytes + 1, 'x'));
+  const FakeProgram copy("cp");
+  copy.answer("100% printed\n", "echo error >&2; exit 1");
+  const ChildResult child = runInChild([&] {
+    OwnLog own(dir, "b.c.log");
+    own.log.ilog("new");
+    return 0;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(child.out + child.err, "");
+  EXPECT_EQ(copy.takeArguments(), Texts({"3", "-f", dir / "b.c.log", dir / "b.c.bak"}));
+  EXPECT_EQ(logTexts(readLog(dir / "b.c.log")), Texts({"new"}));
+}
+
+TEST(ActionLogRotation, SizeAbove32Bits_IsNotTakenForASmallOne) {
+  const ScratchDir dir;
+  const std::string path = dir.write("action.log", "");
+  fs::resize_file(path, (1ULL << 32) + 1);  // a hole, which takes no room
+  const FakeProgram copy("cp");
+  OwnLog own(dir, "action.log");
+  own.log.ilog("new");
+  EXPECT_EQ(copy.takeArguments().size(), 4u);
+  ASSERT_LT(fs::file_size(path), 100u);  // to be read now, which the hole is not
+  EXPECT_EQ(logTexts(readLog(path)), Texts({"new"}));
+}
+
 TEST(ActionLogRotation, BackupCopy_PrintsAndLogsNothing) {
   const ScratchDir dir;
   dir.write("action.log", std::string(kRotationBytes + 1, 'x'));
@@ -707,6 +740,16 @@ TEST(SystemLog, WithoutInit_MessageGoesOutWithAnEmptyName) {
   if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
   const SystemLogMessage message = systemLogOf([] { CLog().slog("message"); });
   EXPECT_EQ(message.prefix, "<13>TIME : PID=<pid> : QZKBsoftmsg ");
+  EXPECT_EQ(message.text, "message");
+}
+
+TEST(SystemLog, Message_LeavesTheSystemLogClosed) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
+  const SystemLogMessage message = systemLogOf([] {
+    const int before = upcomingDescriptor(1);
+    gLog.slog("message");
+    if (upcomingDescriptor(1) != before) ::_exit(1);
+  });
   EXPECT_EQ(message.text, "message");
 }
 

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <filesystem>
 #include <regex>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "support/actionlog.h"
@@ -50,6 +52,8 @@ Texts removalOf(const std::string& item) {
 }
 
 // --- what is handed out --------------------------------------------------------------------------
+
+TEST_F(TempArea, Destructor_IsVirtual) { EXPECT_TRUE(std::has_virtual_destructor_v<CTemp>); }
 
 TEST_F(TempArea, NullParent_ItemsAreUnderTmp) {
   const CapturedLog log;
@@ -249,6 +253,24 @@ TEST_F(TempArea, FileAtTraceLevel_LeavesTheseLinesWithTheNumberOfAClosedDescript
                        removalOf(path)}));
     EXPECT_EQ(::close(fd), isWanted ? 0 : -1);
   }
+}
+
+TEST_F(TempArea, MissingParentAtTraceLevel_IsMadeAfterTheFirstLine) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  const std::string parent = dir / "a/b";
+  const std::string number = std::to_string(upcomingDescriptor(1));
+  std::string path;
+  {
+    CTemp temp;
+    EXPECT_EQ(temp.getTempFile(path, "pre", parent.c_str(), nullptr), 1);
+  }
+  EXPECT_EQ(withoutPids(log.texts()),
+            inOrder({{"[T](CTemp:73):getTemp_sub():prefix=" + parent + ",templ=pre",
+                      "VUQ90004L : pid=<pid>,wstat=00000000",
+                      "VUQ90004L : com=mkdir -p " + parent + " 2>/dev/null"},
+                     tracedExit(0),
+                     {"[T](CTemp:156):getTemp_sub():exit=1,type=FILE,FD=" + number + "," + path},
+                     removalOf(path)}));
 }
 
 TEST_F(TempArea, AtInformationLevel_OnlyTheCommandIsLogged) {
@@ -520,6 +542,26 @@ TEST_F(TempArea, NullPath_RemovesEveryItemOnce) {
   EXPECT_EQ(temp.delTempFile(kNull), 3);
   EXPECT_EQ(namesIn(dir.path()), Texts());
   EXPECT_EQ(temp.delTempFile(kNull), 0);
+}
+
+TEST_F(TempArea, FailingRemovalCommand_CountsAndTheItemsAreForgotten) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root for a file system of its own";
+  const ChildResult child = runInChild([this] {
+    if (!enterPrivateMounts() || !mountTmpfs(dir.path())) return 77;
+    const CapturedLog log;
+    CTemp temp;
+    std::string path;
+    temp.getTempFile(path, "pre", dir.path().c_str(), nullptr);
+    temp.getTempFile(path, "pre", dir.path().c_str(), nullptr);
+    const unsigned long readOnly = MS_REMOUNT | MS_RDONLY;
+    if (::mount(nullptr, dir.path().c_str(), nullptr, readOnly, nullptr) != 0) return 78;
+    std::printf("%d\n", temp.delTempFile(nullptr));
+    std::printf("%d\n", temp.delTempFile(nullptr));
+    std::printf("%zu left\n", namesIn(dir.path()).size());
+    return 0;
+  });
+  EXPECT_EQ(child.exitCode(), 0) << child.err;
+  EXPECT_EQ(child.out, "2\n0\n2 left\n");
 }
 
 TEST_F(TempArea, ItemThatCannotBeRemoved_CountsAndIsForgotten) {

@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstring>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -105,6 +106,49 @@ TEST(CVuqRmgLibTree, OperationsStandInSlotOrder) {
       slotOf(&CVuqRmgLib::getFuncEntry),
   };
   for (std::size_t i = 0; i < own.size(); ++i) EXPECT_EQ(6 + i, own[i]) << "operation " << i;
+}
+
+/// An object made over memory that is not zero, so that a field which nobody sets shows.
+template <class Object>
+class OverOnes {
+ public:
+  OverOnes() {
+    std::memset(m_memory, 0xff, sizeof m_memory);
+    m_object = new (m_memory) Object;
+  }
+  ~OverOnes() { m_object->~Object(); }
+  OverOnes(const OverOnes&) = delete;
+  OverOnes& operator=(const OverOnes&) = delete;
+
+  Object& object() { return *m_object; }
+
+  /// `count` bytes of the object, as they stand in memory.
+  std::string bytes(std::size_t offset, std::size_t count) const {
+    return {reinterpret_cast<const char*>(m_memory) + offset, count};
+  }
+
+ private:
+  alignas(Object) unsigned char m_memory[sizeof(Object)];
+  Object* m_object;
+};
+
+TEST(CVuqRmgLibTree, FieldsOfTheClientStandInOrder) {
+  FakeKelcom fake;
+  fake.status = kMaintenance;
+  OverOnes<CVuqRmgLib> made;
+  CVuqRmgLib& client = made.object();
+  const std::string empty = made.bytes(0, sizeof(CVuqRmgLib));
+  const char* start = reinterpret_cast<const char*>(&client);
+  const auto id = static_cast<std::size_t>(client.getMachineID() - start);
+  EXPECT_EQ(empty.substr(id, 4096 + sizeof(int) + 1), std::string(4096 + sizeof(int) + 1, '\0'));
+
+  client.isOperate();
+  client.startCom();
+  int status = 0;
+  std::memcpy(&status, made.bytes(id + 4096, sizeof status).data(), sizeof status);
+  EXPECT_EQ(made.bytes(id, 5), std::string("4711\0", 5));
+  EXPECT_EQ(status, kMaintenance);
+  EXPECT_EQ(made.bytes(id + 4096 + sizeof status, 1), "\1");
 }
 
 TEST(CVuqRmgLibExceptions, CarryTheirCode) {
@@ -913,6 +957,24 @@ TEST(IsDovraInstalled, AsksTheProbeAnew) {
   EXPECT_TRUE(client.isDovraInstalled());
   ::unlink(file.c_str());
   EXPECT_FALSE(client.isDovraInstalled());
+}
+
+TEST(IsDovraInstalled, AnswerIsTheFifthOfFiveFlags) {
+  const ScratchDir dir;
+  const std::string file = dir.write("lib.so", "");
+  const LibraryPath path(file.c_str());
+  OverOnes<ICVuqRmgLib> made;
+  constexpr std::size_t kFlags = sizeof(void*);  // behind the table of operations
+  constexpr std::size_t kHandles = 2 * sizeof(void*);
+  const std::string noHandles(sizeof(std::vector<void*>), '\0');
+  EXPECT_EQ(made.bytes(kFlags, 5), std::string(5, '\0'));
+  EXPECT_EQ(made.bytes(kHandles, noHandles.size()), noHandles);
+  EXPECT_TRUE(made.object().isDovraInstalled());
+  EXPECT_EQ(made.bytes(kFlags, 5), std::string("\0\0\0\0\1", 5));
+  ::unlink(file.c_str());
+  EXPECT_FALSE(made.object().isDovraInstalled());
+  EXPECT_EQ(made.bytes(kFlags, 5), std::string(5, '\0'));
+  EXPECT_EQ(made.bytes(kHandles, noHandles.size()), noHandles) << "nothing is ever loaded";
 }
 
 // --- debug output --------------------------------------------------------------------------------

@@ -696,6 +696,14 @@ TEST(IExtKelErrorSlots, WritingAsksForEveryField) {
   EXPECT_EQ(serialised(record), "11\n1\n22\nslot\n");
 }
 
+TEST(IExtKelErrorSlots, ReportAsksTheReportedRecordForEveryField) {
+  Record self;
+  Replaced record;
+  testing::internal::CaptureStdout();
+  self.reportResult(7, record);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "7\n11\n1\n22\nslot\n\n");
+}
+
 TEST(IExtKelErrorSlots, ReadingSetsTheDataItRead) {
   Replaced record;
   read(record, "1\nx\n3");

@@ -8,9 +8,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <list>
 #include <regex>
 #include <string>
@@ -25,7 +27,20 @@
 #include "support/privateroot.h"
 #include "support/scratch.h"
 
-// --- takes the place of the C library's call in this program -------------------------------------
+// --- takes the place of the C library's calls in this program ------------------------------------
+
+/// What happens in place of the next fork, which then fails with EAGAIN; none lets it happen.
+static std::function<void()> insteadOfFork;
+
+extern "C" pid_t fork() noexcept {
+  using Fork = pid_t (*)();
+  static const auto real = reinterpret_cast<Fork>(::dlsym(RTLD_NEXT, "fork"));
+  if (!insteadOfFork) return real();
+  insteadOfFork();
+  insteadOfFork = nullptr;
+  errno = EAGAIN;
+  return -1;
+}
 
 static bool isFdopenFailing = false;
 
@@ -294,11 +309,35 @@ TEST(ExecGetLines, NoChild_IsLoggedAsVUQ90005LReasonFirst) {
     ::close(::open("/action.log", O_WRONLY | O_CREAT, 0666));
     ::chmod("/action.log", 0666);
     if (!becomeNobody() || !forbidFork()) return;
+    const int before = upcomingDescriptor(2);
     const Capture run("echo a", -1);
-    std::printf("%d %zu\n", run.result, run.lines.size());
+    // Both ends of the pipe are closed.
+    const int opened = upcomingDescriptor(2) - before;
+    std::printf("%d %zu %d\n", run.result, run.lines.size(), opened);
   });
-  EXPECT_EQ(lines, Texts({"-1 0", "[T](common:1345):execGetLines():count=-1,echo a",
+  EXPECT_EQ(lines, Texts({"-1 0 0", "[T](common:1345):execGetLines():count=-1,echo a",
                           "VUQ90004L : com=echo a",
+                          "VUQ90005L : failed to exec(Resource temporarily unavailable):echo a"}));
+}
+
+TEST(ExecGetLines, NoChildWithErrorList_ErrorFileIsReadAllTheSame) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /tmp of its own";
+  const Texts lines = linesFromPrivateRoot([] {
+    ::setenv("TANEX_LOG_LEVEL", "", 1);
+    gLog.init("unit-test", nullptr);
+    const int before = upcomingDescriptor(1);
+    insteadOfFork = [] {
+      if (std::FILE* file = std::fopen(("/tmp/" + namesIn("/tmp").front()).c_str(), "w")) {
+        std::fputs("one\ntwo\nthree\n", file);
+        std::fclose(file);
+      }
+    };
+    const Capture run("echo a", -1, true, 2);
+    std::printf("%d %zu, next %d\n", run.result, run.lines.size(), upcomingDescriptor(1) - before);
+    printAll(run.errors);
+    printAll(namesIn("/tmp"));
+  });
+  EXPECT_EQ(lines, Texts({"-1 0, next 0", "one", "two", "VUQ90004L : com=echo a",
                           "VUQ90005L : failed to exec(Resource temporarily unavailable):echo a"}));
 }
 
@@ -389,6 +428,7 @@ TEST(ExecGetLines, NoStream_LeavesTheChildUnwaitedAndNoDescriptorOpen) {
     isFdopenFailing = true;
     std::list<std::string> lines = {"left over"};
     if (execGetLines(lines, "exit 3", -1, nullptr, -1) != -1 || !lines.empty()) return 77;
+    isFdopenFailing = false;
     if (upcomingDescriptor(1) != before) return 78;
     int status = 0;
     return ::wait(&status) > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : 79;

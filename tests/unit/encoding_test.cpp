@@ -346,7 +346,9 @@ TEST(GetCharactorLength, MemoryRunsOut_IsZero) {
   if (kHasOwnAllocator)
     GTEST_SKIP() << "the address sanitizer needs more memory than a limit leaves";
   const ChildResult child = runInChild([] {
-    const rlimit limit = {1000000000, RLIM_INFINITY};
+    rlimit limit = {};
+    ::getrlimit(RLIMIT_AS, &limit);
+    limit.rlim_cur = 1000000000;
     if (::setrlimit(RLIMIT_AS, &limit) != 0) return 77;
     return getCharactorLength("abc", INT_MAX);  // eight gigabytes of elements
   });

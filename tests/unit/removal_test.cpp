@@ -306,6 +306,15 @@ TEST(RemoveFiles, PatternDirectlyBelowTmp_IsJudgedAsItStands) {
   EXPECT_EQ(isAllowDelete("/tmp/work/*"), 1);
 }
 
+TEST(RemoveFiles, Semicolon_EndsThePathForTheShell) {
+  // Not escaped on purpose: only paths that the program has built itself come here.
+  const ScratchDir dir;
+  dir.write("a", "x");
+  dir.write("a;false", "x");
+  EXPECT_EQ(removeFiles((dir / "a;false").c_str(), 1), 1);
+  EXPECT_EQ(namesIn(dir.path()), Texts({"a;false"}));
+}
+
 TEST(RemoveFiles, CommandThatCannotBeWaitedFor_IsMinusOne) {
   const ScratchDir dir;
   const ChildResult child = runInChild([&] {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -207,6 +208,24 @@ TEST(SPclose, ChildThatCannotBeWaitedFor_GivesMinusOne) {
   ASSERT_EQ(::waitpid(pid, nullptr, 0), pid);
   EXPECT_EQ(s_pclose(stream, fd, pid), -1);
   EXPECT_EQ(log.bytes(), "");
+}
+
+TEST(SPclose, InterruptedWait_IsNotMadeAgain) {
+  const ChildResult child = runInChild([] {
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};  // no SA_RESTART
+    ::sigaction(SIGALRM, &action, nullptr);
+    int fd = -1;
+    int pid = -1;
+    FILE* stream = s_popen("exec >/dev/null; sleep 1; exit 3", fd, pid);
+    if (!readAll(stream).empty()) return 77;
+    const itimerval timer = {{0, 0}, {0, 200000}};
+    ::setitimer(ITIMER_REAL, &timer, nullptr);
+    if (s_pclose(stream, fd, pid) != -1) return 78;
+    int status = 0;
+    return ::waitpid(pid, &status, 0) == pid && status == 0x0300 ? 0 : 79;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
 }
 
 // --- s_system ------------------------------------------------------------------------------------

@@ -88,11 +88,13 @@ TEST(GetTerminalLineCount, NoChild_Is10) {
 TEST(GetTerminalLineCount, InterruptedRead_Is10) {
   const FakeProgram tput("tput");
   tput.answer("", "/bin/sleep 1");  // would be 0 if its end were reached
+  const CapturedLog log(CapturedLog::Level::kTrace);
   const ChildResult child = runInChild([] {
     interruptIn(200);
     return getTerminalLineCount();
   });
   EXPECT_EQ(child.exitCode(), 10);
+  EXPECT_EQ(log.bytes(), "") << "the status is not decoded then";
 }
 
 TEST(GetTerminalLineCount, Log_HasThePartsOfTheStatusOnly) {

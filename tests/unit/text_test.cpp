@@ -33,6 +33,14 @@ TEST(EraseLastCRLF, LineFeedAlone_BecomesTheEmptyText) { EXPECT_EQ(withoutLineEn
 
 TEST(EraseLastCRLF, EmptyText_StaysEmpty) { EXPECT_EQ(withoutLineEnd(""), ""); }
 
+TEST(EraseLastCRLF, EmptyText_NothingBeforeItIsLookedAt) {
+  for (const char before : {'\n', '\r'}) {
+    char bytes[] = {before, '\0'};
+    EXPECT_EQ(eraseLastCRLF(bytes + 1), 0);
+    EXPECT_EQ(bytes[0], before);
+  }
+}
+
 TEST(EraseLastCRLF, OneOfEach_GoesInThisOrderOnly) {
   const struct {
     const char* text;

@@ -39,6 +39,15 @@ void redirectError(const std::string& errorPath) {
   }
 }
 
+/// For the child: becomes the command. System calls only, but for the one line that says why there
+/// is no standard error; whatever goes wrong with that must not unwind into what the parent owns.
+[[noreturn]] void becomeCommand(const Pipe& pipe, const std::string& errorPath,
+                                const char* command) noexcept {
+  makeStandardOutput(pipe);
+  redirectError(errorPath);
+  execShell(command, kShellFailure);
+}
+
 /// Waits for the child and decodes what it ended with.
 int reap(pid_t pid) {
   int status = -1;
@@ -72,11 +81,7 @@ int runAndCollect(std::list<std::string>& lines, const char* command, int maxLin
   infoNumbered("VUQ90004L", "com=%s", command);
 
   const pid_t pid = ::fork();
-  if (pid == 0) {
-    makeStandardOutput(pipe);
-    redirectError(errorPath);
-    execShell(command, kShellFailure);
-  }
+  if (pid == 0) becomeCommand(pipe, errorPath, command);
   int result = -1;
   if (pid < 0) {
     // Reason first and command second: the line has always been written in this order.

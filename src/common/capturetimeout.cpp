@@ -43,6 +43,7 @@ void waitOrEnd(pid_t pid, int seconds, int& status) {
   waitpid("common.cpp", 3052, pid, &status, 0);
 }
 
+/// For the child: becomes the command. System calls only.
 [[noreturn]] void becomeGroup(const Pipe& pipe, const char* command) {
   makeStandardOutput(pipe);
   discardStandardError();

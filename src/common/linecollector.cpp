@@ -5,13 +5,11 @@
 void collectLines(FILE* stream, std::list<std::string>& lines, int maxLines,
                   std::size_t pieceBytes) {
   char piece[1024] = {};
-  int room = maxLines;
+  int kept = 0;
   while (std::fgets(piece, static_cast<int>(pieceBytes), stream) != nullptr) {
-    if (maxLines >= 0 && room-- <= 0) {
-      room = 0;
-      continue;
-    }
+    if (maxLines >= 0 && kept >= maxLines) continue;
     eraseLastCRLF(piece);
     lines.emplace_back(piece);
+    if (maxLines >= 0) ++kept;
   }
 }

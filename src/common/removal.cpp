@@ -50,9 +50,8 @@ int isAllowDelete(std::string path) {
   // A direct child of /tmp may go; everywhere else two directory levels must stay above the target.
   const bool isBelowTmp = !fields.empty() && fields.front() == "tmp";
   const std::size_t levels = fields.size();
-  // The root itself has no level; its canonical form is empty, so that the first question never
-  // says no.
-  if (canonical != "/" && (isBelowTmp ? levels > 1 : levels >= 3)) return 1;  // GCOVR_EXCL_BR_LINE
+  // The root itself, and what lies above it, has no level at all.
+  if (isBelowTmp ? levels > 1 : levels >= 3) return 1;
   infoNumbered("VUQ90008L", "%s too shallow to delete", C(path));
   return 0;
 }

@@ -39,8 +39,8 @@ bool ensureParent(const char* parentDir) {
 using TempnamCall = char* (*)(const char*, const char*);
 
 /// tempnam(3), by whose names the temporary directories are known. Looked up when it is needed,
-/// because the linker warns of every mention of it. What it warns of is met: a directory is made
-/// under a longer name than the one handed out, and an attempt that collides is made again.
+/// because the linker warns of every mention of it: another process may take the name before the
+/// directory is made. The ten attempts meet that.
 TempnamCall findTempnam() {
   return reinterpret_cast<TempnamCall>(::dlsym(RTLD_DEFAULT, "tempnam"));
 }
@@ -80,7 +80,7 @@ bool makeTempFile(std::string& path, const char* prefix, const char* parentDir, 
   }
   path = std::string(name) + "_";
   if (std::rename(name, C(path)) != 0) {
-    // The file stays under its generated name: it may be the caller's only copy by now.
+    // The file stays under its generated name: the caller may hold its descriptor by now.
     infoNumbered("VUQ90104L", "failed to rename():%s to %s:%s", name, C(path),
                  std::strerror(errno));
     return false;

@@ -1,21 +1,15 @@
 #include "log/CLog.h"
 
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <functional>
-#include <regex>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -23,10 +17,10 @@
 #include "log/loglines.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
-#include "support/descriptors.h"
 #include "support/environmentguard.h"
-#include "support/fakeprogram.h"
+#include "support/ownlog.h"
 #include "support/privateroot.h"
+#include "support/process1.h"
 #include "support/sanitizer.h"
 #include "support/scratch.h"
 
@@ -70,14 +64,6 @@ namespace {
 namespace fs = std::filesystem;
 using Texts = std::vector<std::string>;
 
-constexpr std::size_t kRotationBytes = 512000;
-
-/// The bytes of a log that the log itself has made, which nobody but root may read as it is.
-std::string readLog(const std::string& path) {
-  fs::permissions(path, fs::perms::owner_read, fs::perm_options::add);
-  return readFile(path);
-}
-
 std::string headAt(std::time_t time, int pid) {
   char text[64];
   std::tm local = {};
@@ -94,18 +80,6 @@ std::string onlyMessage(const CapturedLog& log) {
   EXPECT_EQ(lines.size(), 1u);
   return lines.empty() ? "" : lines.front().text;
 }
-
-/// A log of its own in `dir`, under its file name.
-struct OwnLog {
-  OwnLog(const ScratchDir& dir, const std::string& name)
-      : path(dir / name), variable("TANEX_LOG", nullptr), level("TANEX_LOG_LEVEL", nullptr) {
-    log.init("prog", path.c_str());
-  }
-  std::string path;
-  EnvironmentGuard variable;
-  EnvironmentGuard level;
-  CLog log;
-};
 
 // --- which file, which level ---------------------------------------------------------------------
 
@@ -264,18 +238,6 @@ TEST(ActionLog, Head_IsInLocalTime) {
   EXPECT_EQ(child.exitCode(), 0);
 }
 
-/// Runs `body` as process 1 of a process-id namespace of its own.
-int asProcess1(const std::function<void()>& body) {
-  if (::unshare(CLONE_NEWPID) != 0) return 77;
-  const pid_t pid = ::fork();
-  if (pid == 0) {
-    body();
-    ::_exit(0);
-  }
-  int status = -1;
-  return ::waitpid(pid, &status, 0) == pid && status == 0 ? 0 : 1;
-}
-
 TEST(ActionLog, ProcessIdBelow10000_IsPaddedToFiveColumns) {
   if (::getuid() != 0) GTEST_SKIP() << "needs root for a process-id namespace";
   const CapturedLog log;
@@ -402,423 +364,6 @@ TEST(ActionLog, BetweenTwoLines_TheFileIsNotHeldOpen) {
   gLog.ilog("new");
   EXPECT_EQ(logTexts(readLog(log.path() + ".old")), Texts({"old"}));
   EXPECT_EQ(logTexts(readLog(log.path())), Texts({"new"}));
-}
-
-// --- the file ------------------------------------------------------------------------------------
-
-mode_t modeOfNewFileUnder(mode_t mask) {
-  const ScratchDir dir;
-  OwnLog own(dir, "action.log");
-  const mode_t old = ::umask(mask);
-  own.log.ilog("a line");
-  ::umask(old);
-  struct stat status = {};
-  EXPECT_EQ(::stat(own.path.c_str(), &status), 0);
-  return status.st_mode & 07777;
-}
-
-TEST(ActionLog, NewFileUnderMask022_GetsOctal01204) { EXPECT_EQ(modeOfNewFileUnder(022), 01204u); }
-
-TEST(ActionLog, NewFileUnderMask007_LosesTheReadersBit) {
-  EXPECT_EQ(modeOfNewFileUnder(007), 01200u);
-}
-
-TEST(ActionLog, ExistingFile_KeepsItsModeAndContents) {
-  const CapturedLog log;
-  fs::permissions(log.path(), fs::perms(0640));
-  gLog.ilog("one");
-  gLog.ilog("two");
-  EXPECT_EQ(fs::status(log.path()).permissions(), fs::perms(0640));
-  EXPECT_EQ(log.texts(), Texts({"one", "two"}));
-}
-
-std::string standardErrorWithLog(const std::string& path) {
-  const ChildResult child = runInChild([&] {
-    const EnvironmentGuard variable("TANEX_LOG", path.c_str());
-    CLog log;
-    log.init("prog", nullptr);
-    log.ilog("one");
-    log.tlog("not even tried");
-    log.ilog("two");
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(child.out, "");
-  return child.err;
-}
-
-TEST(ActionLog, EmptyLogVariable_EachLineGivesOneStandardErrorLine) {
-  EXPECT_EQ(standardErrorWithLog(""),
-            "*** failed to open():No such file or directory\n"
-            "*** failed to open():No such file or directory\n");
-}
-
-TEST(ActionLog, DirectoryMissing_EachLineGivesOneStandardErrorLine) {
-  const ScratchDir dir;
-  const std::string path = dir / "missing/action.log";
-  const std::string line = "*** failed to open(" + path + "):No such file or directory\n";
-  EXPECT_EQ(standardErrorWithLog(path), line + line);
-  EXPECT_EQ(namesIn(dir.path()), Texts());
-}
-
-TEST(ActionLog, PathIsADirectory_EachLineGivesOneStandardErrorLine) {
-  const ScratchDir dir;
-  const std::string line = "*** failed to open(" + dir.path() + "):Is a directory\n";
-  EXPECT_EQ(standardErrorWithLog(dir.path()), line + line);
-}
-
-TEST(ActionLog, FileNotWritable_EachLineGivesOneStandardErrorLine) {
-  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
-  const ScratchDir dir;
-  const std::string path = dir.write("action.log", "kept\n");
-  fs::permissions(dir.path(), fs::perms(0755));
-  const ChildResult child = runInChild([&] {
-    const EnvironmentGuard variable("TANEX_LOG", path.c_str());
-    if (!becomeNobody()) return 77;
-    CLog log;
-    log.init("prog", nullptr);
-    log.ilog("one");
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(child.err, "*** failed to open(" + path + "):Permission denied\n");
-  EXPECT_EQ(readLog(path), "kept\n");
-}
-
-TEST(ActionLog, DiskFull_LinesAreLostWithoutAWord) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a small file system";
-  const ScratchDir dir;
-  const ChildResult child = runInChild([&] {
-    if (!enterPrivateMounts() || !mountTmpfs(dir.path(), "8192")) return 77;
-    dir.write("filler", std::string(8192, 'x'));
-    OwnLog own(dir, "action.log");
-    own.log.ilog("one");
-    own.log.ilog("two");
-    std::printf("%zu bytes\n", static_cast<std::size_t>(fs::file_size(own.path)));
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(child.out, "0 bytes\n");
-  EXPECT_EQ(child.err, "");
-}
-
-// --- rotation ------------------------------------------------------------------------------------
-
-TEST(ActionLogRotation, FileOf512000Bytes_IsNotRotated) {
-  const ScratchDir dir;
-  const std::string old(kRotationBytes, 'x');
-  dir.write("action.log", old);
-  OwnLog own(dir, "action.log");
-  own.log.ilog("new");
-  EXPECT_EQ(namesIn(dir.path()), Texts({"action.log"}));
-  const std::string bytes = readLog(own.path);
-  ASSERT_GT(bytes.size(), kRotationBytes);
-  EXPECT_TRUE(bytes.compare(0, kRotationBytes, old) == 0);
-  EXPECT_EQ(logTexts(bytes.substr(kRotationBytes)), Texts({"new"}));
-}
-
-TEST(ActionLogRotation, FileOf512001Bytes_IsBackedUpAndTheNewLineIsTheFirst) {
-  const ScratchDir dir;
-  const std::string old(kRotationBytes + 1, 'x');
-  dir.write("action.log", old);
-  OwnLog own(dir, "action.log");
-  own.log.ilog("new");
-  own.log.ilog("newer");
-  EXPECT_EQ(namesIn(dir.path()), Texts({"action.bak", "action.log"}));
-  EXPECT_TRUE(readLog(dir / "action.bak") == old);
-  EXPECT_EQ(logTexts(readLog(own.path)), Texts({"new", "newer"}));
-}
-
-TEST(ActionLogRotation, PathWithTwoDots_BackupReplacesTheLastExtensionOnly) {
-  const ScratchDir dir;
-  dir.write("b.c.log", std::string(kRotationBytes + 1, 'x'));
-  OwnLog own(dir, "b.c.log");
-  own.log.ilog("new");
-  EXPECT_EQ(namesIn(dir.path()), Texts({"b.c.bak", "b.c.log"}));
-}
-
-TEST(ActionLogRotation, PathWithoutExtension_BackupGetsOne) {
-  const ScratchDir dir;
-  dir.write("action", std::string(kRotationBytes + 1, 'x'));
-  OwnLog own(dir, "action");
-  own.log.ilog("new");
-  EXPECT_EQ(namesIn(dir.path()), Texts({"action", "action.bak"}));
-}
-
-TEST(ActionLogRotation, PathWithoutDirectory_BacksUpIntoTheRoot) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a root directory of its own";
-  const ScratchDir dir;
-  const ChildResult child = runInChild([&] {
-    if (!enterPrivateRoot(dir.path()) || ::mkdir("/work", 0755) != 0 || ::chdir("/work") != 0) {
-      return 77;
-    }
-    if (std::FILE* file = std::fopen("action.log", "w")) {
-      std::fputs(std::string(kRotationBytes + 1, 'x').c_str(), file);
-      std::fclose(file);
-    }
-    const EnvironmentGuard variable("TANEX_LOG", "action.log");
-    CLog log;
-    log.init("prog", nullptr);
-    log.ilog("new");
-    std::printf("%zu bytes, %s, %s\n", static_cast<std::size_t>(fs::file_size("/action.bak")),
-                logTexts(readLog("/work/action.log")).front().c_str(),
-                namesIn("/work").back().c_str());
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 0) << child.err;
-  EXPECT_EQ(child.out, "512001 bytes, new, action.log\n");
-}
-
-TEST(ActionLogRotation, OlderBackup_IsOverwritten) {
-  const ScratchDir dir;
-  const std::string old(kRotationBytes + 1, 'x');
-  dir.write("action.bak", "an older generation");
-  dir.write("action.log", old);
-  OwnLog own(dir, "action.log");
-  own.log.ilog("new");
-  EXPECT_EQ(namesIn(dir.path()), Texts({"action.bak", "action.log"}));
-  EXPECT_TRUE(readLog(dir / "action.bak") == old);
-}
-
-TEST(ActionLogRotation, NoRoomForTheBackup_FileIsEmptiedAllTheSame) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a small file system";
-  const ScratchDir dir;
-  const ChildResult child = runInChild([&] {
-    if (!enterPrivateMounts() || !mountTmpfs(dir.path(), "600k")) return 77;
-    dir.write("action.log", std::string(kRotationBytes + 1, 'x'));
-    OwnLog own(dir, "action.log");
-    own.log.ilog("new");
-    std::puts(logTexts(readLog(own.path)).front().c_str());
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(child.out, "new\n");
-  EXPECT_EQ(child.err, "");
-}
-
-TEST(ActionLogRotation, BackupNotWritable_FileIsEmptiedAllTheSame) {
-  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
-  const ScratchDir dir;
-  dir.write("action.log", std::string(kRotationBytes + 1, 'x'));
-  fs::permissions(dir / "action.log", fs::perms(0666));
-  fs::permissions(dir.path(), fs::perms(0755));
-  const ChildResult child = runInChild([&] {
-    if (!becomeNobody()) return 77;
-    OwnLog own(dir, "action.log");
-    own.log.ilog("new");
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(child.out + child.err, "");
-  EXPECT_EQ(namesIn(dir.path()), Texts({"action.log"}));
-  EXPECT_EQ(logTexts(readLog(dir / "action.log")), Texts({"new"}));
-}
-
-TEST(ActionLogRotation, FileNotWritable_StaysAsItIs) {
-  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
-  const ScratchDir dir;
-  const std::string bytes(kRotationBytes + 1, 'x');
-  const std::string path = dir.write("action.log", bytes);
-  fs::permissions(path, fs::perms(0644));
-  fs::permissions(dir.path(), fs::perms(0755));
-  const ChildResult child = runInChild([&] {
-    if (!becomeNobody()) return 77;
-    OwnLog own(dir, "action.log");
-    own.log.ilog("lost");
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(child.err, "*** failed to open(" + path + "):Permission denied\n");
-  EXPECT_EQ(readLog(path), bytes);
-}
-
-TEST(ActionLogRotation, PathWithABlank_CannotBeBackedUpAndIsEmptied) {
-  // The backup command takes the path as it is, so the shell sees several words.
-  const ScratchDir dir;
-  dir.write("a b.log", std::string(kRotationBytes + 1, 'x'));
-  OwnLog own(dir, "a b.log");
-  own.log.ilog("new");
-  EXPECT_EQ(namesIn(dir.path()), Texts({"a b.log"}));
-  EXPECT_EQ(logTexts(readLog(own.path)), Texts({"new"}));
-}
-
-TEST(ActionLogRotation, BackupCommand_IsGivenBothPathsAndItsOutputIsDropped) {
-  const ScratchDir dir;
-  dir.write("b.c.log", std::string(kRotationBytes + 1, 'x'));
-  const FakeProgram copy("cp");
-  copy.answer("100% printed\n", "echo error >&2; exit 1");
-  const ChildResult child = runInChild([&] {
-    OwnLog own(dir, "b.c.log");
-    own.log.ilog("new");
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(child.out + child.err, "");
-  EXPECT_EQ(copy.takeArguments(), Texts({"3", "-f", dir / "b.c.log", dir / "b.c.bak"}));
-  EXPECT_EQ(logTexts(readLog(dir / "b.c.log")), Texts({"new"}));
-}
-
-TEST(ActionLogRotation, SizeAbove32Bits_IsNotTakenForASmallOne) {
-  const ScratchDir dir;
-  const std::string path = dir.write("action.log", "");
-  fs::resize_file(path, (1ULL << 32) + 1);  // a hole, which takes no room
-  const FakeProgram copy("cp");
-  OwnLog own(dir, "action.log");
-  own.log.ilog("new");
-  EXPECT_EQ(copy.takeArguments().size(), 4u);
-  ASSERT_LT(fs::file_size(path), 100u);  // to be read now, which the hole is not
-  EXPECT_EQ(logTexts(readLog(path)), Texts({"new"}));
-}
-
-TEST(ActionLogRotation, BackupCopy_PrintsAndLogsNothing) {
-  const ScratchDir dir;
-  dir.write("action.log", std::string(kRotationBytes + 1, 'x'));
-  const ChildResult child = runInChild([&] {
-    OwnLog own(dir, "action.log");
-    ::setenv("TANEX_LOG", own.path.c_str(), 1);
-    ::setenv("TANEX_LOG_LEVEL", "LOG_LEVEL_TRACE", 1);
-    gLog.init("prog", nullptr);
-    gLog.tlog("new");
-    return 0;
-  });
-  EXPECT_EQ(child.out + child.err, "");
-  EXPECT_EQ(logTexts(readLog(dir / "action.log")), Texts({"new"}));
-}
-
-// --- the system log ------------------------------------------------------------------------------
-
-struct SystemLogMessage {
-  std::string prefix;  // what comes before the message of the caller, the time replaced
-  std::string text;    // the caller's message
-};
-
-/// Lets `body` write one message to the system log, in a child with a /dev of its own, and takes it
-/// apart. The process id is replaced by "PID=<pid>" where it stands as expected.
-SystemLogMessage systemLogOf(const std::function<void()>& body) {
-  const ChildResult child = runInChild([&] {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::strcpy(address.sun_path, "/dev/log");
-    const int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    if (!enterPrivateMounts() || !mountTmpfs("/dev") ||
-        ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-      return 77;
-    }
-    body();
-    char message[8192];
-    const ssize_t size = ::recv(fd, message, sizeof message, MSG_DONTWAIT);
-    if (size < 0 || ::recv(fd, message, sizeof message, MSG_DONTWAIT) >= 0) return 1;
-    char pid[32];
-    std::snprintf(pid, sizeof pid, "PID=%5d", static_cast<int>(::getpid()));
-    std::string text(message, static_cast<std::size_t>(size));
-    const std::size_t at = text.find(pid);
-    if (at != std::string::npos) text.replace(at, std::strlen(pid), "PID=<pid>");
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 0) << child.err;
-  static const std::regex kTime(R"(^<(\d+)>[A-Z][a-z]{2} [ \d]\d \d\d:\d\d:\d\d )");
-  const std::string text = std::regex_replace(child.out, kTime, "<$1>TIME ");
-  const std::string word = "QZKBsoftmsg ";
-  const std::size_t end = text.find(word);
-  if (end == std::string::npos) return {text, ""};
-  return {text.substr(0, end + word.size()), text.substr(end + word.size())};
-}
-
-TEST(SystemLog, Message_GoesOutAsTheUserFacilitysNoticeUnderTheProgramsName) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
-  const SystemLogMessage message = systemLogOf([] {
-    CLog log;
-    log.init("/opt/bin/prog", "/dev/null");
-    log.slog("%s %d", "message", 7);
-  });
-  EXPECT_EQ(message.prefix, "<13>TIME prog: PID=<pid> : QZKBsoftmsg ");
-  EXPECT_EQ(message.text, "message 7");
-}
-
-TEST(SystemLog, WithoutInit_MessageGoesOutWithAnEmptyName) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
-  const SystemLogMessage message = systemLogOf([] { CLog().slog("message"); });
-  EXPECT_EQ(message.prefix, "<13>TIME : PID=<pid> : QZKBsoftmsg ");
-  EXPECT_EQ(message.text, "message");
-}
-
-TEST(SystemLog, Message_LeavesTheSystemLogClosed) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
-  const SystemLogMessage message = systemLogOf([] {
-    const int before = upcomingDescriptor(1);
-    gLog.slog("message");
-    if (upcomingDescriptor(1) != before) ::_exit(1);
-  });
-  EXPECT_EQ(message.text, "message");
-}
-
-TEST(SystemLog, Message_NeverTouchesTheFile) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  fs::remove(log.path());
-  systemLogOf([] { gLog.slog("message"); });
-  EXPECT_FALSE(fs::exists(log.path()));
-}
-
-std::string sentFor(const std::string& text) {
-  return systemLogOf([&] {
-           errno = ENOENT;
-           gLog.slog("%s", text.c_str());
-         })
-      .text;
-}
-
-TEST(SystemLog, UnprintableBytes_BecomeBlanks) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
-  EXPECT_EQ(sentFor("a\tb\rc\nd e\x01"
-                    "f\x7f"
-                    "g\x80h\xa4\xa2i\xff!~"),
-            "a b c d e f g h  i !~");
-}
-
-TEST(SystemLog, PercentSigns_AreInterpretedAsFarAsTheyNeedNoArgument) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
-  const struct {
-    const char* text;
-    const char* sent;
-  } kRows[] = {
-      {"100%", "100%"}, {"a%%b", "a%b"},      {"%s%d%n%ls", "%s%d%n%ls"},          {"%", "%"},
-      {"%%%", "%%"},    {"% m%5m", "% m%5m"}, {"%m", "No such file or directory"},
-  };
-  for (const auto& row : kRows) EXPECT_EQ(sentFor(row.text), row.sent) << row.text;
-}
-
-TEST(SystemLog, OverlongMessage_IsCutTo2046Bytes) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
-  for (const std::size_t length : {2046u, 2047u, 2048u, 5000u}) {
-    EXPECT_EQ(sentFor(std::string(length, 'x')), std::string(2046, 'x')) << length;
-  }
-}
-
-TEST(SystemLog, ManyPercentSigns_StayWithinTheBuffers) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
-  std::string text;
-  while (text.size() < 2046) text += "%d";
-  EXPECT_EQ(sentFor(text), text);
-}
-
-TEST(SystemLog, ProcessIdBelow10000_IsPaddedToFiveColumns) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a process-id namespace";
-  const SystemLogMessage message = systemLogOf([] { asProcess1([] { gLog.slog("message"); }); });
-  EXPECT_TRUE(std::regex_match(message.prefix, std::regex("<13>TIME .*: PID=    1 : QZKBsoftmsg ")))
-      << message.prefix;
-}
-
-TEST(SystemLog, NobodyListening_IsNoFailure) {
-  const ScratchDir dir;
-  const ChildResult child = runInChild([&] {
-    if (::getuid() == 0 && ::chroot(dir.path().c_str()) != 0) return 77;
-    gLog.slog("message");
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(child.out + child.err, "");
 }
 
 }  // namespace

@@ -209,6 +209,18 @@ TEST_F(MainTest, FileCreationMask_Is022) {
   EXPECT_EQ(child.exitCode(), 022);
 }
 
+TEST_F(MainTest, StandardDescriptorsThatAreClosed_AreOpened) {
+  const ChildResult child = runInChild([] {
+    ::close(STDIN_FILENO);
+    initResult = 1;
+    char program[] = "tanexics";
+    char* argv[] = {program, nullptr};
+    tanexicsMain(1, argv);
+    return ::close(STDIN_FILENO);
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+}
+
 TEST_F(MainTest, OtherException_PassesWithoutAnExitLine) {
   const ChildResult child = runInChild([] {
     isLogThrowing = true;

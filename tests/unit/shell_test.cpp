@@ -311,6 +311,14 @@ TEST(SSystem, ZeroByteInTheOutput_HidesTheRestOfItsPieceOnly) {
   EXPECT_EQ(relayed(std::string("ab\0cd\nef\n", 9)), "abef\n");
 }
 
+TEST(SSystem, Output_IsWrittenAtOnce) {
+  const ChildResult child = runInChild([]() -> int {
+    s_system("echo a");
+    ::_exit(0);  // which loses what waits in a buffer
+  });
+  EXPECT_EQ(child.out, "a\n");
+}
+
 TEST(SSystem, NoChild_IsMinusOne) {
   if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const ChildResult child = runInChild([] {

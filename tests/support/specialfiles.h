@@ -1,0 +1,47 @@
+#ifndef TANEXICS_TESTS_SUPPORT_SPECIALFILES_H
+#define TANEXICS_TESTS_SUPPORT_SPECIALFILES_H
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include "support/scratch.h"
+
+/// A socket file, which exists and cannot be opened, not even by root.
+inline std::string makeSocketFile(const ScratchDir& dir) {
+  const std::string path = dir / "socket";
+  sockaddr_un address = {};
+  address.sun_family = AF_UNIX;
+  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+  const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  EXPECT_EQ(0, ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+  ::close(fd);
+  return path;
+}
+
+/// A FIFO that somebody writes `bytes` into as soon as it is read.
+class FilledFifo {
+ public:
+  FilledFifo(const ScratchDir& dir, const std::string& bytes) : m_path(dir / "fifo") {
+    EXPECT_EQ(0, ::mkfifo(m_path.c_str(), 0600));
+    m_writer = std::thread([path = m_path, bytes] { std::ofstream(path) << bytes; });
+  }
+  ~FilledFifo() { m_writer.join(); }
+  FilledFifo(const FilledFifo&) = delete;
+  FilledFifo& operator=(const FilledFifo&) = delete;
+
+  const std::string& path() const { return m_path; }
+
+ private:
+  std::string m_path;
+  std::thread m_writer;
+};
+
+#endif

@@ -1,0 +1,366 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "log/CLog.h"
+#include "sendevent/CSendEventSingleSystem.h"
+#include "support/FakeKelcom.h"
+#include "support/actionlog.h"
+#include "support/brokenfile.h"
+#include "support/bytes.h"
+#include "support/childrun.h"
+#include "support/definitionerrors.h"
+#include "support/environmentguard.h"
+#include "support/scratch.h"
+#include "support/specialfiles.h"
+#include "support/testevent.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+const std::string kCountError = "parameter count error.(CSendEventSingleSystem::parseCommandLine)";
+const std::string kOptionError =
+    "parameter option error.(CSendEventSingleSystem::parseCommandLine)";
+const std::string kNoSendFile = "No send file.(CSendEventSingleSystem::parseCommandLine)";
+const std::string kListNotFound = " not found.(CSendEventSingleSystem::parseCommandLine)";
+const std::string kListOpenError = " open error.(CSendEventSingleSystem::parseCommandLine)";
+
+int parse(CSendEventSingleSystem& event, const Texts& words) {
+  Arguments arguments(words);
+  return event.parseCommandLine(arguments.argc(), arguments.argv());
+}
+
+// --- list of files -------------------------------------------------------------------------------
+
+TEST(ParseCommandLine, FewerThanThreeArguments) {
+  const ScratchDir dir;
+  const std::string list = dir.write("list", "/a\n");
+  for (const Texts& words : {Texts{"tanexics"}, Texts{"tanexics", list}, Texts{"tanexics", ""}}) {
+    const CapturedLog log;
+    TestSingleSystem event;
+    event.m_eventType = 3;
+    EXPECT_EQ(68, parse(event, words)) << words.size();
+    EXPECT_EQ(Texts{kCountError}, log.texts());
+    EXPECT_EQ(0, event.getEventType());
+    EXPECT_EQ(Texts(), event.getSendFileList()) << "the list was not read";
+  }
+}
+
+TEST(ParseCommandLine, ListMissing) {
+  const ScratchDir dir;
+  const CapturedLog log;
+  TestSingleSystem event;
+  EXPECT_EQ(68, parse(event, {"tanexics", dir / "missing", "-i", "1"}));
+  EXPECT_EQ(Texts{(dir / "missing") + kListNotFound}, log.texts());
+  EXPECT_EQ(0, event.getEventType());
+  EXPECT_EQ(Params(), event.m_params);
+}
+
+TEST(ParseCommandLine, ListEmptyName) {
+  const CapturedLog log;
+  TestSingleSystem event;
+  EXPECT_EQ(68, parse(event, {"tanexics", "", "-i", "1"}));
+  EXPECT_EQ(Texts{kListNotFound}, log.texts());
+}
+
+TEST(ParseCommandLine, ListIsADirectory) {
+  const ScratchDir dir;
+  const CapturedLog log;
+  TestSingleSystem event;
+  EXPECT_EQ(68, parse(event, {"tanexics", dir.path(), "-i", "1"}));
+  EXPECT_EQ(Texts{dir.path() + kListNotFound}, log.texts());
+}
+
+TEST(ParseCommandLine, ListCannotBeOpened) {
+  const ScratchDir dir;
+  const std::string socket = makeSocketFile(dir);
+  const CapturedLog log;
+  TestSingleSystem event;
+  EXPECT_EQ(68, parse(event, {"tanexics", socket, "-i", "1"}));
+  EXPECT_EQ(Texts{socket + kListOpenError}, log.texts());
+  EXPECT_EQ(0, event.getEventType());
+}
+
+TEST(ParseCommandLine, ListOfWhichNothingCanBeReadNamesNoFile) {
+  const CapturedLog log;
+  TestSingleSystem event;
+  EXPECT_EQ(68, parse(event, {"tanexics", "/proc/self/mem", "-i", "1"}));
+  EXPECT_EQ(Texts{kNoSendFile}, log.texts());
+}
+
+TEST(ParseCommandLine, ListReadInPartIsRejected) {
+  const CapturedLog log;
+  const BrokenFile list("/a\n/b\n");
+  TestSingleSystem event;
+  EXPECT_EQ(68, parse(event, {"tanexics", list.path(), "-i", "1"}));
+  EXPECT_EQ(Texts{list.path() + " read error.(CSendEventSingleSystem::parseCommandLine)"},
+            log.texts());
+}
+
+TEST(ParseCommandLine, ListIsCheckedBeforeTheOption) {
+  const CapturedLog log;
+  TestSingleSystem event;
+  EXPECT_EQ(68, parse(event, {"tanexics", "/nowhere/list", "-x"}));
+  EXPECT_EQ(Texts{"/nowhere/list" + kListNotFound}, log.texts());
+}
+
+TEST(ParseCommandLine, ListWithoutALineIsRejectedInEveryMode) {
+  const ScratchDir dir;
+  for (const char* bytes : {"", "\n", "\n\n\n", "\r\n\r\n", "\r", "\r\n"}) {
+    const std::string list = dir.write("list", bytes);
+    for (const char* option : {"-i", "-ifoo", "-r", "-x"}) {
+      const CapturedLog log;
+      TestSingleSystem event;
+      EXPECT_EQ(68, parse(event, {"tanexics", list, option, "ABC"})) << option;
+      EXPECT_EQ(Texts{kNoSendFile}, log.texts()) << option;
+      EXPECT_EQ(0, event.getEventType());
+      EXPECT_EQ(Params(), event.m_params);
+    }
+  }
+}
+
+struct ListCase {
+  const char* name;
+  std::string bytes;
+  Texts entries;
+};
+
+void PrintTo(const ListCase& c, std::ostream* out) { *out << c.name; }
+
+class SendFileList : public testing::TestWithParam<ListCase> {};
+
+TEST_P(SendFileList, Entries) {
+  const ScratchDir dir;
+  const std::string list = dir.write("list", GetParam().bytes);
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  TestSingleSystem event;
+  EXPECT_EQ(0, parse(event, {"tanexics", list, "-i", "1"}));
+  EXPECT_EQ(GetParam().entries, event.getSendFileList());
+  EXPECT_EQ(Texts(), log.texts());
+}
+
+const ListCase kListCases[] = {
+    {"OneLine", "/a\n", {"/a"}},
+    {"FileOrder", "/b\n/a\n/c\n", {"/b", "/a", "/c"}},
+    {"CrLfEnds", "/a\r\n/b\r\n", {"/a", "/b"}},
+    {"LastLineWithoutEnd", "/a\n/b", {"/a", "/b"}},
+    {"LastLineWithCrOnly", "/a\n/b\r", {"/a", "/b"}},
+    {"BlankLinesAreDropped", "\n/a\n\n\r\n/b\n\n", {"/a", "/b"}},
+    {"DuplicatesAreKept", "/a\n/a\n/b\n/a\n", {"/a", "/a", "/b", "/a"}},
+    {"LineBeginningWithHashIsAFileName", "#/a\n# b\n", {"#/a", "# b"}},
+    {"BlanksAreKept", "  /a  \n \n\t\n", {"  /a  ", " ", "\t"}},
+    {"OnlyOneCrGoes", "/a\r\r\n", {"/a\r"}},
+    {"CrWithinALineStays", "/a\rb\n", {"/a\rb"}},
+    {"HighBytes", "/\x80\xff\xa4\xa2\n", {"/\x80\xff\xa4\xa2"}},
+    {"PercentSigns", "/%s%n\n", {"/%s%n"}},
+    {"ZeroByteCutsItsLineOnly", bytesOf("/a\0b\n/c\n"), {"/a", "/c"}},
+    {"ZeroByteAtTheBeginningDropsItsLine", bytesOf("\0/a\n/c\n"), {"/c"}},
+    {"ZeroByteBeforeALongRest", bytesOf("/a\0") + x(1500) + "\n/c\n", {"/a", x(480), "/c"}},
+    {"Line1022", x(1022) + "\n/b\n", {x(1022), "/b"}},
+    {"Line1022CrLf", x(1022) + "\r\n/b\n", {x(1022), "/b"}},
+    {"Line1023", x(1023) + "\n/b\n", {x(1023), "/b"}},
+    {"Line1023CrLf", x(1023) + "\r\n/b\n", {x(1023), "/b"}},
+    {"Line1023AtTheEnd", x(1023), {x(1023)}},
+    {"Line1024", x(1024) + "\n/b\n", {x(1023), "x", "/b"}},
+    {"Line5000", x(5000) + "\n/b\n", {x(1023), x(1023), x(1023), x(1023), x(908), "/b"}},
+    {"CrAtThePieceEndIsALineEnd", x(1022) + "\ry\n", {x(1022), "y"}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Bytes, SendFileList, testing::ValuesIn(kListCases),
+                         [](const auto& each) { return each.param.name; });
+
+TEST(ParseCommandLine, ListIsAFifo) {
+  const ScratchDir dir;
+  const FilledFifo fifo(dir, "/a\n/b");
+  TestSingleSystem event;
+  EXPECT_EQ(0, parse(event, {"tanexics", fifo.path(), "-i", "1"}));
+  EXPECT_EQ((Texts{"/a", "/b"}), event.getSendFileList());
+}
+
+TEST(ParseCommandLine, HundredThousandListedFiles) {
+  std::string bytes;
+  for (int i = 0; i < 100000; ++i) bytes += "/file" + std::to_string(i) + "\n";
+  const ScratchDir dir;
+  const std::string list = dir.write("list", bytes);
+  TestSingleSystem event;
+  EXPECT_EQ(0, parse(event, {"tanexics", list, "-i", "1"}));
+  ASSERT_EQ(100000U, event.getSendFileList().size());
+  EXPECT_EQ("/file99999", event.getSendFileList().back());
+}
+
+TEST(ParseCommandLine, UnreadableListForAnotherUser) {
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
+  const ScratchDir dir;
+  const std::string list = dir.write("list", "/a\n");
+  const std::string logFile = dir.write("log", "");
+  ASSERT_EQ(0, ::chmod(dir.path().c_str(), 0755));
+  ASSERT_EQ(0, ::chmod(list.c_str(), 0200));
+  ASSERT_EQ(0, ::chmod(logFile.c_str(), 0666));
+  const EnvironmentGuard guard("TANEX_LOG", logFile.c_str());
+  const ChildResult child = runInChild([&] {
+    gLog.init("unit-test", nullptr);
+    if (!becomeNobody()) return 1;
+    CSendEventSingleSystem event;
+    return parse(event, {"tanexics", list, "-i", "1"});
+  });
+  EXPECT_EQ(68, child.exitCode());
+  EXPECT_EQ(Texts{list + kListOpenError}, logTexts(readFile(logFile)));
+  EXPECT_EQ("", child.out + child.err);
+}
+
+// --- options -------------------------------------------------------------------------------------
+
+/// A list of one file, a definition file beside it, and an event.
+class CommandLine : public testing::Test {
+ protected:
+  int parse(const Texts& options) {
+    Texts words = {"tanexics", m_list};
+    words.insert(words.end(), options.begin(), options.end());
+    return ::parse(m_event, words);
+  }
+
+  /// The outcome of a rejection: the one line of log, and what it leaves.
+  void expectRejected(const Texts& options, const std::string& text, int eventType) {
+    EXPECT_EQ(68, parse(options));
+    EXPECT_EQ(Texts{text}, m_log.take());
+    EXPECT_EQ(eventType, m_event.getEventType());
+    EXPECT_EQ(Texts{"/a"}, m_event.getSendFileList()) << "the list is read before the option";
+    EXPECT_EQ(Params(), m_event.m_params);
+    m_event.m_sendFileList.clear();
+  }
+
+  void expectIncident(const Texts& options, const std::string& number) {
+    EXPECT_EQ(0, parse(options)) << options.front();
+    EXPECT_EQ(2, m_event.getEventType());
+    EXPECT_EQ((Params{{"IncidentNumber", number}}), m_event.m_params);
+    EXPECT_EQ(Texts(), m_log.take());
+    m_event.m_params.clear();
+  }
+
+  ScratchDir m_dir;
+  CapturedLog m_log;
+  TestSingleSystem m_event;
+  std::string m_list = m_dir.write("list", "/a\n");
+  std::string m_definition = m_dir.write("my.def", definitionOf(eventParams()));
+};
+
+TEST_F(CommandLine, IncidentNumberIsNotValidated) {
+  for (const char* number : {"77", "0", "-1", "", "abc", " 7 ", "-i", "\xff"}) {
+    expectIncident({"-i", number}, number);
+  }
+}
+
+TEST_F(CommandLine, IncidentIgnoresFurtherArguments) {
+  expectIncident({"-i", "77", "-r", "x"}, "77");
+}
+
+TEST_F(CommandLine, IncidentWithoutNumber) { expectRejected({"-i"}, kCountError, 2); }
+
+TEST_F(CommandLine, JoinedIncidentTakesTheNextArgumentFromItsThirdCharacter) {
+  expectIncident({"-ifoo", "ABC123"}, "C123");
+}
+
+TEST_F(CommandLine, JoinedIncidentForms) {
+  expectIncident({"-i7", "AB8"}, "8");
+  expectIncident({"-i ", "  9"}, "9");
+  expectIncident({"-i-r", "AB8", "extra"}, "8");
+}
+
+TEST_F(CommandLine, JoinedIncidentWithTwoCharactersIsEmpty) { expectIncident({"-ifoo", "AB"}, ""); }
+
+TEST_F(CommandLine, JoinedIncidentWithoutArgument) { expectRejected({"-ifoo"}, kCountError, 2); }
+
+TEST_F(CommandLine, JoinedIncidentWithTooShortArgument) {
+  expectRejected({"-ifoo", "A"}, kCountError, 2);
+  expectRejected({"-ifoo", ""}, kCountError, 2);
+  expectRejected({"-ifoo", "", "extra"}, kCountError, 2);
+}
+
+TEST_F(CommandLine, EventReadsTheNextArgument) {
+  EXPECT_EQ(0, parse({"-r", m_definition}));
+  EXPECT_EQ(3, m_event.getEventType());
+  EXPECT_EQ(eventParams(), m_event.m_params);
+  EXPECT_EQ(Texts{"/a"}, m_event.getSendFileList());
+  EXPECT_EQ(Texts(), m_log.texts());
+}
+
+TEST_F(CommandLine, EventIgnoresFurtherArguments) {
+  EXPECT_EQ(0, parse({"-r", m_definition, "extra"}));
+  EXPECT_EQ(3, m_event.getEventType());
+  EXPECT_EQ(Texts(), m_log.texts());
+}
+
+TEST_F(CommandLine, EventWithoutFile) { expectRejected({"-r"}, kCountError, 0); }
+
+TEST_F(CommandLine, JoinedEventReadsItsOwnTail) {
+  EXPECT_EQ(0, parse({"-r" + m_definition}));
+  EXPECT_EQ(3, m_event.getEventType());
+  EXPECT_EQ(eventParams(), m_event.m_params);
+}
+
+TEST_F(CommandLine, JoinedEventReadsARelativeFile) {
+  const ChildResult child = runInChild([this] {
+    if (::chdir(m_dir.path().c_str()) != 0) return 1;
+    if (parse({"-rmy.def", "/nowhere"}) != 0) return 2;
+    return m_event.m_params == eventParams() ? 0 : 3;
+  });
+  EXPECT_EQ(0, child.exitCode());
+  EXPECT_EQ(Texts(), m_log.texts());
+}
+
+TEST_F(CommandLine, EventFileMissing) {
+  expectRejected({"-r", "/nowhere/x.def"}, "/nowhere/x.def" + kNotFound, 0);
+  expectRejected({"-r", ""}, kNotFound, 0);
+  expectRejected({"-r/nowhere/y.def"}, "/nowhere/y.def" + kNotFound, 0);
+  expectRejected({"-rx", m_definition}, "x" + kNotFound, 0);
+}
+
+TEST_F(CommandLine, RejectedEventFileAddsNoLineOfItsOwn) {
+  const std::string bad = m_dir.write("bad.def", "nonsense\n");
+  expectRejected({"-r", bad}, "nonsense" + kFormatError, 0);
+  expectRejected({"-r" + bad}, "nonsense" + kFormatError, 0);
+}
+
+TEST_F(CommandLine, OtherOptionsAreRejected) {
+  for (const char* option :
+       {"-x", "", "-", "i", "r", "--i", "-I", "-R", " -i", "x-i", "+i", "77"}) {
+    SCOPED_TRACE(option);
+    expectRejected({option}, kOptionError, 0);
+    expectRejected({option, "1"}, kOptionError, 0);
+    expectRejected({option, "-i", "1"}, kOptionError, 0);
+  }
+}
+
+TEST_F(CommandLine, SecondCallAddsToTheListAndTheParameters) {
+  EXPECT_EQ(0, parse({"-i", "77"}));
+  EXPECT_EQ(0, parse({"-r", m_definition}));
+  EXPECT_EQ((Texts{"/a", "/a"}), m_event.getSendFileList());
+  Params expected = eventParams();
+  expected["IncidentNumber"] = "77";
+  EXPECT_EQ(expected, m_event.m_params);
+}
+
+TEST_F(CommandLine, LibraryIsNotAsked) {
+  const FakeKelcom fake;
+  EXPECT_EQ(0, parse({"-i", "77"}));
+  EXPECT_EQ(0, parse({"-r", m_definition}));
+  EXPECT_EQ(Texts(), fake.calls);
+}
+
+TEST_F(CommandLine, NothingIsPrinted) {
+  const ChildResult child = runInChild([this] {
+    for (const Texts& options : {Texts{"-x"}, Texts{"-i"}, Texts{"-r", m_list}, Texts{"-i", "1"}}) {
+      parse(options);
+    }
+    return 0;
+  });
+  EXPECT_EQ("", child.out);
+  EXPECT_EQ("", child.err);
+}
+
+}  // namespace

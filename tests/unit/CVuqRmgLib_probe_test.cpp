@@ -1,0 +1,97 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "rmglib/CVuqRmgLib.h"
+#include "support/overones.h"
+#include "support/scratch.h"
+
+namespace {
+
+/// Points the probe at `path` for the life of the object.
+class LibraryPath {
+ public:
+  explicit LibraryPath(const char* path) : m_old(REPRESENTLIB) { REPRESENTLIB = path; }
+  ~LibraryPath() { REPRESENTLIB = m_old; }
+  LibraryPath(const LibraryPath&) = delete;
+  LibraryPath& operator=(const LibraryPath&) = delete;
+
+ private:
+  const char* m_old;
+};
+
+TEST(IsKelExist, DefaultPathIsTheMakers) {
+  EXPECT_STREQ("/opt/QZKBkel/lib/libkelcom.so", REPRESENTLIB);
+}
+
+TEST(IsKelExist, File) {
+  const ScratchDir dir;
+  const std::string file = dir.write("lib.so", "");
+  const LibraryPath path(file.c_str());
+  EXPECT_TRUE(isKelExist());
+}
+
+TEST(IsKelExist, LinkCountsAsItsTarget) {
+  const ScratchDir dir;
+  const std::string file = dir.write("lib.so", "");
+  const std::string toFile = dir / "to-file";
+  const std::string toDir = dir / "to-dir";
+  const std::string toNothing = dir / "to-nothing";
+  ASSERT_EQ(0, ::symlink(file.c_str(), toFile.c_str()));
+  ASSERT_EQ(0, ::symlink("/tmp", toDir.c_str()));
+  ASSERT_EQ(0, ::symlink("/nowhere/at/all", toNothing.c_str()));
+  EXPECT_TRUE((LibraryPath(toFile.c_str()), isKelExist()));
+  EXPECT_FALSE((LibraryPath(toDir.c_str()), isKelExist()));
+  EXPECT_FALSE((LibraryPath(toNothing.c_str()), isKelExist()));
+}
+
+TEST(IsKelExist, DirectoryAtTheLibraryPath) {
+  const ScratchDir dir;
+  const LibraryPath path(dir.path().c_str());
+  EXPECT_FALSE(isKelExist());
+}
+
+TEST(IsKelExist, MissingPath) {
+  const ScratchDir dir;
+  const std::string missing = dir / "missing";
+  const LibraryPath path(missing.c_str());
+  EXPECT_FALSE(isKelExist());
+}
+
+TEST(IsKelExist, NullPath) {
+  const LibraryPath path(nullptr);
+  EXPECT_FALSE(isKelExist());
+}
+
+TEST(IsDovraInstalled, AsksTheProbeAnew) {
+  const ScratchDir dir;
+  const std::string file = dir.write("lib.so", "");
+  CVuqRmgLib client;
+  const LibraryPath path(file.c_str());
+  EXPECT_TRUE(client.isDovraInstalled());
+  ::unlink(file.c_str());
+  EXPECT_FALSE(client.isDovraInstalled());
+}
+
+TEST(IsDovraInstalled, AnswerIsTheFifthOfFiveFlags) {
+  const ScratchDir dir;
+  const std::string file = dir.write("lib.so", "");
+  const LibraryPath path(file.c_str());
+  OverOnes<ICVuqRmgLib> made;
+  constexpr std::size_t kFlags = sizeof(void*);  // behind the table of operations
+  constexpr std::size_t kHandles = 2 * sizeof(void*);
+  const std::string noHandles(sizeof(std::vector<void*>), '\0');
+  EXPECT_EQ(made.bytes(kFlags, 5), std::string(5, '\0'));
+  EXPECT_EQ(made.bytes(kHandles, noHandles.size()), noHandles);
+  EXPECT_TRUE(made.object().isDovraInstalled());
+  EXPECT_EQ(made.bytes(kFlags, 5), std::string("\0\0\0\0\1", 5));
+  ::unlink(file.c_str());
+  EXPECT_FALSE(made.object().isDovraInstalled());
+  EXPECT_EQ(made.bytes(kFlags, 5), std::string(5, '\0'));
+  EXPECT_EQ(made.bytes(kHandles, noHandles.size()), noHandles) << "nothing is ever loaded";
+}
+
+}  // namespace

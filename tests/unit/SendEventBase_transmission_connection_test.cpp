@@ -1,0 +1,210 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "rmglib/CVuqRmgLib.h"
+#include "support/FakeKelcom.h"
+#include "support/actionlog.h"
+#include "support/testevent.h"
+#include "support/transmission.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+// --- connection and start ------------------------------------------------------------------------
+
+TEST_F(Transmission, MaintenanceAllowsSending) {
+  m_fake.status = 0x10000;
+  TestEvent event = incident({});
+  EXPECT_EQ(0, send(event));
+  EXPECT_EQ(session({}), m_fake.calls);
+  EXPECT_EQ((Texts{kStarted, kOk}), m_log.texts());
+}
+
+TEST_F(Transmission, StoppedReturns1) {
+  m_fake.status = 0x20000;
+  TestEvent event = incident({m_a});
+  EXPECT_EQ(1, send(event));
+  EXPECT_EQ(Texts{notReachable(131072)}, m_log.texts());
+  EXPECT_EQ((Texts{kQuery, kQuery}), m_fake.calls) << "nothing started, nothing stopped";
+}
+
+TEST_F(Transmission, OtherStatusWordsReturn1) {
+  for (const int status : {0, 0x10020, 0x30000, -1, 0x21}) {
+    m_fake.calls.clear();
+    m_fake.status = status;
+    TestEvent event = incident({m_a});
+    EXPECT_EQ(1, send(event));
+    EXPECT_EQ(Texts{notReachable(status)}, m_log.take());
+    EXPECT_EQ((Texts{kQuery, kQuery}), m_fake.calls);
+  }
+}
+
+TEST_F(Transmission, FailedQueryShowsTheWordThatTheLibraryLeft) {
+  m_fake.statusResult = -1;
+  TestEvent event = incident({m_a});
+  EXPECT_EQ(1, send(event));
+  EXPECT_EQ(Texts{notReachable(32)}, m_log.texts());
+  EXPECT_EQ((Texts{kQuery, kQuery}), m_fake.calls);
+}
+
+TEST_F(Transmission, EachQuestionHasItsOwnQuery) {
+  struct Case {
+    int first;
+    int second;
+    int result;
+  };
+  // The first query is asked for operation, the second for maintenance.
+  const Case cases[] = {{0x20, 0x20000, 0},
+                        {0x20000, 0x10000, 0},
+                        {0x20, 0x10000, 0},
+                        {0x10000, 0x20, 1},
+                        {0x10000, 0x20000, 1}};
+  for (const Case& c : cases) {
+    int queries = 0;
+    m_fake.onCall = [&](const std::string& call) {
+      if (call == "GetStatus") m_fake.status = ++queries == 1 ? c.first : c.second;
+    };
+    TestEvent event = incident({});
+    EXPECT_EQ(c.result, send(event)) << c.first << " " << c.second;
+    EXPECT_EQ(c.result == 0 ? (Texts{kStarted, kOk}) : (Texts{notReachable(c.second)}),
+              m_log.take());
+  }
+}
+
+TEST_F(Transmission, RefusedStart) {
+  for (const int result : {-5, 1, 68}) {
+    m_fake.calls.clear();
+    m_fake.startResult = result;
+    TestEvent event = incident({m_a});
+    EXPECT_EQ(1, send(event));
+    EXPECT_EQ(Texts{"(CSendInfo::SendInfo) CRMSenderBase::RM_StartComm() error(code=" +
+                    std::to_string(result) + ")"},
+              m_log.take());
+    EXPECT_EQ((Texts{kQuery, kQuery, kStart}), m_fake.calls);
+  }
+}
+
+TEST_F(Transmission, TypeIsLookedAtOnlyAfterTheStart) {
+  m_fake.startResult = -5;
+  TestEvent event = eventOf(5, {});
+  EXPECT_EQ(1, send(event));
+}
+
+// --- environment of the client -------------------------------------------------------------------
+
+/// A client whose environment setting fails, and which tells what it was asked.
+struct Client : CVuqRmgLib {
+  explicit Client(std::function<void()> environment) : m_environment(std::move(environment)) {}
+
+  void setEnv() override {
+    asked.emplace_back("setEnv");
+    m_environment();
+  }
+  bool isOperate() override {
+    asked.emplace_back("isOperate");
+    return CVuqRmgLib::isOperate();
+  }
+  bool isMaintenance() override {
+    asked.emplace_back("isMaintenance");
+    return CVuqRmgLib::isMaintenance();
+  }
+  void startCom() override {
+    asked.emplace_back("startCom");
+    CVuqRmgLib::startCom();
+  }
+  void stopCom() override { asked.emplace_back("stopCom"); }
+  int sendNotify(unsigned long param, char* data, char* reply) override {
+    asked.emplace_back("sendNotify");
+    EXPECT_STREQ("", reply);
+    return CVuqRmgLib::sendNotify(param, data, reply);
+  }
+  int sendData(unsigned long param, void* list, int count, char* reply) override {
+    asked.emplace_back("sendData");
+    EXPECT_STREQ("", reply);
+    return CVuqRmgLib::sendData(param, list, count, reply);
+  }
+
+  Texts asked;
+
+ private:
+  std::function<void()> m_environment;
+};
+
+struct EnvironmentCase {
+  std::function<void()> fail;
+  std::string log;
+};
+
+TEST_F(Transmission, FailedEnvironmentReturns1) {
+  const EnvironmentCase cases[] = {
+      {[] { throw CVuqRmgLib::FailGetStatusRmsLibException(-3); },
+       "(CSendInfo::SendInfo) GetStatusRmsLib() error=-3"},
+      {[] { throw CVuqRmgLib::UnsupportCenterCodeException(9); },
+       "(CSendInfo::SendInfo) getCenterCode() unknown center code=9"},
+      {[] { throw CVuqRmgLib::FailRM_SetEnvException(0); },
+       "(CSendInfo::SendInfo) RM_SetEnv() error =0"},
+      {[] { throw 5; }, "(CSendInfo::SendInfo) RM_SetEnv error \"5\""},
+      {[] { throw -1; }, "(CSendInfo::SendInfo) RM_SetEnv error \"-1\""},
+  };
+  for (const EnvironmentCase& c : cases) {
+    const CapturedLog log(CapturedLog::Level::kTrace);
+    TestEvent event = incident({m_a});
+    Client client(c.fail);
+    EXPECT_EQ(1, event.sendThrough(client));
+    EXPECT_EQ(Texts{c.log}, log.texts()) << "the files are not even measured";
+    EXPECT_EQ(Texts{"setEnv"}, client.asked);
+    EXPECT_EQ(Texts(), m_fake.calls);
+  }
+}
+
+TEST_F(Transmission, EnvironmentThatThrows0GoesOn) {
+  TestEvent event = incident({m_a});
+  Client client([] { throw 0; });
+  EXPECT_EQ(0, event.sendThrough(client));
+  EXPECT_EQ((Texts{"setEnv", "isOperate", "isMaintenance", "startCom", "sendNotify", "sendData"}),
+            client.asked);
+  EXPECT_EQ(kOk, m_log.texts().back());
+}
+
+TEST_F(Transmission, EnvironmentThatThrowsSomethingElsePasses) {
+  TestEvent event = incident({m_a});
+  Client other([] { throw std::runtime_error("environment"); });
+  EXPECT_THROW(event.sendThrough(other), std::runtime_error);
+  Client base([] { throw CVuqRmgLib::CVuqRmgLibException(1); });
+  EXPECT_THROW(event.sendThrough(base), CVuqRmgLib::CVuqRmgLibException);
+  EXPECT_EQ(Texts(), m_log.texts());
+}
+
+TEST_F(Transmission, StartThatThrowsSomethingElsePasses) {
+  struct StartlessClient : CVuqRmgLib {
+    void startCom() override { throw std::runtime_error("start"); }
+  };
+  TestEvent event = incident({m_a});
+  StartlessClient client;
+  EXPECT_THROW(event.sendThrough(client), std::runtime_error);
+  EXPECT_EQ((Texts{kQuery, kQuery}), m_fake.calls);
+  EXPECT_EQ(Texts(), m_log.texts());
+}
+
+TEST_F(Transmission, StepsGoThroughTheClientsSlotsButTheStopIsDirect) {
+  TestEvent event = incident({m_a, m_b});
+  {
+    Client client([] {});
+    EXPECT_EQ(0, event.sendThrough(client));
+    EXPECT_EQ((Texts{"setEnv", "isOperate", "isMaintenance", "startCom", "sendNotify", "sendData",
+                     "sendNotify", "sendData"}),
+              client.asked);
+    EXPECT_EQ(kStop, m_fake.calls.back());
+    EXPECT_EQ(8U, m_fake.calls.size());
+  }
+  EXPECT_EQ(9U, m_fake.calls.size()) << "the client was still marked as started";
+  EXPECT_EQ(kStop, m_fake.calls.back());
+}
+
+}  // namespace

@@ -3,6 +3,16 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+namespace {
+
+/// Makes `file` also descriptor `number`. Where that fails there is no such descriptor: the
+/// parent's must not take what is not meant for it.
+void putAt(int file, int number) {
+  if (::dup2(file, number) < 0) ::close(number);
+}
+
+}  // namespace
+
 bool makePipe(Pipe& pipe) {
   int ends[2];
   if (::pipe2(ends, O_CLOEXEC) != 0) return false;
@@ -16,7 +26,7 @@ void makeStandardOutput(const Pipe& pipe) {
     // Already in place, where duplicating would have cleared the close-on-exec mark.
     ::fcntl(STDOUT_FILENO, F_SETFD, 0);
   } else {
-    ::dup2(pipe.writeEnd, STDOUT_FILENO);
+    putAt(pipe.writeEnd, STDOUT_FILENO);
     ::close(pipe.writeEnd);
   }
   // A read end that was descriptor 1 has been replaced above: closing it would close the output.
@@ -29,7 +39,7 @@ void makeStandardError(int file) {
   } else if (file < 0) {
     ::close(STDERR_FILENO);
   } else {
-    ::dup2(file, STDERR_FILENO);
+    putAt(file, STDERR_FILENO);
   }
 }
 

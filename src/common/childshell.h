@@ -14,11 +14,13 @@ struct Pipe {
 bool makePipe(Pipe& pipe);
 
 /// For the child, after fork(2) and before `execShell`: makes the pipe's write end descriptor 1 and
-/// closes both ends. Makes system calls only, and works whatever numbers the ends have, also with
-/// standard descriptors that were closed when the process started.
+/// closes both ends; where that fails there is no descriptor 1. Makes system calls only, and works
+/// whatever numbers the ends have, also with standard descriptors that were closed when the process
+/// started.
 void makeStandardOutput(const Pipe& pipe);
 
-/// For the child: makes `file`, a descriptor or below 0 for none, descriptor 2. System calls only.
+/// For the child: makes `file`, a descriptor or below 0 for none, descriptor 2; where that fails
+/// there is none. System calls only.
 void makeStandardError(int file);
 
 /// For the child: makes /dev/null descriptor 2; where it cannot be opened there is none.

@@ -68,6 +68,7 @@ bool makeTempFile(std::string& path, const char* prefix, const char* parentDir, 
   const std::string templ = format("%s/%sXXXXXX", parentDir, prefix);
   char name[kTemplateBytes] = {};
   std::snprintf(name, sizeof name, "%s", C(templ));
+  path.reserve(sizeof name);  // so that nothing can fail while the file is on nobody's list
   number = ::mkostemp(name, O_CLOEXEC);
   if (number < 0) {
     infoAt("CTemp", 132, "failed to mkstemp():%s:templ=%s", std::strerror(errno), C(templ));
@@ -78,7 +79,7 @@ bool makeTempFile(std::string& path, const char* prefix, const char* parentDir, 
   } else {
     *fd = number;
   }
-  path = std::string(name) + "_";
+  path.assign(name).append("_");
   if (std::rename(name, C(path)) != 0) {
     // The file stays under its generated name: the caller may hold its descriptor by now.
     infoNumbered("VUQ90104L", "failed to rename():%s to %s:%s", name, C(path),
@@ -121,11 +122,16 @@ int CTemp::getTemp_sub(std::string& path, const char* prefix, const char* parent
   traceAt("CTemp", 73, "getTemp_sub():prefix=%s,templ=%s", parentDir, prefix);
   if (!ensureParent(parentDir)) return 0;
 
+  // Its place in the list comes first: no want of memory can then come between making the item and
+  // recording it.
+  std::list<std::string> item(1);
+  item.front().reserve(kTemplateBytes);
   int number = -1;
   const bool isMade = kind != 0 ? makeTempDir(path, prefix, parentDir)
                                 : makeTempFile(path, prefix, parentDir, fd, number);
   if (!isMade) return 0;
-  m_createdItems.push_back(path);
+  item.front() = path;
+  m_createdItems.splice(m_createdItems.end(), item);
   traceAt("CTemp", 156, "getTemp_sub():exit=%d,type=%s,FD=%d,%s", 1, kind != 0 ? " DIR" : "FILE",
           number, C(path));
   return 1;

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,6 +11,16 @@
 #include "support/childrun.h"
 #include "support/descriptors.h"
 #include "support/scratch.h"
+
+// --- takes the place of the C library's call in this program -------------------------------------
+
+static bool isDup2Failing = false;
+
+extern "C" int dup2(int file, int number) noexcept {
+  if (!isDup2Failing) return static_cast<int>(::syscall(SYS_dup2, file, number));
+  errno = EBUSY;
+  return -1;
+}
 
 namespace {
 
@@ -54,6 +65,27 @@ int openAfterMakingStandardOutput(int closed) {
     return open;
   });
   return child.exitCode();
+}
+
+TEST(MakeStandardOutput, PipeThatCannotBePutInPlace_LeavesNoOutputAtAll) {
+  const ChildResult child = runInChild([] {
+    Pipe pipe;
+    if (!makePipe(pipe)) return 77;
+    isDup2Failing = true;
+    makeStandardOutput(pipe);
+    if (::fcntl(pipe.writeEnd, F_GETFD) != -1 || ::fcntl(pipe.readEnd, F_GETFD) != -1) return 78;
+    return ::fcntl(STDOUT_FILENO, F_GETFD) == -1 ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+}
+
+TEST(MakeStandardError, FileThatCannotBePutInPlace_LeavesNoErrorOutputAtAll) {
+  const ChildResult child = runInChild([] {
+    isDup2Failing = true;
+    makeStandardError(::open("/dev/null", O_RDWR | O_CLOEXEC));
+    return ::fcntl(STDERR_FILENO, F_GETFD) == -1 ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
 }
 
 TEST(MakeStandardOutput, WhateverIsClosed_OutputIsThePipeAndItsEndsAreClosed) {

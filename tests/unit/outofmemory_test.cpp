@@ -25,6 +25,7 @@
 #include "support/sanitizer.h"
 #include "support/scratch.h"
 #include "support/testevent.h"
+#include "temp/CTemp.h"
 
 #ifndef TANEXICS_ADDRESS_SANITIZER
 
@@ -100,6 +101,32 @@ TEST_P(OutOfMemory, FailureArrivesAndNothingLeaks) {
   const CapturedLog log;
   const EnvironmentGuard variable("TANEXICS_TEST_VALUE", kOther.c_str());
   EXPECT_GT(failEveryAllocation(GetParam().body), 0);
+}
+
+/// From the end of its life on, allocations succeed.
+struct EnoughAgain {
+  ~EnoughAgain() { allocationsLeft = -1; }
+};
+
+TEST(OutOfMemoryOnDisk, TemporaryItem_IsRemovedWhateverFails) {
+  const CapturedLog log;
+  const ScratchDir parent;
+  std::list<std::string> left;
+  const auto leaveNothing = [&](const std::function<void(CTemp&, std::string&)>& make) {
+    EXPECT_GT(failEveryAllocation([&] {
+                CTemp temp;
+                const EnoughAgain beforeTheRemoval;
+                std::string path;
+                make(temp, path);
+              }),
+              0);
+    getFileList(left, parent.path().c_str(), 0, 1, 0);
+    EXPECT_EQ(left, std::list<std::string>());
+  };
+  const char* dir = parent.path().c_str();
+  leaveNothing(
+      [dir](CTemp& temp, std::string& path) { temp.getTempFile(path, "f", dir, nullptr); });
+  leaveNothing([dir](CTemp& temp, std::string& path) { temp.getTempDir(path, "d", dir); });
 }
 
 /// A record whose fields are long.

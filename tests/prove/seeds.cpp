@@ -1,0 +1,115 @@
+// Bugs for the proof of the proof. Linked over the command's own objects with --wrap: a call of the
+// function between two files goes through here. SEEDED_BUG names the one bug of a run; each must be
+// found, by the promise that it breaks.
+//
+//   crash             a wait that fails ends in a segmentation fault
+//   failed-shell      a shell that cannot be started ends with 127
+//   other-status      the process ends with another status than its exit line says
+//   partial-list      a list whose reading fails is sent as far as it was read
+//   single-stop       communication is stopped once instead of twice
+//   torn-line         behind a write that failed the next piece of the line is left out
+//   dirty-output      something is printed on standard output
+//   kept-directory    the temporary directory stays when a collection command failed
+//   open-descriptor   a descriptor stays open in the programs that are run
+//   changed-input     the send-file list is written to
+//   unwaited-child    nobody waits for the programs that are run
+//   repeated-removal  the temporary directory is removed twice
+
+#include <fcntl.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+
+#include "common/childshell.h"
+#include "common/piecereader.h"
+#include "rmglib/CVuqRmgLib.h"
+
+namespace {
+
+bool isSeeded(const char* bug) {
+  const char* seeded = std::getenv("SEEDED_BUG");
+  return seeded != nullptr && std::strcmp(seeded, bug) == 0;
+}
+
+bool hasCollectionFailed = false;
+bool hasWriteFailed = false;
+
+}  // namespace
+
+// The linker gives every wrapped function these two names, which are reserved for it.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" {
+
+pid_t __real_waitpid(pid_t pid, int* status, int options);
+pid_t __wrap_waitpid(pid_t pid, int* status, int options) {
+  if (isSeeded("unwaited-child")) {
+    *status = 0;
+    return pid;
+  }
+  const pid_t reaped = __real_waitpid(pid, status, options);
+  if (reaped < 0 && isSeeded("crash")) std::raise(SIGSEGV);
+  return reaped;
+}
+
+ssize_t __real_write(int file, const void* bytes, std::size_t count);
+ssize_t __wrap_write(int file, const void* bytes, std::size_t count) {
+  if (hasWriteFailed && isSeeded("torn-line")) {
+    hasWriteFailed = false;
+    return static_cast<ssize_t>(count);
+  }
+  const ssize_t written = __real_write(file, bytes, count);
+  hasWriteFailed = written < 0;
+  return written;
+}
+
+bool __real__ZNK11PieceReader9hasFailedEv(const PieceReader* reader);
+bool __wrap__ZNK11PieceReader9hasFailedEv(const PieceReader* reader) {
+  return !isSeeded("partial-list") && __real__ZNK11PieceReader9hasFailedEv(reader);
+}
+
+int __real__Z8s_systemPKc(const char* command);
+int __wrap__Z8s_systemPKc(const char* command) {
+  const int status = __real__Z8s_systemPKc(command);
+  const bool isCollection = std::strncmp(command, "/opt/", 5) == 0;
+  hasCollectionFailed = hasCollectionFailed || (isCollection && status != 0);
+  if (isSeeded("dirty-output") && __real_write(STDOUT_FILENO, "done\n", 5) < 0) return -1;
+  if (isSeeded("changed-input")) {
+    const int list = ::open("list", O_WRONLY | O_APPEND | O_CLOEXEC);
+    if (__real_write(list, "\n", 1) < 0) return -1;
+    ::close(list);
+  }
+  return status;
+}
+
+int __real__Z11removeFilesPKci(const char* path, int recursive);
+int __wrap__Z11removeFilesPKci(const char* path, int recursive) {
+  if (isSeeded("kept-directory") && hasCollectionFailed) return 0;
+  if (isSeeded("repeated-removal")) __real__Z11removeFilesPKci(path, recursive);
+  return __real__Z11removeFilesPKci(path, recursive);
+}
+
+[[noreturn]] void __real__Z9execShellPKci(const char* command, int failureStatus);
+[[noreturn]] void __wrap__Z9execShellPKci(const char* command, int failureStatus) {
+  __real__Z9execShellPKci(command, isSeeded("failed-shell") ? 127 : failureStatus);
+}
+
+bool __real__Z8makePipeR4Pipe(Pipe& pipe);
+bool __wrap__Z8makePipeR4Pipe(Pipe& pipe) {
+  const bool isMade = __real__Z8makePipeR4Pipe(pipe);
+  if (isMade && isSeeded("open-descriptor")) ::fcntl(pipe.readEnd, F_DUPFD, 20);
+  return isMade;
+}
+
+int __real__ZN14CVuqRmgLibImpl11RM_StopCommEv(CVuqRmgLibImpl* client);
+int __wrap__ZN14CVuqRmgLibImpl11RM_StopCommEv(CVuqRmgLibImpl* client) {
+  return isSeeded("single-stop") ? 0 : __real__ZN14CVuqRmgLibImpl11RM_StopCommEv(client);
+}
+
+__attribute__((destructor)) static void endOtherwise() {
+  if (isSeeded("other-status")) ::_exit(3);
+}
+}
+// NOLINTEND(bugprone-reserved-identifier)

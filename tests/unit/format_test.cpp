@@ -1,6 +1,7 @@
 #include "common/format.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cstdarg>
 #include <cstdio>
@@ -200,6 +201,13 @@ TEST(BareFormat, OnlyPercentAndErrorText_KeepTheirMeaning) {
     bareFormat(text.c_str(), out.data());
     EXPECT_STREQ(out.data(), row.format) << row.text;
   }
+}
+
+TEST(Format, LongText_LeavesNothingAllocated) {
+  const std::string text(5000, 'x');
+  const std::size_t before = ::mallinfo2().uordblks;
+  EXPECT_EQ(format("%s", C(text)).size(), text.size());
+  EXPECT_EQ(::mallinfo2().uordblks, before);
 }
 
 }  // namespace

@@ -34,20 +34,25 @@ __attribute__((constructor)) void prepare() {
   ::pthread_atfork(nullptr, nullptr, __gcov_reset);
 }
 
+/// As far as any user may: a test sets the soft limit only.
+void lift(__rlimit_resource resource) {
+  rlimit limit = {};
+  if (::getrlimit(resource, &limit) != 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  ::setrlimit(resource, &limit);
+}
+
 /// For a process that does nothing else afterwards.
 void writeCounters() {
   ::umask(0);  // another user may have to add to the file
-  const rlimit files = {1024, 1024};
-  const rlimit none = {RLIM_INFINITY, RLIM_INFINITY};
-  // An ordinary user has to do with the limits as they are.
-  if (::setrlimit(RLIMIT_NOFILE, &files) == 0 && ::setrlimit(RLIMIT_FSIZE, &none) == 0) {
-    ::setrlimit(RLIMIT_AS, &none);
-  }
+  lift(RLIMIT_NOFILE);
+  lift(RLIMIT_FSIZE);
+  lift(RLIMIT_AS);
   if (::fchdir(firstRoot) == 0) {
     // From there, whatever the root is by now.
     const char* prefix = std::getenv("GCOV_PREFIX");
-    static char
-        fromHere[4096];  // nothing is allocated: the memory may have been used up on purpose
+    // Nothing is allocated here: the memory may have been used up on purpose.
+    static char fromHere[4096];
     std::snprintf(fromHere, sizeof fromHere, ".%s", prefix == nullptr ? "" : prefix);
     ::setenv("GCOV_PREFIX", fromHere, 1);
   }

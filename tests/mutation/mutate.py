@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Mutation run: changes src in one place after the other, and looks whether a unit test notices.
 
-A mutant is compiled alone and linked in front of the library into the programs of the unit tests, which run
-on whole copies of nothing: in a sandbox where the machine is read-only, since a mutant of the removal guard
-removes what it finds. First the tests named for the unit run, then every other one that links it. The first
-failure, crash or overrun kills the mutant; one that nothing notices survives.
+A mutant is compiled alone and linked in front of the library into the programs of the unit tests. These run
+in a sandbox where the machine is read-only, since a mutant of the removal guard removes what it finds. First
+the tests named for the unit run, then every other one that links it. The first failure, crash or overrun
+kills the mutant; one that nothing notices survives.
 """
 
 import argparse
@@ -36,8 +36,11 @@ SANDBOX = [
 ]  # fmt: skip
 MEMORY_LIMIT = 6 << 30
 COMPILE_LIMIT = 120
+SLOW_SHARDS = 40
 LEAST_TIME_LIMIT = 10  # seconds; otherwise five times what the test takes without a mutant
 GONE = ("killed", "overran")
+# Sources that no library has, and the tests that have them as a part.
+INCLUDED = {"src/main/main.cpp": "tests/unit/main_test.cpp"}
 
 
 def run(words, **options):
@@ -48,11 +51,12 @@ def run(words, **options):
 class Base:
     """The unmutated build: how each file is compiled, each test linked, and how long each runs."""
 
-    def __init__(self, folder, jobs):
+    def __init__(self, folder, jobs, tests):
         self.folder = folder
         self.tree = folder / "tree"
         self.build = folder / "build"
         self.jobs = jobs
+        self.tests = tests
 
     def make(self):
         listed = run(["git", "-C", ROOT, "ls-files", "-co", "--exclude-standard"], check=True).stdout
@@ -66,7 +70,9 @@ class Base:
         linker = ["-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld"] if shutil.which("ld.lld") else []
         self.must(["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                    "-DCMAKE_CXX_FLAGS_DEBUG=-O0", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", *linker])
-        self.tests = sorted(path.stem for path in (self.tree / "tests/unit").glob("*_test.cpp"))
+        if self.tests is None:
+            found = [*(self.tree / "tests/unit").glob("*_test.cpp"), *(self.tree / "tests/slow").glob("*_test.cpp")]
+            self.tests = sorted(path.stem for path in found)
         self.must(["ninja", "-C", self.build, "-j", str(self.jobs), *self.tests])
         self.compile = {}
         for entry in json.loads((self.build / "compile_commands.json").read_text()):
@@ -83,7 +89,7 @@ class Base:
             sys.exit(done.stdout)
 
     def link_command(self, test):
-        commands = run(["ninja", "-C", self.build, "-t", "commands", "-s", test], check=True).stdout
+        commands = run(["ninja", "-C", self.build, "-t", "commands", "-s", f"tests/{test}"], check=True).stdout
         words = shlex.split(commands.splitlines()[-1])
         first = words.index("&&") + 1
         return words[first : words.index("&&", first)]
@@ -96,7 +102,10 @@ class Base:
         return set(re.findall(r"libtanexics_core\.a\((\S+)\.o\)", listed))
 
     def link_words(self, test, objects, output):
-        words = list(self.link[test])
+        # An object of the mutant comes before the library; that of a test that includes it, in its place.
+        own = f"/{test}.cpp.o"
+        is_replaced = bool(objects) and f"tests/unit/{test}.cpp" in INCLUDED.values()
+        words = [word for word in self.link[test] if not (is_replaced and word.endswith(own))]
         at = words.index("-o")
         words[at + 1] = str(output)
         return words[: at + 2] + [str(name) for name in objects] + words[at + 2 :]
@@ -113,30 +122,37 @@ class Base:
             failing += re.findall(r"^\[  FAILED  \] (\S+?),? \(\d+ ms\)$", done.stdout, re.MULTILINE)
         return {"failing": ["*"], "seconds": 0}
 
-    def execute(self, program, failing, limit):
-        words = SANDBOX + ["--ro-bind", str(self.folder), str(self.folder), str(program), "--gtest_brief=0"]
+    def execute(self, program, failing, limit, *options):
+        words = SANDBOX + ["--ro-bind", str(self.folder), str(self.folder), str(program), *options]
         if failing:
             words.append("--gtest_filter=-" + ":".join(failing))
-        return self.sandboxed(words, limit)
+        # The cases of a slow test mostly sleep: they run all at once.
+        shards = SLOW_SHARDS if (self.tree / "tests/slow" / f"{program.name}.cpp").exists() else 1
+        with concurrent.futures.ThreadPoolExecutor(shards) as pool:
+            done = list(pool.map(lambda shard: self.sandboxed(words, limit, shard, shards), range(shards)))
+        return subprocess.CompletedProcess(words, max(abs(shard.returncode) for shard in done),
+                                           "".join(shard.stdout for shard in done))
 
     @staticmethod
-    def sandboxed(words, limit):
+    def sandboxed(words, limit, shard, shards):
         bound = lambda: resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
-        return run(words, timeout=limit, stdin=subprocess.DEVNULL, preexec_fn=bound)
+        share = {"GTEST_TOTAL_SHARDS": str(shards), "GTEST_SHARD_INDEX": str(shard)}
+        return run(words, timeout=limit, stdin=subprocess.DEVNULL, preexec_fn=bound, env={**os.environ, **share})
 
 
 class Trial:
     """One mutant, from source to verdict."""
 
-    def __init__(self, base, mutant, named_only):
+    def __init__(self, base, mutant):
         self.base = base
         self.mutant = mutant
-        self.named_only = named_only
 
     def verdict(self):
         with tempfile.TemporaryDirectory(dir=self.base.folder) as folder:
             self.folder = Path(folder)
-            source = self.folder / Path(self.mutant.path).name
+            # The folder is an include directory too, for the one source that a test includes: main.cpp.
+            source = self.folder / Path(self.mutant.path).relative_to("src")
+            source.parent.mkdir()
             text = (self.base.tree / self.mutant.path).read_text()
             source.write_text(self.mutant.apply(text))
             self.object = self.folder / "mutant.o"
@@ -149,16 +165,20 @@ class Trial:
             return ("same code" if self.is_same_code(source) else "survived"), ""
 
     def compiled(self, source, output, *options):
-        words = list(self.base.compile[self.mutant.path])
+        unit = INCLUDED.get(self.mutant.path, self.mutant.path)
+        words = list(self.base.compile[unit])
         words[words.index("-o") + 1] = str(output)
-        words[-1] = str(source)
+        if unit == self.mutant.path:
+            words[-1] = str(source)
+        else:
+            words.insert(1, f"-I{source.parent.parent}")
         words = [word for word in words if word != "-Werror"] + ["-w", *options]
         return run(words, cwd=self.base.build, timeout=COMPILE_LIMIT).returncode == 0
 
     def is_same_code(self, source):
         """Whether the optimiser makes the same of both: then no test can tell them apart."""
-        plain = self.folder / "plain" / source.name
-        plain.parent.mkdir()
+        plain = self.folder / "plain" / source.relative_to(self.folder)
+        plain.parent.mkdir(parents=True)
         shutil.copyfile(self.base.tree / self.mutant.path, plain)
         objects = [self.folder / "mutant-O2.o", self.folder / "plain-O2.o"]
         for text, output in zip((source, plain), objects):
@@ -168,14 +188,13 @@ class Trial:
 
     def tests(self):
         """The tests named for the unit, then the others that have it in them, fast ones first."""
-        unit = Path(self.mutant.path).stem
-        unit_file = Path(self.mutant.path).name
-        linking = [test for test in self.base.tests if unit_file in self.base.units[test]]
-        is_named = lambda test: test == f"{unit}_test" or test.startswith(f"{unit}_")
-        named = [test for test in linking if is_named(test)]
-        rest = [] if self.named_only else [test for test in linking if not is_named(test)]
-        by_time = lambda test: self.base.plain[test]["seconds"]
-        return sorted(named, key=by_time) + sorted(rest, key=by_time)
+        if self.mutant.path in INCLUDED:
+            return [Path(INCLUDED[self.mutant.path]).stem]
+        unit = Path(self.mutant.path)
+        is_named = lambda test: test.startswith(f"{unit.stem}_")
+        linking = [test for test in self.base.tests if unit.name in self.base.units[test]]
+        by_time = lambda test: (not is_named(test), self.base.plain[test]["seconds"])
+        return sorted(linking, key=by_time)
 
     def outcome(self, test):
         plain = self.base.plain[test]
@@ -187,7 +206,7 @@ class Trial:
             return "stillborn"
         limit = max(LEAST_TIME_LIMIT, 5 * plain["seconds"])
         try:
-            done = self.base.execute(program, plain["failing"], limit)
+            done = self.base.execute(program, plain["failing"], limit, "--gtest_fail_fast")
         except subprocess.TimeoutExpired:
             return "overran"
         finally:
@@ -207,9 +226,16 @@ def judgements():
     return judged
 
 
-def key_of(mutant, text):
-    line = text.splitlines()[mutant.line - 1].strip()
-    return f"{mutant.path}: {line}: {mutant.change()}"
+def keys_of(path):
+    """What tells each mutant of a file from the others, wherever its line stands: the line and the change, and
+    a number from the second such place on."""
+    text = (ROOT / path).read_text()
+    keys, seen = {}, Counter()
+    for mutant in mutants_of(path, text):
+        key = f"{path}: {text.splitlines()[mutant.line - 1].strip()}: {mutant.change()}"
+        seen[key] += 1
+        keys[mutant] = key if seen[key] == 1 else f"{key} #{seen[key]}"
+    return keys
 
 
 def arguments():
@@ -219,7 +245,8 @@ def arguments():
     parser.add_argument("--seed", type=int, help="of the choice (default: a new one, printed)")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), metavar="N")
     parser.add_argument("--folder", type=Path, help="where the build is kept for a next run")
-    parser.add_argument("--named-only", action="store_true", help="run only the tests named for the unit")
+    parser.add_argument("--tests", nargs="+", metavar="TEST",
+                        help="run only these (default: all of tests/unit and tests/slow)")
     parser.add_argument("--at-least", type=float, default=95.0, metavar="PERCENT",
                         help="fail below this share of killed mutants (default: 95)")
     parser.add_argument("--list", action="store_true", help="list the mutants and stop")
@@ -228,8 +255,6 @@ def arguments():
 
 def chosen(options):
     names = options.files or sorted(str(p.relative_to(ROOT)) for p in (ROOT / "src").rglob("*.cpp"))
-    # The frame of the run has no unit test: the tests of the built command run it.
-    names = [name for name in names if not name.startswith("src/main/")]
     found = [mutant for name in names for mutant in mutants_of(name, (ROOT / name).read_text())]
     if options.sample is not None and options.sample < len(found):
         seed = random.randrange(1 << 32) if options.seed is None else options.seed
@@ -239,20 +264,22 @@ def chosen(options):
 
 
 def tried(base, mutants, options):
-    """The verdicts in the order of the mutants; progress on a terminal."""
+    """The verdicts in the order of the mutants; each is told on standard error as it is found."""
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
-        trials = [pool.submit(Trial(base, mutant, options.named_only).verdict) for mutant in mutants]
-        for count, _ in enumerate(concurrent.futures.as_completed(trials), 1):
-            if sys.stderr.isatty() or count % 100 == 0:
-                print(f"{count} of {len(trials)}", file=sys.stderr, end="\r" if sys.stderr.isatty() else "\n")
+        trials = [pool.submit(Trial(base, mutant).verdict) for mutant in mutants]
+        places = {trial: mutant for trial, mutant in zip(trials, mutants)}
+        for count, trial in enumerate(concurrent.futures.as_completed(trials), 1):
+            mutant, (verdict, test) = places[trial], trial.result()
+            print(f"{count}/{len(trials)} {verdict}: {mutant.path}:{mutant.line}: {mutant.change()} {test}",
+                  file=sys.stderr, flush=True)
         return [trial.result() for trial in trials]
 
 
-def report(mutants, verdicts, options):
+def report(mutants, verdicts, keys, options):
     judged = judgements()
     counts, survivors, harmless = {}, [], []
     for mutant, (verdict, _) in zip(mutants, verdicts):
-        key = key_of(mutant, (ROOT / mutant.path).read_text())
+        key = keys[mutant]
         if verdict == "survived" and key in judged:
             verdict = "judged"
             harmless.append((mutant, judged[key]))
@@ -295,17 +322,18 @@ def main():
         for mutant in mutants:
             print(f"{mutant.path}:{mutant.line}: {mutant.kind}: {mutant.change()}")
         return 0
+    keys = {mutant: key for path in {m.path for m in mutants} for mutant, key in keys_of(path).items()}
     kept = options.folder is not None
     folder = options.folder.resolve() if kept else Path(tempfile.mkdtemp(prefix="mutation-"))
     folder.mkdir(parents=True, exist_ok=True)
     try:
-        base = Base(folder, options.jobs)
+        base = Base(folder, options.jobs, options.tests)
         base.make()
         for test, plain in base.plain.items():
             if plain["failing"]:
                 print(f"{test}: fails without a mutant in the sandbox, left out: {' '.join(plain['failing'])}")
         sys.stdout.flush()
-        return 0 if report(mutants, tried(base, mutants, options), options) else 1
+        return 0 if report(mutants, tried(base, mutants, options), keys, options) else 1
     finally:
         if not kept:
             shutil.rmtree(folder, ignore_errors=True)

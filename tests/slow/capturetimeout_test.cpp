@@ -306,7 +306,8 @@ std::size_t pipeBytes() {
 /// Runs a command that prints so many bytes without any line end, and gives how many came back.
 Outcome runPrinting(std::size_t bytes, std::size_t& returned) {
   const ScratchDir dir;
-  const Outcome outcome = run("cat " + dir.write("output", std::string(bytes, 'x')), 2);
+  // In the shell's own place: a child of it might print on when the shell has gone.
+  const Outcome outcome = run("exec cat " + dir.write("output", std::string(bytes, 'x')), 2);
   returned = 0;
   for (const std::string& piece : outcome.lines) returned += piece.size();
   return outcome;

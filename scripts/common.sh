@@ -60,24 +60,27 @@ build() {
   rm -f "$log"
 }
 
-# run_tests FOLDER OPTION...: runs the tests of a build folder, those that the options of ctest(1) choose, and
-# prints the runner's closing lines; everything is shown when a test fails. The slow tests, which mostly
-# sleep, run all at once beside the others.
-run_tests() {
-  local folder=$1 slow log slow_log
+# run_ctest FOLDER OPTION...: runs the tests of a build folder, those that the options of ctest(1) choose, and
+# prints the runner's closing line; everything is shown when a test fails.
+run_ctest() {
+  local folder=$1 log
   shift
   log=$(mktemp)
-  slow_log=$(mktemp)
-  as_root ctest --test-dir "$folder" -L slow -j 40 --output-on-failure >"$slow_log" 2>&1 &
-  slow=$!
-  if ! as_root ctest --test-dir "$folder" -LE 'slow|heavy' "$@" -j "$(nproc)" --output-on-failure >"$log" 2>&1; then
+  if ! as_root ctest --test-dir "$folder" "$@" --output-on-failure >"$log" 2>&1; then
     cat "$log"
     exit 1
   fi
-  if ! wait "$slow"; then
-    cat "$slow_log"
-    exit 1
-  fi
-  grep -h 'tests passed' "$slow_log" "$log"
-  rm -f "$log" "$slow_log"
+  grep 'tests passed' "$log"
+  rm -f "$log"
+}
+
+# run_tests FOLDER OPTION...: the same for the usual tests, with the slow ones, which mostly sleep, all at once
+# beside them.
+run_tests() {
+  local folder=$1 slow
+  shift
+  run_ctest "$folder" -L slow -j 40 &
+  slow=$!
+  run_ctest "$folder" -LE 'slow|heavy' "$@" -j "$(nproc)"
+  wait "$slow"
 }

@@ -170,7 +170,7 @@ TEST(ActionLogRotation, PathWithoutDirectory_BacksUpIntoTheRoot) {
   if (::getuid() != 0) GTEST_SKIP() << "needs root for a root directory of its own";
   const ScratchDir dir;
   const ChildResult child = runInChild([&] {
-    if (!enterPrivateRoot(dir.path()) || ::mkdir("/work", 0755) != 0 || ::chdir("/work") != 0) {
+    if (!enterPrivateRoot(dir.path()) || ::mkdir("/place", 0755) != 0 || ::chdir("/place") != 0) {
       return 77;
     }
     if (std::FILE* file = std::fopen("action.log", "w")) {
@@ -182,8 +182,8 @@ TEST(ActionLogRotation, PathWithoutDirectory_BacksUpIntoTheRoot) {
     log.init("prog", nullptr);
     log.ilog("new");
     std::printf("%zu bytes, %s, %s\n", static_cast<std::size_t>(fs::file_size("/action.bak")),
-                logTexts(readLog("/work/action.log")).front().c_str(),
-                namesIn("/work").back().c_str());
+                logTexts(readLog("/place/action.log")).front().c_str(),
+                namesIn("/place").back().c_str());
     return 0;
   });
   EXPECT_EQ(child.exitCode(), 0) << child.err;

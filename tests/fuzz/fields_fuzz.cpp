@@ -8,28 +8,11 @@
 #include "fuzz/demand.h"
 #include "fuzz/input.h"
 #include "fuzz/target.h"
+#include "support/slowsplit.h"
 
 namespace {
 
 using Fields = std::vector<std::string>;
-
-/// The judge: looks at one place after the other, and then makes the number of fields right.
-Fields slowSplit(const std::string& text, const std::string& delim, int maxFields) {
-  const bool isLimited = maxFields > 1;
-  const std::size_t limit = isLimited ? static_cast<std::size_t>(maxFields) : 0;
-  Fields fields = {""};
-  for (std::size_t i = 0; i < text.size();) {
-    const bool isFull = isLimited && fields.size() == limit;
-    if (!isFull && text.compare(i, delim.size(), delim) == 0) {
-      fields.emplace_back();
-      i += delim.size();
-    } else {
-      fields.back() += text[i++];
-    }
-  }
-  if (isLimited) fields.resize(limit);
-  return fields;
-}
 
 }  // namespace
 

@@ -18,6 +18,7 @@
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/environmentguard.h"
+#include "support/forkedlog.h"
 #include "support/ownlog.h"
 #include "support/privateroot.h"
 #include "support/process1.h"
@@ -277,22 +278,7 @@ TEST(ActionLog, SecondChanges_NextHeadHasTheNewTime) {
       << lines[1].head;
 }
 
-TEST(ActionLog, ForkedChild_WritesItsOwnProcessId) {
-  const CapturedLog log;
-  gLog.ilog("parent");
-  const pid_t pid = ::fork();
-  if (pid == 0) {
-    gLog.ilog("child");
-    ::_exit(0);
-  }
-  ASSERT_EQ(::waitpid(pid, nullptr, 0), pid);
-  gLog.ilog("parent again");
-  const std::vector<LogLine> lines = parseLog(log.bytes());
-  ASSERT_EQ(lines.size(), 3u);
-  EXPECT_EQ(lines[0].pid, ::getpid());
-  EXPECT_EQ(lines[1].pid, pid);
-  EXPECT_EQ(lines[2].pid, ::getpid());
-}
+TEST(ActionLog, ForkedChild_WritesItsOwnProcessId) { expectForkedChildWritesItsOwnId(); }
 
 std::string messageOf(std::size_t length) {
   const CapturedLog log;

@@ -7,6 +7,7 @@
 
 #include "common/fields.h"
 #include "support/generator.h"
+#include "support/slowsplit.h"
 
 namespace {
 
@@ -28,24 +29,6 @@ std::string joinBoth(const Fields& items, const std::string& sep) {
   const std::string text = join(items, sep.c_str());
   EXPECT_EQ(join(std::list<std::string>(items.begin(), items.end()), sep.c_str()), text);
   return text;
-}
-
-/// The judge: looks at one place after the other, and then makes the number of fields right.
-Fields slowSplit(const std::string& text, const std::string& delim, int maxFields) {
-  const bool isLimited = maxFields > 1;
-  const std::size_t limit = isLimited ? static_cast<std::size_t>(maxFields) : 0;
-  Fields fields = {""};
-  for (std::size_t i = 0; i < text.size();) {
-    const bool isFull = isLimited && fields.size() == limit;
-    if (!isFull && text.compare(i, delim.size(), delim) == 0) {
-      fields.emplace_back();
-      i += delim.size();
-    } else {
-      fields.back() += text[i++];
-    }
-  }
-  if (isLimited) fields.resize(limit);
-  return fields;
 }
 
 /// A text in which the delimiter is likely, and the delimiter.

@@ -4,7 +4,12 @@
 // more listed file costs in system calls and instructions. Instructions and calls do not depend on
 // the machine's mood.
 //
-//   command_bench --command PATH --floor PATH --library DIR [--runs N] [--table FILE]
+// The runs of every size load a library in C, which no maker's library that throws can be; the
+// short ones follow again with one that brings the unwinder along, since loading it is most of what
+// they cost above the floor.
+//
+//   command_bench --command PATH --floor PATH --library DIR --throwing DIR [--runs N]
+//                 [--table FILE]
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -33,7 +38,8 @@ namespace {
 struct Options {
   std::string command;
   std::string floor;
-  std::string library;
+  std::string library;   // folder of the silent library
+  std::string throwing;  // folder of the one that brings the unwinder
   std::string table;
   int runs = 15;
 };
@@ -45,6 +51,8 @@ struct Kind {
   std::string name;
   Words arguments;  // behind the list of files; none for a run without arguments
   bool isTraced;
+
+  Kind named(const std::string& other) const { return {other, arguments, isTraced}; }
 };
 
 struct Sample {
@@ -138,8 +146,13 @@ Sample medianOf(const std::vector<Sample>& samples) {
 class Bench {
  public:
   explicit Bench(const Options& options) : m_options(options) {
-    ::setenv("LD_LIBRARY_PATH", options.library.c_str(), 1);
+    useLibrary(options.library);
     ::setenv("TANEX_LOG", m_folder.path("action.log").c_str(), 1);
+  }
+
+  /// From here on, both programs load the library of this folder.
+  static void useLibrary(const std::string& folder) {
+    ::setenv("LD_LIBRARY_PATH", folder.c_str(), 1);
   }
 
   void compareLogs(const Kind& kind, int files) {
@@ -153,7 +166,9 @@ class Bench {
     std::vector<Sample> command;
     std::vector<Sample> floor;
     std::vector<double> ratios;
-    for (int run = 0; run <= m_options.runs; ++run) {
+    // A short run takes a millisecond, of which the machine's mood is a larger part.
+    const int runs = m_options.runs * (files <= 1 ? 20 : 1);
+    for (int run = 0; run <= runs; ++run) {
       const Sample a = once(m_options.command, kind, files);
       const Sample b = once(m_options.floor, kind, files);
       if (run == 0) continue;  // warms the caches
@@ -178,7 +193,7 @@ class Bench {
     ::setenv("TANEX_LOG", "/dev/null", 1);
     const auto calls = [this](const Words& words) { return countCalls(words); };
     const auto instructions = [this](const Words& words) { return countInstructions(words); };
-    std::printf("%-18s %12.3f %12.3f %14.0f %14.0f\n", kind.name.c_str(),
+    std::printf("%-24s %12.3f %12.3f %14.0f %14.0f\n", kind.name.c_str(),
                 slope(m_options.command, kind, calls), slope(m_options.floor, kind, calls),
                 slope(m_options.command, kind, instructions),
                 slope(m_options.floor, kind, instructions));
@@ -247,7 +262,7 @@ class Bench {
   void report(const Kind& kind, int files, const Sample& command, const Sample& floor,
               double ratio) {
     const double perFile = files > 0 ? (command.peak - floor.peak) / files : 0;
-    std::printf("%-18s %7d %10.3f %10.3f %7.3f %10.3f %10.3f %9.0f %9.0f %9.1f\n",
+    std::printf("%-24s %7d %10.3f %10.3f %7.3f %10.3f %10.3f %9.0f %9.0f %9.1f\n",
                 kind.name.c_str(), files, command.cpu * 1e3, floor.cpu * 1e3, ratio,
                 command.wall * 1e3, floor.wall * 1e3, command.peak / 1024, floor.peak / 1024,
                 perFile);
@@ -269,7 +284,7 @@ void runAll(const Options& options) {
   const std::vector<Kind> kinds = {
       {"incident", {"-i", "4711"}, false}, {"event", event, false}, {"event, traced", event, true}};
 
-  std::printf("%-18s %7s %10s %10s %7s %10s %10s %9s %9s %9s\n", "run", "files", "CPU ms",
+  std::printf("%-24s %7s %10s %10s %7s %10s %10s %9s %9s %9s\n", "run", "files", "CPU ms",
               "floor ms", "ratio", "wall ms", "floor ms", "peak KB", "floor KB", "B/file");
   bench.compareLogs(bare, 0);
   bench.measure(bare, 0);
@@ -277,7 +292,14 @@ void runAll(const Options& options) {
     bench.compareLogs(kind, 10);
     for (const int files : {1, 1000, 10000, 100000}) bench.measure(kind, files);
   }
-  std::printf("\n%-18s %12s %12s %14s %14s\n", "each further file", "calls", "floor",
+  std::printf("with a library that brings the unwinder along\n");
+  Bench::useLibrary(options.throwing);
+  bench.measure(bare.named("no arguments, unwinder"), 0);
+  for (const Kind& kind : kinds) {
+    for (const int files : {1, 1000}) bench.measure(kind.named(kind.name + ", unwinder"), files);
+  }
+  Bench::useLibrary(options.library);
+  std::printf("\n%-24s %12s %12s %14s %14s\n", "each further file", "calls", "floor",
               "instructions", "floor");
   for (const Kind& kind : kinds) bench.reportSlopes(kind);
 }
@@ -290,7 +312,11 @@ int main(int argc, char** argv) {
   app.add_option("--command", options.command, "the command")->required();
   app.add_option("--floor", options.floor, "the floor")->required();
   app.add_option("--library", options.library, "folder of the silent library")->required();
-  app.add_option("--runs", options.runs, "runs of each kind and size")->check(CLI::Range(1, 1000));
+  app.add_option("--throwing", options.throwing, "folder of the one that brings the unwinder")
+      ->required();
+  app.add_option("--runs", options.runs,
+                 "runs of each kind and size; of those with one file, twenty times as many")
+      ->check(CLI::Range(1, 1000));
   app.add_option("--table", options.table, "file for the ratios, one a line");
   CLI11_PARSE(app, argc, argv);
   try {

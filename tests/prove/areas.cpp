@@ -90,9 +90,8 @@ Area areaOfPath(const Call& call) {
   return kNoArea;
 }
 
-}  // namespace
-
-Area areaOfShell(const std::string& shell) {
+/// The area of the command line that a shell was given, kNoArea for any other.
+Area findArea(const std::string& shell) {
   static const std::array<std::pair<const char*, Area>, 5> heads = {{{"cp -f", kRotation},
                                                                      {"uname", kHostName},
                                                                      {"mkdir", kTempDir},
@@ -101,7 +100,29 @@ Area areaOfShell(const std::string& shell) {
   for (const auto& [head, area] : heads) {
     if (beginsWith(shell, head)) return area;
   }
-  throw std::runtime_error("a shell that belongs to no area: " + shell);
+  return kNoArea;
+}
+
+/// A collection command that could not be waited for may still write into the directory that is
+/// being removed: rm fails then, although no call of its own was made to.
+bool isRemovalOvertaken(const Trace& run) {
+  bool isLeftRunning = false;
+  bool isRefused = false;
+  for (const Process& process : run.processes) {
+    if (process.parent != 0) continue;
+    const Area area = findArea(process.shell);
+    isLeftRunning |= area == kCollection && !process.isReaped;
+    isRefused |= area == kRemoval && process.waitStatus != 0;
+  }
+  return isLeftRunning && isRefused;
+}
+
+}  // namespace
+
+Area areaOfShell(const std::string& shell) {
+  const Area area = findArea(shell);
+  if (area == kNoArea) throw std::runtime_error("a shell that belongs to no area: " + shell);
+  return area;
 }
 
 Area areaOfCall(const Trace& run, std::size_t at, const Trace& reference) {
@@ -125,5 +146,6 @@ unsigned touchedAreas(const Trace& run, const Trace& reference) {
   for (std::size_t at = 0; at < run.calls.size(); ++at) {
     if (run.calls[at].isHit) areas |= areaOfCall(run, at, reference);
   }
+  if (isRemovalOvertaken(run)) areas |= kRemoval;
   return areas;
 }

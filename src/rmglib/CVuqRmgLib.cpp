@@ -13,7 +13,6 @@ const char* REPRESENTLIB = "/opt/QZKBkel/lib/libkelcom.so";
 namespace {
 
 constexpr int kSynchronousMode = 0;
-constexpr std::size_t kIdBytes = 4096;
 
 // Connection status words of the closed library.
 constexpr int kOperating = 0x20;
@@ -56,7 +55,7 @@ int CVuqRmgLibImpl::RMG_GetStatus(int& st) { return KEL_GetStatus(0, &st); }
 int CVuqRmgLibImpl::RMG_GetID(char* buf) {
   int id = 0;
   const int result = KEL_GetID(&id);
-  if (buf != nullptr) std::snprintf(buf, kIdBytes, "%d", id);
+  if (buf != nullptr) std::snprintf(buf, kRmgIdBytes, "%d", id);
   return result;
 }
 

@@ -1,6 +1,7 @@
 #ifndef TANEXICS_RMGLIB_CVUQRMGLIB_H
 #define TANEXICS_RMGLIB_CVUQRMGLIB_H
 
+#include <cstddef>
 #include <exception>
 #include <string>
 #include <vector>
@@ -10,6 +11,9 @@
 /// The closed library's file: "/opt/QZKBkel/lib/libkelcom.so" until somebody lets it point
 /// elsewhere. The text is the caller's to keep.
 extern const char* REPRESENTLIB;
+
+/// The room that `RMG_GetID` is given for a machine identifier.
+constexpr std::size_t kRmgIdBytes = 4096;
 
 /// Whether the file that REPRESENTLIB names exists and is not a directory; false for null.
 bool isKelExist();
@@ -57,7 +61,8 @@ class CVuqRmgLibImpl : public MLog, protected ICVuqRmg {
   virtual int RMG_GetStatus(int& st);
 
   /// Asks for the machine identifier and writes it into `buf` in decimal, whatever the result is;
-  /// "0" where the library stores none. `buf`: at least 4,096 bytes, or null to write nothing.
+  /// "0" where the library stores none. `buf`: at least `kRmgIdBytes` bytes, or null to write
+  /// nothing.
   virtual int RMG_GetID(char* buf);
 };
 
@@ -209,7 +214,7 @@ class CVuqRmgLib : public CVuqRmgLibImpl, public ICVuqRmgLib, public IExtKelErro
  private:
   bool isInState(int word);
 
-  char m_machineID[4096];
+  char m_machineID[kRmgIdBytes];
   int m_lastStatus;
   bool m_startedCom;
 };

@@ -238,6 +238,16 @@ def keys_of(path):
     return keys
 
 
+def sources():
+    return sorted(str(path.relative_to(ROOT)) for path in (ROOT / "src").rglob("*.cpp"))
+
+
+def outdated_judgements():
+    """Those whose line has changed: the mutant that stands there now has not been looked at."""
+    known = {key for path in sources() for key in keys_of(path).values()}
+    return [key for key in judgements() if key not in known]
+
+
 def arguments():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--files", nargs="+", metavar="FILE", help="sources to mutate (default: all of src)")
@@ -254,8 +264,7 @@ def arguments():
 
 
 def chosen(options):
-    names = options.files or sorted(str(p.relative_to(ROOT)) for p in (ROOT / "src").rglob("*.cpp"))
-    found = [mutant for name in names for mutant in mutants_of(name, (ROOT / name).read_text())]
+    found = [mutant for name in options.files or sources() for mutant in mutants_of(name, (ROOT / name).read_text())]
     if options.sample is not None and options.sample < len(found):
         seed = random.randrange(1 << 32) if options.seed is None else options.seed
         print(f"{options.sample} of {len(found)} mutants, --seed {seed}")
@@ -322,6 +331,9 @@ def main():
         for mutant in mutants:
             print(f"{mutant.path}:{mutant.line}: {mutant.kind}: {mutant.change()}")
         return 0
+    outdated = outdated_judgements()
+    if outdated:
+        sys.exit("\n".join(["judgements of lines that are no more:", *outdated]))
     keys = {mutant: key for path in {m.path for m in mutants} for mutant, key in keys_of(path).items()}
     kept = options.folder is not None
     folder = options.folder.resolve() if kept else Path(tempfile.mkdtemp(prefix="mutation-"))

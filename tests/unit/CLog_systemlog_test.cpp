@@ -78,6 +78,18 @@ TEST(SystemLog, WithoutInit_MessageGoesOutWithAnEmptyName) {
   EXPECT_EQ(message.text, "message");
 }
 
+TEST(SystemLog, InitWithoutProgramPath_MessageGoesOutWithAnEmptyName) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
+  const SystemLogMessage message = systemLogOf([] {
+    CLog log;
+    log.init("prog", "/dev/null");
+    if (log.init(nullptr, "/dev/null") != 0) ::_exit(1);
+    log.slog("message");
+  });
+  EXPECT_EQ(message.prefix, "<13>TIME : PID=<pid> : QZKBsoftmsg ");
+  EXPECT_EQ(message.text, "message");
+}
+
 TEST(SystemLog, Message_LeavesTheSystemLogClosed) {
   if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
   const SystemLogMessage message = systemLogOf([] {

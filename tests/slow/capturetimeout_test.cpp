@@ -1,6 +1,5 @@
 #include "common/capturetimeout.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -21,6 +20,7 @@
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/descriptors.h"
+#include "support/failingfdopen.h"
 #include "support/logtexts.h"
 #include "support/scratch.h"
 
@@ -32,12 +32,9 @@ bool isSleepReal = true;
 std::vector<unsigned> sleeps;  // the seconds of each, in order
 std::string awaited;           // what the command makes when it has started; no sleep ends before
 
-bool isFdopenFailing = false;
-
 }  // namespace
 
-// Both stand before the C library's own, which the function under test would call.
-
+// Stands before the C library's own, which the function under test would call.
 extern "C" unsigned sleep(unsigned seconds) {
   sleeps.push_back(seconds);
   if (!isSleepReal) {
@@ -47,12 +44,6 @@ extern "C" unsigned sleep(unsigned seconds) {
   timespec left = {static_cast<time_t>(seconds), 0};
   while (::nanosleep(&left, &left) != 0 && errno == EINTR) continue;
   return 0;
-}
-
-extern "C" FILE* fdopen(int fd, const char* mode) noexcept {
-  using Fdopen = FILE* (*)(int, const char*);
-  static const auto real = reinterpret_cast<Fdopen>(::dlsym(RTLD_NEXT, "fdopen"));
-  return isFdopenFailing ? nullptr : real(fd, mode);
 }
 
 namespace {

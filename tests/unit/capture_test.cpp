@@ -22,6 +22,7 @@
 #include "support/childrun.h"
 #include "support/descriptors.h"
 #include "support/environmentguard.h"
+#include "support/failingfdopen.h"
 #include "support/failingrename.h"
 #include "support/logtexts.h"
 #include "support/privateroot.h"
@@ -40,14 +41,6 @@ extern "C" pid_t fork() noexcept {
   insteadOfFork = nullptr;
   errno = EAGAIN;
   return -1;
-}
-
-static bool isFdopenFailing = false;
-
-extern "C" FILE* fdopen(int fd, const char* mode) noexcept {
-  using Fdopen = FILE* (*)(int, const char*);
-  static const auto real = reinterpret_cast<Fdopen>(::dlsym(RTLD_NEXT, "fdopen"));
-  return isFdopenFailing ? nullptr : real(fd, mode);
 }
 
 namespace {

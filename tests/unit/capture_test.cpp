@@ -195,6 +195,7 @@ TEST(ExecGetLines, WhateverStandardDescriptorIsClosed_OutputArrives) {
   for (int closed = 0; closed < 8; ++closed) {
     Texts expected = {"0", "1", "2"};
     if ((closed & 1) != 0) expected.erase(expected.begin());
+    const CapturedLog log;
     const ChildResult child = runInChild([&] {
       closeStandardDescriptors(closed);
       const Capture discarding(command, -1);
@@ -204,6 +205,9 @@ TEST(ExecGetLines, WhateverStandardDescriptorIsClosed_OutputArrives) {
       return keeping.errors == Texts({"error"}) ? 0 : 3;
     });
     EXPECT_EQ(child.exitCode(), 0) << "closed: " << closed;
+    const std::string start = "VUQ90004L : com=" + command;
+    const std::string end = "VUQ90004L : pid=<pid>,wstat=00000000";
+    EXPECT_EQ(withoutPids(log.texts()), Texts({start, end, start, end})) << "closed: " << closed;
   }
 }
 

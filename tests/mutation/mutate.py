@@ -19,6 +19,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 from collections import Counter
 from pathlib import Path
@@ -128,16 +129,31 @@ class Base:
             words.append("--gtest_filter=-" + ":".join(failing))
         # The cases of a slow test mostly sleep: they run all at once.
         shards = SLOW_SHARDS if (self.tree / "tests/slow" / f"{program.name}.cpp").exists() else 1
+        stop = threading.Event()
         with concurrent.futures.ThreadPoolExecutor(shards) as pool:
-            done = list(pool.map(lambda shard: self.sandboxed(words, limit, shard, shards), range(shards)))
+            done = list(pool.map(lambda shard: self.sandboxed(words, limit, shard, shards, stop), range(shards)))
         return subprocess.CompletedProcess(words, max(abs(shard.returncode) for shard in done),
                                            "".join(shard.stdout for shard in done))
 
     @staticmethod
-    def sandboxed(words, limit, shard, shards):
+    def sandboxed(words, limit, shard, shards, stop):
+        """Runs one shard; the first one that fails ends the others, whose results do not matter any more."""
         bound = lambda: resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
         share = {"GTEST_TOTAL_SHARDS": str(shards), "GTEST_SHARD_INDEX": str(shard)}
-        return run(words, timeout=limit, stdin=subprocess.DEVNULL, preexec_fn=bound, env={**os.environ, **share})
+        deadline = time.monotonic() + limit
+        with tempfile.TemporaryFile("w+", errors="replace") as output:
+            with subprocess.Popen(words, stdout=output, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL,
+                                  preexec_fn=bound, env={**os.environ, **share}) as process:
+                while process.poll() is None and not stop.is_set() and time.monotonic() < deadline:
+                    stop.wait(0.01)
+                is_late = process.poll() is None and not stop.is_set()
+                process.kill()
+            output.seek(0)
+            if is_late or process.returncode != 0:
+                stop.set()
+            if is_late:
+                raise subprocess.TimeoutExpired(words, limit)
+            return subprocess.CompletedProcess(words, process.returncode, output.read())
 
 
 class Trial:

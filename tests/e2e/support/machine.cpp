@@ -14,8 +14,10 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <regex>
+#include <sstream>
 
 #include "support/actionlog.h"
 
@@ -62,6 +64,17 @@ constexpr char kEventDefinition[] =
     "Time=2026/10/05 12:00:00\nLabel=disk\nHostName=db01\nOSType=Linux\nOSName=Debian\n"
     "OSVersion=12\nPkgName=kernel\nMsgType=E\nMsgID=4001\nSendType=err\nEventID=17\n"
     "PartitionName=p0\n";
+
+/// The program, with its arguments, that every command is run by: scripts/valgrind chooses one, and
+/// most often there is none.
+const std::vector<std::string>& runner() {
+  static const std::vector<std::string> words = [] {
+    const char* line = ::getenv("TANEXICS_RUNNER");
+    std::istringstream stream(line == nullptr ? "" : line);
+    return std::vector<std::string>(std::istream_iterator<std::string>(stream), {});
+  }();
+  return words;
+}
 
 std::string collectionCommand(const std::string& name) {
   return "#!/bin/sh\necho \"" + name +
@@ -116,11 +129,14 @@ bool writePid() {
 }
 
 std::string masked(const std::string& log) {
+  static const std::regex kCalled("### main : " + commandPath() + " ");
   static const std::regex kElapsed(R"(time='\d+\.\d{6}')");
   static const std::regex kPid(R"(pid=\d+,)");
   static const std::regex kGenerated(R"(/swcon[A-Za-z0-9]{6}_)");
   std::string text = std::regex_replace(log, kElapsed, "time='*'");
   text = std::regex_replace(text, kPid, "pid=*,");
+  // A runner calls the command by its path.
+  if (!runner().empty()) text = std::regex_replace(text, kCalled, "### main : tanexics ");
   return std::regex_replace(text, kGenerated, "/swcon*_");
 }
 
@@ -131,6 +147,9 @@ Machine::Machine() : m_root(m_scratch / "root") {
   for (const Binding& binding : bindings()) makeFolder(binding.target);
   for (const char* folder : kSystemFolders) {
     if (fs::is_symlink(folder)) fs::copy_symlink(folder, outside(folder));
+  }
+  if (const char* source = ::getenv("TANEXICS_SUPPRESSIONS")) {
+    write("/suppressions", readFile(source));
   }
   makeFolder("/tmp", 01777);
   makeFolder("/var/opt");
@@ -217,10 +236,11 @@ bool Machine::enter() const {
 
 /// Turns the child into the command. Returns only when that fails.
 int Machine::become(const Call& call) const {
-  std::vector<std::string> arguments = call.wrapper;
-  arguments.push_back(call.wrapper.empty() ? call.argument0 : commandPath());
+  const std::vector<std::string>& wrapper = call.wrapper.empty() ? runner() : call.wrapper;
+  std::vector<std::string> arguments = wrapper;
+  arguments.push_back(wrapper.empty() ? call.argument0 : commandPath());
   arguments.insert(arguments.end(), call.arguments.begin(), call.arguments.end());
-  const std::string program = call.wrapper.empty() ? commandPath() : call.wrapper.front();
+  const std::string program = wrapper.empty() ? commandPath() : wrapper.front();
   std::vector<std::string> variables;
   for (const auto& [name, value] : environmentOf(call)) variables.push_back(name + "=" + value);
   const std::vector<char*> argv = pointersTo(arguments);
@@ -245,6 +265,10 @@ RunResult Machine::run(const Call& call) const {
   remove(kPidFile);
   RunResult result;
   result.child = runInChild([&] { return become(call); });
+  if (!runner().empty()) {
+    // What the runner has found. The command itself prints nothing like it.
+    EXPECT_EQ(("\n" + result.child.err).find("\n=="), std::string::npos) << result.child.err;
+  }
   result.log = log();
   result.exchanges = exchanges();
   return result;

@@ -437,8 +437,10 @@ TEST(ExecGetLinesTimeout, NoChild_IsLoggedWithReasonFirstAndCommandSecond) {
   fs::permissions(fs::path(log.path()).parent_path(), fs::perms::all);
   const ChildResult child = runInChild([] {
     if (!becomeNobody() || !forbidFork()) return 77;
+    const int before = upcomingDescriptor(2);
     std::list<std::string> lines = {"left over"};
-    return execGetLinesTimeout(lines, "echo a", 5) == -1 && lines.empty() ? 0 : 1;
+    if (execGetLinesTimeout(lines, "echo a", 5) != -1 || !lines.empty()) return 1;
+    return upcomingDescriptor(2) == before ? 0 : 2;  // both ends of the pipe are closed
   });
   EXPECT_EQ(child.exitCode(), 0);
   EXPECT_EQ(log.texts(), inOrder({started("echo a"),
@@ -446,13 +448,15 @@ TEST(ExecGetLinesTimeout, NoChild_IsLoggedWithReasonFirstAndCommandSecond) {
                                    "unavailable):echo a"}}));
 }
 
-TEST(ExecGetLinesTimeout, NoStream_LeavesTheChildUnwaited) {
+TEST(ExecGetLinesTimeout, NoStream_LeavesTheChildUnwaitedAndNoDescriptorOpen) {
   const CapturedLog log;
   const ChildResult child = runInChild([] {
+    const int before = upcomingDescriptor(2);
     isFdopenFailing = true;
     std::list<std::string> lines;
     if (execGetLinesTimeout(lines, "exit 3", 5) != -1) return 77;
     isFdopenFailing = false;
+    if (upcomingDescriptor(2) != before) return 79;
     int status = 0;
     return ::wait(&status) > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : 78;
   });

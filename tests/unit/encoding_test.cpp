@@ -233,6 +233,19 @@ TEST(Counters, ElementsBehindTheLength_AreNotInRange) {
   EXPECT_EQ(check_UTF8MultiByteLength(utf8.data(), 1), 1);
 }
 
+TEST(Counters, ElementsAboveAByte_AreCharactersOfTheirOwn) {
+  const Elements above = {0x100, 0x100, 0x1A4, 0xA2A4};
+  for (const Counter counter :
+       {check_EUCMultiByteLength, check_UTF8MultiByteLength, check_SJISMultiByteLength}) {
+    EXPECT_EQ(counter(above.data(), 4), 4);
+  }
+  for (const unsigned int shift : {0x8Eu, 0x8Fu, 0x81u}) {
+    const Elements pair = {shift, 0x100};
+    EXPECT_EQ(check_EUCMultiByteLength(pair.data(), 2), 2) << shift;
+    EXPECT_EQ(check_SJISMultiByteLength(pair.data(), 2), 2) << shift;
+  }
+}
+
 TEST(Counters, NullAndLengthsBelow1_CountNothing) {
   const CapturedLog log(CapturedLog::Level::kTrace);
   const Elements elements = {'a'};

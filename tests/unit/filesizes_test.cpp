@@ -306,6 +306,14 @@ TEST(GetTotalFileSize, MissingFile_AddsNothingAndIsTraced) {
                    "[T](common:192):getFileSize():reurned -1 , " + dir / "missing"}));
 }
 
+TEST(GetTotalFileSize, EmptyFile_AddsNothingWithoutALine) {
+  const ScratchDir dir;
+  const std::string file = dir.write("file", "");
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  EXPECT_EQ(getTotalFileSize({file}, 0), 0);
+  EXPECT_EQ(log.texts(), Texts());
+}
+
 TEST(GetTotalFileSize, Directory_CountsOnlyWhenRecursiveIs1) {
   const ScratchDir dir;
   fs::create_directories(dir / "d/e/f");

@@ -70,7 +70,7 @@ class Base:
                 shutil.copyfile(source, copy)
         linker = ["-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld"] if shutil.which("ld.lld") else []
         self.must(["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
-                   "-DCMAKE_CXX_FLAGS_DEBUG=-O0", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", *linker])
+                   "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -DNDEBUG", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", *linker])
         if self.tests is None:
             found = [*(self.tree / "tests/unit").glob("*_test.cpp"), *(self.tree / "tests/slow").glob("*_test.cpp")]
             self.tests = sorted(path.stem for path in found)
@@ -83,6 +83,9 @@ class Base:
         with concurrent.futures.ThreadPoolExecutor(self.jobs) as pool:
             self.units = dict(zip(self.tests, pool.map(self.units_of, self.tests)))
             self.plain = dict(zip(self.tests, pool.map(self.run_plain, self.tests)))
+
+    def is_slow(self, test):
+        return (self.tree / "tests/slow" / f"{test}.cpp").exists()
 
     def must(self, words):
         done = run(words)
@@ -128,7 +131,7 @@ class Base:
         if failing:
             words.append("--gtest_filter=-" + ":".join(failing))
         # The cases of a slow test mostly sleep: they run all at once.
-        shards = SLOW_SHARDS if (self.tree / "tests/slow" / f"{program.name}.cpp").exists() else 1
+        shards = SLOW_SHARDS if self.is_slow(program.name) else 1
         stop = threading.Event()
         with concurrent.futures.ThreadPoolExecutor(shards) as pool:
             done = list(pool.map(lambda shard: self.sandboxed(words, limit, shard, shards, stop), range(shards)))
@@ -203,12 +206,14 @@ class Trial:
         return objects[0].read_bytes() == objects[1].read_bytes()
 
     def tests(self):
-        """The tests named for the unit, then the others that have it in them, fast ones first."""
+        """The tests named for the unit, then the others that have it in them, fast ones first. A slow test
+        takes more than a minute: it is asked about its own unit only."""
         if self.mutant.path in INCLUDED:
             return [Path(INCLUDED[self.mutant.path]).stem]
         unit = Path(self.mutant.path)
         is_named = lambda test: test.startswith(f"{unit.stem}_")
-        linking = [test for test in self.base.tests if unit.name in self.base.units[test]]
+        linking = [test for test in self.base.tests
+                   if unit.name in self.base.units[test] and (is_named(test) or not self.base.is_slow(test))]
         by_time = lambda test: (not is_named(test), self.base.plain[test]["seconds"])
         return sorted(linking, key=by_time)
 

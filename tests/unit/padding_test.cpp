@@ -52,8 +52,8 @@ TEST(GetStrPatting, Texts_AreWrittenBehindTheirBlanks) {
   const EnvironmentGuard lang("LANG", "ja_JP.UTF-8");
   for (const Row& row : kRows) {
     const std::string expected = std::string(static_cast<std::size_t>(row.pad), ' ') + row.text;
-    std::vector<char> dst(expected.size() + 2, '\0');
-    dst.back() = '#';
+    std::vector<char> dst(expected.size() + 2, '#');
+    dst[static_cast<std::size_t>(row.pad)] = '\0';  // where the text is going to stand
     EXPECT_EQ(getStrPatting(row.text, static_cast<int>(row.text.size()), row.width, dst.data()),
               dst.data());
     EXPECT_STREQ(dst.data(), expected.c_str()) << "'" << row.text << "' in " << row.width;
@@ -139,6 +139,9 @@ TEST(PaddingDeathTest, NoCharacters_AreTheCallersMistake) {
   std::string text;
   EXPECT_DEATH(getStrPatting("", 0, 5, dst), "characters != 0");
   EXPECT_DEATH(getStrPattingTail(text, 0, 5), "characters != 0");
+  for (const int len : {0, -1}) {
+    EXPECT_DEATH(getStrPatting("ab", len, 5, dst), "characters != 0");
+  }
 }
 #endif
 

@@ -70,7 +70,8 @@ TEST_F(AcquireSamePrefix, Paths_AreComparedFieldByField) {
       {{"/a/b"}, {"/a/b/x", "/a/b/y"}, "/a/b"},
       {{"/a/b"}, {"/a/b", "/a"}, "/a"},
       {{"/a/b"}, {"/a", "/a/b"}, "/a"},
-      {{"/a", "/b"}, {"/a", "/b"}, "/"},  // one empty field is left
+      {{"/a/a/b", "/a"}, {"/a/a/b", "/a"}, "/a"},  // the shorter one does not start anew
+      {{"/a", "/b"}, {"/a", "/b"}, "/"},           // one empty field is left
       {{"/a", "/b"}, {"/a", "/b", "/a"}, "/"},
       {{"/ab", "/a"}, {"/ab", "/a"}, "/"},  // fields, not bytes
       {{"/a/b", "/a/c"}, {"/a/b/x", "/a/c/x"}, "/a"},

@@ -34,6 +34,12 @@ TEST(EraseLastSlash, OneTrailingSlash_IsRemoved) {
   }
 }
 
+TEST(EraseLastSlash, EmptyText_LeavesWhatStandsInFrontOfIt) {
+  char text[] = "/";
+  EXPECT_EQ(eraseLastSlash(text + 1), 0);
+  EXPECT_STREQ(text, "/");
+}
+
 TEST(EraseLastSlash, Null_IsMinusOneInPlaceAndEmptyAsACopy) {
   const CapturedLog log(CapturedLog::Level::kTrace);
   EXPECT_EQ(eraseLastSlash(static_cast<char*>(nullptr)), -1);

@@ -55,8 +55,7 @@ std::string trimQuote(const char* text) {
   }
   std::string trimmed = text;
   if (trimmed.empty() || trimmed.front() != '"' || trimmed.back() != '"') return trimmed;
-  if (trimmed.size() <= 2) return "";
-  return trimmed.substr(1, trimmed.size() - 2);
+  return trimmed.substr(1, trimmed.size() - 2);  // of one quote alone nothing is left either
 }
 
 std::string quoteEsc(const char* text, char quote) {

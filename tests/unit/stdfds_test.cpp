@@ -22,14 +22,12 @@ bool isNullDevice(int fd) {
 /// gives the bits of those that are /dev/null afterwards.
 int occupiedAfterClosing(int mask) {
   const ChildResult child = runInChild([mask] {
-    for (int fd = 0; fd < 3; ++fd) {
-      if ((mask & (1 << fd)) != 0) ::close(fd);
-    }
+    const int upcoming = upcomingDescriptor(1);
+    closeStandardDescriptors(mask);
     occupyStandardDescriptors();
     int occupied = 0;
     for (int fd = 0; fd < 3; ++fd) occupied |= isNullDevice(fd) ? 1 << fd : 0;
-    const int next = ::open("/", O_RDONLY | O_CLOEXEC);
-    return next >= 3 ? occupied : 200;
+    return upcomingDescriptor(1) == upcoming ? occupied : 200;
   });
   return child.exitCode();
 }

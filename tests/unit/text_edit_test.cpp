@@ -104,6 +104,14 @@ TEST(Trim, GeneratedTexts_AgreeWithTheSlowTrim) {
   }
 }
 
+TEST(Trim, TextOfBlanks_LeavesWhatStandsInFrontOfIt) {
+  for (const char* const blanks : {"", " ", "  \t"}) {
+    std::string buffer = std::string(" ") + blanks;
+    trim(buffer.data() + 1);
+    EXPECT_STREQ(buffer.c_str(), " ") << "'" << blanks << "'";
+  }
+}
+
 // --- trimQuote -----------------------------------------------------------------------------------
 
 TEST(TrimQuote, DoubleQuotesAtBothEnds_AreRemovedOnce) {

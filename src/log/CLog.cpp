@@ -67,7 +67,6 @@ void forgetLineHead() { lineHead.valid = false; }
 void formatLineHead(std::time_t now) {
   std::tm local = {};
   ::localtime_r(&now, &local);
-  std::memset(lineHead.text, 0, sizeof lineHead.text);
   const int length =
       std::snprintf(lineHead.text, kLineLimit, "%04d/%02d/%02d %02d:%02d:%02d %5d ",
                     local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
@@ -108,7 +107,6 @@ int CLog::init(const char* programPath, const char* defaultLogPath) {
   static const int registered = ::pthread_atfork(nullptr, nullptr, forgetLineHead);
   // GCOVR_EXCL_BR_STOP
   keepLineHead = registered == 0;
-  forgetLineHead();
   m_initialized = 1;
   return 0;
 }

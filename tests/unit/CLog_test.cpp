@@ -95,7 +95,7 @@ TEST(ActionLog, BeforeInit_NothingIsWrittenAnywhere) {
     CLog log;
     log.ilog("information");
     log.tlog("trace");
-    return 0;
+    return log.isTraceOn() ? 2 : 0;
   });
   EXPECT_EQ(child.exitCode(), 0);
   EXPECT_EQ(child.out + child.err, "");
@@ -319,6 +319,19 @@ TEST(ActionLog, Line_LeavesErrnoAsItWas) {
   errno = EXDEV;
   gLog.ilog("a line");
   EXPECT_EQ(errno, EXDEV);
+}
+
+TEST(ActionLog, LineThatCannotBeWritten_LeavesErrnoAsItWas) {
+  const ScratchDir dir;
+  const ChildResult child = runInChild([&] {
+    const EnvironmentGuard path("TANEX_LOG", (dir / "missing/action.log").c_str());
+    CLog log;
+    log.init("prog", nullptr);
+    errno = EXDEV;
+    log.ilog("message");
+    return errno == EXDEV ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
 }
 
 TEST(ActionLog, Line_AllocatesNothing) {

@@ -199,6 +199,12 @@ std::string zoneWithSummerNow() {
   return "AAA0BBB-1,J" + std::to_string(first) + ",J" + std::to_string(last);
 }
 
+TEST(GetUTCOffset, Time1_IsATimeAsAnyOther) {
+  const TimeZoneGuard zone("XXX0YYY-1,J1/0,J2/0");  // another offset on every first of January
+  EXPECT_EQ(getUTCOffset(1), 3600);
+  EXPECT_EQ(getUTCOffset(2 * 86400), 0);
+}
+
 TEST(GetUTCOffset, TimeBelow1_MeansNow) {
   const TimeZoneGuard zone(zoneWithSummerNow().c_str());
   ASSERT_EQ(getUTCOffset(std::time(nullptr)), 3600);

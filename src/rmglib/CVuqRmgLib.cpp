@@ -78,7 +78,6 @@ CVuqRmgLib::~CVuqRmgLib() {
     CVuqRmgLib::stopCom();
   } catch (int) {
     // The run has its result by now, and nobody above a destructor could be told of another.
-    m_startedCom = false;
   }
 }
 

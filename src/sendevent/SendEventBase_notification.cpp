@@ -65,7 +65,6 @@ void quoteInto(char (&field)[kFieldTextBytes], const char* src, int room) {
 }  // namespace
 
 void CSendEventBase::buildIncidentText(char* text, int fileNumber, int fileCount) {
-  text[kNotificationBytes - 1] = '\0';
   std::snprintf(text, kNotificationBytes - 1,
                 "INCNO=\"%s\",HOSTNAME=\"%s\",PART=\"%d\",TOTAL=\"%d\"", getParam("IncidentNumber"),
                 getParam("HostName"), fileNumber, fileCount);

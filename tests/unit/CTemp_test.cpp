@@ -99,6 +99,18 @@ TEST_F(TempArea, DescriptorWanted_StaysOpenForTheCaller) {
   ::close(fd);
 }
 
+TEST_F(TempArea, DescriptorZero_IsOneAsGoodAsAny) {
+  const ChildResult child = runInChild([&] {
+    ::close(STDIN_FILENO);
+    std::string path;
+    int fd = -1;
+    CTemp temp;
+    if (temp.getTempFile(path, "pre", dir.path().c_str(), &fd) != 1) return 1;
+    return fd == STDIN_FILENO && fs::exists(path) ? 0 : 2;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+}
+
 TEST_F(TempArea, EveryName_EndsInAnUnderscoreBehindSixGeneratedCharacters) {
   const struct {
     const char* prefix;

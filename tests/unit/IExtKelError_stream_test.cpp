@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <climits>
 #include <iomanip>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "rmglib/IExtKelError.h"
+#include "support/childrun.h"
 #include "support/errorrecord.h"
 
 namespace {
@@ -285,6 +287,15 @@ TEST(IExtKelErrorReport, PrintsCodeRecordAndEmptyLineOnStandardOutput) {
   testing::internal::CaptureStdout();
   self.reportResult(-3, other);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "-3\n-79\n1\n-25\n535 no\n\n");
+}
+
+TEST(IExtKelErrorReport, ProcessThatEndsAtOnce_HasPrintedItAll) {
+  const ChildResult child = runInChild([]() -> int {
+    Record self(0, 0, 0, "");
+    self.reportResult(-3, self);
+    ::_exit(0);
+  });
+  EXPECT_EQ(child.out, "-3\n0\n0\n0\n\n\n");
 }
 
 }  // namespace

@@ -118,6 +118,20 @@ TEST_F(Transmission, TypeIsReadAnewForEachFileAndTheCodesAreChosenOnce) {
       m_fake.calls);
 }
 
+TEST_F(Transmission, EventTextHasNothingLeftOfTheTextBeforeIt) {
+  TestEvent event = eventOf(2, {m_a, m_b});
+  m_fake.onCall = [&event](const std::string& call) {
+    if (call == "Communicate") event.m_eventType = 3;
+  };
+  EXPECT_EQ(0, send(event));
+  EXPECT_EQ(session({"Communicate(0x40017, 0, 0, "
+                     "INCNO=\"\",HOSTNAME=\"db01\",PART=\"1\",TOTAL=\"2\")",
+                     "Communicate(0x4010b, 0, 1, [" + m_a + "])",
+                     "Communicate(0x40017, 0, 0, " + kEventText + ")",
+                     "Communicate(0x4010b, 0, 2, [" + m_a + " " + m_b + "])"}),
+            m_fake.calls);
+}
+
 TEST_F(Transmission, UnknownTypesReturn68AndStop) {
   for (const int type : {5, 0, -1, 6, 0x40017}) {
     m_fake.calls.clear();

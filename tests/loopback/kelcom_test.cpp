@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -387,18 +388,27 @@ TEST_F(Kelcom, SparseFileCostsNothing) {
   EXPECT_LT(status.st_blocks * 512, 1024 * 1024);
 }
 
+/// What the children that have been waited for took of a processor: a disk that is slow for a while
+/// does not count.
+std::chrono::microseconds childrensProcessorTime() {
+  rusage usage = {};
+  EXPECT_EQ(0, ::getrusage(RUSAGE_CHILDREN, &usage));
+  return std::chrono::seconds(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+         std::chrono::microseconds(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
+}
+
 TEST_F(Kelcom, HundredThousandFilesInOneCallAreLinear) {
   const std::string file = scratch.write("f", "");
   const auto timeFor = [&](std::size_t count) {
     const std::vector<std::string> paths(count, file);
     const std::string folder = (scratch / "outbox" + std::to_string(count));
-    const auto begin = std::chrono::steady_clock::now();
+    const auto begin = childrensProcessorTime();
     const ChildResult child =
         play({{"KELCOM_LOOPBACK_OUTBOX", folder}},
              [&](const Library& library) { sendFiles(library, 0x4010d, paths); });
     EXPECT_EQ("data 0 0 0 0\n", child.out);
     EXPECT_EQ(count, namesIn(folder + "/items").size());
-    return std::chrono::steady_clock::now() - begin;
+    return childrensProcessorTime() - begin;
   };
   // Ten times the files may take three times ten times as long on a busy machine; a second loop
   // over all of them would take a hundred times as long.

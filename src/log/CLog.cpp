@@ -1,7 +1,6 @@
 #include "log/CLog.h"
 
 #include <fcntl.h>
-#include <pthread.h>
 #include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -17,6 +16,7 @@
 #include "common/ignoreresult.h"
 #include "common/pathname.h"
 #include "common/shell.h"
+#include "log/linehead.h"
 
 CLog gLog;
 
@@ -48,38 +48,13 @@ class ErrnoKeeper {
   int m_errno;
 };
 
-/// The head of a line. It changes once a second, so it is kept from line to line: formatting it
-/// anew for each would cost as much as all the rest of a line's text.
-struct LineHead {
-  char text[kLineBytes];
-  std::size_t length;
-  std::time_t second;
-  bool valid;
-};
-LineHead lineHead;
-
-/// Off where a child could not be told to forget its parent's head.
-bool keepLineHead = false;
-
-/// The kept head holds the process id, which is another one in a child.
-void forgetLineHead() { lineHead.valid = false; }
-
-void formatLineHead(std::time_t now) {
+/// The head of a line that is written now. Nothing of it is kept for the next line: the zone may be
+/// set anew in between, and the process may be a child that nobody was told of.
+std::size_t formatHeadNow(char (&head)[kLineHeadBytes]) {
+  const std::time_t now = std::time(nullptr);
   std::tm local = {};
   ::localtime_r(&now, &local);
-  const int length =
-      std::snprintf(lineHead.text, kLineLimit, "%04d/%02d/%02d %02d:%02d:%02d %5d ",
-                    local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
-                    local.tm_min, local.tm_sec, static_cast<int>(::getpid()));
-  lineHead.length = static_cast<std::size_t>(length);
-  lineHead.second = now;
-  lineHead.valid = keepLineHead;
-}
-
-const LineHead& currentLineHead() {
-  const std::time_t now = std::time(nullptr);
-  if (!lineHead.valid || lineHead.second != now) formatLineHead(now);
-  return lineHead;
+  return formatLineHead(head, local, ::getpid());
 }
 
 /// A log that cannot be written must not stop the run, so what could not be written is let go.
@@ -103,10 +78,6 @@ int CLog::init(const char* programPath, const char* defaultLogPath) {
       environmentOr("TANEX_LOG", defaultLogPath == nullptr ? kDefaultLogPath : defaultLogPath);
   m_traceOn = environmentOr("TANEX_LOG_LEVEL", "") == kTraceLevel ? 1 : 0;
   m_ident = __xpg_basename(programPath);
-  // GCOVR_EXCL_BR_START: one branch is the compiler's, for a second thread that arrives meanwhile.
-  static const int registered = ::pthread_atfork(nullptr, nullptr, forgetLineHead);
-  // GCOVR_EXCL_BR_STOP
-  keepLineHead = registered == 0;
   m_initialized = 1;
   return 0;
 }
@@ -159,8 +130,8 @@ void CLog::append(const char* text, std::size_t length) const {
     std::fprintf(stderr, "*** failed to open(%s):%s\n", C(m_logPath), std::strerror(errno));
     return;
   }
-  const LineHead& head = currentLineHead();
-  writeOnce(fd, head.text, head.length);
+  char head[kLineHeadBytes];
+  writeOnce(fd, head, formatHeadNow(head));
   writeOnce(fd, text, length);
   writeOnce(fd, "\n", 1);
   ::close(fd);

@@ -1,10 +1,12 @@
 #include "log/CLog.h"
 
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -18,12 +20,12 @@
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/environmentguard.h"
-#include "support/forkedlog.h"
 #include "support/ownlog.h"
 #include "support/privateroot.h"
 #include "support/process1.h"
 #include "support/sanitizer.h"
 #include "support/scratch.h"
+#include "support/timezoneguard.h"
 
 // --- every allocation of this program is counted -------------------------------------------------
 
@@ -278,7 +280,45 @@ TEST(ActionLog, SecondChanges_NextHeadHasTheNewTime) {
       << lines[1].head;
 }
 
-TEST(ActionLog, ForkedChild_WritesItsOwnProcessId) { expectForkedChildWritesItsOwnId(); }
+TEST(ActionLog, ZoneChanges_NextHeadIsInTheNewZone) {
+  const CapturedLog log;
+  const TimeZoneGuard before("XYZ-3");
+  gLog.ilog("before");
+  const TimeZoneGuard after("XYZ-13:45");
+  const std::string early = headAt(std::time(nullptr), ::getpid());
+  gLog.ilog("after");
+  const std::string late = headAt(std::time(nullptr), ::getpid());
+  const std::vector<LogLine> lines = parseLog(log.bytes());
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_TRUE(lines[1].head == early || lines[1].head == late) << lines[1].head;
+}
+
+/// Logs in a process, in its child, and in the process again: each line must have the writer's id.
+/// `makeChild` is a call like fork(2).
+template <class Call>
+void expectChildWritesItsOwnId(const Call& makeChild) {
+  const CapturedLog log;
+  gLog.ilog("parent");
+  const pid_t pid = static_cast<pid_t>(makeChild());
+  if (pid == 0) {
+    gLog.ilog("child");
+    ::_exit(0);
+  }
+  ASSERT_EQ(::waitpid(pid, nullptr, 0), pid);
+  gLog.ilog("parent again");
+  const std::vector<LogLine> lines = parseLog(log.bytes());
+  ASSERT_EQ(lines.size(), 3u);
+  EXPECT_EQ(lines[0].pid, ::getpid());
+  EXPECT_EQ(lines[1].pid, pid);
+  EXPECT_EQ(lines[2].pid, ::getpid());
+}
+
+TEST(ActionLog, ForkedChild_WritesItsOwnProcessId) { expectChildWritesItsOwnId(::fork); }
+
+TEST(ActionLog, ChildThatTheCLibraryDidNotMake_WritesItsOwnProcessId) {
+  expectChildWritesItsOwnId(
+      [] { return ::syscall(SYS_clone, SIGCHLD, nullptr, nullptr, nullptr, nullptr); });
+}
 
 std::string messageOf(std::size_t length) {
   const CapturedLog log;

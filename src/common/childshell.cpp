@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "common/callersignals.h"
+
 namespace {
 
 /// Makes `file` also descriptor `number`. Where that fails there is no such descriptor: the
@@ -50,6 +52,7 @@ void execShell(const char* command, int failureStatus) {
   // execvp takes its words as writable, and writes to none of them.
   char* const words[] = {const_cast<char*>(kShell), const_cast<char*>("-c"),
                          const_cast<char*>(command), nullptr};
+  restoreCallerSignals();
   ::execvp(kShell, words);
   ::_exit(failureStatus);
 }

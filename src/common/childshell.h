@@ -26,9 +26,9 @@ void makeStandardError(int file);
 /// For the child: makes /dev/null descriptor 2; where it cannot be opened there is none.
 void discardStandardError();
 
-/// For the child: becomes "/bin/sh" "-c" `command`, with the descriptors as they are. Where the
-/// shell cannot be started the child ends at once with `failureStatus`, running nothing of its
-/// parent.
+/// For the child: becomes "/bin/sh" "-c" `command`, with the descriptors as they are and the
+/// signals as the caller of the process handed them down (see callersignals.h). Where the shell
+/// cannot be started the child ends at once with `failureStatus`, running nothing of its parent.
 [[noreturn]] void execShell(const char* command, int failureStatus);
 
 #endif

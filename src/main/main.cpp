@@ -3,6 +3,7 @@
 
 #include <cstdio>
 
+#include "common/callersignals.h"
 #include "common/elapsed.h"
 #include "common/stdfds.h"
 #include "log/CLog.h"
@@ -51,6 +52,7 @@ int main(int argc, char** argv) {
   double start = 0.0;
   int status = 0;
   ::umask(kFileCreationMask);
+  settleSignals();
   occupyStandardDescriptors();
   try {
     openLog(program);

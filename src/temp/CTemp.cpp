@@ -1,6 +1,5 @@
 #include "temp/CTemp.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -36,19 +35,11 @@ bool ensureParent(const char* parentDir) {
   return true;
 }
 
-using TempnamCall = char* (*)(const char*, const char*);
-
-/// tempnam(3), by whose names the temporary directories are known. Looked up when it is needed,
-/// because the linker warns of every mention of it: another process may take the name before the
-/// directory is made. The ten attempts meet that.
-TempnamCall findTempnam() {
-  return reinterpret_cast<TempnamCall>(::dlsym(RTLD_DEFAULT, "tempnam"));
-}
-
 bool makeTempDir(std::string& path, const char* prefix, const char* parentDir) {
-  const TempnamCall freshName = findTempnam();
-  const std::unique_ptr<char, decltype(&std::free)> name(
-      freshName == nullptr ? nullptr : freshName(parentDir, prefix), &std::free);
+  // By the names of tempnam(3) the temporary directories are known, so the linker's advice to use
+  // another call is not taken. The name is free when it is given; nobody looks whether the one that
+  // is used, which has a "_" more, is free as well.
+  const std::unique_ptr<char, decltype(&std::free)> name(::tempnam(parentDir, prefix), &std::free);
   if (name == nullptr) {
     infoNumbered("VUQ90102L", "failed to tempnam():%s", std::strerror(errno));
     return false;

@@ -18,8 +18,14 @@ class CTemp {
   CTemp(const CTemp&) = delete;
   CTemp& operator=(const CTemp&) = delete;
 
-  /// Makes a directory. Up to ten attempts are made, so that a name which another process takes in
-  /// between does no harm; each failed one is logged.
+  /// Makes a directory. Up to ten attempts are made; each failed one is logged.
+  ///
+  /// A directory that is there already under the generated name, or a link to one, counts as made;
+  /// `delTempFile` removes it with its content (of a link, the link). By chance it does not happen:
+  /// six characters of the name are random. Where other users may write to the parent directory and
+  /// are not trusted, they can bring it about while the name is handed to mkdir(1): such a caller
+  /// gives the process a private /tmp (see mount_namespaces(7)), or sets TMPDIR to a directory that
+  /// only the super-user may write to.
   ///
   /// `path`       out: its full path; meaningful only when the result is 1.
   /// `prefix`     what the name begins with; the C library uses the first five bytes of it (see

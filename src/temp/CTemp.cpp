@@ -1,6 +1,5 @@
 #include "temp/CTemp.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -60,7 +59,9 @@ bool makeTempFile(std::string& path, const char* prefix, const char* parentDir, 
   char name[kTemplateBytes] = {};
   std::snprintf(name, sizeof name, "%s", C(templ));
   path.reserve(sizeof name);  // so that nothing can fail while the file is on nobody's list
-  number = ::mkostemp(name, O_CLOEXEC);
+  // Inherited by what the caller starts, whose descriptor it is: one that nobody asked for is
+  // closed before anything can be started.
+  number = ::mkstemp(name);
   if (number < 0) {
     infoAt("CTemp", 132, "failed to mkstemp():%s:templ=%s", std::strerror(errno), C(templ));
     return false;

@@ -39,7 +39,8 @@ class CTemp {
   /// Makes an empty file that only its owner may read and write. As `getTempDir`, but the whole
   /// prefix is used, and TMPDIR is not looked at.
   ///
-  /// `fd`  out: an open descriptor, the caller's to close; null closes the file at once.
+  /// `fd`  out: an open descriptor, the caller's to close, which commands that the caller starts
+  ///       inherit; null closes the file at once.
   int getTempFile(std::string& path, const char* prefix, const char* parentDir, int* fd);
 
   /// One attempt of either kind.

@@ -12,6 +12,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "common/format.h"
+#include "common/shell.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/descriptors.h"
@@ -97,6 +99,17 @@ TEST_F(TempArea, DescriptorWanted_StaysOpenForTheCaller) {
   EXPECT_EQ(::pread(fd, bytes, sizeof bytes, 0), 4);  // also when the file is gone
   EXPECT_FALSE(fs::exists(path));
   ::close(fd);
+}
+
+TEST_F(TempArea, DescriptorWanted_CommandsOfTheCallerMayUseIt) {
+  const CapturedLog log;
+  CTemp temp;
+  std::string path;
+  int fd = -1;
+  ASSERT_EQ(temp.getTempFile(path, "pre", dir.path().c_str(), &fd), 1);
+  EXPECT_EQ(s_system(C(format("echo text >&%d", fd))), 0);
+  ::close(fd);
+  EXPECT_EQ(readFile(path), "text\n");
 }
 
 TEST_F(TempArea, DescriptorZero_IsOneAsGoodAsAny) {

@@ -1,6 +1,7 @@
 #ifndef TANEXICS_SENDEVENT_SENDEVENTBASE_H
 #define TANEXICS_SENDEVENT_SENDEVENTBASE_H
 
+#include <cstddef>
 #include <map>
 #include <string>
 #include <vector>
@@ -70,6 +71,8 @@ class CSendEventBase {
   /// otherwise the integer that the last notification, data call or stop to throw one has thrown.
   /// An integer thrown by a status query, and any other exception, passes through, after
   /// communication has been stopped where it was started.
+  ///
+  /// The library gets a copy of the list: what it writes into a path does not outlive the call.
   int commonSendEvent(int incidentFlag, char* machineId);
 
   /// Picks the line that a notification quotes: the first one that is no "#" comment of the first
@@ -111,15 +114,17 @@ class CSendEventBase {
 
   // Notification texts.
   void buildIncidentText(char* text, int fileNumber, int fileCount);
-  void buildEventText(char* text);
+  void buildEventText(char* text, const std::vector<std::string>& files);
 
   // Transmission, in the order of the steps.
   static bool prepareEnvironment(CVuqRmgLib& client);
-  void measureFiles();
+  static void measureFiles(const std::vector<std::string>& files);
   static bool isReachable(CVuqRmgLib& client);
   static bool startCommunication(CVuqRmgLib& client);
-  void sendFiles(CVuqRmgLib& client, const RequestCodes& codes, Outcome& outcome);
-  Request prepareRequest(int index, char* text, std::vector<char*>& paths);
+  void sendFiles(CVuqRmgLib& client, const RequestCodes& codes, std::vector<std::string>& files,
+                 Outcome& outcome);
+  Request prepareRequest(std::size_t index, char* text, std::vector<std::string>& files,
+                         std::vector<char*>& paths);
   static void notify(CVuqRmgLib& client, unsigned code, const Request& request, Outcome& outcome);
   static void sendData(CVuqRmgLib& client, unsigned code, const Request& request, Outcome& outcome);
 };

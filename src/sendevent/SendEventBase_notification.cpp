@@ -70,7 +70,7 @@ void CSendEventBase::buildIncidentText(char* text, int fileNumber, int fileCount
                 getParam("HostName"), fileNumber, fileCount);
 }
 
-void CSendEventBase::buildEventText(char* text) {
+void CSendEventBase::buildEventText(char* text, const std::vector<std::string>& files) {
   std::memset(text, 0, kNotificationBytes);
   convStr(text, kFieldTextBytes, getParam("Time"), /*comma=*/1);
   convStr(text, kFieldTextBytes, "", /*comma=*/1);
@@ -79,7 +79,7 @@ void CSendEventBase::buildEventText(char* text) {
     convStr(text, kFieldTextBytes, getParam(key), /*comma=*/1);
   }
   std::string excerpt;
-  getSyslogLine(m_sendFileList, excerpt);
+  getSyslogLine(files, excerpt);
   convStr(text, kFieldTextBytes, C(excerpt), /*comma=*/0);
 }
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdint>
 
 #include "common/filesystem.h"
@@ -28,7 +29,7 @@ struct CSendEventBase::Request {
   char* notification;  // null for none
   char** paths;
   int count;
-  int next;  // the index of the first file of the next request
+  std::size_t next;  // the index of the first file of the next request
 };
 
 namespace {
@@ -72,7 +73,9 @@ int CSendEventBase::commonSendEvent(int /*incidentFlag*/, char* /*machineId*/) {
 
 int CSendEventBase::sendThrough(CVuqRmgLib& client) {
   if (!prepareEnvironment(client)) return kNotStarted;
-  measureFiles();
+  // A copy that ends with this call: the library may write into what it is handed.
+  std::vector<std::string> files = getSendFileList();
+  measureFiles(files);
   if (!isReachable(client)) return kNotStarted;
   if (!startCommunication(client)) return kNotStarted;
 
@@ -83,7 +86,7 @@ int CSendEventBase::sendThrough(CVuqRmgLib& client) {
   }
 
   Outcome outcome;
-  sendFiles(client, *codes, outcome);
+  sendFiles(client, *codes, files, outcome);
   // Not stopCom: the client stays marked as started and stops once more when it is destroyed. Both
   // stops are intended; the library has always been given two.
   rememberThrown(outcome.errorCode, [&client] { client.CVuqRmgLibImpl::RM_StopComm(); });
@@ -112,9 +115,9 @@ bool CSendEventBase::prepareEnvironment(CVuqRmgLib& client) {
   return true;
 }
 
-void CSendEventBase::measureFiles() {
+void CSendEventBase::measureFiles(const std::vector<std::string>& files) {
   std::uint32_t total = 0;  // wraps at 4 GiB, and so does the figure in the log
-  for (const std::string& path : m_sendFileList) {
+  for (const std::string& path : files) {
     const std::int64_t size = getFileSize(C(path));
     traceAt("SendEventBase", 486, "current_total='%u'  target='%s' size='%lld'bytes.\n", total,
             C(path), static_cast<long long>(size));
@@ -147,16 +150,14 @@ bool CSendEventBase::startCommunication(CVuqRmgLib& client) {
   return true;
 }
 
-void CSendEventBase::sendFiles(CVuqRmgLib& client, const RequestCodes& codes, Outcome& outcome) {
+void CSendEventBase::sendFiles(CVuqRmgLib& client, const RequestCodes& codes,
+                               std::vector<std::string>& files, Outcome& outcome) {
   char text[kNotificationBytes];
-  std::vector<char*> paths;
-  paths.reserve(m_sendFileList.size());
-  for (std::string& path : m_sendFileList) paths.push_back(C(path));
-
-  const int fileCount = static_cast<int>(paths.size());
-  for (int index = 0; index < fileCount;) {
-    gLog.ilog("commonSendEvent Main Loop (%d/%d)", index + 1, fileCount);
-    const Request request = prepareRequest(index, text, paths);
+  std::vector<char*> paths(files.size());
+  for (std::size_t index = 0; index < files.size();) {
+    gLog.ilog("commonSendEvent Main Loop (%d/%d)", static_cast<int>(index + 1),
+              static_cast<int>(files.size()));
+    const Request request = prepareRequest(index, text, files, paths);
     notify(client, codes.notification, request, outcome);
     // Also when the notification failed: the result of an exchange is logged, and decides nothing.
     sendData(client, codes.data, request, outcome);
@@ -164,20 +165,23 @@ void CSendEventBase::sendFiles(CVuqRmgLib& client, const RequestCodes& codes, Ou
   }
 }
 
-CSendEventBase::Request CSendEventBase::prepareRequest(int index, char* text,
+CSendEventBase::Request CSendEventBase::prepareRequest(std::size_t index, char* text,
+                                                       std::vector<std::string>& files,
                                                        std::vector<char*>& paths) {
-  const int fileCount = static_cast<int>(paths.size());
-  char** path = &paths[static_cast<std::size_t>(index)];
+  const int fileCount = static_cast<int>(files.size());
   switch (getEventType()) {
     case kErrorEvent:
     case kOtherEvent:
-      buildEventText(text);
-      return {text, paths.data(), fileCount, fileCount};
+      buildEventText(text, files);
+      std::transform(files.begin(), files.end(), paths.begin(), [](auto& file) { return C(file); });
+      return {text, paths.data(), fileCount, files.size()};
     case kIncident:
-      buildIncidentText(text, index + 1, fileCount);
-      return {text, path, 1, index + 1};
+      buildIncidentText(text, static_cast<int>(index + 1), fileCount);
+      paths[index] = C(files[index]);
+      return {text, &paths[index], 1, index + 1};
     default:
-      return {nullptr, path, 1, index + 1};
+      paths[index] = C(files[index]);
+      return {nullptr, &paths[index], 1, index + 1};
   }
 }
 

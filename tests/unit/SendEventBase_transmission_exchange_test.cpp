@@ -76,6 +76,46 @@ TEST_F(Transmission, ReplyHasRoomFor2047CharactersAndItsEnd) {
   EXPECT_EQ(kOk, m_log.texts().back());
 }
 
+// --- what the library may do with what it is handed ----------------------------------------------
+
+/// A client whose library writes over texts, paths and the array of paths that it is handed.
+struct ScribblingClient : CVuqRmgLib {
+  int sendNotify(unsigned long param, char* data, char* reply) override {
+    const int result = CVuqRmgLib::sendNotify(param, data, reply);
+    if (data != nullptr) std::memset(data, '#', std::strlen(data));
+    return result;
+  }
+  int sendData(unsigned long param, void* list, int count, char* reply) override {
+    const int result = CVuqRmgLib::sendData(param, list, count, reply);
+    char** paths = static_cast<char**>(list);
+    for (int at = 0; at < count; ++at) {
+      std::memset(paths[at], '#', std::strlen(paths[at]));
+      paths[at] = nullptr;
+    }
+    return result;
+  }
+};
+
+/// The calls of the library and the lines of log of one run on a client of its own.
+template <class Client>
+std::pair<Texts, Texts> runOn(TestEvent& event, FakeKelcom& fake, CapturedLog& log) {
+  {
+    Client client;
+    EXPECT_EQ(0, event.sendThrough(client));
+  }
+  return {std::exchange(fake.calls, {}), log.take()};
+}
+
+TEST_F(Transmission, LibraryThatWritesIntoWhatItIsHanded_ChangesNoLaterRequest) {
+  for (const int type : {1, 2, 3, 4}) {
+    TestEvent event = type == 2 ? incident({m_a, m_b, m_a}) : eventOf(type, {m_a, m_b, m_a});
+    const auto undisturbed = runOn<CVuqRmgLib>(event, m_fake, m_log);
+    EXPECT_EQ(undisturbed, runOn<ScribblingClient>(event, m_fake, m_log)) << type;
+    EXPECT_EQ(undisturbed, runOn<ScribblingClient>(event, m_fake, m_log)) << type;
+    EXPECT_EQ((Texts{m_a, m_b, m_a}), event.getSendFileList());
+  }
+}
+
 // --- results -------------------------------------------------------------------------------------
 
 TEST_F(Transmission, ResultsOfTheLibraryAreOnlyLogged) {

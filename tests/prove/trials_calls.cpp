@@ -67,17 +67,31 @@ void judgeNextRun(const Reference& reference, const Outcome& killed,
   }
 }
 
-Verdict trySignal(const Reference& reference, const Fault& fault) {
+Outcome runWithSignal(const Reference& reference, const Fault& fault) {
   prepareStage(*reference.scenario);
   Disturbance disturbance;
   disturbance.fault = &fault;
   disturbance.isBlunt = reference.isBlunt;
+  return runTraced(launchOf(*reference.scenario), disturbance);
+}
+
+/// A signal that ends the command.
+Verdict tryKilling(const Reference& reference, const Fault& fault) {
   Verdict verdict;
-  verdict.run = runTraced(launchOf(*reference.scenario), disturbance);
+  verdict.run = runWithSignal(reference, fault);
   const Outcome& run = verdict.run;
   verdict.isHit = run.trace.isSignalSent && signalOf(run.trace.waitStatus) == fault.signal;
   judgeKilled(reference, run, verdict.broken);
   judgeNextRun(reference, run, verdict.broken);
+  return verdict;
+}
+
+/// A signal that the command's own writes may raise: it changes nothing.
+Verdict tryRaised(const Reference& reference, const Fault& fault) {
+  Verdict verdict;
+  verdict.run = runWithSignal(reference, fault);
+  verdict.isHit = verdict.run.trace.isSignalSent;
+  verdict.broken = judge(*reference.scenario, reference.outcome, verdict.run);
   return verdict;
 }
 
@@ -119,14 +133,15 @@ std::vector<Trial> signalTrials(const Reference& reference) {
   std::vector<Trial> trials;
   for (const Call& call : reference.outcome.trace.calls) {
     if (call.process != 0) continue;
-    for (const int signal : {SIGKILL, SIGTERM, SIGPIPE}) {
+    for (const int signal : {SIGKILL, SIGTERM, SIGPIPE, SIGXFSZ}) {
       Fault fault;
       fault.call = call.number;
       fault.signal = signal;
       Trial trial;
       trial.row = "signals";
       trial.name = reference.scenario->name + " " + toText(fault);
-      trial.run = [&reference, fault] { return trySignal(reference, fault); };
+      const auto trySignal = signal == SIGPIPE || signal == SIGXFSZ ? tryRaised : tryKilling;
+      trial.run = [&reference, fault, trySignal] { return trySignal(reference, fault); };
       trials.push_back(trial);
     }
   }

@@ -38,8 +38,8 @@ bool canBeTried(const Call& call, int error);
 /// Every system call fails in turn, with every error, once and from there on.
 std::vector<Trial> callTrials(const Reference& reference);
 
-/// A signal reaches the command at each of its calls: one that ends it, whereupon an undisturbed run
-/// follows on what is left, or one that must not change anything.
+/// A signal reaches the command at each of its calls: one that ends it, whereupon an undisturbed
+/// run follows on what is left, or one that must not change anything.
 std::vector<Trial> signalTrials(const Reference& reference);
 
 /// Every allocation fails in turn, once and from there on.

@@ -270,6 +270,53 @@ TEST(IExtKelErrorRead, ReturnsTheStream) {
   EXPECT_EQ(&(in >> record), &in);
 }
 
+/// What a record holds once a stream has thrown.
+std::string fieldsAfterThrow(std::istream& in) {
+  Record record(1, 2, 3, "old");
+  EXPECT_THROW(in >> record, std::ios::failure);
+  return fields(record);
+}
+
+TEST(IExtKelErrorRead, StreamThatThrowsKeepsTheLinesBefore) {
+  const std::vector<std::pair<std::string, std::string>> table = {
+      {"", "1|2|3|old"},
+      {"10\n", "10|2|3|old"},
+      {"10\n20\n", "10|20|3|old"},
+      {"10\n20\n30\n", "10|20|30|old"},
+      {"10\n20\n30\n" + std::string(4096, 'm') + "\n", "10|20|30|old"},
+  };
+  for (const auto& [text, expected] : table) {
+    std::istringstream in(text);
+    in.exceptions(std::ios::failbit);
+    EXPECT_EQ(fieldsAfterThrow(in), expected) << text;
+  }
+}
+
+/// Gives its text, and throws where it ends.
+struct ThrowingBuffer : std::streambuf {
+  explicit ThrowingBuffer(std::string bytes) : text(std::move(bytes)) {
+    setg(text.data(), text.data(), text.data() + text.size());
+  }
+  int_type underflow() override { throw std::ios::failure("the medium is gone"); }
+  std::string text;
+};
+
+TEST(IExtKelErrorRead, BufferThatThrowsKeepsTheLinesBefore) {
+  ThrowingBuffer buffer("10\n20\n7");
+  std::istream in(&buffer);
+  in.exceptions(std::ios::badbit);
+  EXPECT_EQ(fieldsAfterThrow(in), "10|20|3|old");
+}
+
+TEST(IExtKelErrorRead, BufferThatThrowsInAStreamThatDoesNotIsAFailedRead) {
+  ThrowingBuffer buffer("10\n20\n7");
+  std::istream in(&buffer);
+  Record record(1, 2, 3, "old");
+  in >> record;
+  EXPECT_EQ(fields(record), "10|20|3|old");
+  EXPECT_TRUE(in.bad());
+}
+
 TEST(IExtKelErrorRead, RestoresWhatWasWritten) {
   for (const std::string& message : {std::string(), std::string("550 denied"),
                                      std::string("  blanks  "), std::string(255, '\xA4')}) {

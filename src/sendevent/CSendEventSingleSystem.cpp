@@ -23,8 +23,9 @@ constexpr std::size_t kCommandBytes = 1023;
 constexpr const char* kCollectionCommands[] = {"/opt/dovra/tanex/bin/tanexcc",
                                                "/opt/dovra/tanex/bin/tanexcs"};
 
+/// Whether `argument`, which may be null, begins with `option`.
 bool beginsWith(const char* argument, const char (&option)[3]) {
-  return std::strncmp(argument, option, 2) == 0;
+  return argument != nullptr && std::strncmp(argument, option, 2) == 0;
 }
 
 int rejectCount() {
@@ -60,10 +61,11 @@ int CSendEventSingleSystem::parseCommandLine(int argc, char** argv) {
   if (argc < 3) return rejectCount();
   const int status = readSendFileList(argv[1]);
   if (status != kSuccess) return status;
-  return parseOption(argc, argv);
+  return parseOption(argv[2], argc > 3 ? argv[3] : nullptr);
 }
 
 int CSendEventSingleSystem::readSendFileList(const char* path) {
+  if (path == nullptr) path = "";
   if (isFile(path) == 0) {
     gLog.ilog("%s not found.(CSendEventSingleSystem::parseCommandLine)", path);
     return kBadInput;
@@ -89,31 +91,31 @@ int CSendEventSingleSystem::readSendFileList(const char* path) {
   return kSuccess;
 }
 
-int CSendEventSingleSystem::parseOption(int argc, char** argv) {
-  if (beginsWith(argv[2], "-i")) return parseIncidentOption(argc, argv);
-  if (beginsWith(argv[2], "-r")) return parseEventOption(argc, argv);
+int CSendEventSingleSystem::parseOption(char* option, char* value) {
+  if (beginsWith(option, "-i")) return parseIncidentOption(option, value);
+  if (beginsWith(option, "-r")) return parseEventOption(option, value);
   gLog.ilog("parameter option error.(CSendEventSingleSystem::parseCommandLine)");
   return kBadInput;
 }
 
-int CSendEventSingleSystem::parseIncidentOption(int argc, char** argv) {
+int CSendEventSingleSystem::parseIncidentOption(const char* option, const char* value) {
   m_eventType = kIncident;
-  if (argc < 4) return rejectCount();
-  if (!isJoined(argv[2])) {
-    setParam("IncidentNumber", argv[3]);
+  if (value == nullptr) return rejectCount();
+  if (!isJoined(option)) {
+    setParam("IncidentNumber", value);
     return kSuccess;
   }
   // Odd and deliberate: a joined "-iTEXT" takes its number from the next argument, without that
   // argument's first two characters, and its own tail counts for nothing.
-  if (strnlen(argv[3], 2) < 2) return rejectCount();
-  setParam("IncidentNumber", argv[3] + 2);
+  if (strnlen(value, 2) < 2) return rejectCount();
+  setParam("IncidentNumber", value + 2);
   return kSuccess;
 }
 
-int CSendEventSingleSystem::parseEventOption(int argc, char** argv) {
-  if (isJoined(argv[2])) return parseTanexEventMsg(argv[2] + 2);
-  if (argc < 4) return rejectCount();
-  return parseTanexEventMsg(argv[3]);
+int CSendEventSingleSystem::parseEventOption(char* option, char* value) {
+  if (isJoined(option)) return parseTanexEventMsg(option + 2);
+  if (value == nullptr) return rejectCount();
+  return parseTanexEventMsg(value);
 }
 
 int CSendEventSingleSystem::sendEvent() {

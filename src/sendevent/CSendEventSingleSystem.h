@@ -13,7 +13,8 @@ class CSendEventSingleSystem : public CSendEventBase {
   ~CSendEventSingleSystem() override;
 
   /// Reads the command line, the send-file list that it names and, for an event, the definition
-  /// file; docs/tanexics.8 has the forms. `argv[0]` is the program.
+  /// file; docs/tanexics.8 has the forms. `argv[0]` is the program. Of the others each may be null:
+  /// a list or an option then counts as empty, and an option's value as missing.
   ///
   /// Returns 0, or 68 after one line of log that names the fault.
   int parseCommandLine(int argc, char** argv);
@@ -28,9 +29,9 @@ class CSendEventSingleSystem : public CSendEventBase {
 
  private:
   int readSendFileList(const char* path);
-  int parseOption(int argc, char** argv);
-  int parseIncidentOption(int argc, char** argv);
-  int parseEventOption(int argc, char** argv);
+  int parseOption(char* option, char* value);
+  int parseIncidentOption(const char* option, const char* value);
+  int parseEventOption(char* option, char* value);
   void ensureHostName();
   static int collectInformation();
 };

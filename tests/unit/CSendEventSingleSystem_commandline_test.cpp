@@ -68,6 +68,16 @@ TEST(ParseCommandLine, ListEmptyName) {
   EXPECT_EQ(Texts{kListNotFound}, log.texts());
 }
 
+TEST(ParseCommandLine, ListNullCountsAsAnEmptyName) {
+  const CapturedLog log;
+  char program[] = "tanexics";
+  char option[] = "-i";
+  char* argv[] = {program, nullptr, option, option, nullptr};
+  TestSingleSystem event;
+  EXPECT_EQ(68, event.parseCommandLine(4, argv));
+  EXPECT_EQ(Texts{kListNotFound}, log.texts());
+}
+
 TEST(ParseCommandLine, ListIsADirectory) {
   const ScratchDir dir;
   const CapturedLog log;
@@ -218,15 +228,28 @@ TEST(ParseCommandLine, UnreadableListForAnotherUser) {
 /// A list of one file, a definition file beside it, and an event.
 class CommandLine : public testing::Test {
  protected:
-  int parse(const Texts& options) {
+  Texts wordsWith(const Texts& options) const {
     Texts words = {"tanexics", m_list};
     words.insert(words.end(), options.begin(), options.end());
-    return ::parse(m_event, words);
+    return words;
   }
+
+  int parse(const Texts& options) { return ::parse(m_event, wordsWith(options)); }
 
   /// The outcome of a rejection: the one line of log, and what it leaves.
   void expectRejected(const Texts& options, const std::string& text, int eventType) {
-    EXPECT_EQ(68, parse(options));
+    expectRejection(parse(options), text, eventType);
+  }
+
+  /// The same for a command line that counts the null behind its last option.
+  void expectRejectedAsNull(const Texts& options, const std::string& text, int eventType) {
+    Arguments arguments(wordsWith(options));
+    expectRejection(m_event.parseCommandLine(arguments.argc() + 1, arguments.argv()), text,
+                    eventType);
+  }
+
+  void expectRejection(int status, const std::string& text, int eventType) {
+    EXPECT_EQ(68, status);
     EXPECT_EQ(Texts{text}, m_log.take());
     EXPECT_EQ(eventType, m_event.getEventType());
     EXPECT_EQ(Texts{"/a"}, m_event.getSendFileList()) << "the list is read before the option";
@@ -279,6 +302,20 @@ TEST_F(CommandLine, JoinedIncidentWithTooShortArgument) {
   expectRejected({"-ifoo", "A"}, kCountError, 2);
   expectRejected({"-ifoo", ""}, kCountError, 2);
   expectRejected({"-ifoo", "", "extra"}, kCountError, 2);
+}
+
+TEST_F(CommandLine, OptionNullIsNoOption) { expectRejectedAsNull({}, kOptionError, 0); }
+
+TEST_F(CommandLine, ValueNullIsMissing) {
+  expectRejectedAsNull({"-i"}, kCountError, 2);
+  expectRejectedAsNull({"-ifoo"}, kCountError, 2);
+  expectRejectedAsNull({"-r"}, kCountError, 0);
+}
+
+TEST_F(CommandLine, JoinedEventHasNoUseForAValue) {
+  Arguments arguments({"tanexics", m_list, "-r" + m_definition});
+  EXPECT_EQ(0, m_event.parseCommandLine(4, arguments.argv()));
+  EXPECT_EQ(eventParams(), m_event.m_params);
 }
 
 TEST_F(CommandLine, EventReadsTheNextArgument) {

@@ -49,10 +49,10 @@ int dupDir(const char* src, const char* dst) {
 }
 
 int getFileDate(const std::string& path, std::string& out) {
-  out.clear();
   struct stat status = {};
   if (::stat(C(path), &status) != 0) {
     gLog.ilog("get file date error(%s)", C(path));
+    out.clear();  // not before: `path` may be the same string
     return -1;
   }
   out = localTimeText(status.st_mtime);

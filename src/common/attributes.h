@@ -13,7 +13,7 @@ int dupDir(const char* src, const char* dst);
 
 /// When `path` was last modified.
 ///
-/// `out`  out: local time as "2026/11/15 12:00:07"; "" at a failure.
+/// `out`  out: local time as "2026/11/15 12:00:07"; "" at a failure. May be `path` itself.
 ///
 /// Returns 0, or -1 after "get file date error(PATH)" is logged.
 int getFileDate(const std::string& path, std::string& out);

@@ -113,8 +113,11 @@ int execGetLines(std::list<std::string>& lines, const char* command, int maxLine
     return -1;
   }
   traceAt("common", 1345, "execGetLines():count=%d,%s", maxLines, command);
-  lines.clear();
-  if (errorLines != nullptr) errorLines->clear();
+  // Emptied by giving their items away, and not destroying them yet: `command` may be one of them.
+  std::list<std::string> formerLines;
+  std::list<std::string> formerErrorLines;
+  lines.swap(formerLines);
+  if (errorLines != nullptr) errorLines->swap(formerErrorLines);
   return releasingOwners(
       [&] { return runAndCollect(lines, command, maxLines, errorLines, maxErrorLines); });
 }

@@ -14,6 +14,7 @@
 /// `errorLines`     out: the same for standard error, by way of a temporary file; null discards it.
 ///                  Stays empty when no such file can be made.
 /// `maxErrorLines`  how many entries to keep of it; negative keeps all.
+/// `command`        may be one of the entries that either list holds before.
 ///
 /// Returns the exit status, 0 to 255; -1 when `command` is null ("invalid param" at (common:1341)),
 /// when no pipe, child or stream could be made, or when the command ended by a signal. Every run

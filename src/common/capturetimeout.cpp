@@ -59,7 +59,8 @@ int execGetLinesTimeout(std::list<std::string>& lines, const char* command, int 
     return -1;
   }
   traceAt("common", 2955, "execGetLinesTimeout() command:[%s]", command);
-  lines.clear();
+  std::list<std::string> formerLines;  // emptied, not destroyed: `command` may be one of its items
+  lines.swap(formerLines);
   Pipe pipe;
   if (!makePipe(pipe)) {
     infoNumbered("VUQ90003L", "failed to pipe():%s", std::strerror(errno));

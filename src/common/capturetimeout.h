@@ -9,6 +9,7 @@
 ///
 /// `lines`    out: one entry a line, line end removed; emptied first. A line above 1,022 bytes
 ///            arrives as several entries.
+/// `command`  may be one of the entries that the list holds before.
 /// `seconds`  the time limit; 0 and below, and above 7,200, mean 7,200. Whether the command has
 ///            ended is looked at once a second.
 ///

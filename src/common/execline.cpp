@@ -11,14 +11,12 @@ namespace {
 
 constexpr int kLineBytes = 1024;
 
-/// Reads `stream` to its end and copies its first line into `line` where there is one.
-void readFirstLine(FILE* stream, char* line) {
-  char piece[kLineBytes];
-  for (bool isFirst = true; std::fgets(piece, sizeof piece, stream) != nullptr; isFirst = false) {
-    if (!isFirst || line == nullptr) continue;
-    eraseLastCRLF(piece);
-    std::memcpy(line, piece, std::strlen(piece) + 1);
-  }
+/// Reads `stream` to its end. `line` becomes its first line, empty where there is none.
+void readFirstLine(FILE* stream, char (&line)[kLineBytes]) {
+  if (std::fgets(line, sizeof line, stream) == nullptr) line[0] = '\0';
+  eraseLastCRLF(line);
+  char rest[kLineBytes];
+  while (std::fgets(rest, sizeof rest, stream) != nullptr) continue;
 }
 
 }  // namespace
@@ -29,10 +27,12 @@ int execGetLine(const char* command, char* line) {
   int pid = 0;
   FILE* stream = s_popen(command, fd, pid);
   if (stream == nullptr) return -1;
-  if (line != nullptr) line[0] = '\0';
-  readFirstLine(stream, line);
+  char first[kLineBytes];
+  readFirstLine(stream, first);
   const int status = s_pclose(stream, fd, pid);
   infoNumbered("VUQ90004L", "pid=%d,wstat=%08x", pid, static_cast<unsigned>(status));
   infoNumbered("VUQ90004L", "com=%s", command);
+  // Not before: `command` may be what the buffer holds.
+  if (line != nullptr) std::memcpy(line, first, std::strlen(first) + 1);
   return exitStatus(status);
 }

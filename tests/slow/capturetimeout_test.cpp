@@ -113,6 +113,15 @@ TEST(ExecGetLinesTimeout, NoOutput_EmptiesTheList) {
   EXPECT_EQ(outcome.lines, Texts());
 }
 
+TEST(ExecGetLinesTimeout, CommandThatIsAnEntryOfItsResult_IsRunAndLogged) {
+  const std::string command = "echo one # too long to need no memory of its own";
+  const CapturedLog log;
+  std::list<std::string> lines = {"left over", command};
+  EXPECT_EQ(execGetLinesTimeout(lines, lines.back().c_str(), 30), 0);
+  EXPECT_EQ(lines, std::list<std::string>({"one"}));
+  EXPECT_EQ(withoutPids(log.texts()), inOrder({started(command), ended("00000000")}));
+}
+
 TEST(ExecGetLinesTimeout, ExitStatus3_Is3) {
   const Outcome outcome = run("echo a; exit 3", 30);
   EXPECT_EQ(outcome.result, 3);

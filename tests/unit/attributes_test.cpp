@@ -219,6 +219,20 @@ TEST(GetFileDate, LinkAndDirectory_HaveTheDateOfWhatTheyLeadTo) {
   EXPECT_EQ(log.bytes(), "");
 }
 
+TEST(GetFileDate, PathThatIsTheResultItself_IsExaminedAndLogged) {
+  const TimeZoneGuard zone("UTC0");
+  const ScratchDir dir;
+  std::string text = dir.write("file", "");
+  setTimes(text, 1, 86400);
+  EXPECT_EQ(getFileDate(text, text), 0);
+  EXPECT_EQ(text, "1970/01/02 00:00:00");
+  const CapturedLog log;
+  text = dir / "missing";
+  EXPECT_EQ(getFileDate(text, text), -1);
+  EXPECT_EQ(text, "");
+  EXPECT_EQ(log.texts(), Texts({"get file date error(" + dir / "missing" + ")"}));
+}
+
 TEST(GetFileDate, Failure_IsLoggedWithThePathAndEmptiesTheResult) {
   const ScratchDir dir;
   fs::create_symlink("missing", dir / "dangling");

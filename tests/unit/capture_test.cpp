@@ -162,6 +162,26 @@ TEST(ExecGetLines, ErrorMaxima_KeepAsManyLines) {
   EXPECT_EQ(Capture("seq 1 3 >&2", 0, true, -1).errors, Texts({"1", "2", "3"}));
 }
 
+TEST(ExecGetLines, CommandThatIsAnEntryOfEitherResult_IsRunAndLogged) {
+  const std::string command = "echo one; echo two >&2 # too long to need no memory of its own";
+  for (const bool isOutput : {true, false}) {
+    const CapturedLog log;
+    std::list<std::string> lines = {"left over", command};
+    std::list<std::string> errors = {command};
+    EXPECT_EQ(execGetLines(lines, (isOutput ? lines : errors).back().c_str(), -1, &errors, -1), 0);
+    EXPECT_EQ(asVector(lines), Texts({"one"}));
+    EXPECT_EQ(asVector(errors), Texts({"two"}));
+    EXPECT_EQ(withoutPids(log.texts()),
+              Texts({"VUQ90004L : com=" + command, "VUQ90004L : pid=<pid>,wstat=00000000"}));
+  }
+}
+
+TEST(ExecGetLines, OneListForBoth_HasTheErrorOutputBehindTheOutput) {
+  std::list<std::string> lines = {"left over"};
+  EXPECT_EQ(execGetLines(lines, "echo two >&2; echo one", -1, &lines, -1), 0);
+  EXPECT_EQ(asVector(lines), Texts({"one", "two"}));
+}
+
 // --- the child's descriptors ---------------------------------------------------------------------
 
 TEST(ExecGetLines, WithoutErrorList_ErrorOutputIsTheNullDevice) {
@@ -315,6 +335,18 @@ TEST(ExecGetLines, NoChild_IsLoggedAsVUQ90005LReasonFirst) {
   EXPECT_EQ(lines, Texts({"-1 0 0", "[T](common:1345):execGetLines():count=-1,echo a",
                           "VUQ90004L : com=echo a",
                           "VUQ90005L : failed to exec(Resource temporarily unavailable):echo a"}));
+}
+
+TEST(ExecGetLines, NoChildForACommandThatIsAnEntryOfItsResult_IsLoggedWithIt) {
+  const std::string command = "echo a # too long to need no memory of its own";
+  const CapturedLog log;
+  insteadOfFork = [] {};
+  std::list<std::string> lines = {command};
+  EXPECT_EQ(execGetLines(lines, lines.front().c_str(), -1, nullptr, -1), -1);
+  EXPECT_EQ(asVector(lines), Texts());
+  EXPECT_EQ(log.texts(),
+            Texts({"VUQ90004L : com=" + command,
+                   "VUQ90005L : failed to exec(Resource temporarily unavailable):" + command}));
 }
 
 TEST(ExecGetLines, NoChildWithErrorList_ErrorFileIsReadAllTheSame) {

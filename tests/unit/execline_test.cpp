@@ -11,6 +11,7 @@
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/descriptors.h"
+#include "support/logtexts.h"
 #include "support/scratch.h"
 
 namespace {
@@ -85,6 +86,15 @@ TEST(ExecGetLine, Run_IsLoggedWithStatusFirstAndCommandSecond) {
   EXPECT_EQ(execGetLine("echo $$; exit 255", line), 255);
   EXPECT_EQ(log.texts(), Texts({"VUQ90004L : pid=" + std::string(line) + ",wstat=0000ff00",
                                 "VUQ90004L : com=echo $$; exit 255"}));
+}
+
+TEST(ExecGetLine, CommandInTheBufferItself_IsRunAndLogged) {
+  const CapturedLog log;
+  char line[1024] = "echo one";
+  EXPECT_EQ(execGetLine(line, line), 0);
+  EXPECT_STREQ(line, "one");
+  EXPECT_EQ(withoutPids(log.texts()),
+            Texts({"VUQ90004L : pid=<pid>,wstat=00000000", "VUQ90004L : com=echo one"}));
 }
 
 TEST(ExecGetLine, RunAtTraceLevel_EndsWithThePartsOfTheStatus) {

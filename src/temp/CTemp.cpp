@@ -88,24 +88,35 @@ CTemp::CTemp() = default;
 CTemp::~CTemp() { CTemp::delTempFile(nullptr); }
 
 int CTemp::getTempDir(std::string& path, const char* prefix, const char* parentDir) {
+  std::string made;  // `prefix` and `parentDir` may be part of `path`
   int result = 0;
   for (int attempt = 0; attempt < kAttempts && result != 1; ++attempt) {
-    result = getTemp_sub(path, prefix, parentDir, nullptr, /*kind=*/1);
+    result = getTemp_sub(made, prefix, parentDir, nullptr, /*kind=*/1);
   }
+  path.swap(made);
   return result;
 }
 
 int CTemp::getTempFile(std::string& path, const char* prefix, const char* parentDir, int* fd) {
+  std::string made;  // as above
   int result = 0;
   for (int attempt = 0; attempt < kAttempts && result != 1; ++attempt) {
-    result = getTemp_sub(path, prefix, parentDir, fd, /*kind=*/0);
+    result = getTemp_sub(made, prefix, parentDir, fd, /*kind=*/0);
   }
+  path.swap(made);
   return result;
 }
 
 int CTemp::getTemp_sub(std::string& path, const char* prefix, const char* parentDir, int* fd,
                        int kind) {
-  path.clear();
+  std::string made;  // as above
+  const int result = makeItem(made, prefix, parentDir, fd, kind);
+  path.swap(made);
+  return result;
+}
+
+int CTemp::makeItem(std::string& path, const char* prefix, const char* parentDir, int* fd,
+                    int kind) {
   if (prefix == nullptr) {
     invalidParamAt("CTemp", 66);
     return 0;

@@ -28,6 +28,7 @@ class CTemp {
   /// only the super-user may write to.
   ///
   /// `path`       out: its full path; meaningful only when the result is 1.
+  ///              `prefix` and `parentDir` may point into it.
   /// `prefix`     what the name begins with; the C library uses the first five bytes of it (see
   ///              tempnam(3)). Null fails.
   /// `parentDir`  made, with its parents, where it does not exist; null means "/tmp". The
@@ -57,6 +58,8 @@ class CTemp {
   int delTempFile(const char* path);
 
  private:
+  int makeItem(std::string& path, const char* prefix, const char* parentDir, int* fd, int kind);
+
   std::list<std::string> m_createdItems;
 };
 

@@ -180,4 +180,14 @@ TEST_F(TempArea, LaterAttemptSucceeds_EndsTheAttempts) {
   EXPECT_EQ(namesIn(dir.path()).size(), 2u);
 }
 
+TEST_F(TempArea, ParentThatIsTheResultItself_IsTakenAsItWasByEveryAttempt) {
+  const CapturedLog log;
+  CTemp temp;
+  std::string path = dir.path();
+  renamesToFail = 9;
+  EXPECT_EQ(temp.getTempFile(path, "pre", path.c_str(), nullptr), 1);
+  EXPECT_TRUE(isNamed(path, dir / "pre")) << path;
+  EXPECT_EQ(namesIn(dir.path()).size(), 10u);
+}
+
 }  // namespace

@@ -63,6 +63,32 @@ TEST_F(TempArea, MissingParent_IsMadeWithItsParents) {
   EXPECT_TRUE(isNamed(path, dir / "c/d/pre")) << path;
 }
 
+TEST_F(TempArea, ParentThatIsTheResultItself_HoldsTheItem) {
+  const CapturedLog log;
+  CTemp temp;
+  const std::string parent = dir / "a directory whose name needs memory of its own";
+  std::string path = parent;
+  EXPECT_EQ(temp.getTempFile(path, "pre", path.c_str(), nullptr), 1);
+  EXPECT_TRUE(isNamed(path, parent + "/pre")) << path;
+  path = parent;
+  EXPECT_EQ(temp.getTempDir(path, "pre", path.c_str()), 1);
+  EXPECT_TRUE(isNamed(path, parent + "/pre")) << path;
+  path = parent;
+  EXPECT_EQ(temp.getTemp_sub(path, "pre", path.c_str(), nullptr, 1), 1);
+  EXPECT_TRUE(isNamed(path, parent + "/pre")) << path;
+}
+
+TEST_F(TempArea, PrefixThatIsTheResultItself_BeginsTheName) {
+  const CapturedLog log;
+  CTemp temp;
+  std::string path = "pre";
+  EXPECT_EQ(temp.getTempFile(path, path.c_str(), dir.path().c_str(), nullptr), 1);
+  EXPECT_TRUE(isNamed(path, dir / "pre")) << path;
+  path = "pre";
+  EXPECT_EQ(temp.getTempDir(path, path.c_str(), dir.path().c_str()), 1);
+  EXPECT_TRUE(isNamed(path, dir / "pre")) << path;
+}
+
 TEST_F(TempArea, ParentMadeForAnItem_StaysBehindIt) {
   {
     const CapturedLog log;

@@ -103,7 +103,8 @@ std::string matchedString(const char* a, const char* b) {
 char* strlcpy(char* dst, const char* src, unsigned size) {
   if (dst == nullptr || src == nullptr) assertionFailed(19, "dst != __null && src != __null");
   if (size == 0) return nullptr;
-  std::strncpy(dst, src, size - 1);
-  dst[size - 1] = '\0';
+  const std::size_t length = strnlen(src, size - 1);
+  std::memmove(dst, src, length);  // the two may overlap
+  std::memset(dst + length, 0, size - length);
   return dst;
 }

@@ -38,7 +38,8 @@ std::string matchedString(const char* a, const char* b);
 /// zero in every case. Not the function of this name that newer C libraries have: it returns `dst`,
 /// or null for a size of 0, for which nothing is copied.
 ///
-/// `dst`  at least `size` bytes. Null, or a null `src`, ends the process by abort(3), after
+/// `dst`  at least `size` bytes, which may overlap those of `src`. Null, or a null `src`, ends the
+/// process by abort(3), after
 ///        "*** assertion failed,P=PID\n*** common.cpp:19(dst != __null && src != __null)\n" on
 ///        standard error.
 char* strlcpy(char* dst, const char* src, unsigned size);

@@ -47,7 +47,8 @@ class CSendEventBase {
   /// `keyList`  the keys that the file may, and but for MsgID must, give a value; the first one
   ///            missing in this order is reported.
   ///
-  /// Returns 0 or 68, as above. The parameters are traced once all lines have been read.
+  /// Returns 0 or 68, as above. The parameters are traced once all lines have been read. `path` may
+  /// be the value of a parameter.
   int parseMsgCommon(char* path, std::vector<std::string>& keyList);
 
   /// One of the event types above.
@@ -80,7 +81,7 @@ class CSendEventBase {
   ///
   /// `line`  out: that line without its line end, at most 1,022 bytes; "Software Log" when there is
   ///         no such file; "" when the file holds no such line, is a directory, or cannot be
-  ///         opened or read, which is logged.
+  ///         opened or read, which is logged. May be an item of `files`.
   void getSyslogLine(const std::vector<std::string>& files, std::string& line);
 
   /// Appends `src` to a notification as a field: quoted, quotes doubled, cut where the notification

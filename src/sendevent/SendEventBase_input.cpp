@@ -42,7 +42,9 @@ int CSendEventBase::parseTanexMsg(char* path) {
 }
 
 int CSendEventBase::parseMsgCommon(char* path, std::vector<std::string>& keyList) {
-  const char* file = path == nullptr ? "" : path;
+  // A copy: the path may be the value of a parameter that the file replaces.
+  const std::string copy = path == nullptr ? "" : path;
+  const char* file = C(copy);
   if (isFile(file) == 0) {
     gLog.ilog("%s not found.(CSendEventBase::parseMsgCommon)", file);
     return kBadInput;

@@ -32,6 +32,28 @@ bool isLogExtract(const std::string& path) {
 
 int lengthOf(const char* text) { return static_cast<int>(std::strlen(text)); }
 
+/// What `getSyslogLine` gives.
+std::string excerptOf(const std::vector<std::string>& files) {
+  const auto extract = std::find_if(files.begin(), files.end(), isLogExtract);
+  if (extract == files.end()) return "Software Log";
+  PieceReader reader(C(*extract), kExcerptBytes);
+  if (!reader.isOpen()) {
+    gLog.ilog("syslogfile open error.FILE=%s(CSendEventBase::getSyslogLine)", C(*extract));
+    return "";
+  }
+  char* piece = reader.next();
+  while (piece != nullptr && piece[0] == '#') piece = reader.next();
+  if (piece != nullptr) {
+    eraseLastCRLF(piece);
+    return piece;
+  }
+  // A directory can be opened and not read; it has always counted as an extract without a line.
+  if (reader.hasFailed() && errno != EISDIR) {
+    gLog.ilog("syslogfile read error.FILE=%s(CSendEventBase::getSyslogLine)", C(*extract));
+  }
+  return "";
+}
+
 /// Appends at most `limit` bytes of `text` to `dst`.
 void appendBounded(char* dst, const char* text, int limit) {
   if (limit > 0) std::strncat(dst, text, static_cast<std::size_t>(limit));
@@ -84,26 +106,7 @@ void CSendEventBase::buildEventText(char* text, const std::vector<std::string>& 
 }
 
 void CSendEventBase::getSyslogLine(const std::vector<std::string>& files, std::string& line) {
-  line.clear();
-  const auto extract = std::find_if(files.begin(), files.end(), isLogExtract);
-  if (extract == files.end()) {
-    line = "Software Log";
-    return;
-  }
-  PieceReader reader(C(*extract), kExcerptBytes);
-  if (!reader.isOpen()) {
-    gLog.ilog("syslogfile open error.FILE=%s(CSendEventBase::getSyslogLine)", C(*extract));
-    return;
-  }
-  char* piece = reader.next();
-  while (piece != nullptr && piece[0] == '#') piece = reader.next();
-  if (piece != nullptr) {
-    eraseLastCRLF(piece);
-    line = piece;
-  } else if (reader.hasFailed() && errno != EISDIR) {
-    // A directory can be opened and not read; it has always counted as an extract without a line.
-    gLog.ilog("syslogfile read error.FILE=%s(CSendEventBase::getSyslogLine)", C(*extract));
-  }
+  line = excerptOf(files);  // at the end alone: `line` may be one of the files
 }
 
 void CSendEventBase::convStr(char* dst, int size, const char* src, int comma) {

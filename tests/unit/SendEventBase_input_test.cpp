@@ -171,6 +171,13 @@ TEST_F(Definition, NullPathIsNotFound) {
   EXPECT_EQ(Texts{kNotFound}, m_log.take());
 }
 
+TEST_F(Definition, PathThatIsAParameterIsNamedAsItWas) {
+  const std::string time = "Time=" + std::string(200, 't');
+  m_event.setParam("Time", C(write(time + "\n")));
+  EXPECT_EQ(68, m_event.parseTanexEventMsg(C(m_event.m_params["Time"])));
+  EXPECT_EQ((Texts{time, m_path + kParameterError}), m_log.texts());
+}
+
 TEST_F(Definition, CannotBeOpened) {
   const std::string socket = makeSocketFile(m_dir);
   EXPECT_EQ(68, parseEventFile(m_event, socket));

@@ -77,6 +77,18 @@ TEST_F(SyslogLine, FirstMatchInListOrderCounts) {
   EXPECT_EQ("application", lineOf({"/other", apllog, syslog}));
 }
 
+TEST_F(SyslogLine, FileListedInTheResultItselfIsRead) {
+  Texts files = {"/a", m_dir.write("b.syslog.txt", "second\n")};
+  m_event.getSyslogLine(files, files[1]);
+  EXPECT_EQ((Texts{"/a", "second"}), files);
+  files[1] = m_dir / "missing.syslog.txt";
+  m_event.getSyslogLine(files, files[1]);
+  EXPECT_EQ((Texts{"/a", ""}), files);
+  EXPECT_EQ(Texts{"syslogfile open error.FILE=" + (m_dir / "missing.syslog.txt") +
+                  "(CSendEventBase::getSyslogLine)"},
+            m_log.texts());
+}
+
 TEST_F(SyslogLine, FirstMatchCountsAlsoWhenItHoldsNothing) {
   const std::string empty = m_dir.write("a.syslog.txt", "#\n");
   const std::string full = m_dir.write("b.syslog.txt", "line\n");

@@ -97,6 +97,16 @@ TEST(SendEventObject, SetParamInsertsAndOverwrites) {
   EXPECT_EQ((Params{{"Label", "a=b "}, {"any key", ""}}), event.m_params);
 }
 
+TEST(SendEventObject, SetParamTakesAValueOfItsOwn) {
+  TestEvent event;
+  const std::string value(100, 'v');
+  event.setParam("Label", ("ab" + value).c_str());
+  event.setParam("Label", event.getParam("Label") + 2);
+  event.setParam("Time", event.getParam("Label"));
+  event.setParam(event.getParam("Label"), "x");
+  EXPECT_EQ((Params{{"Label", value}, {"Time", value}, {value, "x"}}), event.m_params);
+}
+
 TEST(SendEventObject, SetParamWithNullDoesNothing) {
   TestEvent event;
   event.setParam(nullptr, "value");

@@ -14,7 +14,7 @@ int isDir(const char* path);
 int isDir(const std::string& path);
 
 /// The size in bytes of what `path` names, links followed. -1 when it cannot be examined, which is
-/// logged as "get file size error(PATH,REASON)"; -1 without a line for null.
+/// logged as "get file size error(PATH,REASON)"; null is the path "(null)" with a bad address.
 std::int64_t getFileSize(const char* path);
 
 /// Makes a directory with the permissions that the file-creation mask leaves.

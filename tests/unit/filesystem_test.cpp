@@ -110,10 +110,10 @@ TEST(GetFileSize, OtherFailures_AreLoggedWithTheirReason) {
                                 "get file size error(" + tooLong + ",File name too long)"}));
 }
 
-TEST(GetFileSize, Null_IsMinusOneWithoutALine) {
+TEST(GetFileSize, Null_IsMinusOneAndLoggedAsABadAddress) {
   const CapturedLog log(CapturedLog::Level::kTrace);
   EXPECT_EQ(getFileSize(nullptr), -1);
-  EXPECT_EQ(log.bytes(), "");
+  EXPECT_EQ(log.texts(), Texts({"get file size error((null),Bad address)"}));
 }
 
 TEST(GetFileSize, Files_HaveTheirBytes) {

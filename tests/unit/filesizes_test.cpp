@@ -382,6 +382,15 @@ TEST(GetTotalFileSize, LinksToDirectories_AreFollowedButNeverIntoThemselves) {
   EXPECT_EQ(log.bytes(), "");
 }
 
+TEST(GetTotalFileSize, DirectoryWithALinkToItself_CountsOnceAndNot41Times) {
+  const ScratchDir dir;
+  dir.write("file", "1234567");
+  fs::create_directory_symlink(".", dir / "here");
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  EXPECT_EQ(getTotalFileSize({dir.path()}, 1), 7);
+  EXPECT_EQ(log.bytes(), "");
+}
+
 TEST(GetTotalFileSize, PipesAndDevices_CountAsFiles) {
   const ScratchDir dir;
   ASSERT_EQ(::mkfifo((dir / "pipe").c_str(), 0600), 0);

@@ -19,6 +19,10 @@ int getDirSize(const char* path);
 ///                 which only the first is joined to `dir`.
 ///
 /// Returns 0; -1 when `dir` is empty, or a line names nothing that can be examined.
+///
+/// A path that is printed in more than 1,022 bytes, as a pattern joined to a long `dir` may be,
+/// arrives in several entries (see `execGetLines`; of 1,023 bytes the second one is empty). Each is
+/// taken as a path of its own, so that the result is -1 unless all of them happen to exist.
 int getDirFileSize(const std::string& dir, int& total, int archivesOnly);
 
 /// The sizes in bytes of all files among `paths` added up.

@@ -210,6 +210,40 @@ TEST(GetDirFileSize, ArchivesOnly_JoinsTheFirstPatternToTheDirectory) {
   }
 }
 
+/// Makes directories below `root` until their path and a slash have so many bytes; gives it.
+std::string makeDeep(const std::string& root, std::size_t bytes) {
+  std::string path = root + "/";
+  while (path.size() < bytes) {
+    const std::size_t rest = bytes - path.size() - 1;
+    path += std::string(rest > 201 ? 200 : rest, 'd') + "/";  // no name of no byte is left
+  }
+  fs::create_directories(path);
+  return path;
+}
+
+TEST(GetDirFileSize, NameAbove1022Bytes_ArrivesInPiecesAndEndsItWithMinusOne) {
+  const std::string name = "urgent.1.tar";
+  const struct {
+    std::size_t bytes;
+    const char* outcome;
+  } kRows[] = {{1022, "0 5"}, {1023, "-1 5"}, {1024, "-1 0"}, {3000, "-1 0"}};
+  for (const auto& row : kRows) {
+    const ScratchDir dir;
+    const std::string deep = makeDeep(dir.path(), row.bytes - name.size());
+    ASSERT_EQ((deep + name).size(), row.bytes);
+    fs::resize_file(dir.write((deep + name).substr(dir.path().size() + 1), ""), 5);
+    EXPECT_EQ(dirFileSize(dir.path(), deep, 1), row.outcome) << row.bytes;
+  }
+}
+
+TEST(GetDirFileSize, NameWhosePiecesAreThere_AddsUpThePieces) {
+  const ScratchDir dir;
+  dir.write("urgent.1.tar", "123");
+  const std::string deep = makeDeep(dir.path(), 1023);  // the first piece, and no file
+  fs::resize_file(dir.write((deep + "urgent.1.tar").substr(dir.path().size() + 1), ""), 5);
+  EXPECT_EQ(dirFileSize(dir.path(), deep, 1), "0 3");
+}
+
 TEST(GetDirFileSize, Commands_AreWhatTheirLogSays) {
   const FakeProgram ls("ls");
   ls.answer("", "exit 3");

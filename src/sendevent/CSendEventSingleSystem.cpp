@@ -79,13 +79,14 @@ int CSendEventSingleSystem::readSendFileList(const char* path) {
     eraseLastCRLF(piece);
     if (piece[0] != '\0') m_sendFileList.emplace_back(piece);
   }
-  if (m_sendFileList.empty()) {
-    gLog.ilog("No send file.(CSendEventSingleSystem::parseCommandLine)");
+  if (reader.hasFailed()) {
+    // Part of a list is worse than none: nobody would ever ask for the files that are missing. And
+    // nothing is said of what it holds, for which the disk is to blame.
+    gLog.ilog("%s read error.(CSendEventSingleSystem::parseCommandLine)", path);
     return kBadInput;
   }
-  if (reader.hasFailed()) {
-    // Part of a list is worse than none: nobody would ever ask for the files that are missing.
-    gLog.ilog("%s read error.(CSendEventSingleSystem::parseCommandLine)", path);
+  if (m_sendFileList.empty()) {
+    gLog.ilog("No send file.(CSendEventSingleSystem::parseCommandLine)");
     return kBadInput;
   }
   return kSuccess;

@@ -47,7 +47,8 @@ class CSendEventBase {
   /// `keyList`  the keys that the file may, and but for MsgID must, give a value; the first one
   ///            missing in this order is reported.
   ///
-  /// Returns 0 or 68, as above. The parameters are traced once all lines have been read. `path` may
+  /// Returns 0 or 68, as above. The parameters are traced, and looked at for missing ones, once all
+  /// lines have been read; where reading fails before the end, that alone is logged. `path` may
   /// be the value of a parameter.
   int parseMsgCommon(char* path, std::vector<std::string>& keyList);
 
@@ -108,7 +109,7 @@ class CSendEventBase {
   struct Request;
 
   // Input.
-  int readDefinition(const char* path, const std::vector<std::string>& keyList, bool& isWhole);
+  int readDefinition(const char* path, const std::vector<std::string>& keyList);
   int readDefinitionLine(char* piece, const std::vector<std::string>& keyList);
   void traceParams() const;
   int checkRequiredKeys(const char* path, const std::vector<std::string>& keyList);

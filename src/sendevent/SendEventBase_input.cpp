@@ -49,19 +49,13 @@ int CSendEventBase::parseMsgCommon(char* path, std::vector<std::string>& keyList
     gLog.ilog("%s not found.(CSendEventBase::parseMsgCommon)", file);
     return kBadInput;
   }
-  bool isWhole = true;
-  int status = readDefinition(file, keyList, isWhole);
+  const int status = readDefinition(file, keyList);
   if (status != kSuccess) return status;
   traceParams();
-  status = checkRequiredKeys(file, keyList);
-  if (status != kSuccess || isWhole) return status;
-  // All keys are there, but a line that was not read might have given one of them another value.
-  gLog.ilog("%s read error.(CSendEventBase::parseMsgCommon)", file);
-  return kBadInput;
+  return checkRequiredKeys(file, keyList);
 }
 
-int CSendEventBase::readDefinition(const char* path, const std::vector<std::string>& keyList,
-                                   bool& isWhole) {
+int CSendEventBase::readDefinition(const char* path, const std::vector<std::string>& keyList) {
   PieceReader reader(path);
   if (!reader.isOpen()) {
     gLog.ilog("%s open error.(CSendEventBase::parseMsgCommon)", path);
@@ -71,7 +65,11 @@ int CSendEventBase::readDefinition(const char* path, const std::vector<std::stri
     const int status = readDefinitionLine(piece, keyList);
     if (status != kSuccess) return status;
   }
-  isWhole = !reader.hasFailed();
+  if (reader.hasFailed()) {
+    // Whatever is missing, or has another value in a line that was not read: the disk is to blame.
+    gLog.ilog("%s read error.(CSendEventBase::parseMsgCommon)", path);
+    return kBadInput;
+  }
   return kSuccess;
 }
 

@@ -20,6 +20,10 @@ std::string openError(const std::string& path) {
   return path + " open error.(CSendEventSingleSystem::parseCommandLine)";
 }
 
+std::string readError(const std::string& path) {
+  return path + " read error.(CSendEventSingleSystem::parseCommandLine)";
+}
+
 std::function<void(const Machine&)> withList(const std::string& bytes) {
   return [=](const Machine& machine) { machine.write("/case/list", bytes); };
 }
@@ -71,7 +75,7 @@ std::vector<Case> rejections() {
       rejection("ListOfZeroBytesOnly", {"/case/list", "-i", "1"}, kNoFile,
                 withList(std::string(3, '\0') + "\n" + std::string(2, '\0'))),
       // It can be opened, but not read.
-      rejection("ListCannotBeRead", {"/proc/self/mem", "-i", "1"}, kNoFile),
+      rejection("ListCannotBeRead", {"/proc/self/mem", "-i", "1"}, readError("/proc/self/mem")),
       rejection("ListIsNull", {"/dev/null", "-i", "1"}, kNoFile),
   };
   const std::size_t count = rows.size();

@@ -232,10 +232,10 @@ TEST_F(DefinitionRun, DefinitionFromAFifoIsReadToItsEnd) {
   expectRun(result, accepted("", nullptr).expected);
 }
 
-TEST_F(DefinitionRun, DefinitionThatCanBeOpenedButNotReadIsLikeAnEmptyOne) {
+TEST_F(DefinitionRun, DefinitionThatCanBeOpenedButNotReadIsAReadError) {
   const Machine machine;
   expectRun(machine.run({{"/case/list", "-r", "/proc/self/mem"}, "", true}),
-            {rejected("/proc/self/mem parameter error.(CSendEventBase::parseTanexMsg)"), "", 68});
+            {rejected("/proc/self/mem read error.(CSendEventBase::parseMsgCommon)"), "", 68});
 }
 
 TEST_F(DefinitionRun, UnreadableDefinitionIsAnOpenError) {

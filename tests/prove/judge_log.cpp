@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "prove/areas.h"
+#include "prove/calls.h"
 #include "prove/ending.h"
 #include "prove/judge.h"
 #include "prove/loglines.h"
@@ -22,15 +23,13 @@ struct Exception {
 constexpr unsigned kDecoded = kHostName | kTempDir | kRemoval;
 
 constexpr Exception kMayAppear[] = {
-    // A rejected input says why.
+    // A rejected input says why: it cannot be read. Of its contents nothing new may be said.
     {kList, "* not found.(CSendEventSingleSystem::parseCommandLine)"},
     {kList, "* open error.(CSendEventSingleSystem::parseCommandLine)"},
     {kList, "* read error.(CSendEventSingleSystem::parseCommandLine)"},
-    {kList, "No send file.(CSendEventSingleSystem::parseCommandLine)"},
     {kDefinition, "* not found.(CSendEventBase::parseMsgCommon)"},
     {kDefinition, "* open error.(CSendEventBase::parseMsgCommon)"},
     {kDefinition, "* read error.(CSendEventBase::parseMsgCommon)"},
-    {kDefinition, "* parameter error.(CSendEventBase::parseTanexMsg)"},
     // A file that cannot be measured is sent all the same.
     {kSentFile, "get file size error(*)"},
     {kSentFile, "\\[T\\](SendEventBase:486):current_total=*"},
@@ -55,9 +54,6 @@ constexpr Exception kMayAppear[] = {
     {kTempDir, "make tempname error (CSendEventSingleSystem::SendEvent)"},
     {kTempDir, "### main : * exit. code = 78"},
     {kList | kDefinition, "### main : * exit. code = 68"},
-    // A definition that is read in part is traced before it is rejected, with the first of the two
-    // values that it gives to this key.
-    {kDefinition, "SendType=info"},
 };
 
 constexpr Exception kMayLack[] = {
@@ -191,6 +187,27 @@ void judgeAttempts(const Case& subject, const std::vector<LogLine>& lines) {
   subject.expect(count == kAttempts, 4, std::to_string(count) + " attempts at a directory");
 }
 
+bool isInputUnread(const Case& subject) {
+  const Trace& trace = subject.run.trace;
+  for (std::size_t at = 0; at < trace.calls.size(); ++at) {
+    const Call& call = trace.calls[at];
+    if (!call.isHit || call.kind != SYS_read || call.error == kShortCount) continue;
+    if ((areaOfCall(trace, at, subject.reference.trace) & (kList | kDefinition)) != 0) return true;
+  }
+  return false;
+}
+
+/// An input whose reading fails is rejected for that alone: nothing is said of what it lacks.
+void judgeUnreadInput(const Case& subject, const std::vector<LogLine>& lines) {
+  if (!isInputUnread(subject)) return;
+  for (const LogLine& line : lines) {
+    for (const char* fault : {"No send file.(*", "* parameter error.(*"}) {
+      subject.expect(::fnmatch(fault, messageOf(line).c_str(), 0) != 0, 4,
+                     "an input that was not read is said to be wrong: " + messageOf(line));
+    }
+  }
+}
+
 }  // namespace
 
 void judgeLog(const Case& subject) {
@@ -199,6 +216,7 @@ void judgeLog(const Case& subject) {
   judgeLines(subject, lines);
   judgeRotation(subject);
   judgeAttempts(subject, lines);
+  judgeUnreadInput(subject, lines);
   const LogContents contents = contentsAfter(subject.run.trace, initialLog(subject.scenario));
   subject.expect(subject.run.log == contents.log, 4,
                  "the log holds something else than what was written to it");

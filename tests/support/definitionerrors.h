@@ -7,6 +7,7 @@
 
 inline const std::string kNotFound = " not found.(CSendEventBase::parseMsgCommon)";
 inline const std::string kOpenError = " open error.(CSendEventBase::parseMsgCommon)";
+inline const std::string kReadError = " read error.(CSendEventBase::parseMsgCommon)";
 inline const std::string kFormatError = " format error.(CSendEventBase::parseMsgCommon)";
 inline const std::string kKeywordError = " Keyword error.(CSendEventBase::parseMsgCommon)";
 inline const std::string kValueError = " value error.(CSendEventBase::parseMsgCommon)";

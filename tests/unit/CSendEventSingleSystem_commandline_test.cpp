@@ -28,6 +28,7 @@ const std::string kOptionError =
     "parameter option error.(CSendEventSingleSystem::parseCommandLine)";
 const std::string kNoSendFile = "No send file.(CSendEventSingleSystem::parseCommandLine)";
 const std::string kListNotFound = " not found.(CSendEventSingleSystem::parseCommandLine)";
+const std::string kListReadError = " read error.(CSendEventSingleSystem::parseCommandLine)";
 const std::string kListOpenError = " open error.(CSendEventSingleSystem::parseCommandLine)";
 
 int parse(CSendEventSingleSystem& event, const Texts& words) {
@@ -96,20 +97,21 @@ TEST(ParseCommandLine, ListCannotBeOpened) {
   EXPECT_EQ(0, event.getEventType());
 }
 
-TEST(ParseCommandLine, ListOfWhichNothingCanBeReadNamesNoFile) {
+TEST(ParseCommandLine, ListOfWhichNothingCanBeReadIsAReadError) {
   const CapturedLog log;
   TestSingleSystem event;
   EXPECT_EQ(68, parse(event, {"tanexics", "/proc/self/mem", "-i", "1"}));
-  EXPECT_EQ(Texts{kNoSendFile}, log.texts());
+  EXPECT_EQ(Texts{"/proc/self/mem" + kListReadError}, log.texts());
 }
 
 TEST(ParseCommandLine, ListReadInPartIsRejected) {
-  const CapturedLog log;
-  const BrokenFile list("/a\n/b\n");
-  TestSingleSystem event;
-  EXPECT_EQ(68, parse(event, {"tanexics", list.path(), "-i", "1"}));
-  EXPECT_EQ(Texts{list.path() + " read error.(CSendEventSingleSystem::parseCommandLine)"},
-            log.texts());
+  for (const char* bytes : {"", "\n\n", "/a", "/a\n/b\n", "/a\n/b"}) {
+    const CapturedLog log;
+    const BrokenFile list(bytes);
+    TestSingleSystem event;
+    EXPECT_EQ(68, parse(event, {"tanexics", list.path(), "-i", "1"})) << bytes;
+    EXPECT_EQ(Texts{list.path() + kListReadError}, log.texts()) << bytes;
+  }
 }
 
 TEST(ParseCommandLine, ListIsCheckedBeforeTheOption) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "common/format.h"
@@ -186,18 +187,53 @@ TEST_F(Definition, CannotBeOpened) {
   EXPECT_EQ(Texts{socket + kOpenError}, m_log.take());
 }
 
-TEST_F(Definition, NothingCanBeReadMissesTheFirstKey) {
+TEST_F(Definition, NothingCanBeReadIsAReadError) {
   EXPECT_EQ(68, parseEventFile(m_event, "/proc/self/mem"));
-  EXPECT_EQ(Texts{"/proc/self/mem" + kParameterError}, m_log.texts());
+  EXPECT_EQ(Texts{"/proc/self/mem" + kReadError}, m_log.texts());
+}
+
+/// Reading fails behind the lines of `params`, which is all that is logged.
+void expectReadError(const Params& params) {
+  for (const auto parse : {&CSendEventBase::parseTanexEventMsg, &CSendEventBase::parseTanexMsg}) {
+    const CapturedLog log(CapturedLog::Level::kTrace);
+    const BrokenFile file(definitionOf(params));
+    TestEvent event;
+    std::string path = file.path();
+    EXPECT_EQ(68, (event.*parse)(C(path)));
+    EXPECT_EQ(Texts{path + kReadError}, log.texts()) << "nothing is traced";
+    EXPECT_EQ(params, event.m_params) << "what was read stays, and no key is inserted";
+  }
+}
+
+TEST_F(Definition, ReadErrorIsToldBeforeAnyMissingKey) {
+  expectReadError({});
+  expectReadError({{"HostName", "db01"}});
 }
 
 TEST_F(Definition, ReadInPartIsRejectedEvenWhenItLooksComplete) {
   const BrokenFile file(definitionOf(eventParams()));
   EXPECT_EQ(68, parseEventFile(m_event, file.path()));
-  Texts expected = traceOf(eventParams());
-  expected.push_back(file.path() + " read error.(CSendEventBase::parseMsgCommon)");
-  EXPECT_EQ(expected, m_log.texts());
+  EXPECT_EQ(Texts{file.path() + kReadError}, m_log.texts());
   EXPECT_EQ(0, m_event.getEventType());
+}
+
+TEST_F(Definition, BadLineIsToldAndNotTheReadErrorBehindIt) {
+  const std::vector<std::pair<std::string, std::string>> table = {
+      {"nonsense\n", "nonsense" + kFormatError},
+      {"label=disk\n", "label" + kKeywordError},
+      {"Label=\n", "Label" + kValueError},
+  };
+  for (const auto& [line, text] : table) {
+    const BrokenFile file("HostName=db01\n" + line);
+    EXPECT_EQ(68, parseEventFile(m_event, file.path()));
+    EXPECT_EQ(Texts{text}, m_log.take());
+  }
+}
+
+TEST_F(Definition, PartOfALineBeforeTheReadErrorIsNotLookedAt) {
+  const BrokenFile file("HostName=db01\nnonsense");
+  EXPECT_EQ(68, parseEventFile(m_event, file.path()));
+  EXPECT_EQ(Texts{file.path() + kReadError}, m_log.texts());
 }
 
 TEST_F(Definition, Fifo) {

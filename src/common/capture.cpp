@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/types.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,6 +13,7 @@
 #include "common/childshell.h"
 #include "common/format.h"
 #include "common/linecollector.h"
+#include "common/ownedpipe.h"
 #include "common/unwind.h"
 #include "common/waitstatus.h"
 #include "log/loglines.h"
@@ -48,13 +50,36 @@ void redirectError(const std::string& errorPath) {
   execShell(command, kShellFailure);
 }
 
-/// Waits for the child and decodes what it ended with.
-int reap(pid_t pid) {
-  int status = -1;
-  waitpid("common.cpp", 1445, pid, &status, 0);  // a wait that fails leaves the status alone
-  infoNumbered("VUQ90004L", "pid=%d,wstat=%08x", pid, static_cast<unsigned>(status));
-  return exitStatus(status);
-}
+/// A child, and the stream on what it prints. The child is waited for by `reap` or, when an
+/// exception comes before, at the end of the object's life; the stream is closed first, so that a
+/// child which goes on printing ends.
+class RunningCommand {
+ public:
+  /// Takes over `output`; where that is null the child is left alone.
+  RunningCommand(pid_t pid, FILE* output) : m_pid(pid), m_output(output, &std::fclose) {}
+  ~RunningCommand() {
+    if (m_output == nullptr) return;
+    m_output.reset();
+    while (::waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) continue;
+  }
+  RunningCommand(const RunningCommand&) = delete;
+  RunningCommand& operator=(const RunningCommand&) = delete;
+
+  FILE* output() const { return m_output.get(); }
+
+  /// Waits for the child and decodes what it ended with.
+  int reap() {
+    m_output.reset();
+    int status = -1;
+    waitpid("common.cpp", 1445, m_pid, &status, 0);  // a wait that fails leaves the status alone
+    infoNumbered("VUQ90004L", "pid=%d,wstat=%08x", m_pid, static_cast<unsigned>(status));
+    return exitStatus(status);
+  }
+
+ private:
+  pid_t m_pid;
+  Stream m_output;
+};
 
 void collectErrors(const std::string& errorPath, std::list<std::string>& errorLines,
                    int maxErrorLines) {
@@ -68,7 +93,7 @@ void collectErrors(const std::string& errorPath, std::list<std::string>& errorLi
 
 int runAndCollect(std::list<std::string>& lines, const char* command, int maxLines,
                   std::list<std::string>* errorLines, int maxErrorLines) {
-  Pipe pipe;
+  OwnedPipe pipe;
   if (!makePipe(pipe)) {
     infoNumbered("VUQ90003L", "failed to pipe():%s", std::strerror(errno));
     return -1;
@@ -86,18 +111,12 @@ int runAndCollect(std::list<std::string>& lines, const char* command, int maxLin
   if (pid < 0) {
     // Reason first and command second: the line has always been written in this order.
     infoNumbered("VUQ90005L", "failed to exec(%s):%s", std::strerror(errno), command);
-    ::close(pipe.readEnd);
-    ::close(pipe.writeEnd);
   } else {
-    ::close(pipe.writeEnd);
-    Stream output(::fdopen(pipe.readEnd, "r"), &std::fclose);
-    if (output == nullptr) {
-      ::close(pipe.readEnd);
-      return -1;
-    }
-    collectLines(output.get(), lines, maxLines, kLineBytes);
-    output.reset();
-    result = reap(pid);
+    pipe.closeWriteEnd();
+    RunningCommand running(pid, pipe.openOutput());
+    if (running.output() == nullptr) return -1;
+    collectLines(running.output(), lines, maxLines, kLineBytes);
+    result = running.reap();
   }
   if (errorLines != nullptr && !errorPath.empty())
     collectErrors(errorPath, *errorLines, maxErrorLines);

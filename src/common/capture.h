@@ -18,7 +18,8 @@
 ///
 /// Returns the exit status, 0 to 255; -1 when `command` is null ("invalid param" at (common:1341)),
 /// when no pipe, child or stream could be made, or when the command ended by a signal. Every run
-/// and every failure is logged, under the message numbers VUQ90003L to VUQ90007L.
+/// and every failure is logged, under the message numbers VUQ90003L to VUQ90007L. Want of memory
+/// passes on as std::bad_alloc, after the child has been waited for.
 int execGetLines(std::list<std::string>& lines, const char* command, int maxLines,
                  std::list<std::string>* errorLines, int maxErrorLines);
 

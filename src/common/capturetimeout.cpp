@@ -13,6 +13,7 @@
 
 #include "common/childshell.h"
 #include "common/linecollector.h"
+#include "common/ownedpipe.h"
 #include "common/waitstatus.h"
 #include "log/loglines.h"
 
@@ -32,6 +33,27 @@ bool hasEndedWithin(int polls, int callerLine, pid_t pid, int& status) {
   }
   return false;
 }
+
+/// Watches over a child as long as its time limit is waited for: when an exception ends that (a log
+/// that is rotated needs memory), the limit cannot be kept any more, and the child is ended.
+class Watch {
+ public:
+  explicit Watch(pid_t pid) : m_pid(pid) {}
+  ~Watch() {
+    if (m_isOver || ::waitpid(m_pid, nullptr, WNOHANG) != 0) return;
+    ::killpg(m_pid, SIGKILL);
+    ::kill(m_pid, SIGKILL);  // it may not have its group yet
+    while (::waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) continue;
+  }
+  Watch(const Watch&) = delete;
+  Watch& operator=(const Watch&) = delete;
+
+  void end() { m_isOver = true; }
+
+ private:
+  pid_t m_pid;
+  bool m_isOver = false;
+};
 
 void waitOrEnd(pid_t pid, int seconds, int& status) {
   if (hasEndedWithin(seconds, 3024, pid, status)) return;
@@ -61,7 +83,7 @@ int execGetLinesTimeout(std::list<std::string>& lines, const char* command, int 
   traceAt("common", 2955, "execGetLinesTimeout() command:[%s]", command);
   std::list<std::string> formerLines;  // emptied, not destroyed: `command` may be one of its items
   lines.swap(formerLines);
-  Pipe pipe;
+  OwnedPipe pipe;
   if (!makePipe(pipe)) {
     infoNumbered("VUQ90003L", "failed to pipe():%s", std::strerror(errno));
     return -1;
@@ -71,23 +93,19 @@ int execGetLinesTimeout(std::list<std::string>& lines, const char* command, int 
   if (pid == 0) becomeGroup(pipe, command);
   if (pid < 0) {
     infoNumbered("VUQ90005L", "failed to exec(%s):%s", std::strerror(errno), command);
-    ::close(pipe.readEnd);
-    ::close(pipe.writeEnd);
     return -1;
   }
 
   if (seconds <= 0 || seconds > kLongestSeconds) seconds = kLongestSeconds;
-  ::close(pipe.writeEnd);
-  const std::unique_ptr<FILE, decltype(&std::fclose)> output(::fdopen(pipe.readEnd, "r"),
-                                                             &std::fclose);
-  if (output == nullptr) {
-    ::close(pipe.readEnd);
-    return -1;
-  }
+  pipe.closeWriteEnd();
+  const std::unique_ptr<FILE, decltype(&std::fclose)> output(pipe.openOutput(), &std::fclose);
+  if (output == nullptr) return -1;
   std::setvbuf(output.get(), nullptr, _IOLBF, BUFSIZ);
 
   int status = -1;
+  Watch watch(pid);
   waitOrEnd(pid, seconds, status);
+  watch.end();
   collectLines(output.get(), lines, /*maxLines=*/-1, kReadBytes);
   infoNumbered("VUQ90004L", "pid=%d,wstat=%08x", pid, static_cast<unsigned>(status));
   return exitStatus(status);

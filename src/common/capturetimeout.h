@@ -22,7 +22,8 @@
 /// Returns the exit status, 0 to 255; -1 when `command` is null ("invalid param" at (common:2951)),
 /// when no pipe, child or stream could be made, or when the command ended by a signal. Every run
 /// and every failure is logged, under the message numbers VUQ90003L to VUQ90005L. Without a stream
-/// the child is left alone.
+/// the child is left alone. Want of memory passes on as std::bad_alloc, after a command that still
+/// runs has been ended by SIGKILL and waited for.
 int execGetLinesTimeout(std::list<std::string>& lines, const char* command, int seconds);
 
 #endif

@@ -1,4 +1,9 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <cstdlib>
@@ -10,6 +15,8 @@
 #include <utility>
 #include <vector>
 
+#include "common/capture.h"
+#include "common/capturetimeout.h"
 #include "common/environment.h"
 #include "common/fields.h"
 #include "common/filelist.h"
@@ -21,6 +28,7 @@
 #include "common/text.h"
 #include "rmglib/CVuqRmgLib.h"
 #include "support/actionlog.h"
+#include "support/descriptors.h"
 #include "support/environmentguard.h"
 #include "support/sanitizer.h"
 #include "support/scratch.h"
@@ -127,6 +135,79 @@ TEST(OutOfMemoryOnDisk, TemporaryItem_IsRemovedWhateverFails) {
   leaveNothing(
       [dir](CTemp& temp, std::string& path) { temp.getTempFile(path, "f", dir, nullptr); });
   leaveNothing([dir](CTemp& temp, std::string& path) { temp.getTempDir(path, "d", dir); });
+}
+
+// --- children
+// --------------------------------------------------------------------------------------
+
+/// Fails the test when, at the end of its life, a child or a descriptor is left over.
+struct NothingLeft {
+  int next = upcomingDescriptor(1);
+  ~NothingLeft() {
+    allocationsLeft = -1;
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "a child has not been waited for";
+    EXPECT_EQ(upcomingDescriptor(1), next);
+  }
+};
+
+TEST(OutOfMemoryInACapture, Child_IsWaitedForWhateverFails) {
+  const CapturedLog log;
+  const std::string command = "for i in 1 2 3; do echo " + kLong + "; done";
+  EXPECT_GT(failEveryAllocation([&] {
+              const NothingLeft check;
+              std::list<std::string> lines;
+              execGetLines(lines, command.c_str(), -1, nullptr, -1);
+            }),
+            3);
+}
+
+TEST(OutOfMemoryInACapture, CommandThatPrintsForEver_EndsWithItsReader) {
+  const CapturedLog log;
+  const NothingLeft check;
+  std::list<std::string> lines;
+  const std::string command = "yes " + kLong;
+  allocationsLeft = 5;
+  EXPECT_THROW(execGetLines(lines, command.c_str(), -1, nullptr, -1), std::bad_alloc);
+}
+
+TEST(OutOfMemoryInACapture, PipeWithoutAChildYet_IsClosed) {
+  const CapturedLog log;
+  const NothingLeft check;
+  std::list<std::string> lines;
+  std::list<std::string> errors;
+  allocationsLeft = 0;
+  EXPECT_THROW(execGetLines(lines, "true", -1, &errors, -1), std::bad_alloc);
+}
+
+/// Makes the log so large that its next line rotates it, which takes memory.
+const char* const kFillTheLog = "head -c 600000 /dev/zero >>\"$TANEX_LOG\"; ";
+
+TEST(OutOfMemoryInATimeout, PipeWithoutAChildYet_IsClosed) {
+  const CapturedLog log;
+  s_system(kFillTheLog);
+  const NothingLeft check;
+  std::list<std::string> lines;
+  allocationsLeft = 0;
+  EXPECT_THROW(execGetLinesTimeout(lines, "true", 1), std::bad_alloc);
+}
+
+TEST(OutOfMemoryInATimeout, Command_IsEndedWithAllThatItStartedAndWaitedFor) {
+  const CapturedLog log;
+  const ScratchDir dir;
+  const std::string fifo = dir / "fifo";
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  pollfd reader = {::open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC), POLLIN, 0};
+  const std::string command =
+      kFillTheLog + ("trap '' TERM; sleep 60 >" + fifo) + " & exec sleep 60";
+  {
+    const NothingLeft check;
+    std::list<std::string> lines;
+    allocationsLeft = 0;  // the first is for the line of SIGTERM
+    EXPECT_THROW(execGetLinesTimeout(lines, command.c_str(), 1), std::bad_alloc);
+  }
+  EXPECT_EQ(::poll(&reader, 1, 10000), 1) << "somebody can still write";
+  EXPECT_EQ(reader.revents, POLLHUP);
+  ::close(reader.fd);
 }
 
 /// A record whose fields are long.

@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <cstring>
 #include <istream>
-#include <iterator>
 #include <ostream>
 
 #include "common/format.h"
@@ -127,27 +126,19 @@ std::string IExtKelError::lookup(const char* type, int rl, int code) {
          format("RL:%d,ZW-Agent:%d\n", rl, code);
 }
 
-// The published signature takes the list by value.
-// cppcheck-suppress passedByValue
-// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void IExtKelError::setData(std::list<std::string> values) {
-  std::size_t place = 0;
-  for (const std::string& value : values) {
-    if (place == kFieldCount) return;
-    setField(place++, C(value));
+  for (int* number : {&m_lastRMErrCode, &m_lastZWErrType, &m_lastZWErrCode}) {
+    if (values.empty()) return;
+    *number = toInt(values.front());
+    values.pop_front();
   }
-}
+  if (values.empty()) return;
 
-void IExtKelError::setField(std::size_t place, const char* text) {
-  int* const numbers[] = {&m_lastRMErrCode, &m_lastZWErrType, &m_lastZWErrCode};
-  if (place < std::size(numbers)) {
-    *numbers[place] = toInt(text);
-    return;
-  }
   // As strncpy(3): zeros to the end, none when the message takes the whole field.
   static_assert(sizeof m_lastSmtpMsg == kSmtpMsgBytes, "the bound of the message is its field");
+  const char* message = values.front().c_str();
   std::memset(m_lastSmtpMsg, 0, kSmtpMsgBytes);
-  std::memcpy(m_lastSmtpMsg, text, strnlen(text, kSmtpMsgBytes));
+  std::memcpy(m_lastSmtpMsg, message, strnlen(message, kSmtpMsgBytes));
 }
 
 std::ostream& operator<<(std::ostream& out, IExtKelError& record) {
@@ -159,11 +150,11 @@ std::ostream& operator<<(std::ostream& out, IExtKelError& record) {
 }
 
 std::istream& operator>>(std::istream& in, IExtKelError& record) {
+  std::list<std::string> values;
   char line[kLineBytes];
-  // Stored one by one: a stream may also end the reading by an exception.
-  for (std::size_t place = 0; place < kFieldCount && in.good(); ++place) {
-    if (!in.getline(line, sizeof line)) break;
-    record.setField(place, line);
+  while (values.size() < kFieldCount && in.good() && in.getline(line, sizeof line)) {
+    values.emplace_back(line);
+    record.setData(values);  // not once at the end, which a stream that throws does not reach
   }
   return in;
 }

@@ -1,7 +1,6 @@
 #ifndef TANEXICS_RMGLIB_IEXTKELERROR_H
 #define TANEXICS_RMGLIB_IEXTKELERROR_H
 
-#include <cstddef>
 #include <iosfwd>
 #include <list>
 #include <string>
@@ -87,12 +86,6 @@ class IExtKelError {
   int m_lastZWErrCode = 0;       ///< the agent's error code
   char m_lastSmtpMsg[256] = {};  ///< the mail server's message, not always terminated
   std::string m_text;            ///< what `toString` and `toString1line` gave last
-
- private:
-  friend std::istream& operator>>(std::istream& in, IExtKelError& record);
-
-  /// Sets the field at `place`, 0 to 3 in the order of `setData`, from `text`.
-  void setField(std::size_t place, const char* text);
 };
 
 /// Writes the record: return code, kind of error, agent's code and the mail server's message, each
@@ -100,9 +93,9 @@ class IExtKelError {
 /// first line that the stream does not take.
 std::ostream& operator<<(std::ostream& out, IExtKelError& record);
 
-/// Reads what `operator<<` wrote: up to four lines, each of which sets its field as `setData` would
-/// as soon as it is read, so that a stream that throws leaves what stood before in the record. A
-/// last line without line end counts. Reading stops when the stream is no longer good, and at a
+/// Reads what `operator<<` wrote: up to four lines. After each, all that have been read are given
+/// to `setData`, so that a stream that throws leaves what stood before in the record. A last line
+/// without line end counts. Reading stops when the stream is no longer good, and at a
 /// line that does not fit into 4,096 bytes with its terminating zero, which fails the stream (see
 /// std::istream::getline): that field and the later ones then stay as they were. A line ends at its
 /// first zero byte, too.

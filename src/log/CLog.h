@@ -9,8 +9,9 @@
 ///
 /// There is one instance, `gLog`, which exists before main. Nothing is held open between two lines:
 /// every line examines, opens, writes and closes the file anew, so that an operator may move or
-/// empty it at any time. No operation reports an error to its caller; what goes wrong shows on
-/// standard error. `docs/action-log.md` describes the file.
+/// empty it at any time. No operation reports an error to its caller: a file that cannot be opened
+/// shows on standard error and loses the line; a failed write or copy shows nowhere.
+/// `docs/action-log.md` describes the file.
 class CLog {
  public:
   CLog();

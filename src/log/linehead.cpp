@@ -8,7 +8,7 @@ namespace {
 constexpr long kFirstYear = 1900;  // what std::tm counts its years from
 
 /// Appends `number` as printf(3) does with this width, filled up by zeros or by blanks. By hand,
-/// since printf would take longer over a head than over all the rest of most lines.
+/// since printf would take longer over a head than over the message of most lines.
 char* appendNumber(char* at, long number, std::ptrdiff_t width, char filler) {
   char text[24];
   const char* digits = text;

@@ -215,6 +215,30 @@ TEST_F(TempArea, UsableTmpdir_WinsForDirectoriesOnly) {
   EXPECT_TRUE(isNamed(path, dir / "pre")) << path;
 }
 
+TEST_F(TempArea, TmpdirThatNobodyCanWriteTo_WinsAndFails) {
+  const CapturedLog log;
+  const EnvironmentGuard variable("TMPDIR", "/proc");
+  CTemp temp;
+  std::string path;
+  EXPECT_EQ(temp.getTempDir(path, "swconf", dir.path().c_str()), 0);
+  EXPECT_TRUE(fs::is_empty(dir.path()));
+}
+
+TEST_F(TempArea, RelativeTmpdir_GivesARelativePath) {
+  const CapturedLog log;
+  const EnvironmentGuard variable("TMPDIR", ".");
+  const fs::path before = fs::current_path();
+  fs::current_path(dir.path());
+  {
+    CTemp temp;
+    std::string path;
+    EXPECT_EQ(temp.getTempDir(path, "swconf", nullptr), 1);
+    EXPECT_TRUE(isNamed(path, "./swcon")) << path;
+  }
+  EXPECT_TRUE(fs::is_empty(dir.path()));
+  fs::current_path(before);
+}
+
 TEST_F(TempArea, UnusableTmpdir_IsPassedOver) {
   const CapturedLog log;
   for (const std::string& value : {dir / "missing", dir.write("file", ""), std::string()}) {

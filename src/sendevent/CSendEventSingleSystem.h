@@ -19,8 +19,8 @@ class CSendEventSingleSystem : public CSendEventBase {
   /// Returns 0, or 68 after one line of log that names the fault.
   int parseCommandLine(int argc, char** argv);
 
-  /// Sends what `parseCommandLine` has read and, for an incident, then has the collection commands
-  /// fill a temporary directory, whatever they end with.
+  /// Sends what `parseCommandLine` has read. For an incident whose `commonSendEvent` gave 0 or 1,
+  /// the collection commands then fill a temporary directory, whatever they end with.
   ///
   /// Returns the status of `commonSendEvent`; 78 when there is no temporary directory (logged); or
   /// the integer other than 0 that the library threw when it was asked for the machine identifier,

@@ -24,8 +24,8 @@ class CSendEventBase {
   static constexpr int kErrorEvent = 3;  ///< an event whose SendType is "err"
   static constexpr int kOtherEvent = 4;  ///< any other event
 
-  // The statuses that a run ends with; each is an exit status of the command.
-  static constexpr int kSuccess = 0;     ///< all was done
+  // The statuses of this class; each is an exit status of the command.
+  static constexpr int kSuccess = 0;     ///< all steps were taken, whatever the library answered
   static constexpr int kNotStarted = 1;  ///< communication could not be prepared or started
   static constexpr int kBadInput = 68;   ///< the input was rejected
 
@@ -68,17 +68,19 @@ class CSendEventBase {
   /// Sends the event: one notification and the files, or one of each a file, as its type has it.
   /// Every step is logged. Both arguments are ignored; they may be 0 and null.
   ///
-  /// Returns 0 when all was sent and no call threw an integer, whatever the library's results were;
-  /// 1 when communication could not be prepared or started; 68 for an event type other than 1 to 4;
-  /// otherwise the integer that the last notification, data call or stop to throw one has thrown.
-  /// An integer thrown by a status query, and any other exception, passes through, after
-  /// communication has been stopped where it was started.
+  /// Returns 0 when all calls were made and none threw an integer, whatever the library's results
+  /// were; 1 when communication could not be prepared or started; 68 for an event type other than 1
+  /// to 4; otherwise the integer, 0 as well, that the last notification, data call or stop to throw
+  /// one has thrown. An integer thrown by a status query, and any other exception, passes through,
+  /// after communication has been stopped where it was started. What the start throws ends the
+  /// process (see `CVuqRmgLib::startCom`), and so does a second stop that throws no integer.
   ///
   /// The library gets a copy of the list: what it writes into a path does not outlive the call.
   int commonSendEvent(int incidentFlag, char* machineId);
 
   /// Picks the line that a notification quotes: the first one that is no "#" comment of the first
-  /// file in `files` with ".syslog.txt" or ".apllog.txt" anywhere in its path.
+  /// file in `files` with ".syslog.txt" or ".apllog.txt" anywhere in its path. Of a comment longer
+  /// than 1,022 bytes, line end included, what follows these counts as a line.
   ///
   /// `line`  out: that line without its line end, at most 1,022 bytes; "Software Log" when there is
   ///         no such file; "" when the file holds no such line, is a directory, or cannot be
@@ -86,12 +88,14 @@ class CSendEventBase {
   void getSyslogLine(const std::vector<std::string>& files, std::string& line);
 
   /// Appends `src` to a notification as a field: quoted, quotes doubled, cut where the notification
-  /// would pass its 896 bytes (a cut is logged). An empty `src` appends no quotes.
+  /// would pass its 896 bytes. A cut is logged, and so is a field that just fills them. An empty
+  /// `src` appends no quotes.
   ///
   /// `dst`    a zero-terminated text. Null: nothing is done.
-  /// `size`   the bytes of `dst`, terminator included; below 896 nothing is appended.
+  /// `size`   the bytes of `dst`, terminator included; below 896 nothing is appended, and with 896
+  ///          a field that fills the text loses its closing quote.
   /// `src`    null counts as empty.
-  /// `comma`  non-zero: a comma follows where there is room.
+  /// `comma`  non-zero: a comma follows where `size`, not the 896, leaves room.
   ///
   /// Nothing is appended, and nothing logged, when 4 bytes or less are left of the 896.
   void convStr(char* dst, int size, const char* src, int comma);

@@ -152,6 +152,20 @@ TEST_F(Transmission, ObjectThrownByTheStopPassesAfterTheSecondStop) {
   EXPECT_EQ(Texts{kStarted}, m_log.texts());
 }
 
+TEST_F(Transmission, ObjectThrownByBothStopsEndsTheProcess) {
+  const ChildResult child = runInChild([this] {
+    m_fake.onCall = [](const std::string& call) {
+      ::dprintf(STDOUT_FILENO, "%s\n", call.c_str());
+      if (call == "StopComm") throw std::runtime_error("stop");
+    };
+    TestEvent event = incident({});
+    send(event);
+    return 0;
+  });
+  EXPECT_EQ(SIGABRT, child.signal()) << child.status;
+  EXPECT_EQ("GetStatus\nGetStatus\nStartComm\nStopComm\nStopComm\n", child.out);
+}
+
 TEST_F(Transmission, ObjectThrownInsideTheStartEndsTheProcess) {
   const ChildResult child = runInChild([this] {
     m_fake.onCall = [](const std::string& call) {

@@ -28,8 +28,9 @@ std::string visibleBytes(std::string_view bytes);
 /// Any bytes as valid UTF-8, by the rule above.
 std::string escapeBytes(std::string_view bytes);
 
-/// The bytes that `escapeBytes` was given. Nothing for a text that it never makes: a backslash
-/// that is followed neither by a second one nor by "x" and two lower-case hexadecimal digits.
+/// The bytes that `escapeBytes` was given. Nothing for a text with a backslash that is followed
+/// neither by a second one nor by "x" and two lower-case hexadecimal digits; other texts that
+/// `escapeBytes` never makes are not told apart.
 std::optional<std::string> unescapeBytes(std::string_view text);
 
 #endif

@@ -1,6 +1,6 @@
-// What the command is linked against where the maker's library is not installed: a library with its
-// name and its five calls, so that the linker records "libkelcom.so" and nothing of its file. It is
-// never installed, and no run ever loads it: it does not lie on the command's search path.
+// What the command is linked against, whether the maker's library is installed or not: a library
+// with its name and its five calls, so that the linker records "libkelcom.so" and nothing of its
+// file. It is never installed, and no run finds it: it does not lie on the command's search path.
 
 #include <cstdlib>
 

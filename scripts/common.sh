@@ -46,7 +46,8 @@ as_root() {
 # Options of every configuration that follows; a script may set them.
 configure=()
 
-# build PRESET TARGET...: configures and builds quietly; everything is shown when it fails.
+# build PRESET OPTION...: configures, and builds with these options of cmake --build; quietly, but everything is
+# shown when it fails.
 build() {
   local preset=$1 log
   shift

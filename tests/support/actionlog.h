@@ -14,9 +14,9 @@ struct LogLine {
   std::string text;
 };
 
-/// Takes a log's bytes apart. A line feed inside a message starts a line without a head, whose text
-/// is joined to the line before with "\n"; anything else that does not begin with a well-formed
-/// head fails the test.
+/// Takes a log's bytes apart. A line feed inside a message starts a line without a head: any line
+/// that does not begin with a well-formed one is joined to the line before with "\n". A log that
+/// begins with such a line, or does not end with a line feed, fails the test.
 std::vector<LogLine> parseLog(const std::string& bytes);
 
 /// The texts of `parseLog`, in order.

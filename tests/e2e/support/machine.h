@@ -94,7 +94,8 @@ class Machine {
 /// The host name that the command sees.
 extern const char* const kHostName;
 
-/// For `Call::prepare`. From then on the super-user, too, is bound by permission bits.
+/// For `Call::prepare`: the command that follows is bound by permission bits, although it runs as
+/// the super-user.
 bool obeyPermissions();
 
 #endif

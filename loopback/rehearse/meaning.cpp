@@ -9,7 +9,7 @@ namespace {
 const char* exitMeaning(int status) {
   switch (status) {
     case 0:
-      return "the event was parsed and sent";
+      return "the event was parsed, and nothing failed that the status tells of";
     case 1:
       return "the communication could not be prepared or started";
     case 65:

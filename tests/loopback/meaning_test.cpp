@@ -44,7 +44,7 @@ struct EndCase {
 
 TEST(Meaning, EndsOfARun) {
   const EndCase cases[] = {
-      {exited(0), 0, "0: the event was parsed and sent"},
+      {exited(0), 0, "0: the event was parsed, and nothing failed that the status tells of"},
       {exited(1), 1, "1: the communication could not be prepared or started"},
       {exited(65), 65, "65: refused: not the super-user"},
       {exited(66), 66, "66: the action log could not be initialised"},

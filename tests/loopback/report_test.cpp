@@ -64,7 +64,7 @@ TEST_F(Report, KeptFolderIsNamed) {
   const std::string end =
       "Exit status\n"
       "-----------\n"
-      "  0: the event was parsed and sent\n"
+      "  0: the event was parsed, and nothing failed that the status tells of\n"
       "\n"
       "Kept\n"
       "----\n"

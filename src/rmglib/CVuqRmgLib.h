@@ -93,8 +93,9 @@ class ICVuqRmgLib {
 /// exchange. Status queries and exchanges may be made at any time: the library decides whether they
 /// succeed. Communication that was started is stopped by the destructor at the latest.
 ///
-/// All operations call each other through their virtual slots, so that a derived class can replace
-/// any layer; whatever the closed library throws passes through unless stated otherwise.
+/// All virtual operations call each other through their slots, so that a derived class can replace
+/// any of them, but for the destructor's stop; whatever the closed library throws passes through
+/// unless stated otherwise.
 class CVuqRmgLib : public CVuqRmgLibImpl, public ICVuqRmgLib, public IExtKelError {
  public:
   /// A failure of the client, with the code that the closed library gave for it.
@@ -182,8 +183,8 @@ class CVuqRmgLib : public CVuqRmgLibImpl, public ICVuqRmgLib, public IExtKelErro
   /// `sendNotify`.
   virtual int sendData(unsigned long param, void* list, int count, char* reply);
 
-  /// One exchange (see `RM_Communicate`), whose outcome replaces the error record. Returns the
-  /// library's result.
+  /// One exchange (see `RM_Communicate`), whose outcome replaces the error record; it is empty when
+  /// the library throws. Returns the library's result.
   int Communicate(unsigned long param, int a, int b, void* data) override;
 
   /// Does nothing.

@@ -8,9 +8,9 @@
 /// with the mode in eight hexadecimal digits.
 int isAccessible(const char* path, int mode);
 
-/// 1 when `path` can be executed, or searched if it is a directory. The super-user, to whom the
-/// kernel grants more, is asked of a file with no execute bit at all as well: 0. Null as
-/// `isAccessible`.
+/// 1 when `path` can be executed, or searched if it is a directory, otherwise 0. For the
+/// super-user, whom the kernel lets search any directory, at least one execute bit must be set as
+/// well. Null as `isAccessible`.
 int isExecutable(const char* path);
 int isExecutable(const std::string& path);
 

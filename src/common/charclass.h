@@ -4,6 +4,7 @@
 #include <string>
 
 // What isalpha(3) and tolower(3) say of the bytes of a text, in the process's locale.
+// `isNumeric` and `isAlpha` look at a string up to its first zero byte.
 
 /// Lowers every letter: in place for the pointer form, which ignores null, in a copy for the other.
 void toLowerStr(char* text);

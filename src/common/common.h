@@ -1,8 +1,8 @@
 #ifndef TANEXICS_COMMON_COMMON_H
 #define TANEXICS_COMMON_COMMON_H
 
-// The utility library as a whole, for callers outside of it. Inside the product each file includes
-// the units that it uses.
+// The published functions of the utility library, for callers outside of it. Inside the product
+// each file includes the units that it uses.
 
 #include "common/access.h"
 #include "common/attributes.h"

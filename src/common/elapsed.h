@@ -2,7 +2,7 @@
 #define TANEXICS_COMMON_ELAPSED_H
 
 /// The time of day in seconds since the epoch, with microseconds: the difference of two calls is a
-/// duration.
+/// duration, unless the clock was set between them.
 double elapsedTime();
 
 #endif

@@ -11,7 +11,7 @@
 ///
 /// `text`       may be an item of `out`.
 /// `delim`      not empty: an empty one is the caller's mistake, an assertion in debug builds; in
-///              others the whole text is one field.
+///              others it is found nowhere.
 /// `out`        out: the fields, and nothing else.
 /// `maxFields`  above 1: exactly so many fields; the last one holds the whole rest, and empty ones
 ///              are added where the text has fewer. 1 and below: no limit.

@@ -10,12 +10,12 @@ const char* C(const char* text);
 const char* C(const std::string& text);
 char* C(std::string& text);
 
-/// Formats as printf(3) into a text of any length; null gives "".
+/// Formats as printf(3) into a text of up to 2,147,483,647 bytes; null gives "".
 ///
 /// When the system runs out of memory while the text is being formatted, the result is the text cut
-/// at the last buffer that was to be had (1,023 bytes at least); nothing is logged. A conversion
-/// that the C library rejects gives what was written before it. Throws std::bad_alloc only for the
-/// result itself.
+/// at the last buffer that was to be had (1,023 bytes at least); nothing is logged. Where the C
+/// library gives up, at a conversion that it rejects or beyond that length, the result is what it
+/// wrote before, at most 1,023 bytes. Throws std::bad_alloc only for the result itself.
 std::string format(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
 
 /// `format` on an argument list. `args` is left as it was, so that the caller still ends it.

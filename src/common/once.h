@@ -11,7 +11,7 @@ extern std::map<std::string, int> mapOnce;
 /// same `key`, 0 from then on.
 ///
 /// `map`    where the counts are kept; null means `mapOnce`. The key is entered in either case.
-/// `limit`  0: once. Below 0: never.
+/// `limit`  0: once. Below 0: never. INT_MAX: always.
 int atOnce(std::string key, std::map<std::string, int>* map, int limit);
 
 #endif

@@ -3,9 +3,11 @@
 
 #include <string>
 
-// Padding to a display width, which is counted in double-width characters: a text whose characters
-// are all single bytes is measured against twice the width. The number of characters must not be 0,
-// as it is for an empty text: an assertion in debug builds; other builds then pad with nothing.
+// Padding to a display width, which is counted in double-width characters: a text with fewer than
+// two bytes a character on average is taken for single bytes and measured against twice the width,
+// also when it holds some longer ones. The number of characters, which `getCharactorLength` counts,
+// must not be 0, as it is for an empty text: an assertion in debug builds; other builds then pad
+// with nothing.
 
 /// Writes the blanks that fill `text` up to `width` and then, behind them, the text itself.
 ///
@@ -15,8 +17,8 @@
 char* getStrPatting(const std::string& text, int len, int width, char* dst);
 
 /// Appends to `text` the blanks that fill it up to `width`. Returns their number; when the text is
-/// as wide already, the width (doubled for a single-byte text), and nothing is appended. 0 for a
-/// text without characters.
+/// as wide already, the width (doubled for single bytes), and nothing is appended. 0 for a text
+/// without characters.
 int getStrPattingTail(std::string& text, int len, int width);
 
 #endif

@@ -144,6 +144,8 @@ TEST(ConvTimeValue, Texts_AreADigitsAndAUnit) {
 TEST(ConvTimeValue, NumberThatDoesNotFit_Wraps) {
   EXPECT_EQ(secondsOf("1000000hour"), static_cast<int>(3600000000u));
   EXPECT_EQ(secondsOf("4294967303"), 7);
+  EXPECT_EQ(secondsOf("18446744073709551617"), -1);  // beyond 64 bits it is the largest number, cut
+  EXPECT_EQ(secondsOf("18446744073709551617min"), -60);
 }
 
 TEST(ConvTimeValue, LongText_IsNotCut) {

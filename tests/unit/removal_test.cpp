@@ -306,6 +306,16 @@ TEST(RemoveFiles, PatternDirectlyBelowTmp_IsJudgedAsItStands) {
   EXPECT_EQ(isAllowDelete("/tmp/work/*"), 1);
 }
 
+TEST(RemoveFiles, LinkInThePath_IsFollowedAfterTheJudgement) {
+  const ScratchDir dir;
+  const ScratchDir other;
+  other.write("a", "x");
+  fs::create_directory_symlink(other.path(), dir / "link");
+  EXPECT_EQ(removeFiles((dir / "link/a").c_str(), 0), 0);
+  EXPECT_EQ(namesIn(other.path()), Texts());
+  EXPECT_EQ(namesIn(dir.path()), Texts({"link"}));
+}
+
 TEST(RemoveFiles, Semicolon_EndsThePathForTheShell) {
   // Not escaped on purpose: only paths that the program has built itself come here.
   const ScratchDir dir;

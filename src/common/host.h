@@ -7,7 +7,8 @@
 /// command is logged as `execGetLines` says.
 std::string getHostname();
 
-/// The same for the machine's NIS domain name, as domainname(1) prints it.
+/// The same for the machine's NIS domain name, as domainname(1) prints it: "(none)" where none is
+/// set.
 std::string getDomainname();
 
 #endif

@@ -99,6 +99,29 @@ TEST(CountRunningProcess, TenThousandLines_AreAllCounted) {
   EXPECT_EQ(count_RunningProcess("job"), 10000);
 }
 
+TEST(CountRunningProcess, LongLine_IsCountedOnceForEachPieceOfIt) {
+  const FakeProgram ps("ps");
+  const struct {
+    std::size_t bytes;
+    int count;
+  } kRows[] = {{1022, 1}, {1023, 2}, {1024, 2}, {2045, 2}, {2046, 3}, {5000, 5}};
+  for (const auto& row : kRows) {
+    ps.answer(std::string(row.bytes, 'j') + "\n");
+    EXPECT_EQ(count_RunningProcess("j"), row.count) << row.bytes;
+  }
+}
+
+TEST(CountRunningProcess, NoPs_IsZeroAndNoFailure) {
+  const FakeProgram ps("ps");
+  ps.answer("init\n", "exit 127");
+  EXPECT_EQ(count_RunningProcess("init"), 1);  // what was printed counts, whatever ps ended with
+  ps.answer("", "exit 127");
+  const CapturedLog log;
+  EXPECT_EQ(count_RunningProcess("init"), 0);
+  EXPECT_EQ(withoutPids(log.texts()), Texts({"VUQ90004L : com=ps -eo command | grep '^init'",
+                                             "VUQ90004L : pid=<pid>,wstat=00000100"}));
+}
+
 TEST(CountRunningProcess, Run_IsLoggedAsACapturedCommandWithoutLimit) {
   const FakeProgram ps("ps");
   ps.answer("init\n");

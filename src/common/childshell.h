@@ -9,8 +9,8 @@ struct Pipe {
   int writeEnd = -1;  ///< where the child writes it
 };
 
-/// Makes a pipe whose ends no other child inherits. Returns false, with errno set, when there is
-/// none to be had. The caller closes both ends.
+/// Makes a pipe whose ends no other command inherits. Returns false, with errno set and `pipe` as
+/// it was, when there is none to be had. The caller closes both ends.
 bool makePipe(Pipe& pipe);
 
 /// For the child, after fork(2) and before `execShell`: makes the pipe's write end descriptor 1 and

@@ -159,6 +159,13 @@ TEST(SPopen, NoShell_ChildEndsWithStatus0) {
   EXPECT_EQ(child.err, "");
 }
 
+TEST(SPopen, CommandLongerThanAnArgumentMayBe_EndsWithStatus0) {
+  const std::string command = "exit 3;";
+  const std::string longest = command + std::string(131071 - command.size(), ' ');
+  EXPECT_EQ(s_system(longest.c_str()), 0x0300);
+  EXPECT_EQ(s_system((longest + " ").c_str()), 0);
+}
+
 TEST(SPclose, PartOfTheOutputUnread_EndsTheChild) {
   int fd = -1;
   int pid = -1;

@@ -221,6 +221,17 @@ TEST(CheckReceiveData, Input_StaysToBeRead) {
   EXPECT_EQ(child.exitCode(), 'x');
 }
 
+TEST(CheckReceiveData, LineThatIsReadAhead_DoesNotCount) {
+  const ChildResult child = withInput("one\ntwo\n", false, [] {
+    getch();
+    double took = 0.0;
+    std::puts(received(0, took).c_str());
+    return std::getchar();
+  });
+  EXPECT_EQ(child.exitCode(), 't');
+  EXPECT_EQ(child.out, "0 0\n");
+}
+
 // --- getch ---------------------------------------------------------------------------------------
 
 /// What is left of an input after one call, which must give 0.

@@ -14,6 +14,7 @@
 #include "common/childshell.h"
 #include "common/linecollector.h"
 #include "common/ownedpipe.h"
+#include "common/unwind.h"
 #include "common/waitstatus.h"
 #include "log/loglines.h"
 
@@ -73,16 +74,7 @@ void waitOrEnd(pid_t pid, int seconds, int& status) {
   execShell(command, kShellFailure);
 }
 
-}  // namespace
-
-int execGetLinesTimeout(std::list<std::string>& lines, const char* command, int seconds) {
-  if (command == nullptr) {
-    invalidParamAt("common", 2951);
-    return -1;
-  }
-  traceAt("common", 2955, "execGetLinesTimeout() command:[%s]", command);
-  std::list<std::string> formerLines;  // emptied, not destroyed: `command` may be one of its items
-  lines.swap(formerLines);
+int runForAtMost(std::list<std::string>& lines, const char* command, int seconds) {
   OwnedPipe pipe;
   if (!makePipe(pipe)) {
     infoNumbered("VUQ90003L", "failed to pipe():%s", std::strerror(errno));
@@ -109,4 +101,17 @@ int execGetLinesTimeout(std::list<std::string>& lines, const char* command, int 
   collectLines(output.get(), lines, /*maxLines=*/-1, kReadBytes);
   infoNumbered("VUQ90004L", "pid=%d,wstat=%08x", pid, static_cast<unsigned>(status));
   return exitStatus(status);
+}
+
+}  // namespace
+
+int execGetLinesTimeout(std::list<std::string>& lines, const char* command, int seconds) {
+  if (command == nullptr) {
+    invalidParamAt("common", 2951);
+    return -1;
+  }
+  traceAt("common", 2955, "execGetLinesTimeout() command:[%s]", command);
+  std::list<std::string> formerLines;  // emptied, not destroyed: `command` may be one of its items
+  lines.swap(formerLines);
+  return releasingOwners([&] { return runForAtMost(lines, command, seconds); });
 }

@@ -7,11 +7,13 @@
 
 #include <cstddef>
 #include <cstdlib>
+#include <exception>
 #include <functional>
 #include <list>
 #include <new>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -28,6 +30,7 @@
 #include "common/text.h"
 #include "rmglib/CVuqRmgLib.h"
 #include "support/actionlog.h"
+#include "support/childrun.h"
 #include "support/descriptors.h"
 #include "support/environmentguard.h"
 #include "support/sanitizer.h"
@@ -191,23 +194,63 @@ TEST(OutOfMemoryInATimeout, PipeWithoutAChildYet_IsClosed) {
   EXPECT_THROW(execGetLinesTimeout(lines, "true", 1), std::bad_alloc);
 }
 
+/// The end of a pipe that stays open as long as a command has it, one that no signal but SIGKILL
+/// ends.
+class StubbornCommand {
+ public:
+  StubbornCommand() {
+    EXPECT_EQ(::mkfifo(m_fifo.c_str(), 0600), 0);
+    m_reader.fd = ::open(m_fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  }
+  ~StubbornCommand() { ::close(m_reader.fd); }
+  StubbornCommand(const StubbornCommand&) = delete;
+  StubbornCommand& operator=(const StubbornCommand&) = delete;
+
+  /// Fills the log, so that the line of SIGTERM needs memory, and starts another process.
+  std::string text() const {
+    return kFillTheLog + ("trap '' TERM; sleep 60 >" + m_fifo) + " & exec sleep 60";
+  }
+
+  void expectEnded() {
+    EXPECT_EQ(::poll(&m_reader, 1, 10000), 1) << "somebody can still write";
+    EXPECT_EQ(m_reader.revents, POLLHUP);
+  }
+
+ private:
+  ScratchDir m_dir;
+  std::string m_fifo = m_dir / "fifo";
+  pollfd m_reader = {-1, POLLIN, 0};
+};
+
 TEST(OutOfMemoryInATimeout, Command_IsEndedWithAllThatItStartedAndWaitedFor) {
   const CapturedLog log;
-  const ScratchDir dir;
-  const std::string fifo = dir / "fifo";
-  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-  pollfd reader = {::open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC), POLLIN, 0};
-  const std::string command =
-      kFillTheLog + ("trap '' TERM; sleep 60 >" + fifo) + " & exec sleep 60";
+  StubbornCommand command;
+  const std::string text = command.text();
   {
     const NothingLeft check;
     std::list<std::string> lines;
-    allocationsLeft = 0;  // the first is for the line of SIGTERM
-    EXPECT_THROW(execGetLinesTimeout(lines, command.c_str(), 1), std::bad_alloc);
+    allocationsLeft = 0;
+    EXPECT_THROW(execGetLinesTimeout(lines, text.c_str(), 1), std::bad_alloc);
   }
-  EXPECT_EQ(::poll(&reader, 1, 10000), 1) << "somebody can still write";
-  EXPECT_EQ(reader.revents, POLLHUP);
-  ::close(reader.fd);
+  command.expectEnded();
+}
+
+TEST(OutOfMemoryInATimeout, Command_IsEndedAlsoWhereNobodyCatches) {
+  const CapturedLog log;
+  StubbornCommand command;
+  const std::string text = command.text();
+  const ChildResult child = runInChild([&] {
+    std::set_terminate([] { ::_exit(42); });
+    std::thread([&] {  // at the bottom of a thread nobody does
+      std::list<std::string> lines;
+      allocationsLeft = 0;
+      execGetLinesTimeout(lines, text.c_str(), 1);
+    })
+        .join();
+    return 0;
+  });
+  EXPECT_EQ(child.exitCode(), 42);
+  command.expectEnded();
 }
 
 /// A record whose fields are long.

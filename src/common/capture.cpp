@@ -52,7 +52,7 @@ void redirectError(const std::string& errorPath) {
 
 /// A child, and the stream on what it prints. The child is waited for by `reap` or, when an
 /// exception comes before, at the end of the object's life; the stream is closed first, so that a
-/// child which goes on printing ends.
+/// child which goes on printing gets SIGPIPE or, where the caller ignores that, EPIPE.
 class RunningCommand {
  public:
   /// Takes over `output`; where that is null the child is left alone.

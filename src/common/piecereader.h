@@ -5,9 +5,10 @@
 #include <cstdio>
 
 /// A text file read in pieces of bounded length, the way fgets(3) reads it: a piece ends behind a
-/// line feed, at the bound, or at the end of the file. A line longer than the bound arrives as
-/// several pieces; of a piece with a zero byte only what stands before it is seen, and the next
-/// line is not affected. Closes the file at the end of its life; no child inherits it.
+/// line feed, at the bound, or at the end of the file. A line that does not fit with its line feed
+/// arrives as several pieces, the last of which may be the line feed alone; of a piece with a zero
+/// byte only what stands before it is seen, and the next line is not affected. Closes the file at
+/// the end of its life; no command inherits it.
 class PieceReader {
  public:
   static constexpr std::size_t kBufferBytes = 1024;  ///< the largest bound

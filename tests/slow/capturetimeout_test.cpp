@@ -174,6 +174,13 @@ TEST(ExecGetLinesTimeout, Child_IsLookedAtOnceASecond) {
   expectBetween(outcome.took, 1.0, 10.0);
 }
 
+TEST(ExecGetLinesTimeout, EndInTheLastSecondOfTheLimit_IsLoggedAsATimeoutWithItsStatus) {
+  const Outcome outcome = run("sleep 0.3; exit 3", 1);
+  EXPECT_EQ(outcome.result, 3);
+  EXPECT_EQ(outcome.log, inOrder({started("sleep 0.3; exit 3"), kSigterm, ended("00000300")}));
+  expectBetween(outcome.took, 1.0, 10.0);
+}
+
 TEST(ExecGetLinesTimeout, LongLines_ArriveInPiecesOf1022Characters) {
   const ScratchDir dir;
   const struct {

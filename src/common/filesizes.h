@@ -7,7 +7,7 @@
 
 /// The size of a directory tree in kilobytes, as du(1) counts it; 0 when it prints no number.
 /// `path` goes to the shell as it is, in a command that is cut at 1,022 bytes. Null gives -1. The
-/// run is logged as `execGetLine` says.
+/// run is logged as `execGetLine` says; du's error output is the caller's.
 int getDirSize(const char* path);
 
 /// Adds up the sizes of what "ls -1" prints for a directory.
@@ -18,7 +18,8 @@ int getDirSize(const char* path);
 /// `archivesOnly`  non-zero: the patterns urgent.*.tar, *.txt and express.*.tar are listed, of
 ///                 which only the first is joined to `dir`.
 ///
-/// Returns 0; -1 when `dir` is empty, or a line names nothing that can be examined.
+/// Returns 0, also when ls(1) fails; -1 when `dir` is empty, or a line names nothing that can be
+/// examined. The run is logged as `execGetLines` says.
 ///
 /// A path that is printed in more than 1,022 bytes, as a pattern joined to a long `dir` may be,
 /// arrives in several entries (see `execGetLines`; of 1,023 bytes the second one is empty). Each is
@@ -31,12 +32,12 @@ int getDirFileSize(const std::string& dir, int& total, int archivesOnly);
 ///              other value: they count nothing.
 ///
 /// A file that cannot be measured adds nothing; it is logged by `getFileSize`, and traced at
-/// (common:192).
+/// (common:192). A directory that cannot be read adds nothing, without a line.
 std::int64_t getTotalFileSize(const std::list<std::string>& paths, int recursive);
 
 /// The second column of the second line that "df -b" prints for `path`, which goes to the shell as
-/// it is, in a command that is cut at 1,022 bytes. -1 when the command cannot be started or does
-/// not print two lines, and for null.
+/// it is, in a command that is cut at 1,022 bytes. -1 when no child or stream could be made, when
+/// df does not print two lines, and for null. Nothing is logged.
 int getFreeSize(const char* path);
 
 #endif

@@ -19,10 +19,12 @@ std::int64_t getFileSize(const char* path);
 
 /// Makes a directory with the permissions that the file-creation mask leaves.
 ///
+/// `path`     one that the caller has built itself: the shell expands wildcards in it, and ends it
+///            at a semicolon or a line feed (see `shellEsc`).
 /// `parents`  non-zero: missing parents are made too, and an existing directory is no failure.
 ///
-/// Returns 0, or -1 for every failure, null included. The run of mkdir(1) is logged as
-/// `execGetLine` says.
+/// Returns 0 when mkdir(1) did, otherwise -1, as for null. The run is logged as `execGetLine` says;
+/// what happens without a pipe or a shell says `s_popen`.
 int makeDir(const char* path, int parents);
 int makeDir(const std::string& path, int parents);
 

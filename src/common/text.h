@@ -39,7 +39,7 @@ std::string matchedString(const char* a, const char* b);
 /// or null for a size of 0, for which nothing is copied.
 ///
 /// `dst`  at least `size` bytes, which may overlap those of `src`. Null, or a null `src`, ends the
-/// process by abort(3), after
+///        process by abort(3), for a size of 0 as well, after
 ///        "*** assertion failed,P=PID\n*** common.cpp:19(dst != __null && src != __null)\n" on
 ///        standard error.
 char* strlcpy(char* dst, const char* src, unsigned size);

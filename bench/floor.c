@@ -10,7 +10,6 @@
 
 #define _GNU_SOURCE
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <stdarg.h>
@@ -32,19 +31,15 @@ int KEL_GetStatus(int reserved, int* status);
 
 static const char* logPath;
 static int isTraced;
-static char head[64];
-static size_t headLength;
-static time_t headSecond = -1;
 
-static void refreshHead(void) {
+/* What stands in front of a line, formed anew for each: nothing is kept between two lines. */
+static size_t formatHead(char* head, size_t size) {
   time_t now = time(NULL);
   struct tm local;
-  if (now == headSecond) return;
   localtime_r(&now, &local);
-  headLength = (size_t)sprintf(head, "%04d/%02d/%02d %02d:%02d:%02d %5d ", local.tm_year + 1900,
-                               local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
-                               local.tm_sec, (int)getpid());
-  headSecond = now;
+  return (size_t)snprintf(head, size, "%04d/%02d/%02d %02d:%02d:%02d %5d ", local.tm_year + 1900,
+                          local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
+                          local.tm_sec, (int)getpid());
 }
 
 static void put(int fd, const char* bytes, size_t count) {
@@ -66,7 +61,7 @@ static void rotate(void) {
 
 __attribute__((format(printf, 1, 2))) static void line(const char* format, ...) {
   struct stat status;
-  char text[2048];
+  char text[2048], head[192];
   va_list args;
   int length, fd;
   va_start(args, format);
@@ -74,8 +69,7 @@ __attribute__((format(printf, 1, 2))) static void line(const char* format, ...) 
   va_end(args);
   if (stat(logPath, &status) == 0 && status.st_size > 512000) rotate();
   fd = open(logPath, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-  refreshHead();
-  put(fd, head, headLength);
+  put(fd, head, formatHead(head, sizeof head));
   put(fd, text, (size_t)length);
   put(fd, "\n", 1);
   close(fd);
@@ -227,9 +221,7 @@ static void sendEvent(void) {
 }
 
 static void collect(void) {
-  char* (*freshName)(const char*, const char*);
-  *(void**)&freshName = dlsym(RTLD_DEFAULT, "tempnam"); /* the linker warns of its mention */
-  char* directory = freshName("/tmp", "swconf");
+  char* directory = tempnam("/tmp", "swconf"); /* the linker warns of it */
   char command[1024], answer[512];
   int error;
   struct stat file;

@@ -12,6 +12,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <signal.h>
 #include <stdarg.h>
 #include <stdint.h>
 #include <stdio.h>
@@ -44,6 +45,26 @@ static size_t formatHead(char* head, size_t size) {
 
 static void put(int fd, const char* bytes, size_t count) {
   if (write(fd, bytes, count) < 0) return;
+}
+
+/* What a run needs of its signals, and what its caller had them at, which its children get back. */
+static const int signals[3] = {SIGCHLD, SIGPIPE, SIGXFSZ};
+static void (*const needed[3])(int) = {SIG_DFL, SIG_IGN, SIG_IGN};
+static struct sigaction callers[3];
+
+static void settleSignals(void) {
+  struct sigaction action;
+  memset(&action, 0, sizeof action);
+  for (int i = 0; i < 3; ++i) {
+    action.sa_handler = needed[i];
+    sigaction(signals[i], &action, &callers[i]);
+  }
+}
+
+static void restoreSignals(void) {
+  for (int i = 0; i < 3; ++i) {
+    if (callers[i].sa_handler != needed[i]) sigaction(signals[i], &callers[i], NULL);
+  }
 }
 
 static int run(const char* command, int isQuiet, char* answer, size_t size, pid_t* child);
@@ -88,6 +109,7 @@ static int run(const char* command, int isQuiet, char* answer, size_t size, pid_
     close(ends[1]);
     close(ends[0]);
     if (isQuiet) dup2(open("/dev/null", O_RDWR | O_CLOEXEC), 2);
+    restoreSignals();
     execl("/bin/sh", "/bin/sh", "-c", command, (char*)NULL);
     _exit(1);
   }
@@ -97,6 +119,7 @@ static int run(const char* command, int isQuiet, char* answer, size_t size, pid_
   if (fgets(answer, (int)size, output) == NULL) answer[0] = '\0';
   while (fgets(buffer, sizeof buffer, output) != NULL) continue;
   fclose(output);
+  if (!isQuiet) close(ends[0]); /* once more, as s_pclose is bound to do for any caller */
   waitpid(*child, &status, 0);
   return status;
 }
@@ -257,6 +280,7 @@ int main(int argc, char** argv) {
   const char* level = getenv("TANEX_LOG_LEVEL");
   double start;
   umask(022);
+  settleSignals();
   poll(standard, 3, 0);
   logPath = getenv("TANEX_LOG");
   isTraced = level != NULL && strcmp(level, "LOG_LEVEL_TRACE") == 0;

@@ -1,5 +1,10 @@
 /* A communication library that answers "operating, done" and does nothing, so that what is measured
- * is the command. */
+ * is the command. Once everything is loaded, it makes a call that neither program makes, by which
+ * one who counts system calls knows where the program's own begin. */
+
+#include <unistd.h>
+
+__attribute__((constructor)) static void markLoaded(void) { getppid(); }
 
 int KEL_StartComm(int mode, int* value) { return (void)mode, (void)value, 0; }
 int KEL_StopComm(void) { return 0; }

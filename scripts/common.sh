@@ -8,6 +8,11 @@ cd "$root"
 
 say() { printf '\n== %s\n' "$*"; }
 
+# The commit that is checked out, and whether there is more than it.
+commit() {
+  git describe --always --dirty=", with changes that are not committed" 2>/dev/null || echo unknown
+}
+
 # need PACKAGE...: sees that Debian packages are installed; installs them where it may.
 need() {
   local missing=() package

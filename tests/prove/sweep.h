@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "prove/stage.h"
+#include "prove/workers.h"
 
 /// The row of the trials that try the machinery itself.
 extern const char* const kSelfTestRow;
@@ -21,28 +22,12 @@ struct Plan {
   bool isBlunt = false;    // for the proof of the sweep itself: no fault is injected
 };
 
-/// One line of the table.
-struct Row {
-  std::string name;
-  int calls = 0;  // of the undisturbed run
-  int tried = 0;
-  int hit = 0;
-  int broken = 0;  // trials that broke a promise or were not hit
-};
+/// Tries all that the plan asks for, in processes of its own. The rows are scenarios and families,
+/// with "calls" of the undisturbed run, "tried", "hit" and "broken" (trials that broke a promise or
+/// were not hit). Throws std::runtime_error when it cannot be done.
+Tally sweep(const Plan& plan);
 
-/// One trial that broke something.
-struct Finding {
-  std::string trial;
-  std::vector<std::string> broken;
-};
-
-struct Result {
-  std::vector<Row> rows;
-  std::vector<Finding> findings;
-};
-
-/// Tries all that the plan asks for, in processes of its own. Throws std::runtime_error when that
-/// cannot be done.
-Result sweep(const Plan& plan);
+/// The names of the rows in the order of the table: the scenarios, then the other families.
+std::vector<std::string> rowNames(const Tally& tally);
 
 #endif

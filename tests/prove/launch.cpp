@@ -54,6 +54,8 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   std::vector<std::string> words = launch.words;
   std::vector<std::string> environment;
   for (const auto& [name, value] : launch.environment) environment.push_back(name + "=" + value);
+  environment.insert(environment.end(), launch.moreEnvironment.begin(),
+                     launch.moreEnvironment.end());
   const std::vector<char*> argv = pointersTo(words);
   const std::vector<char*> envp = pointersTo(environment);
   ::signal(SIGPIPE, SIG_DFL);
@@ -65,7 +67,8 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
       (!launch.asOrdinaryUser || becomeOrdinaryUser()) && ::chdir(launch.folder.c_str()) == 0 &&
       redirect("/dev/null", O_RDONLY, STDIN_FILENO) &&
       redirect(launch.output, O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, STDOUT_FILENO) &&
-      redirect(launch.errors, O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, STDERR_FILENO);
+      redirect(launch.errors, O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, STDERR_FILENO) &&
+      (!launch.handDown || launch.handDown());
   if (isReady && (!isTraced || (::raise(SIGSTOP) == 0 && installCallFilter()))) {
     ::execve(launch.program.c_str(), argv.data(), envp.data());
   }

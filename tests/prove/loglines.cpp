@@ -57,7 +57,7 @@ std::string normalised(const std::string& text) {
   std::string result = text;
   blank(result, "pid=", 20, isOfNumber);
   blank(result, "time='", 40, isOfNumber);
-  blank(result, "/tmp/swcon", kGeneratedBytes,
+  blank(result, "/swcon", kGeneratedBytes,
         [](char byte) { return std::isalnum(static_cast<unsigned char>(byte)) != 0; });
   return result;
 }

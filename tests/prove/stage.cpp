@@ -16,13 +16,14 @@
 
 namespace fs = std::filesystem;
 
+const char* const kSeededFile = "/srv/bin/seeded";
+
 namespace {
 
 const char* const kLoopbackFolder = "/srv/bin/loopback";
 const char* const kHostileFolder = "/srv/bin/hostile";
 const char* const kFenceFile = "/srv/bin/fence.so";
 const char* const kAllocationFile = "/srv/bin/allocation.so";
-const char* const kSeededFile = "/srv/bin/seeded";
 const char* const kCollectionFolder = "/opt/dovra/tanex/bin";
 
 void check(bool isDone, const std::string& what) {
@@ -46,11 +47,6 @@ void writeFile(const fs::path& path, const std::string& text) {
 void writeProgram(const fs::path& path, const std::string& text) {
   writeFile(path, text);
   check(::chmod(path.c_str(), 0755) == 0, "chmod");
-}
-
-void mountMemory(const char* where) {
-  check(::mount("none", where, "tmpfs", 0, "size=64m,mode=0755") == 0,
-        std::string("mount(") + where + ")");
 }
 
 /// Sets how a mount, and all below it, may be used.
@@ -89,15 +85,27 @@ void collectTree(const fs::path& folder, std::map<std::string, std::string>& fil
 
 }  // namespace
 
+void mountMemory(const char* where) {
+  check(::mount("none", where, "tmpfs", 0, "size=64m,mode=0755") == 0,
+        std::string("mount(") + where + ")");
+}
+
 void enterStage(const Equipment& equipment) {
+  enterStage({{kCommandFile, equipment.command},
+              {std::string(kLoopbackFolder) + "/libkelcom.so", equipment.loopback},
+              {std::string(kHostileFolder) + "/libkelcom.so", equipment.hostile},
+              {kFenceFile, equipment.fence},
+              {kAllocationFile, equipment.allocation},
+              {kSeededFile, equipment.seeded}});
+}
+
+void enterStage(const std::map<std::string, std::string>& programs) {
   // Read before the build folder may be hidden by a mount.
-  const std::map<std::string, std::string> programs = {
-      {kCommandFile, readFile(equipment.command)},
-      {std::string(kLoopbackFolder) + "/libkelcom.so", readFile(equipment.loopback)},
-      {std::string(kHostileFolder) + "/libkelcom.so", readFile(equipment.hostile)},
-      {kFenceFile, readFile(equipment.fence)},
-      {kAllocationFile, readFile(equipment.allocation)},
-      {kSeededFile, readFile(equipment.seeded)}};
+  std::map<std::string, std::string> contents;
+  for (const auto& [path, source] : programs) {
+    contents[path] = readFile(source);
+    if (contents[path].empty()) throw std::runtime_error("nothing to put at " + path);
+  }
   check(::unshare(CLONE_NEWNS) == 0, "unshare");
   check(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "mount(/, private)");
   // The map of a user namespace is written through /proc.
@@ -105,10 +113,7 @@ void enterStage(const Equipment& equipment) {
   setReadOnly("/proc", false);
   for (const char* where : {kStage, "/opt", "/tmp"}) mountMemory(where);
   check(::chmod("/tmp", 01777) == 0, "chmod(/tmp)");
-  for (const auto& [path, bytes] : programs) {
-    if (bytes.empty()) throw std::runtime_error("nothing to put at " + path);
-    writeProgram(path, bytes);
-  }
+  for (const auto& [path, bytes] : contents) writeProgram(path, bytes);
   for (const char* folder : {"/srv/out", "/srv/log", kOutbox}) fs::create_directories(folder);
   check(::umask(022) != static_cast<mode_t>(-1) && ::chdir("/") == 0, "chdir");
 }

@@ -8,6 +8,9 @@
 #include "prove/scenario.h"
 #include "prove/trace.h"
 
+/// The command with bugs, on the stage.
+extern const char* const kSeededFile;
+
 /// The files under proof, as they lie in the build folder.
 struct Equipment {
   std::string command;
@@ -35,6 +38,12 @@ struct Outcome {
 /// /tmp, everything else read-only. Nothing that happens there is seen outside, and all of it
 /// vanishes with the process. Throws std::runtime_error where the kernel refuses.
 void enterStage(const Equipment& equipment);
+
+/// The same with other programs: by the place on the stage, the file that is copied there.
+void enterStage(const std::map<std::string, std::string>& programs);
+
+/// Puts a fresh memory file system over a folder.
+void mountMemory(const char* where);
 
 /// Puts the stage in order for a run of `scenario`: its input, its log, and nothing of a run
 /// before.

@@ -4,6 +4,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -59,10 +60,12 @@ struct Launch {
   std::string program;
   std::vector<std::string> words;
   std::map<std::string, std::string> environment;
-  std::string folder;  // the working directory
-  std::string output;  // the file for standard output
-  std::string errors;  // the file for standard error
+  std::vector<std::string> moreEnvironment;  // further entries, as they are
+  std::string folder;                        // the working directory
+  std::string output;                        // the file for standard output
+  std::string errors;                        // the file for standard error
   bool asOrdinaryUser = false;
+  std::function<bool()> handDown;  // the last thing before the command starts; false for a failure
   std::chrono::milliseconds limit = std::chrono::seconds(20);
 };
 

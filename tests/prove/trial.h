@@ -57,7 +57,4 @@ std::vector<Trial> endTrials(const Reference& reference);
 /// The machinery itself: a fault that is not injected must be missed, a seeded bug must be found.
 std::vector<Trial> selfTrials(const Reference& event, const Reference& incident);
 
-/// For runs without a tracer: the log must hold whole lines that all belong to the command.
-void judgePlainLog(const Outcome& run, std::vector<std::string>& broken);
-
 #endif

@@ -6,6 +6,7 @@
 
 #include "prove/ending.h"
 #include "prove/judge.h"
+#include "prove/judge_plain.h"
 #include "prove/launch.h"
 #include "prove/loglines.h"
 #include "prove/trial.h"
@@ -42,60 +43,6 @@ Outcome runOn(const Scenario& scenario, const Launch& launch) {
   return collectOutcome(runPlainly(launch));
 }
 
-void expect(bool isKept, const std::string& what, std::vector<std::string>& broken) {
-  if (!isKept) broken.push_back(what);
-}
-
-void judgePlainInputs(const Reference& reference, const Outcome& run,
-                      std::vector<std::string>& broken) {
-  expect(run.inputs == reference.outcome.inputs, "6: an input file was changed", broken);
-}
-
-/// Nothing but what the collection commands print, or less where one was not run or its output not
-/// read.
-void judgePlainOutput(const Reference& reference, const Outcome& run,
-                      std::vector<std::string>& broken) {
-  expect(isPartOf(run.output, reference.outcome.output), "5: standard output is: " + run.output,
-         broken);
-}
-
-bool isLogged(const Outcome& run, const std::string& message) {
-  return run.log.find(message) != std::string::npos;
-}
-
-/// Whether a directory that is left is no fault: the command was told that it could not be made, or
-/// the memory to remove it was not to be had.
-bool isExcused(const Outcome& run, const std::string& path) {
-  const std::string directory = path.substr(0, path.find('/', std::strlen("/tmp/")));
-  return isLogged(run, "VUQ90103L : failed to create dir:" + directory + "\n") ||
-         (signalOf(run.trace.waitStatus) == SIGABRT &&
-          isLogged(run, "[T](CTemp:188):delTempFile:" + directory + "\n"));
-}
-
-void judgePlainTemporary(const Reference& reference, const Outcome& run,
-                         std::vector<std::string>& broken) {
-  if (keepsItems(*reference.scenario)) return;
-  for (const std::string& item : run.temporary) {
-    expect(isExcused(run, item), "6: left behind: " + item, broken);
-  }
-}
-
-/// The last line must be the exit line of the status, where the command came to an end of its own.
-void judgePlainEnd(const Outcome& run, std::vector<std::string>& broken) {
-  if (signalOf(run.trace.waitStatus) != 0) return;
-  std::string last;
-  std::istringstream lines(run.log);
-  for (std::string line; std::getline(lines, line);) last = line;
-  const std::string head = "exit. code = ";
-  const std::size_t at = last.find(head);
-  // The log has the whole integer, the caller its low eight bits.
-  const bool isRight = at != std::string::npos && (std::stoll(last.substr(at + head.size())) &
-                                                   0xff) == exitStatusOf(run.trace.waitStatus);
-  expect(isRight,
-         "2: status " + std::to_string(exitStatusOf(run.trace.waitStatus)) + ", last line: " + last,
-         broken);
-}
-
 // --- allocations ---------------------------------------------------------------------------------
 
 Verdict tryAllocation(const Reference& reference, const std::string& which) {
@@ -103,26 +50,7 @@ Verdict tryAllocation(const Reference& reference, const std::string& which) {
   verdict.run = runOn(*reference.scenario, allocationLaunchOf(*reference.scenario, which));
   const Outcome& run = verdict.run;
   verdict.isHit = readCounts().failed > 0;
-  const int status = exitStatusOf(run.trace.waitStatus);
-  const bool isEndOfTable =
-      status == reference.scenario->status || status == kRejected || status == kNoTempDir;
-  expect(isEndOfTable || signalOf(run.trace.waitStatus) == SIGABRT,
-         "1: wait status " + std::to_string(run.trace.waitStatus), verdict.broken);
-  const Ending ending =
-      signalOf(run.trace.waitStatus) == SIGABRT ? Ending::kTerminated : Ending::kWhole;
-  for (const std::string& broken : judgeOrder(run.record, *reference.scenario, ending)) {
-    verdict.broken.push_back(broken);
-  }
-  // Without memory for the log's own name, or for the command that backs it up, nothing is logged.
-  const bool isUntouched = run.log == initialLog(*reference.scenario);
-  if (!isUntouched || signalOf(run.trace.waitStatus) != SIGABRT) judgePlainLog(run, verdict.broken);
-  judgePlainEnd(run, verdict.broken);
-  const bool isThrough = status == reference.scenario->status;
-  expect(!isThrough || countExchanges(run.record) == reference.scenario->exchanges,
-         "3: " + std::to_string(countExchanges(run.record)) + " exchanges", verdict.broken);
-  judgePlainTemporary(reference, run, verdict.broken);
-  judgePlainOutput(reference, run, verdict.broken);
-  judgePlainInputs(reference, run, verdict.broken);
+  judgeShortOfMemory(reference, run, verdict.broken);
   return verdict;
 }
 
@@ -158,16 +86,16 @@ Verdict tryDeed(const Reference& reference, const std::string& call, const std::
   judgePlainLog(run, verdict.broken);
   judgePlainInputs(reference, run, verdict.broken);
   if (deed == "hang") {
-    expect(run.trace.isTimedOut, "1: a library that hangs was left", verdict.broken);
+    demand(run.trace.isTimedOut, "1: a library that hangs was left", verdict.broken);
     return verdict;
   }
   if (deed == "crash") {
-    expect(signalOf(run.trace.waitStatus) == SIGSEGV, "1: a library that crashed was survived",
+    demand(signalOf(run.trace.waitStatus) == SIGSEGV, "1: a library that crashed was survived",
            verdict.broken);
     return verdict;
   }
   const int end = expectedEnd(name, deed, value);
-  expect(end < 0 ? signalOf(run.trace.waitStatus) == SIGABRT
+  demand(end < 0 ? signalOf(run.trace.waitStatus) == SIGABRT
                  : exitStatusOf(run.trace.waitStatus) == end,
          "1: wait status " + std::to_string(run.trace.waitStatus), verdict.broken);
   const Ending ending =
@@ -192,21 +120,6 @@ void addDeed(std::vector<Trial>& trials, const Reference& reference, const std::
 }
 
 }  // namespace
-
-void judgePlainLog(const Outcome& run, std::vector<std::string>& broken) {
-  expect(!run.log.empty() && run.log.back() == '\n', "4: the log does not end with a line", broken);
-  static const std::string shape = "0000/00/00 00:00:00 ";
-  std::istringstream lines(run.log);
-  for (std::string line; std::getline(lines, line);) {
-    // Two messages end with a line feed of their own; an empty line follows them.
-    if (line.empty()) continue;
-    const std::size_t blank = line.find_first_not_of(' ', shape.size());
-    const int pid = blank == std::string::npos ? 0 : std::atoi(line.c_str() + blank);  // NOLINT
-    const std::size_t end = line.find(' ', blank);
-    expect(end != std::string::npos && isHead(line.substr(0, end + 1), pid),
-           "4: not a whole line: " + line, broken);
-  }
-}
 
 std::vector<Trial> allocationTrials(const Reference& reference) {
   const Scenario& scenario = *reference.scenario;

@@ -14,17 +14,35 @@
 //   changed-input     the send-file list is written to
 //   unwaited-child    nobody waits for the programs that are run
 //   repeated-removal  the temporary directory is removed twice
+//
+// And those of what a caller hands down:
+//
+//   sigchld-kept        SIGCHLD stays as the caller had it
+//   sigpipe-default     SIGPIPE ends the process
+//   sigxfsz-default     SIGXFSZ ends the process
+//   handler-installed   SIGPIPE has a handler
+//   signals-handed-on   the programs that are run get the command's own dispositions
+//   signal-blocked      SIGTERM is blocked
+//   mask-kept           the file-creation mask stays as the caller had it
+//   descriptors-closed  standard descriptors that were closed stay so
+//   zone-ignored        times are in UTC
+//   zone-kept           times stay in the zone of the first one
+//   folder-needed       without a working directory the process ends with 1
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
+#include "common/callersignals.h"
 #include "common/childshell.h"
 #include "common/piecereader.h"
+#include "common/stdfds.h"
 #include "rmglib/CVuqRmgLib.h"
 
 namespace {
@@ -106,6 +124,49 @@ bool __wrap__Z8makePipeR4Pipe(Pipe& pipe) {
 int __real__ZN14CVuqRmgLibImpl11RM_StopCommEv(CVuqRmgLibImpl* client);
 int __wrap__ZN14CVuqRmgLibImpl11RM_StopCommEv(CVuqRmgLibImpl* client) {
   return isSeeded("single-stop") ? 0 : __real__ZN14CVuqRmgLibImpl11RM_StopCommEv(client);
+}
+
+void __real__Z13settleSignalsv();
+void __wrap__Z13settleSignalsv() {
+  struct sigaction callers = {};
+  ::sigaction(SIGCHLD, nullptr, &callers);
+  __real__Z13settleSignalsv();
+  if (isSeeded("sigchld-kept")) ::sigaction(SIGCHLD, &callers, nullptr);
+  if (isSeeded("sigpipe-default")) std::signal(SIGPIPE, SIG_DFL);
+  if (isSeeded("sigxfsz-default")) std::signal(SIGXFSZ, SIG_DFL);
+  if (isSeeded("handler-installed")) std::signal(SIGPIPE, [](int) {});
+  if (!isSeeded("signal-blocked")) return;
+  sigset_t set = {};
+  ::sigemptyset(&set);
+  ::sigaddset(&set, SIGTERM);
+  ::sigprocmask(SIG_BLOCK, &set, nullptr);
+}
+
+void __real__Z20restoreCallerSignalsv();
+void __wrap__Z20restoreCallerSignalsv() {
+  if (!isSeeded("signals-handed-on")) __real__Z20restoreCallerSignalsv();
+}
+
+mode_t __real_umask(mode_t mask);
+mode_t __wrap_umask(mode_t mask) { return isSeeded("mask-kept") ? 0 : __real_umask(mask); }
+
+void __real__Z25occupyStandardDescriptorsv();
+void __wrap__Z25occupyStandardDescriptorsv() {
+  if (isSeeded("folder-needed") && ::getcwd(nullptr, 0) == nullptr) ::_exit(1);
+  if (!isSeeded("descriptors-closed")) __real__Z25occupyStandardDescriptorsv();
+}
+
+std::tm* __real_localtime_r(const std::time_t* time, std::tm* local);
+std::tm* __wrap_localtime_r(const std::time_t* time, std::tm* local) {
+  static long offset = 0;
+  static bool isKept = false;
+  std::tm* result = __real_localtime_r(time, local);
+  if (isSeeded("zone-ignored")) return ::gmtime_r(time, local);
+  if (!isSeeded("zone-kept")) return result;
+  if (!isKept) offset = local->tm_gmtoff;
+  isKept = true;
+  const std::time_t shifted = *time + offset;
+  return ::gmtime_r(&shifted, local);
 }
 
 __attribute__((destructor)) static void endOtherwise() {

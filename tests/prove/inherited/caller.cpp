@@ -80,9 +80,8 @@ bool breakPipe(int stream) {
 bool handDownStream(int stream, Stream kind) {
   switch (kind) {
     case Stream::kOrdinary:
+    case Stream::kClosed:  // last of all, so that none of the others takes its number
       return true;
-    case Stream::kClosed:
-      return true;  // last of all, so that none of the others takes its number
     case Stream::kWrongWay:
       return reopenWrongWay(stream);
     case Stream::kFull:

@@ -15,7 +15,8 @@ struct Expected {
   bool isLoaded = true;  // false: the command cannot be started, and nothing at all happens
   int status = 0;
   std::vector<std::string> messages;  // of the log, without their heads
-  std::uint64_t mostBytes = 0;        // of each file: the log, its backup, the output; 0 for any
+  std::uint64_t mostLogBytes =
+      ~std::uint64_t{0};  // the log ends there, within a line or behind one
   std::string backup;
   std::string record;
   std::string output;

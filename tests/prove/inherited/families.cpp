@@ -81,7 +81,8 @@ Situation undisturbed(const Scenario& scenario) {
   situation.caller.words = scenario.arguments;
   situation.caller.environment = {"PATH=/usr/bin:/bin"};
   for (const auto& [name, value] : scenario.environment) {
-    situation.caller.environment.push_back(name + "=" + value);
+    situation.caller.environment.push_back(name);
+    situation.caller.environment.back() += "=" + value;
   }
   situation.caller.nice = ::getpriority(PRIO_PROCESS, 0);
   return situation;
@@ -92,7 +93,8 @@ void Catalogue::add(const std::string& family, std::initializer_list<const char*
   for (const char* name : scenarios) {
     Situation situation = undisturbed(scenarioOf(name));
     situation.family = family;
-    situation.name = std::string(name) + " " + family + " " + what;
+    situation.name = name;
+    situation.name += " " + family + " " + what;
     change(situation);
     m_situations.push_back(std::move(situation));
   }

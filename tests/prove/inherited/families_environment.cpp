@@ -86,7 +86,7 @@ void addOdd(Catalogue& catalogue) {
               "TANEX_LOG_LEVEL=",
               "TANEX_NOT_DEL_TEMP=",
               "PKG_INSTALL_ROOT=/nonexistent",
-              std::string(127 * 1024, 'n') + "=value"});
+              std::string(127UL * 1024UL, 'n') + "=value"});
   addEntries(catalogue, "environment",
              values("IFS", {"", " ", "/", ":", "-", "\n", "swcon", "0123456789",
                             "abcdefghijklmnopqrstuvwxyz/ -"}));

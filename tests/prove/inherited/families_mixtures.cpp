@@ -16,7 +16,8 @@ constexpr std::uint64_t kOfStops =
 
 /// About a quarter of all signals.
 std::uint64_t someSignals(Random& random) {
-  return random() & random() & ~(bitOf(SIGKILL) | bitOf(SIGSTOP));
+  const std::uint64_t half = random();
+  return half & random() & ~(bitOf(SIGKILL) | bitOf(SIGSTOP));
 }
 
 void mix(Random& random, Situation& situation) {

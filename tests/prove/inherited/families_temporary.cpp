@@ -4,8 +4,8 @@ namespace {
 
 constexpr int kExit1 = 1 << 8;  // the wait status
 
-void add(Catalogue& catalogue, const std::string& what, const std::string& value, TempPlace place,
-         Folder folder = Folder::kCase) {
+void add(Catalogue& catalogue, const std::string& what, const std::string& value,
+         const TempPlace& place, Folder folder = Folder::kCase) {
   catalogue.add("TMPDIR", {"incident", "incident-trace", "event-err"}, what,
                 [=](Situation& situation) {
                   setVariable(situation.caller, "TMPDIR=" + value);
@@ -87,7 +87,8 @@ void addElsewhere(Catalogue& catalogue) {
   linkAside.folders = {"/srv/t/area"};
   linkAside.links = {{"/srv/t/link", "area"}};
   add(catalogue, "a link", "/srv/t/link", linkAside);
-  for (const std::size_t bytes : {200UL, 900UL, 968UL, 1200UL, 1900UL, 2020UL, 3000UL, 4000UL}) {
+  for (const std::size_t bytes :
+       {200UL, 900UL, 968UL, 980UL, 981UL, 1200UL, 1900UL, 2020UL, 3000UL, 4000UL}) {
     const std::string path = longFolder(bytes);
     add(catalogue, std::to_string(bytes) + " bytes", path, made(path));
   }

@@ -30,6 +30,10 @@ struct Subject {
   void expect(bool isKept, const std::string& what) const { demand(isKept, what, broken); }
 };
 
+bool beginsWith(const std::string& text, const std::string& head) {
+  return text.compare(0, head.size(), head) == 0;
+}
+
 // --- what was handed down ------------------------------------------------------------------------
 
 std::string libraryOf(const Situation& situation) {
@@ -56,7 +60,7 @@ Texts unseenIn(const Situation& situation, const Run& run) {
 /// TZ as the command has it: the first of several counts.
 const char* zoneOf(const Situation& situation) {
   for (const std::string& entry : situation.caller.environment) {
-    if (entry.compare(0, 3, "TZ=") == 0) return entry.c_str() + 3;
+    if (beginsWith(entry, "TZ=")) return entry.c_str() + 3;
   }
   return nullptr;
 }
@@ -90,12 +94,11 @@ std::size_t firstOfNewZone(const Subject& subject) {
   if (subject.situation.zoneCall.empty()) return subject.expected.messages.size();
   const Texts& messages = subject.expected.messages;
   const bool isStart = subject.situation.zoneCall == "KEL_StartComm";
-  const std::string first =
-      isStart ? "(CSendInfo::SendInfo) call startCom" : "### main : " + std::string(kCommandFile);
+  const std::string first = isStart ? "(CSendInfo::SendInfo) call startCom" : "### main : ";
   // The line that follows the call; of an identifier's the one behind the start line.
-  const auto found = std::find_if(messages.begin(), messages.end(), [&](const std::string& text) {
-    return text.compare(0, first.size(), first) == 0;
-  });
+  const auto found =
+      std::find_if(messages.begin(), messages.end(),
+                   [&first](const std::string& text) { return beginsWith(text, first); });
   const auto at = static_cast<std::size_t>(found - messages.begin());
   return isStart ? at : at + 1;
 }
@@ -117,56 +120,59 @@ void judgeHeads(const Subject& subject, const std::vector<PlainLine>& lines) {
   }
 }
 
-/// What a file holds that must not grow beyond the limit: all, or as much as there is room for.
-bool isAsFarAs(const std::string& text, std::uint64_t most) {
-  if (most == static_cast<std::uint64_t>(-1)) return text.empty();
-  return most == 0 || text.size() <= most;
-}
-
 void judgeMessages(const Subject& subject, const std::vector<PlainLine>& lines) {
   const Texts& messages = subject.expected.messages;
-  const std::uint64_t most = subject.expected.mostBytes;
-  // A log that reached its limit ends within a line, or behind one.
-  const bool isCut =
-      most != 0 && (subject.run.outcome.log.size() == most || subject.run.outcome.log.empty());
-  subject.expect(isCut || lines.size() == messages.size(), "log: " + std::to_string(lines.size()) +
-                                                               " lines instead of " +
-                                                               std::to_string(messages.size()));
-  for (std::size_t at = 0; at < lines.size() && at < messages.size(); ++at) {
-    const std::string expected = normalised(messages[at]);
+  for (std::size_t at = 0; at < std::min(lines.size(), messages.size()); ++at) {
     const std::string message = normalised(lines[at].message);
-    if (isCut && at + 1 == lines.size()) continue;
-    subject.expect(message == expected, "log: line " + std::to_string(at + 1) + " is: " + message);
+    subject.expect(message == normalised(messages[at]),
+                   "log: line " + std::to_string(at + 1) + " is: " + message);
   }
-  // Lines that are missing at the end, or differ in number, show best as a whole.
-  for (std::size_t at = lines.size(); !isCut && at < messages.size(); ++at) {
-    subject.expect(false, "log: line " + std::to_string(at + 1) + " is missing: " + messages[at]);
+  subject.expect(lines.size() == messages.size(), "log: " + std::to_string(lines.size()) +
+                                                      " lines instead of " +
+                                                      std::to_string(messages.size()));
+}
+
+/// A log that has reached its limit: whole lines, and of the next one what there was room for.
+void judgeCutLog(const Subject& subject, std::vector<PlainLine>& lines) {
+  const Texts& messages = subject.expected.messages;
+  const std::string& log = subject.run.outcome.log;
+  const std::size_t end = log.rfind('\n') + 1;  // 0 where there is none
+  lines = plainLines(log.substr(0, end));
+  const std::vector<PlainLine> rest = plainLines(log.substr(end));
+  const bool isInHead = rest.empty() || rest.front().head.empty();
+  std::vector<PlainLine> all = lines;
+  if (!isInHead) all.push_back(rest.front());
+  subject.expect(all.size() <= messages.size(), "log: more lines than expected");
+  for (std::size_t at = 0; at < std::min(all.size(), messages.size()); ++at) {
+    const std::string message = normalised(all[at].message);
+    const std::string expected = normalised(messages[at]);
+    // The last one may lack its end, which with some is a line feed of its own.
+    const bool isLast = at + 1 == all.size();
+    subject.expect(isLast ? beginsWith(expected, message) : message == expected,
+                   "log: line " + std::to_string(at + 1) + " is: " + message);
   }
 }
 
 void judgeLogFile(const Subject& subject) {
   const Outcome& outcome = subject.run.outcome;
-  const std::uint64_t most = subject.expected.mostBytes;
-  subject.expect(isAsFarAs(outcome.log, most), "log: it has grown beyond the limit");
-  subject.expect(outcome.log.empty() || subject.run.logMode == subject.undisturbed.run.logMode,
+  subject.expect(subject.run.logMode == subject.undisturbed.run.logMode,
                  "log: its permission bits are " + std::to_string(subject.run.logMode));
-  const std::string& backup = subject.expected.backup;
-  subject.expect(most == 0 ? outcome.backup == backup
-                           : isAsFarAs(outcome.backup, most) &&
-                                 backup.compare(0, outcome.backup.size(), outcome.backup) == 0,
-                 "log: its backup is not what it was");
+  subject.expect(outcome.backup == subject.expected.backup, "log: its backup is not what it was");
 }
 
 void judgeLog(const Subject& subject) {
-  const std::string initial = initialLog(*subject.situation.scenario);
+  const std::string& log = subject.run.outcome.log;
   if (subject.expected.messages.empty()) {
-    subject.expect(subject.run.outcome.log == initial, "log: it was written to");
+    subject.expect(log == initialLog(*subject.situation.scenario), "log: it was written to");
     return;
   }
-  std::vector<PlainLine> lines = plainLines(subject.run.outcome.log);
-  const bool isLastTorn = subject.expected.mostBytes != 0 && !lines.empty();
-  judgeMessages(subject, lines);
-  if (isLastTorn) lines.pop_back();
+  std::vector<PlainLine> lines = plainLines(log);
+  subject.expect(log.size() <= subject.expected.mostLogBytes, "log: it has grown beyond the limit");
+  if (log.size() == subject.expected.mostLogBytes) {
+    judgeCutLog(subject, lines);
+  } else {
+    judgeMessages(subject, lines);
+  }
   judgeHeads(subject, lines);
   judgeLogFile(subject);
 }
@@ -179,12 +185,9 @@ void judgeEnd(const Subject& subject) {
   subject.expect(exitStatusOf(status) == subject.expected.status, "end: " + endText(status));
 }
 
-/// Two calls of the record, one that is broken off among them, with what they have in common.
 void judgeRecord(const Subject& subject) {
   const std::string record = normalised(subject.run.outcome.record);
   subject.expect(record == normalised(subject.expected.record), "exchanges: " + record);
-  // Where the process ends at once it cannot stop communication any more; the undisturbed record
-  // tells whether it had to.
   for (const std::string& broken :
        judgeOrder(subject.run.outcome.record, *subject.situation.scenario, Ending::kWhole)) {
     subject.broken.push_back("exchanges: " + broken);
@@ -252,40 +255,65 @@ bool isHandedOn(const Subject& subject, int stream, const StreamState& state) {
          state.file == first.file;
 }
 
-void judgeChild(const Subject& subject, const Observation& child) {
-  const Caller& caller = subject.situation.caller;
-  const Observation& loaded = *find(subject.run, Role::kLoaded);
-  const bool isShell = child.role == Role::kShell;
-  const std::string who = std::string(isShell ? "shell of " : "collection command on ") +
-                          normalised(child.detail) + ": ";
-  const std::uint64_t ignored =
-      isShell ? caller.ignored : caller.ignored & ~subject.expected.ignoredHidden;
+/// One child before its judge.
+struct Child {
+  const Subject& subject;
+  const Observation& found;
+  const Observation& command;  // as it was loaded
+  bool isShell;
+  std::string who;
+
+  void expect(bool isKept, const std::string& what) const { subject.expect(isKept, who + what); }
+};
+
+/// As the caller handed them down; a collection command has them from its shell.
+void judgeSignals(const Child& child) {
+  const Caller& caller = child.subject.situation.caller;
+  const Expected& expected = child.subject.expected;
+  const std::uint64_t ignored = caller.ignored & ~(child.isShell ? 0 : expected.ignoredHidden);
   const std::uint64_t blocked =
-      (caller.blocked | caller.pending) & ~(isShell ? 0 : subject.expected.blockedHidden);
-  subject.expect(child.ignored == ignored, who + "ignores " + hexText(child.ignored));
-  subject.expect(child.caught == 0, who + "catches " + hexText(child.caught));
-  subject.expect(child.blocked == blocked, who + "blocks " + hexText(child.blocked));
-  subject.expect(std::equal(child.limits, child.limits + kLimits, loaded.limits),
-                 who + "has other limits");
-  subject.expect(child.mask == 022, who + "another file-creation mask");
-  subject.expect(child.nice == loaded.nice, who + "another niceness");
-  subject.expect(
-      child.folderError == loaded.folderError && std::strcmp(child.folder, loaded.folder) == 0,
-      who + "another working directory");
-  subject.expect(!loaded.leadsSession || child.hasTerminal == loaded.hasTerminal,
-                 who + "another terminal");
-  subject.expect(child.openAbove == 0, who + "descriptors are open");
-  subject.expect(isHandedOn(subject, 0, child.streams[0]), who + "another standard input");
-  subject.expect(S_ISFIFO(child.streams[1].mode) && !child.streams[1].isBroken,
-                 who + "standard output is no pipe");
-  const bool hasOwnErrors =
-      isShell ? std::strncmp(child.detail, "uname", 5) == 0 : !subject.expected.isCommandCut;
-  subject.expect(
-      hasOwnErrors ? S_ISCHR(child.streams[2].mode) : isHandedOn(subject, 2, child.streams[2]),
-      who + "another standard error");
-  const std::uint64_t expectedEnvironment =
-      subject.situation.zoneCall.empty() && isShell ? loaded.environment : child.environment;
-  subject.expect(child.environment == expectedEnvironment, who + "another environment");
+      (caller.blocked | caller.pending) & ~(child.isShell ? 0 : expected.blockedHidden);
+  child.expect(child.found.ignored == ignored, "ignores " + hexText(child.found.ignored));
+  child.expect(child.found.caught == 0, "catches " + hexText(child.found.caught));
+  child.expect(child.found.blocked == blocked, "blocks " + hexText(child.found.blocked));
+}
+
+void judgeDescriptors(const Child& child) {
+  const Subject& subject = child.subject;
+  const StreamState* streams = child.found.streams;
+  child.expect(isHandedOn(subject, 0, streams[0]), "another standard input");
+  child.expect(S_ISFIFO(streams[1].mode) && !streams[1].isBroken, "standard output is no pipe");
+  // That of uname and, by their command lines, of the collection commands is /dev/null.
+  const bool isDiscarded =
+      child.isShell ? beginsWith(child.found.detail, "uname") : !subject.expected.isCommandCut;
+  child.expect(isDiscarded ? S_ISCHR(streams[2].mode) : isHandedOn(subject, 2, streams[2]),
+               "another standard error");
+  child.expect(child.found.openAbove == 0, "descriptors are open");
+}
+
+void judgeAttributes(const Child& child) {
+  const Observation& found = child.found;
+  const Observation& command = child.command;
+  child.expect(std::equal(found.limits, found.limits + kLimits, command.limits), "other limits");
+  child.expect(found.mask == 022, "another file-creation mask");
+  child.expect(found.nice == command.nice, "another niceness");
+  child.expect(
+      found.folderError == command.folderError && std::strcmp(found.folder, command.folder) == 0,
+      "another working directory");
+  child.expect(found.hasTerminal == command.hasTerminal, "another terminal");
+  // The closed library may change it, and a shell does.
+  const bool isKept = child.isShell && child.subject.situation.zoneCall.empty();
+  child.expect(!isKept || found.environment == command.environment, "another environment");
+}
+
+void judgeChild(const Subject& subject, const Observation& found) {
+  const bool isShell = found.role == Role::kShell;
+  const Child child = {
+      subject, found, *find(subject.run, Role::kLoaded), isShell,
+      (isShell ? "shell of " : "collection command on ") + normalised(found.detail) + ": "};
+  judgeSignals(child);
+  judgeDescriptors(child);
+  judgeAttributes(child);
 }
 
 void judgeProcesses(const Subject& subject) {

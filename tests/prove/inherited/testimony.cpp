@@ -13,8 +13,6 @@
 #include <csignal>
 #include <cstring>
 
-const char* const kTestimonyFile = "/srv/testimony";
-
 namespace {
 
 constexpr std::size_t kBytesOfSet = sizeof(std::uint64_t);

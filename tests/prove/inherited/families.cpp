@@ -94,7 +94,7 @@ void Catalogue::add(const std::string& family, std::initializer_list<const char*
     Situation situation = undisturbed(scenarioOf(name));
     situation.family = family;
     situation.name = name;
-    situation.name += " " + family + " " + what;
+    situation.name.append(" ").append(family).append(" ").append(what);
     change(situation);
     m_situations.push_back(std::move(situation));
   }

@@ -25,10 +25,6 @@ __attribute__((format(printf, 3, 0))) int formatInto(char* buffer, std::size_t s
 
 }  // namespace
 
-const char* C(const char* text) { return text; }
-const char* C(const std::string& text) { return text.c_str(); }
-char* C(std::string& text) { return text.data(); }
-
 std::string format(const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);

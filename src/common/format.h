@@ -6,9 +6,9 @@
 
 /// The character pointer of a text, for printf-style calls. Nothing is copied: the pointer lives as
 /// long as its argument, and a null pointer stays null.
-const char* C(const char* text);
-const char* C(const std::string& text);
-char* C(std::string& text);
+inline const char* C(const char* text) { return text; }
+inline const char* C(const std::string& text) { return text.c_str(); }
+inline char* C(std::string& text) { return text.data(); }
 
 /// Formats as printf(3) into a text of up to 2,147,483,647 bytes; null gives "".
 ///

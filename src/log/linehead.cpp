@@ -21,8 +21,14 @@ char* appendNumber(char* at, long number, std::ptrdiff_t width, char filler) {
   return std::copy(digits, end, at);
 }
 
+/// Appends "%02d" and a separator.
 char* appendTwoDigits(char* at, long number, char separator) {
-  at = appendNumber(at, number, 2, '0');
+  if (number >= 0 && number < 100) {  // as every clock has it; spares most of a head's cost
+    *at++ = static_cast<char>('0' + number / 10);
+    *at++ = static_cast<char>('0' + number % 10);
+  } else {
+    at = appendNumber(at, number, 2, '0');
+  }
   *at++ = separator;
   return at;
 }

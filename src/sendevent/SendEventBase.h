@@ -111,6 +111,7 @@ class CSendEventBase {
  private:
   struct Outcome;
   struct Request;
+  class PathCopies;
 
   // Input.
   int readDefinition(const char* path, const std::vector<std::string>& keyList);
@@ -120,17 +121,17 @@ class CSendEventBase {
 
   // Notification texts.
   void buildIncidentText(char* text, int fileNumber, int fileCount);
-  void buildEventText(char* text, const std::vector<std::string>& files);
+  void buildEventText(char* text);
 
   // Transmission, in the order of the steps.
   static bool prepareEnvironment(CVuqRmgLib& client);
-  static void measureFiles(const std::vector<std::string>& files);
+  static void measureFiles(const std::vector<char*>& files);
   static bool isReachable(CVuqRmgLib& client);
   static bool startCommunication(CVuqRmgLib& client);
-  void sendFiles(CVuqRmgLib& client, const RequestCodes& codes, std::vector<std::string>& files,
+  void sendFiles(CVuqRmgLib& client, const RequestCodes& codes, const std::vector<char*>& files,
                  Outcome& outcome);
-  Request prepareRequest(std::size_t index, char* text, std::vector<std::string>& files,
-                         std::vector<char*>& paths);
+  Request prepareRequest(std::size_t index, char* text, const std::vector<char*>& files,
+                         std::vector<char*>& handed);
   static void notify(CVuqRmgLib& client, unsigned code, const Request& request, Outcome& outcome);
   static void sendData(CVuqRmgLib& client, unsigned code, const Request& request, Outcome& outcome);
 };

@@ -91,7 +91,7 @@ void CSendEventBase::buildIncidentText(char* text, int fileNumber, int fileCount
                 getParam("HostName"), fileNumber, fileCount);
 }
 
-void CSendEventBase::buildEventText(char* text, const std::vector<std::string>& files) {
+void CSendEventBase::buildEventText(char* text) {
   std::memset(text, 0, kNotificationBytes);
   convStr(text, kFieldTextBytes, getParam("Time"), /*comma=*/1);
   convStr(text, kFieldTextBytes, "", /*comma=*/1);
@@ -100,7 +100,7 @@ void CSendEventBase::buildEventText(char* text, const std::vector<std::string>& 
     convStr(text, kFieldTextBytes, getParam(key), /*comma=*/1);
   }
   std::string excerpt;
-  getSyslogLine(files, excerpt);
+  getSyslogLine(m_sendFileList, excerpt);
   convStr(text, kFieldTextBytes, C(excerpt), /*comma=*/0);
 }
 

@@ -1,5 +1,6 @@
-#include <algorithm>
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include "common/filesystem.h"
 #include "common/format.h"
@@ -30,6 +31,31 @@ struct CSendEventBase::Request {
   char** paths;
   int count;
   std::size_t next;  // the index of the first file of the next request
+};
+
+/// The list as the library gets it, which may write into what it is handed: a copy of its own. In
+/// one block, since an allocation for each path is felt in a long list.
+class CSendEventBase::PathCopies {
+ public:
+  explicit PathCopies(const std::vector<std::string>& files) {
+    std::size_t bytes = 0;
+    for (const std::string& file : files) bytes += file.size() + 1;
+    m_block.reserve(bytes);  // so that the pointers into it stay good
+    m_paths.reserve(files.size());
+    for (const std::string& file : files) {
+      m_paths.push_back(m_block.data() + m_block.size());
+      m_block.append(C(file), file.size() + 1);
+    }
+  }
+  PathCopies(const PathCopies&) = delete;
+  PathCopies& operator=(const PathCopies&) = delete;
+
+  /// Where each path begins. Zero-terminated.
+  const std::vector<char*>& paths() const { return m_paths; }
+
+ private:
+  std::string m_block;
+  std::vector<char*> m_paths;
 };
 
 namespace {
@@ -73,9 +99,8 @@ int CSendEventBase::commonSendEvent(int /*incidentFlag*/, char* /*machineId*/) {
 
 int CSendEventBase::sendThrough(CVuqRmgLib& client) {
   if (!prepareEnvironment(client)) return kNotStarted;
-  // A copy that ends with this call: the library may write into what it is handed.
-  std::vector<std::string> files = getSendFileList();
-  measureFiles(files);
+  const PathCopies files(m_sendFileList);
+  measureFiles(files.paths());
   if (!isReachable(client)) return kNotStarted;
   if (!startCommunication(client)) return kNotStarted;
 
@@ -86,7 +111,7 @@ int CSendEventBase::sendThrough(CVuqRmgLib& client) {
   }
 
   Outcome outcome;
-  sendFiles(client, *codes, files, outcome);
+  sendFiles(client, *codes, files.paths(), outcome);
   // Not stopCom: the client stays marked as started and stops once more when it is destroyed. Both
   // stops are intended; the library has always been given two.
   rememberThrown(outcome.errorCode, [&client] { client.CVuqRmgLibImpl::RM_StopComm(); });
@@ -115,12 +140,12 @@ bool CSendEventBase::prepareEnvironment(CVuqRmgLib& client) {
   return true;
 }
 
-void CSendEventBase::measureFiles(const std::vector<std::string>& files) {
+void CSendEventBase::measureFiles(const std::vector<char*>& files) {
   std::uint32_t total = 0;  // wraps at 4 GiB, and so does the figure in the log
-  for (const std::string& path : files) {
-    const std::int64_t size = getFileSize(C(path));
+  for (const char* path : files) {
+    const std::int64_t size = getFileSize(path);
     traceAt("SendEventBase", 486, "current_total='%u'  target='%s' size='%lld'bytes.\n", total,
-            C(path), static_cast<long long>(size));
+            path, static_cast<long long>(size));
     total += static_cast<std::uint32_t>(size);
   }
   traceAt("SendEventBase", 491, "final_total='%u' bytes. \n", total);
@@ -151,13 +176,13 @@ bool CSendEventBase::startCommunication(CVuqRmgLib& client) {
 }
 
 void CSendEventBase::sendFiles(CVuqRmgLib& client, const RequestCodes& codes,
-                               std::vector<std::string>& files, Outcome& outcome) {
+                               const std::vector<char*>& files, Outcome& outcome) {
   char text[kNotificationBytes];
-  std::vector<char*> paths(files.size());
+  std::vector<char*> handed(files.size());
   for (std::size_t index = 0; index < files.size();) {
     gLog.ilog("commonSendEvent Main Loop (%d/%d)", static_cast<int>(index + 1),
               static_cast<int>(files.size()));
-    const Request request = prepareRequest(index, text, files, paths);
+    const Request request = prepareRequest(index, text, files, handed);
     notify(client, codes.notification, request, outcome);
     // Also when the notification failed: the result of an exchange is logged, and decides nothing.
     sendData(client, codes.data, request, outcome);
@@ -166,22 +191,22 @@ void CSendEventBase::sendFiles(CVuqRmgLib& client, const RequestCodes& codes,
 }
 
 CSendEventBase::Request CSendEventBase::prepareRequest(std::size_t index, char* text,
-                                                       std::vector<std::string>& files,
-                                                       std::vector<char*>& paths) {
+                                                       const std::vector<char*>& files,
+                                                       std::vector<char*>& handed) {
   const int fileCount = static_cast<int>(files.size());
   switch (getEventType()) {
     case kErrorEvent:
     case kOtherEvent:
-      buildEventText(text, files);
-      std::transform(files.begin(), files.end(), paths.begin(), [](auto& file) { return C(file); });
-      return {text, paths.data(), fileCount, files.size()};
+      buildEventText(text);
+      handed = files;
+      return {text, handed.data(), fileCount, files.size()};
     case kIncident:
       buildIncidentText(text, static_cast<int>(index + 1), fileCount);
-      paths[index] = C(files[index]);
-      return {text, &paths[index], 1, index + 1};
+      handed[index] = files[index];
+      return {text, &handed[index], 1, index + 1};
     default:
-      paths[index] = C(files[index]);
-      return {nullptr, &paths[index], 1, index + 1};
+      handed[index] = files[index];
+      return {nullptr, &handed[index], 1, index + 1};
   }
 }
 

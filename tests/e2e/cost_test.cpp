@@ -146,10 +146,10 @@ TEST_P(Cost, OfAFileInInstructionsIsWhatItWas) {
 
 INSTANTIATE_TEST_SUITE_P(
     Slope, Cost,
-    testing::Values(Slope{"Event", {"-r", "/case/event.def"}, false, 0, 522},
-                    Slope{"EventTraced", {"-r", "/case/event.def"}, true, 1, 5141},
-                    Slope{"Incident", {"-i", "1"}, false, 5, 18901},
-                    Slope{"IncidentTraced", {"-i", "1"}, true, 6, 23594}),
+    testing::Values(Slope{"Event", {"-r", "/case/event.def"}, false, 0, 531},
+                    Slope{"EventTraced", {"-r", "/case/event.def"}, true, 1, 4819},
+                    Slope{"Incident", {"-i", "1"}, false, 5, 17071},
+                    Slope{"IncidentTraced", {"-i", "1"}, true, 6, 21388}),
     [](const auto& row) { return row.param.name; });
 
 }  // namespace

@@ -4,11 +4,10 @@
 #
 # The points are those of command.gnuplot.
 
-# What a file may add to what a run with one file takes: as much as in the floor, and this.
+# What a file may add to what a run with one file takes.
 bytes = 150
 stats points index "event" every ::0::0 using 7 name "command" nooutput
-stats points index "event" every ::0::0 using 8 name "floor" nooutput
-limit(floor, files) = command_min + floor - floor_min + bytes * files / 1e6
+limit(files) = command_min + bytes * files / 1e6
 
 set terminal svg noenhanced size 900,600 font "sans,12" background "white"
 set output output
@@ -28,5 +27,5 @@ set label 1 sentence at screen 0.5,0.03 center
 plot points index "event" using 1:8 with lines linewidth 7 linecolor rgb "#b5cdea" title "floor", \
      points index "event" using 1:7 with linespoints linewidth 2 pointtype 9 pointsize 0.7 \
        linecolor rgb "#1f5fa8" title "command", \
-     points index "event" using 1:(limit($8, $1)) with lines dashtype 2 linewidth 2 \
-       linecolor rgb "#1f5fa8" title "limit: 150 bytes a file more than in the floor"
+     points index "event" using 1:(limit($1)) with lines dashtype 2 linewidth 2 \
+       linecolor rgb "#1f5fa8" title "limit: 150 bytes a file"

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/types.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -60,7 +59,7 @@ class RunningCommand {
   ~RunningCommand() {
     if (m_output == nullptr) return;
     m_output.reset();
-    while (::waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) continue;
+    waitUndisturbed(m_pid, nullptr, 0);
   }
   RunningCommand(const RunningCommand&) = delete;
   RunningCommand& operator=(const RunningCommand&) = delete;

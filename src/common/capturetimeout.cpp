@@ -41,10 +41,11 @@ class Watch {
  public:
   explicit Watch(pid_t pid) : m_pid(pid) {}
   ~Watch() {
-    if (m_isOver || ::waitpid(m_pid, nullptr, WNOHANG) != 0) return;
+    // One that has ended, or cannot be waited for, may be somebody else by now.
+    if (m_isOver || waitUndisturbed(m_pid, nullptr, WNOHANG) != 0) return;
     ::killpg(m_pid, SIGKILL);
     ::kill(m_pid, SIGKILL);  // it may not have its group yet
-    while (::waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) continue;
+    waitUndisturbed(m_pid, nullptr, 0);
   }
   Watch(const Watch&) = delete;
   Watch& operator=(const Watch&) = delete;

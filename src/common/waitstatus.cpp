@@ -8,12 +8,17 @@
 #include "common/assertion.h"
 #include "log/loglines.h"
 
-int waitpid(const char* file, int /*line*/, int pid, int* status, int options) {
-  if (file == nullptr) assertionFailed(1491, "file != __null");
+int waitUndisturbed(int pid, int* status, int options) {
   int reaped = 0;
   do {
     reaped = ::waitpid(pid, status, options);
   } while (reaped < 0 && (errno == EINTR || errno == EAGAIN));
+  return reaped;
+}
+
+int waitpid(const char* file, int /*line*/, int pid, int* status, int options) {
+  if (file == nullptr) assertionFailed(1491, "file != __null");
+  const int reaped = waitUndisturbed(pid, status, options);
   if (reaped < 0) infoNumbered("VUQ90004L", "waitpid(pid=%d) : %s", pid, std::strerror(errno));
   return reaped;
 }

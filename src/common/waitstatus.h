@@ -2,6 +2,10 @@
 #define TANEXICS_COMMON_WAITSTATUS_H
 
 /// waitpid(2) that is not disturbed: an interrupted call (EINTR, EAGAIN) is made again at once.
+/// Nothing is logged.
+int waitUndisturbed(int pid, int* status, int options);
+
+/// The same, with a line of log for a failure.
 ///
 /// `file`     the caller's source name. Null ends the process by abort(3), after
 ///            "*** assertion failed,P=PID\n*** common.cpp:1491(file != __null)\n" on standard

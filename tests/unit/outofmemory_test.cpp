@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstddef>
 #include <cstdlib>
 #include <exception>
@@ -251,6 +252,22 @@ TEST(OutOfMemoryInATimeout, Command_IsEndedAlsoWhereNobodyCatches) {
   });
   EXPECT_EQ(child.exitCode(), 42);
   command.expectEnded();
+}
+
+TEST(OutOfMemoryInATimeout, CommandThatCannotBeWaitedFor_IsLeftAlone) {
+  const CapturedLog log;
+  const ChildResult child = runInChild([] {
+    ::signal(SIGCHLD, SIG_IGN);  // so that the second look fails, which is a line in a full log
+    std::list<std::string> lines;
+    allocationsLeft = 0;
+    try {
+      execGetLinesTimeout(lines, kFillTheLog, 2);
+    } catch (const std::bad_alloc&) {
+      return 0;
+    }
+    return 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
 }
 
 /// A record whose fields are long.

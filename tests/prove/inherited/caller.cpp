@@ -35,15 +35,6 @@ std::string pathOf(Folder folder) {
 
 // --- signals -------------------------------------------------------------------------------------
 
-constexpr std::size_t kBytesOfSet = sizeof(std::uint64_t);
-
-struct KernelAction {
-  void (*handler)(int);
-  unsigned long flags;
-  void (*restorer)();
-  std::uint64_t mask;
-};
-
 /// The signals whose disposition and mask nobody may change.
 constexpr std::uint64_t kFixed = bitOf(SIGKILL) | bitOf(SIGSTOP);
 

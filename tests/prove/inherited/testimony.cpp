@@ -15,16 +15,6 @@
 
 namespace {
 
-constexpr std::size_t kBytesOfSet = sizeof(std::uint64_t);
-
-/// As the kernel knows it: the C library hides two signals that it uses itself.
-struct KernelAction {
-  void (*handler)(int);
-  unsigned long flags;
-  void (*restorer)();
-  std::uint64_t mask;
-};
-
 void observeSignals(Observation& observation) {
   for (int signal = 1; signal <= kSignals; ++signal) {
     KernelAction action = {};

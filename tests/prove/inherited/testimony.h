@@ -30,6 +30,17 @@ constexpr std::size_t kRecordBytes = 64UL * 1024UL;
 /// The bit of a signal in a set of signals, as the kernel has it.
 constexpr std::uint64_t bitOf(int signal) { return std::uint64_t{1} << (signal - 1); }
 
+/// The bytes of a set of signals, as the kernel's calls take it.
+constexpr std::size_t kBytesOfSet = sizeof(std::uint64_t);
+
+/// As the kernel knows it: the C library hides two signals that it uses itself.
+struct KernelAction {
+  void (*handler)(int);
+  unsigned long flags;
+  void (*restorer)();
+  std::uint64_t mask;
+};
+
 /// One of the descriptors 0 to 2.
 struct StreamState {
   bool isOpen;

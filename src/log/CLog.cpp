@@ -12,10 +12,10 @@
 #include <cstring>
 #include <ctime>
 
-#include "common/format.h"
-#include "common/ignoreresult.h"
-#include "common/pathname.h"
-#include "common/shell.h"
+#include "common/base/format.h"
+#include "common/base/ignoreresult.h"
+#include "common/base/pathname.h"
+#include "common/base/shell.h"
 #include "log/linehead.h"
 
 CLog gLog;

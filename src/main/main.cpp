@@ -3,9 +3,9 @@
 
 #include <cstdio>
 
-#include "common/callersignals.h"
-#include "common/elapsed.h"
-#include "common/stdfds.h"
+#include "common/base/callersignals.h"
+#include "common/base/elapsed.h"
+#include "common/base/stdfds.h"
 #include "log/CLog.h"
 #include "sendevent/CSendEventSingleSystem.h"
 

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "common/format.h"
+#include "common/base/format.h"
 #include "rmglib/kelcom.h"
 
 const char* REPRESENTLIB = "/opt/QZKBkel/lib/libkelcom.so";

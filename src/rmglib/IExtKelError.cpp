@@ -5,8 +5,8 @@
 #include <istream>
 #include <ostream>
 
-#include "common/format.h"
-#include "common/number.h"
+#include "common/base/format.h"
+#include "common/base/number.h"
 
 namespace {
 

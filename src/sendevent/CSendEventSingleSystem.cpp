@@ -4,13 +4,13 @@
 #include <cstring>
 #include <optional>
 
-#include "common/filesystem.h"
-#include "common/format.h"
-#include "common/host.h"
-#include "common/piecereader.h"
-#include "common/shell.h"
-#include "common/text.h"
-#include "common/unwind.h"
+#include "common/base/format.h"
+#include "common/base/piecereader.h"
+#include "common/base/shell.h"
+#include "common/base/unwind.h"
+#include "common/capture/host.h"
+#include "common/files/filesystem.h"
+#include "common/text/text.h"
 #include "log/CLog.h"
 #include "rmglib/CVuqRmgLib.h"
 #include "temp/CTemp.h"

@@ -1,10 +1,10 @@
 #include <algorithm>
 #include <cstring>
 
-#include "common/filesystem.h"
-#include "common/format.h"
-#include "common/piecereader.h"
-#include "common/text.h"
+#include "common/base/format.h"
+#include "common/base/piecereader.h"
+#include "common/files/filesystem.h"
+#include "common/text/text.h"
 #include "log/CLog.h"
 #include "sendevent/SendEventBase.h"
 

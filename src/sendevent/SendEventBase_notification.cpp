@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "common/format.h"
-#include "common/piecereader.h"
-#include "common/text.h"
+#include "common/base/format.h"
+#include "common/base/piecereader.h"
+#include "common/text/text.h"
 #include "log/CLog.h"
 #include "sendevent/SendEventBase.h"
 #include "sendevent/notificationtext.h"

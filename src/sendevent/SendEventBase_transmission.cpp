@@ -2,9 +2,9 @@
 #include <string>
 #include <vector>
 
-#include "common/filesystem.h"
-#include "common/format.h"
-#include "common/unwind.h"
+#include "common/base/format.h"
+#include "common/base/unwind.h"
+#include "common/files/filesystem.h"
 #include "log/CLog.h"
 #include "log/loglines.h"
 #include "rmglib/CVuqRmgLib.h"

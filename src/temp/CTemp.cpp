@@ -8,10 +8,10 @@
 #include <cstring>
 #include <memory>
 
-#include "common/environment.h"
-#include "common/filesystem.h"
-#include "common/format.h"
-#include "common/removal.h"
+#include "common/base/format.h"
+#include "common/files/filesystem.h"
+#include "common/files/removal.h"
+#include "common/text/environment.h"
 #include "log/loglines.h"
 
 namespace {

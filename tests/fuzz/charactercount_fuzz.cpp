@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "common/encoding.h"
+#include "common/text/encoding.h"
 #include "fuzz/demand.h"
 #include "fuzz/input.h"
 #include "fuzz/target.h"

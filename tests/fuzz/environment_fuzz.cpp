@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string>
 
-#include "common/environment.h"
+#include "common/text/environment.h"
 #include "fuzz/demand.h"
 #include "fuzz/input.h"
 #include "fuzz/target.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "common/fields.h"
+#include "common/text/fields.h"
 #include "fuzz/demand.h"
 #include "fuzz/input.h"
 #include "fuzz/target.h"

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "common/format.h"
+#include "common/base/format.h"
 #include "fuzz/demand.h"
 #include "fuzz/input.h"
 #include "fuzz/target.h"

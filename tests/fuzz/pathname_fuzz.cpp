@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "common/path.h"
-#include "common/pathname.h"
+#include "common/base/pathname.h"
+#include "common/files/path.h"
 #include "fuzz/demand.h"
 #include "fuzz/input.h"
 #include "fuzz/target.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "common/removal.h"
+#include "common/files/removal.h"
 #include "fuzz/demand.h"
 #include "fuzz/input.h"
 #include "fuzz/target.h"

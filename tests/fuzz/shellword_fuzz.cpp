@@ -14,7 +14,7 @@
 #include <cstdio>
 #include <string>
 
-#include "common/shell.h"
+#include "common/base/shell.h"
 #include "fuzz/demand.h"
 #include "fuzz/input.h"
 #include "fuzz/target.h"

@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-#include "common/format.h"
+#include "common/base/format.h"
 #include "log/CLog.h"
 #include "support/environmentguard.h"
 #include "support/logpieces.h"

@@ -171,7 +171,7 @@ class Trial:
             self.folder = Path(folder)
             # The folder is an include directory too, for the one source that a test includes: main.cpp.
             source = self.folder / Path(self.mutant.path).relative_to("src")
-            source.parent.mkdir()
+            source.parent.mkdir(parents=True)
             text = (self.base.tree / self.mutant.path).read_text()
             source.write_text(self.mutant.apply(text))
             self.object = self.folder / "mutant.o"

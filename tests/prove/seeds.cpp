@@ -39,10 +39,10 @@
 #include <cstring>
 #include <ctime>
 
-#include "common/callersignals.h"
-#include "common/childshell.h"
-#include "common/piecereader.h"
-#include "common/stdfds.h"
+#include "common/base/callersignals.h"
+#include "common/base/childshell.h"
+#include "common/base/piecereader.h"
+#include "common/base/stdfds.h"
 #include "rmglib/CVuqRmgLib.h"
 
 namespace {

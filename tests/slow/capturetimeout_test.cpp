@@ -1,4 +1,4 @@
-#include "common/capturetimeout.h"
+#include "common/capture/capturetimeout.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "common/elapsed.h"
+#include "common/base/elapsed.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/descriptors.h"

@@ -12,8 +12,8 @@
 #include <type_traits>
 #include <vector>
 
-#include "common/format.h"
-#include "common/shell.h"
+#include "common/base/format.h"
+#include "common/base/shell.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/descriptors.h"

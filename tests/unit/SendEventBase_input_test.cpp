@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "common/format.h"
+#include "common/base/format.h"
 #include "sendevent/SendEventBase.h"
 #include "support/actionlog.h"
 #include "support/brokenfile.h"

@@ -1,4 +1,4 @@
-#include "common/access.h"
+#include "common/files/access.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

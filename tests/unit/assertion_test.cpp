@@ -1,4 +1,4 @@
-#include "common/assertion.h"
+#include "common/base/assertion.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>

@@ -1,4 +1,4 @@
-#include "common/attributes.h"
+#include "common/files/attributes.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

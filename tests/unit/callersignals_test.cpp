@@ -1,4 +1,4 @@
-#include "common/callersignals.h"
+#include "common/base/callersignals.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>

@@ -1,4 +1,4 @@
-#include "common/capture.h"
+#include "common/capture/capture.h"
 
 #include <dlfcn.h>
 #include <fcntl.h>

@@ -1,4 +1,4 @@
-#include "common/charclass.h"
+#include "common/text/charclass.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "common/childshell.h"
+#include "common/base/childshell.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

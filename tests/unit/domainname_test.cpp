@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "common/host.h"
+#include "common/capture/host.h"
 #include "support/actionlog.h"
 #include "support/fakeprogram.h"
 #include "support/logtexts.h"

@@ -1,4 +1,4 @@
-#include "common/elapsed.h"
+#include "common/base/elapsed.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "common/environment.h"
+#include "common/text/environment.h"
 #include "support/actionlog.h"
 #include "support/environmentguard.h"
 #include "support/generator.h"

@@ -1,4 +1,4 @@
-#include "common/environment.h"
+#include "common/text/environment.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "common/execline.h"
+#include "common/process/execline.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

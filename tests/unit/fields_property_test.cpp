@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "common/fields.h"
+#include "common/text/fields.h"
 #include "support/generator.h"
 #include "support/slowsplit.h"
 

@@ -1,4 +1,4 @@
-#include "common/fields.h"
+#include "common/text/fields.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "common/filelist.h"
+#include "common/files/filelist.h"
 
 #include <dirent.h>
 #include <dlfcn.h>

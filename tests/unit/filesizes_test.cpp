@@ -1,4 +1,4 @@
-#include "common/filesizes.h"
+#include "common/capture/filesizes.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

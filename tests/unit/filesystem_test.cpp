@@ -1,4 +1,4 @@
-#include "common/filesystem.h"
+#include "common/files/filesystem.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "common/format.h"
+#include "common/base/format.h"
 
 #include <gtest/gtest.h>
 #include <malloc.h>

@@ -1,4 +1,4 @@
-#include "common/host.h"
+#include "common/capture/host.h"
 
 #include <gtest/gtest.h>
 #include <sched.h>

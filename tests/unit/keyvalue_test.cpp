@@ -1,4 +1,4 @@
-#include "common/keyvalue.h"
+#include "common/text/keyvalue.h"
 
 #include <gtest/gtest.h>
 

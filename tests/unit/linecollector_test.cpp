@@ -1,4 +1,4 @@
-#include "common/linecollector.h"
+#include "common/process/linecollector.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "common/listlog.h"
+#include "common/text/listlog.h"
 
 #include <gtest/gtest.h>
 

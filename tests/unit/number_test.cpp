@@ -1,4 +1,4 @@
-#include "common/number.h"
+#include "common/base/number.h"
 
 #include <gtest/gtest.h>
 

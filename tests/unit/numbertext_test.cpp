@@ -1,4 +1,4 @@
-#include "common/numbertext.h"
+#include "common/text/numbertext.h"
 
 #include <gtest/gtest.h>
 

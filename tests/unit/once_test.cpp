@@ -1,4 +1,4 @@
-#include "common/once.h"
+#include "common/base/once.h"
 
 #include <gtest/gtest.h>
 

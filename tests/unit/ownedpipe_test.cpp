@@ -1,4 +1,4 @@
-#include "common/ownedpipe.h"
+#include "common/base/ownedpipe.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "common/padding.h"
+#include "common/text/padding.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "common/path.h"
+#include "common/files/path.h"
 
 #include <gtest/gtest.h>
 

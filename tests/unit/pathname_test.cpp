@@ -1,4 +1,4 @@
-#include "common/pathname.h"
+#include "common/base/pathname.h"
 
 #include <gtest/gtest.h>
 

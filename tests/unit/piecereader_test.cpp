@@ -1,4 +1,4 @@
-#include "common/piecereader.h"
+#include "common/base/piecereader.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "common/prefix.h"
+#include "common/files/prefix.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

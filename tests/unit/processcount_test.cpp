@@ -1,4 +1,4 @@
-#include "common/processcount.h"
+#include "common/capture/processcount.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "common/removal.h"
+#include "common/files/removal.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

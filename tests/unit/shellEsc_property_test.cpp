@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <string>
 
-#include "common/shell.h"
+#include "common/base/shell.h"
 #include "support/environmentguard.h"
 #include "support/generator.h"
 #include "support/scratch.h"

@@ -1,4 +1,4 @@
-#include "common/shell.h"
+#include "common/base/shell.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

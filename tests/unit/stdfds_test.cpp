@@ -1,4 +1,4 @@
-#include "common/stdfds.h"
+#include "common/base/stdfds.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "common/terminal.h"
+#include "common/capture/terminal.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "common/elapsed.h"
+#include "common/base/elapsed.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/descriptors.h"

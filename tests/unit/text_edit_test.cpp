@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "common/text.h"
+#include "common/text/text.h"
 #include "support/aborttext.h"
 #include "support/actionlog.h"
 #include "support/generator.h"

@@ -1,4 +1,4 @@
-#include "common/text.h"
+#include "common/text/text.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>

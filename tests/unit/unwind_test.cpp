@@ -1,4 +1,4 @@
-#include "common/unwind.h"
+#include "common/base/unwind.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "common/waitstatus.h"
+#include "common/process/waitstatus.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>

@@ -1,4 +1,4 @@
-#include "common/wildcard.h"
+#include "common/text/wildcard.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,54 @@
+#include "common/files/filesystem.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "common/base/format.h"
+#include "common/base/shell.h"
+#include "common/process/execline.h"
+#include "log/CLog.h"
+#include "log/loglines.h"
+
+int isFile(const char* path) {
+  if (path == nullptr) {
+    invalidParamAt("common", 1271);
+    return 0;
+  }
+  struct stat status = {};
+  return ::stat(path, &status) == 0 && !S_ISDIR(status.st_mode) ? 1 : 0;
+}
+
+int isFile(const std::string& path) { return isFile(C(path)); }
+
+int isDir(const char* path) {
+  struct stat status = {};
+  return path != nullptr && ::stat(path, &status) == 0 && S_ISDIR(status.st_mode) ? 1 : 0;
+}
+
+int isDir(const std::string& path) { return isDir(C(path)); }
+
+std::int64_t getFileSize(const char* path) {
+  struct stat status;  // not cleared first, once for every listed file: stat(2) fills all of it
+  if (path != nullptr && ::stat(path, &status) == 0) return status.st_size;
+  // What stat(2) and printf(3) make of a null pointer, which neither of them may be given.
+  const int error = path == nullptr ? EFAULT : errno;
+  gLog.ilog("get file size error(%s,%s)", path == nullptr ? "(null)" : path, std::strerror(error));
+  return -1;
+}
+
+int makeDir(const char* path, int parents) {
+  if (path == nullptr) return -1;
+  const std::string command =
+      format("mkdir %s %s 2>/dev/null", parents != 0 ? "-p" : "", C(shellEsc(path, /*escWild=*/0)));
+  return execGetLine(C(command), nullptr) == 0 ? 0 : -1;
+}
+
+int makeDir(const std::string& path, int parents) { return makeDir(C(path), parents); }
+
+std::string getCwd() {
+  char buffer[4097] = {};
+  return ::getcwd(buffer, 4096) == nullptr ? "." : buffer;
+}

@@ -1,9 +1,0 @@
-#include "common/listlog.h"
-
-#include "common/format.h"
-#include "log/loglines.h"
-
-int logList(std::string id, std::list<std::string>& items) {
-  for (const std::string& item : items) infoNumbered(C(id), "%s", C(item));
-  return 1;
-}

@@ -1,5 +1,5 @@
-#ifndef TANEXICS_COMMON_ASSERTION_H
-#define TANEXICS_COMMON_ASSERTION_H
+#ifndef TANEXICS_COMMON_BASE_ASSERTION_H
+#define TANEXICS_COMMON_BASE_ASSERTION_H
 
 /// Ends the process by abort(3), after the process id, the position and `condition` on standard
 /// error: for the few callers' mistakes that leave nothing sensible to answer. Nothing is logged.

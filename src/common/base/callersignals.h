@@ -1,5 +1,5 @@
-#ifndef TANEXICS_COMMON_CALLERSIGNALS_H
-#define TANEXICS_COMMON_CALLERSIGNALS_H
+#ifndef TANEXICS_COMMON_BASE_CALLERSIGNALS_H
+#define TANEXICS_COMMON_BASE_CALLERSIGNALS_H
 
 // A process inherits which signals are ignored (see signal(7)), and a caller's choice must neither
 // hide the end of a child from the command nor let a write end it.

@@ -1,5 +1,5 @@
-#ifndef TANEXICS_COMMON_CHILDSHELL_H
-#define TANEXICS_COMMON_CHILDSHELL_H
+#ifndef TANEXICS_COMMON_BASE_CHILDSHELL_H
+#define TANEXICS_COMMON_BASE_CHILDSHELL_H
 
 // The two ends of starting a command line, shared by everything that forks for one.
 

@@ -1,5 +1,5 @@
-#ifndef TANEXICS_COMMON_FORMAT_H
-#define TANEXICS_COMMON_FORMAT_H
+#ifndef TANEXICS_COMMON_BASE_FORMAT_H
+#define TANEXICS_COMMON_BASE_FORMAT_H
 
 #include <cstdarg>
 #include <string>

@@ -1,5 +1,5 @@
-#ifndef TANEXICS_COMMON_ONCE_H
-#define TANEXICS_COMMON_ONCE_H
+#ifndef TANEXICS_COMMON_BASE_ONCE_H
+#define TANEXICS_COMMON_BASE_ONCE_H
 
 #include <map>
 #include <string>

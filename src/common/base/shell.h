@@ -1,5 +1,5 @@
-#ifndef TANEXICS_COMMON_SHELL_H
-#define TANEXICS_COMMON_SHELL_H
+#ifndef TANEXICS_COMMON_BASE_SHELL_H
+#define TANEXICS_COMMON_BASE_SHELL_H
 
 #include <cstdio>
 #include <string>

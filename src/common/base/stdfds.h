@@ -1,5 +1,5 @@
-#ifndef TANEXICS_COMMON_STDFDS_H
-#define TANEXICS_COMMON_STDFDS_H
+#ifndef TANEXICS_COMMON_BASE_STDFDS_H
+#define TANEXICS_COMMON_BASE_STDFDS_H
 
 /// Opens /dev/null on each of the descriptors 0 to 2 that the caller of the process left closed.
 ///

@@ -1,5 +1,5 @@
-#ifndef TANEXICS_COMMON_UNWIND_H
-#define TANEXICS_COMMON_UNWIND_H
+#ifndef TANEXICS_COMMON_BASE_UNWIND_H
+#define TANEXICS_COMMON_BASE_UNWIND_H
 
 /// Runs `body` and returns its result; every exception passes on unchanged, but only after all that
 /// `body` owns has been destroyed.

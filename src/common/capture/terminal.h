@@ -1,5 +1,5 @@
-#ifndef TANEXICS_COMMON_TERMINAL_H
-#define TANEXICS_COMMON_TERMINAL_H
+#ifndef TANEXICS_COMMON_CAPTURE_TERMINAL_H
+#define TANEXICS_COMMON_CAPTURE_TERMINAL_H
 
 /// The number of lines of the terminal, at the start of the first three characters that tput(1)
 /// prints: 10 when the command cannot be found, fails or cannot be read, and when no child or

@@ -1,5 +1,5 @@
-#ifndef TANEXICS_COMMON_PREFIX_H
-#define TANEXICS_COMMON_PREFIX_H
+#ifndef TANEXICS_COMMON_FILES_PREFIX_H
+#define TANEXICS_COMMON_FILES_PREFIX_H
 
 #include <list>
 #include <string>

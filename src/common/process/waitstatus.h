@@ -1,5 +1,5 @@
-#ifndef TANEXICS_COMMON_WAITSTATUS_H
-#define TANEXICS_COMMON_WAITSTATUS_H
+#ifndef TANEXICS_COMMON_PROCESS_WAITSTATUS_H
+#define TANEXICS_COMMON_PROCESS_WAITSTATUS_H
 
 /// waitpid(2) that is not disturbed: an interrupted call (EINTR, EAGAIN) is made again at once.
 /// Nothing is logged.

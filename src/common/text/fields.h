@@ -1,5 +1,5 @@
-#ifndef TANEXICS_COMMON_FIELDS_H
-#define TANEXICS_COMMON_FIELDS_H
+#ifndef TANEXICS_COMMON_TEXT_FIELDS_H
+#define TANEXICS_COMMON_TEXT_FIELDS_H
 
 #include <list>
 #include <string>

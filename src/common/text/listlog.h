@@ -1,5 +1,5 @@
-#ifndef TANEXICS_COMMON_LISTLOG_H
-#define TANEXICS_COMMON_LISTLOG_H
+#ifndef TANEXICS_COMMON_TEXT_LISTLOG_H
+#define TANEXICS_COMMON_TEXT_LISTLOG_H
 
 #include <list>
 #include <string>

@@ -1,5 +1,5 @@
-#ifndef TANEXICS_COMMON_TEXT_H
-#define TANEXICS_COMMON_TEXT_H
+#ifndef TANEXICS_COMMON_TEXT_TEXT_H
+#define TANEXICS_COMMON_TEXT_TEXT_H
 
 #include <string>
 

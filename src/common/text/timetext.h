@@ -1,5 +1,5 @@
-#ifndef TANEXICS_COMMON_TIMETEXT_H
-#define TANEXICS_COMMON_TIMETEXT_H
+#ifndef TANEXICS_COMMON_TEXT_TIMETEXT_H
+#define TANEXICS_COMMON_TEXT_TIMETEXT_H
 
 #include <ctime>
 #include <string>

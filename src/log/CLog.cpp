@@ -14,7 +14,7 @@
 
 #include "common/base/format.h"
 #include "common/base/ignoreresult.h"
-#include "common/base/pathname.h"
+#include "common/base/pathparts.h"
 #include "common/base/shell.h"
 #include "log/linehead.h"
 

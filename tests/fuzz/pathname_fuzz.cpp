@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "common/base/pathname.h"
-#include "common/files/path.h"
+#include "common/base/pathparts.h"
+#include "common/files/pathform.h"
 #include "fuzz/demand.h"
 #include "fuzz/input.h"
 #include "fuzz/target.h"

@@ -19,10 +19,10 @@
 #include <vector>
 
 #include "common/base/format.h"
-#include "common/base/pathname.h"
+#include "common/base/pathparts.h"
 #include "common/base/shell.h"
-#include "common/capture/capture.h"
-#include "common/capture/capturetimeout.h"
+#include "common/capture/execgetlines.h"
+#include "common/capture/execgetlinestimeout.h"
 #include "common/capture/host.h"
 #include "common/files/filelist.h"
 #include "common/files/removal.h"

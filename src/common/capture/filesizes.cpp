@@ -11,10 +11,10 @@
 #include "common/base/format.h"
 #include "common/base/number.h"
 #include "common/base/shell.h"
-#include "common/capture/capture.h"
+#include "common/capture/execgetlines.h"
 #include "common/files/filelist.h"
 #include "common/files/filesystem.h"
-#include "common/process/execline.h"
+#include "common/process/execgetline.h"
 #include "log/loglines.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <list>
 
-#include "common/capture/capture.h"
+#include "common/capture/execgetlines.h"
 
 namespace {
 

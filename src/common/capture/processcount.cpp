@@ -3,7 +3,7 @@
 #include <list>
 
 #include "common/base/format.h"
-#include "common/capture/capture.h"
+#include "common/capture/execgetlines.h"
 #include "log/CLog.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <memory>
 
-#include "common/base/pathname.h"
+#include "common/base/pathparts.h"
 #include "common/files/filesystem.h"
 #include "log/loglines.h"
 

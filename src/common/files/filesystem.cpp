@@ -8,7 +8,7 @@
 
 #include "common/base/format.h"
 #include "common/base/shell.h"
-#include "common/process/execline.h"
+#include "common/process/execgetline.h"
 #include "log/CLog.h"
 #include "log/loglines.h"
 

@@ -1,9 +1,9 @@
 #include "common/files/prefix.h"
 
 #include "common/base/format.h"
-#include "common/base/pathname.h"
+#include "common/base/pathparts.h"
 #include "common/files/filesystem.h"
-#include "common/files/path.h"
+#include "common/files/pathform.h"
 #include "common/text/fields.h"
 #include "log/loglines.h"
 

@@ -5,7 +5,7 @@
 #include "common/base/format.h"
 #include "common/base/shell.h"
 #include "common/files/filesystem.h"
-#include "common/files/path.h"
+#include "common/files/pathform.h"
 #include "common/process/waitstatus.h"
 #include "common/text/fields.h"
 #include "log/loglines.h"

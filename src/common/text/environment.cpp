@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "common/base/format.h"
-#include "common/base/pathname.h"
+#include "common/base/pathparts.h"
 #include "log/loglines.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "common/process/execline.h"
+#include "common/process/execgetline.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "common/capture/capture.h"
+#include "common/capture/execgetlines.h"
 
 #include <fcntl.h>
 #include <sys/types.h>

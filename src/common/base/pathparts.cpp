@@ -1,4 +1,4 @@
-#include "common/base/pathname.h"
+#include "common/base/pathparts.h"
 
 #include <cstring>
 

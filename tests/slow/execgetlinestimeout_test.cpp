@@ -1,4 +1,4 @@
-#include "common/capture/capturetimeout.h"
+#include "common/capture/execgetlinestimeout.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

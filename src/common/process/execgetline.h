@@ -1,5 +1,5 @@
-#ifndef TANEXICS_COMMON_PROCESS_EXECLINE_H
-#define TANEXICS_COMMON_PROCESS_EXECLINE_H
+#ifndef TANEXICS_COMMON_PROCESS_EXECGETLINE_H
+#define TANEXICS_COMMON_PROCESS_EXECGETLINE_H
 
 /// Runs `command` through "/bin/sh" and keeps the first line that it prints. All output is read, so
 /// that the child never blocks on a full pipe; its standard error is the caller's.

@@ -1,4 +1,4 @@
-#include "common/files/path.h"
+#include "common/files/pathform.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,6 @@
 // The published functions of the utility library, for callers outside of it. Inside the product
 // each file includes the units that it uses.
 
-#include "common/base/elapsed.h"
 #include "common/base/format.h"
 #include "common/base/once.h"
 #include "common/base/pathparts.h"
@@ -13,9 +12,7 @@
 #include "common/capture/execgetlinestimeout.h"
 #include "common/capture/filesizes.h"
 #include "common/capture/host.h"
-#include "common/capture/processcount.h"
 #include "common/capture/terminal.h"
-#include "common/files/access.h"
 #include "common/files/attributes.h"
 #include "common/files/filelist.h"
 #include "common/files/filesystem.h"
@@ -29,7 +26,6 @@
 #include "common/text/environment.h"
 #include "common/text/fields.h"
 #include "common/text/keyvalue.h"
-#include "common/text/listlog.h"
 #include "common/text/numbertext.h"
 #include "common/text/padding.h"
 #include "common/text/text.h"

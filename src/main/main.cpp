@@ -4,8 +4,8 @@
 #include <cstdio>
 
 #include "common/base/callersignals.h"
-#include "common/base/elapsed.h"
 #include "common/base/stdfds.h"
+#include "common/text/timetext.h"
 #include "log/CLog.h"
 #include "sendevent/CSendEventSingleSystem.h"
 

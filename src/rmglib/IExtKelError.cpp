@@ -6,7 +6,7 @@
 #include <ostream>
 
 #include "common/base/format.h"
-#include "common/base/number.h"
+#include "common/text/numbertext.h"
 
 namespace {
 

@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "common/base/elapsed.h"
+#include "common/text/timetext.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/descriptors.h"

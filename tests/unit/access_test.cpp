@@ -1,5 +1,3 @@
-#include "common/files/access.h"
-
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -12,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "common/files/filesystem.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/scratch.h"

@@ -1,10 +1,10 @@
-#include "common/base/elapsed.h"
-
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cmath>
 #include <ctime>
+
+#include "common/text/timetext.h"
 
 namespace {
 

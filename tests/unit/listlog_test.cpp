@@ -1,11 +1,10 @@
-#include "common/text/listlog.h"
-
 #include <gtest/gtest.h>
 
 #include <list>
 #include <string>
 #include <vector>
 
+#include "common/text/fields.h"
 #include "support/actionlog.h"
 
 namespace {

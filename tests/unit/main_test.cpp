@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "common/base/elapsed.h"
+#include "common/text/timetext.h"
 #include "log/CLog.h"
 #include "sendevent/CSendEventSingleSystem.h"
 #include "support/childrun.h"

@@ -1,10 +1,10 @@
-#include "common/base/number.h"
-
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <cstdlib>
 #include <string>
+
+#include "common/text/numbertext.h"
 
 namespace {
 

@@ -1,5 +1,3 @@
-#include "common/capture/processcount.h"
-
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -9,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "common/capture/host.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/fakeprogram.h"

@@ -9,12 +9,12 @@
 #include <vector>
 
 #include "common/base/format.h"
-#include "common/base/number.h"
 #include "common/base/shell.h"
 #include "common/capture/execgetlines.h"
 #include "common/files/filelist.h"
 #include "common/files/filesystem.h"
 #include "common/process/execgetline.h"
+#include "common/text/numbertext.h"
 #include "log/loglines.h"
 
 namespace {

@@ -11,4 +11,14 @@ std::string getHostname();
 /// set.
 std::string getDomainname();
 
+/// How many processes of the whole machine have a command line, as ps(1) shows it, that begins with
+/// `program`: a basic regular expression, put between single quotes as it is. Counted are lines of
+/// output, so that the heading "COMMAND" is among them, and so may be the commands that do the
+/// counting; a command line of 1,023 bytes or more counts once for each entry of `execGetLines`.
+///
+/// Returns 0 also when ps(1) or the shell cannot be run. -1 when grep(1) cannot, refuses `program`,
+/// or `execGetLines` fails; then "count_RunningProcess failed to exec command( COMMAND )" is
+/// logged. The run itself is logged as `execGetLines` says.
+int count_RunningProcess(const std::string& program);
+
 #endif

@@ -6,9 +6,9 @@
 #include <cstdio>
 
 #include "common/base/ignoreresult.h"
-#include "common/base/number.h"
 #include "common/base/shell.h"
 #include "common/process/waitstatus.h"
+#include "common/text/numbertext.h"
 
 namespace {
 

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "common/base/format.h"
 #include "log/loglines.h"
 
 namespace {
@@ -75,4 +76,9 @@ std::string join(const std::vector<std::string>& items, const char* sep) {
     return "";
   }
   return joinItems(items, sep);
+}
+
+int logList(std::string id, std::list<std::string>& items) {
+  for (const std::string& item : items) infoNumbered(C(id), "%s", C(item));
+  return 1;
 }

@@ -26,4 +26,7 @@ int split(const char* text, const char* delim, std::vector<std::string>& out, in
 std::string join(const std::list<std::string>& items, const char* sep);
 std::string join(const std::vector<std::string>& items, const char* sep);
 
+/// Logs one numbered line, "ID : ITEM", for each item in order. Returns 1.
+int logList(std::string id, std::list<std::string>& items);
+
 #endif

@@ -1,6 +1,7 @@
 #include "common/text/numbertext.h"
 
-#include "common/base/assertion.h"
+#include <cstdlib>
+
 #include "common/base/format.h"
 
 const char* commas(long long value, std::string& out) {
@@ -16,12 +17,8 @@ int KB(int bytes) {
   return bytes / 1024;
 }
 
-int countLines(const char* text) {
-  if (text == nullptr) assertionFailed(2176, "t != __null");
-  int count = 0;
-  for (const char* byte = text; *byte != '\0'; ++byte) {
-    // Every line feed ends a line, and so does the end of a text that does not end with one.
-    if (*byte == '\n' || byte[1] == '\0') ++count;
-  }
-  return count;
+int toInt(const char* text) {
+  return text == nullptr ? 0 : static_cast<int>(std::strtol(text, nullptr, 10));
 }
+
+int toInt(const std::string& text) { return toInt(C(text)); }

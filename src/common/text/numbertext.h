@@ -13,9 +13,9 @@ const char* commas(long long value, std::string& out);
 /// quotient, rounded towards 0.
 int KB(int bytes);
 
-/// The number of lines of a text; a last one without line end counts. Null ends the process by
-/// abort(3), after "*** assertion failed,P=PID\n*** common.cpp:2176(t != __null)\n" on standard
-/// error.
-int countLines(const char* text);
+/// atoi(3) for any text: the number at its start, 0 without one. Where the number does not fit, for
+/// which atoi itself promises nothing, the result is what the C library's atoi gives. Null gives 0.
+int toInt(const char* text);
+int toInt(const std::string& text);
 
 #endif

@@ -108,3 +108,13 @@ char* strlcpy(char* dst, const char* src, unsigned size) {
   std::memset(dst + length, 0, size - length);
   return dst;
 }
+
+int countLines(const char* text) {
+  if (text == nullptr) assertionFailed(2176, "t != __null");
+  int count = 0;
+  for (const char* byte = text; *byte != '\0'; ++byte) {
+    // Every line feed ends a line, and so does the end of a text that does not end with one.
+    if (*byte == '\n' || byte[1] == '\0') ++count;
+  }
+  return count;
+}

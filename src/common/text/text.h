@@ -44,4 +44,9 @@ std::string matchedString(const char* a, const char* b);
 ///        standard error.
 char* strlcpy(char* dst, const char* src, unsigned size);
 
+/// The number of lines of a text; a last one without line end counts. Null ends the process by
+/// abort(3), after "*** assertion failed,P=PID\n*** common.cpp:2176(t != __null)\n" on standard
+/// error.
+int countLines(const char* text);
+
 #endif

@@ -1,11 +1,12 @@
 #include "common/text/timetext.h"
 
 #include <strings.h>
+#include <sys/time.h>
 
 #include <cstdio>
 #include <cstring>
 
-#include "common/base/number.h"
+#include "common/text/numbertext.h"
 
 namespace {
 
@@ -112,4 +113,10 @@ int convDate(const char* src, char* dst) {
   std::snprintf(dst, 17, "%.4s/%.2s/%.2s %.2s:%.2s", digits, digits + 4, digits + 6, digits + 8,
                 digits + 10);
   return 0;
+}
+
+double elapsedTime() {
+  timeval now = {};
+  ::gettimeofday(&now, nullptr);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_usec) * 0.000001;
 }

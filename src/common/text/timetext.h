@@ -20,7 +20,7 @@ int convertTimeToStr(int value, int& outValue, int& outRest, int startUnit, int 
 /// A text such as "90", "5min" or "2hour" in seconds; "" and "hour" are 0. Only a unit that begins
 /// with a lower-case letter is multiplied: "2HOUR" is 2. -1 for null and for any other unit than
 /// hour, min and sec (which may be in any case). A number that does not fit is what `toInt` makes
-/// of it (see number.h), and its product wraps at 32 bits. `text` is not changed.
+/// of it (see numbertext.h), and its product wraps at 32 bits. `text` is not changed.
 int convTimeValue(char* text);
 
 /// The offset of local time from UTC at `t`, in seconds, positive east of Greenwich. `t` below 1
@@ -46,5 +46,9 @@ std::string localTimeText(time_t t);
 ///
 /// Returns 0; with a null argument nothing is written.
 int convDate(const char* src, char* dst);
+
+/// The time of day in seconds since the epoch, with microseconds: the difference of two calls is a
+/// duration, unless the clock was set between them.
+double elapsedTime();
 
 #endif

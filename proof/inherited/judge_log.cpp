@@ -1,0 +1,137 @@
+#include <algorithm>
+#include <cstdlib>
+#include <ctime>
+#include <set>
+
+#include "inherited/subject.h"
+#include "sweep/loglines.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+bool beginsWith(const std::string& text, const std::string& head) {
+  return text.compare(0, head.size(), head) == 0;
+}
+
+/// TZ as the command has it: the first of several counts.
+const char* zoneOf(const Situation& situation) {
+  for (const std::string& entry : situation.caller.environment) {
+    if (beginsWith(entry, "TZ=")) return entry.c_str() + 3;
+  }
+  return nullptr;
+}
+
+void setZone(const char* zone) {
+  if (zone == nullptr) {
+    ::unsetenv("TZ");
+  } else {
+    ::setenv("TZ", zone, 1);
+  }
+  ::tzset();
+}
+
+/// The heads that a line may have which was written during the run, up to the process id.
+std::set<std::string> timesIn(const char* zone, const Run& run) {
+  setZone(zone);
+  std::set<std::string> times;
+  for (std::time_t second = run.begin; second <= run.end; ++second) {
+    std::tm local = {};
+    ::localtime_r(&second, &local);
+    char text[64];
+    std::strftime(text, sizeof text, "%Y/%m/%d %H:%M:%S ", &local);
+    times.insert(text);
+  }
+  setZone(nullptr);
+  return times;
+}
+
+/// The number of the first line that is logged after the closed library has changed the zone.
+std::size_t firstOfNewZone(const Subject& subject) {
+  if (subject.situation.zoneCall.empty()) return subject.expected.messages.size();
+  const Texts& messages = subject.expected.messages;
+  const bool isStart = subject.situation.zoneCall == "KEL_StartComm";
+  const std::string first = isStart ? "(CSendInfo::SendInfo) call startCom" : "### main : ";
+  // The line that follows the call; of an identifier's the one behind the start line.
+  const auto found =
+      std::find_if(messages.begin(), messages.end(),
+                   [&first](const std::string& text) { return beginsWith(text, first); });
+  const auto at = static_cast<std::size_t>(found - messages.begin());
+  return isStart ? at : at + 1;
+}
+
+void judgeHeads(const Subject& subject, const std::vector<PlainLine>& lines) {
+  constexpr std::size_t kTime = 20;
+  const Observation* loaded = find(subject.run, Role::kLoaded);
+  if (loaded == nullptr) return;
+  std::set<std::string> times = timesIn(zoneOf(subject.situation), subject.run);
+  for (const std::string& zone : subject.expected.zones) {
+    times.merge(timesIn(zone.c_str(), subject.run));
+  }
+  const std::size_t change = firstOfNewZone(subject);
+  for (std::size_t at = 0; at < lines.size(); ++at) {
+    if (at == change) times = timesIn(subject.situation.zone.c_str(), subject.run);
+    const std::string& head = lines[at].head;
+    subject.expect(isHead(head, loaded->pid) && times.count(head.substr(0, kTime)) != 0,
+                   "log: line " + std::to_string(at + 1) + " has the head " + head);
+  }
+}
+
+void judgeMessages(const Subject& subject, const std::vector<PlainLine>& lines) {
+  const Texts& messages = subject.expected.messages;
+  for (std::size_t at = 0; at < std::min(lines.size(), messages.size()); ++at) {
+    const std::string message = normalised(lines[at].message);
+    subject.expect(message == normalised(messages[at]),
+                   "log: line " + std::to_string(at + 1) + " is: " + message);
+  }
+  subject.expect(lines.size() == messages.size(), "log: " + std::to_string(lines.size()) +
+                                                      " lines instead of " +
+                                                      std::to_string(messages.size()));
+}
+
+/// A log that has reached its limit: whole lines, and of the next one what there was room for.
+void judgeCutLog(const Subject& subject, std::vector<PlainLine>& lines) {
+  const Texts& messages = subject.expected.messages;
+  const std::string& log = subject.run.outcome.log;
+  const std::size_t end = log.rfind('\n') + 1;  // 0 where there is none
+  lines = plainLines(log.substr(0, end));
+  const std::vector<PlainLine> rest = plainLines(log.substr(end));
+  const bool isInHead = rest.empty() || rest.front().head.empty();
+  std::vector<PlainLine> all = lines;
+  if (!isInHead) all.push_back(rest.front());
+  subject.expect(all.size() <= messages.size(), "log: more lines than expected");
+  for (std::size_t at = 0; at < std::min(all.size(), messages.size()); ++at) {
+    const std::string message = normalised(all[at].message);
+    const std::string expected = normalised(messages[at]);
+    // The last one may lack its end, which with some is a line feed of its own.
+    const bool isLast = at + 1 == all.size();
+    subject.expect(isLast ? beginsWith(expected, message) : message == expected,
+                   "log: line " + std::to_string(at + 1) + " is: " + message);
+  }
+}
+
+void judgeLogFile(const Subject& subject) {
+  const Outcome& outcome = subject.run.outcome;
+  subject.expect(subject.run.logMode == subject.undisturbed.run.logMode,
+                 "log: its permission bits are " + std::to_string(subject.run.logMode));
+  subject.expect(outcome.backup == subject.expected.backup, "log: its backup is not what it was");
+}
+
+}  // namespace
+
+void judgeLog(const Subject& subject) {
+  const std::string& log = subject.run.outcome.log;
+  if (subject.expected.messages.empty()) {
+    subject.expect(log == initialLog(*subject.situation.scenario), "log: it was written to");
+    return;
+  }
+  std::vector<PlainLine> lines = plainLines(log);
+  subject.expect(log.size() <= subject.expected.mostLogBytes, "log: it has grown beyond the limit");
+  if (log.size() == subject.expected.mostLogBytes) {
+    judgeCutLog(subject, lines);
+  } else {
+    judgeMessages(subject, lines);
+  }
+  judgeHeads(subject, lines);
+  judgeLogFile(subject);
+}

@@ -1,0 +1,412 @@
+#!/usr/bin/env python3
+"""Mutation run: changes src in one place after the other, and looks whether a unit test notices.
+
+A mutant is compiled alone and linked in front of the library into the programs of the unit tests. These run
+in a sandbox where the machine is read-only, since a mutant of the removal guard removes what it finds. First
+the tests run whose files are named for the unit, then all others of the programs that link it. The first
+failure, crash or overrun kills the mutant; one that nothing notices survives.
+"""
+
+import argparse
+import concurrent.futures
+import json
+import os
+import random
+import re
+import resource
+import shlex
+import shutil
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+from collections import Counter
+from pathlib import Path
+
+from mutants import mutants_of
+
+HERE = Path(__file__).resolve().parent
+ROOT = HERE.parent.parent
+JUDGED = HERE / "judged.txt"
+
+SANDBOX = [
+    "bwrap", "--cap-add", "ALL", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc",
+    "--size", str(512 << 20), "--tmpfs", "/tmp", "--tmpfs", "/var/opt",
+    "--unshare-pid", "--unshare-ipc", "--die-with-parent", "--new-session", "--chdir", "/tmp",
+]  # fmt: skip
+MEMORY_LIMIT = 6 << 30
+COMPILE_LIMIT = 120
+SLOW_SHARDS = 40
+LEAST_TIME_LIMIT = 10  # seconds; otherwise five times what the test takes without a mutant
+GONE = ("killed", "overran")
+# Sources that no library has, and the tests that have them as a part.
+INCLUDED = {"src/main/main.cpp": "tests/main/main_fakes_CLog_test.cpp"}
+# The program of all tests that take the place of nothing.
+ALL_UNITS = "unit_tests"
+
+
+def run(words, **options):
+    return subprocess.run(words, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                          errors="replace", **options)
+
+
+class Base:
+    """The unmutated build: how each file is compiled, each test linked, and how long each runs."""
+
+    def __init__(self, folder, jobs, tests):
+        self.folder = folder
+        self.tree = folder / "tree"
+        self.build = folder / "build"
+        self.jobs = jobs
+        self.tests = tests
+
+    def make(self):
+        listed = run(["git", "-C", ROOT, "ls-files", "-co", "--exclude-standard"], check=True).stdout
+        for name in listed.splitlines():
+            source, copy = ROOT / name, self.tree / name
+            if not source.is_file():
+                continue
+            copy.parent.mkdir(parents=True, exist_ok=True)
+            if not copy.exists() or copy.read_bytes() != source.read_bytes():
+                shutil.copyfile(source, copy)
+        linker = ["-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld"] if shutil.which("ld.lld") else []
+        self.must(["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
+                   "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -DNDEBUG", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", *linker])
+        if self.tests is None:
+            alone = [path.stem for path in (self.tree / "tests").rglob("*_test.cpp")
+                     if "_fakes_" in path.stem or path.stem == "CTemp_static_test"]
+            self.tests = [ALL_UNITS, *sorted(alone)]
+        self.must(["ninja", "-C", self.build, "-j", str(self.jobs), *self.tests])
+        self.compile = {}
+        for entry in json.loads((self.build / "compile_commands.json").read_text()):
+            name = os.path.relpath(entry["file"], self.tree)
+            self.compile[name] = shlex.split(entry["command"])
+        self.link = {test: self.link_command(test) for test in self.tests}
+        with concurrent.futures.ThreadPoolExecutor(self.jobs) as pool:
+            self.units = dict(zip(self.tests, pool.map(self.units_of, self.tests)))
+            self.plain = dict(zip(self.tests, pool.map(self.run_plain, self.tests)))
+        self.cases = self.cases_by_file()
+
+    def is_slow(self, test):
+        return "_fakes_sleep_" in test
+
+    def cases_by_file(self):
+        """The cases of the program of all units, by the file that they stand in."""
+        if ALL_UNITS not in self.tests:
+            return {}
+        listing = self.folder / "cases.json"
+        self.must([self.build / "tests" / ALL_UNITS, "--gtest_list_tests", f"--gtest_output=json:{listing}"])
+        cases = {}
+        for suite in json.loads(listing.read_text())["testsuites"]:
+            for case in suite["testsuite"]:
+                cases.setdefault(Path(case["file"]).stem, []).append(f"{suite['name']}.{case['name']}")
+        return cases
+
+    def must(self, words):
+        done = run(words)
+        if done.returncode != 0:
+            sys.exit(done.stdout)
+
+    def link_command(self, test):
+        commands = run(["ninja", "-C", self.build, "-t", "commands", "-s", f"tests/{test}"], check=True).stdout
+        words = shlex.split(commands.splitlines()[-1])
+        first = words.index("&&") + 1
+        return words[first : words.index("&&", first)]
+
+    def units_of(self, test):
+        """The units of the product that the test's program has in it."""
+        with tempfile.NamedTemporaryFile(dir=self.folder) as output:
+            traced = self.link_words(test, [], output.name) + ["-Wl,--trace"]
+            listed = run(traced, cwd=self.build).stdout
+        return set(re.findall(r"libtanexics_core\.a\((\S+)\.o\)", listed))
+
+    def link_words(self, test, objects, output):
+        # An object of the mutant comes before the library; that of a test that includes it, in its place.
+        own = f"/{test}.cpp.o"
+        is_replaced = bool(objects) and any(Path(name).stem == test for name in INCLUDED.values())
+        words = [word for word in self.link[test] if not (is_replaced and word.endswith(own))]
+        at = words.index("-o")
+        words[at + 1] = str(output)
+        return words[: at + 2] + [str(name) for name in objects] + words[at + 2 :]
+
+    def run_plain(self, test):
+        """The cases that fail without a mutant are left out; and how long the others take."""
+        program = self.build / "tests" / test
+        failing = []
+        for _ in range(3):
+            started = time.monotonic()
+            done = self.execute(program, failing, 300)
+            if done.returncode == 0:
+                return {"failing": failing, "seconds": time.monotonic() - started,
+                        "times": {name: int(ms) / 1000 for name, ms in
+                                  re.findall(r"^\[       OK \] (\S+?),? .*\((\d+) ms\)$", done.stdout, re.MULTILINE)}}
+            failing += re.findall(r"^\[  FAILED  \] (\S+?),? \(\d+ ms\)$", done.stdout, re.MULTILINE)
+        return {"failing": ["*"], "seconds": 0, "times": {}}
+
+    def execute(self, program, failing, limit, *options, cases=""):
+        """Runs the cases of a program but the failing ones; `cases` is a filter that ends with what it leaves out."""
+        words = SANDBOX + ["--ro-bind", str(self.folder), str(self.folder), str(program), *options]
+        words.append("--gtest_filter=" + ":".join([cases or "-", *failing]))
+        # The cases of a slow test mostly sleep: they run all at once.
+        shards = SLOW_SHARDS if self.is_slow(program.name) else 1
+        stop = threading.Event()
+        with concurrent.futures.ThreadPoolExecutor(shards) as pool:
+            done = list(pool.map(lambda shard: self.sandboxed(words, limit, shard, shards, stop), range(shards)))
+        return subprocess.CompletedProcess(words, max(abs(shard.returncode) for shard in done),
+                                           "".join(shard.stdout for shard in done))
+
+    @staticmethod
+    def sandboxed(words, limit, shard, shards, stop):
+        """Runs one shard; the first one that fails ends the others, whose results do not matter any more."""
+        bound = lambda: resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
+        share = {"GTEST_TOTAL_SHARDS": str(shards), "GTEST_SHARD_INDEX": str(shard)}
+        deadline = time.monotonic() + limit
+        with tempfile.TemporaryFile("w+", errors="replace") as output:
+            with subprocess.Popen(words, stdout=output, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL,
+                                  preexec_fn=bound, env={**os.environ, **share}) as process:
+                while process.poll() is None and not stop.is_set() and time.monotonic() < deadline:
+                    stop.wait(0.01)
+                is_late = process.poll() is None and not stop.is_set()
+                process.kill()
+            output.seek(0)
+            if is_late or process.returncode != 0:
+                stop.set()
+            if is_late:
+                raise subprocess.TimeoutExpired(words, limit)
+            return subprocess.CompletedProcess(words, process.returncode, output.read())
+
+
+class Trial:
+    """One mutant, from source to verdict."""
+
+    def __init__(self, base, mutant):
+        self.base = base
+        self.mutant = mutant
+
+    def verdict(self):
+        with tempfile.TemporaryDirectory(dir=self.base.folder) as folder:
+            self.folder = Path(folder)
+            # The folder is an include directory too, for the one source that a test includes: main.cpp.
+            source = self.folder / Path(self.mutant.path).relative_to("src")
+            source.parent.mkdir(parents=True)
+            text = (self.base.tree / self.mutant.path).read_text()
+            source.write_text(self.mutant.apply(text))
+            self.object = self.folder / "mutant.o"
+            if not self.compiled(source, self.object):
+                return "stillborn", ""
+            for step in self.tests():
+                outcome = self.outcome(step)
+                if outcome != "survived":
+                    return outcome, step[0]
+            return ("same code" if self.is_same_code(source) else "survived"), ""
+
+    def compiled(self, source, output, *options):
+        unit = INCLUDED.get(self.mutant.path, self.mutant.path)
+        words = list(self.base.compile[unit])
+        words[words.index("-o") + 1] = str(output)
+        if unit == self.mutant.path:
+            words[-1] = str(source)
+        else:
+            words.insert(1, f"-I{source.parent.parent}")
+        words = [word for word in words if word != "-Werror"] + ["-w", *options]
+        return run(words, cwd=self.base.build, timeout=COMPILE_LIMIT).returncode == 0
+
+    def is_same_code(self, source):
+        """Whether the optimiser makes the same of both: then no test can tell them apart."""
+        plain = self.folder / "plain" / source.relative_to(self.folder)
+        plain.parent.mkdir(parents=True)
+        shutil.copyfile(self.base.tree / self.mutant.path, plain)
+        objects = [self.folder / "mutant-O2.o", self.folder / "plain-O2.o"]
+        for text, output in zip((source, plain), objects):
+            if not self.compiled(text, output, "-O2"):
+                return False
+        return objects[0].read_bytes() == objects[1].read_bytes()
+
+    def tests(self):
+        """The tests named for the unit, then the others that have it in them, fast ones first: each a program and
+        the files of its cases to run or, behind a minus, to leave out. A slow program takes more than a minute: it
+        is asked about its own unit only."""
+        if self.mutant.path in INCLUDED:
+            return [(Path(INCLUDED[self.mutant.path]).stem, "")]
+        unit = Path(self.mutant.path)
+        is_named = lambda test: test.startswith(f"{unit.stem}_")
+        linking = [test for test in self.base.tests if unit.name in self.base.units[test]]
+        named = [(test, "") for test in linking if is_named(test)]
+        others = [(test, "") for test in linking
+                  if not is_named(test) and not self.base.is_slow(test) and test != ALL_UNITS]
+        if ALL_UNITS in linking:
+            own = [case for file, cases in self.base.cases.items() if is_named(file) for case in cases]
+            if own:
+                named.append((ALL_UNITS, ":".join(own) + "-"))
+            others.append((ALL_UNITS, "-" + ":".join(own)))
+        by_time = lambda step: self.base.plain[step[0]]["seconds"]
+        return sorted(named, key=by_time) + sorted(others, key=by_time)
+
+    def program(self, test):
+        """The test's program with the mutant in it; None where it does not link."""
+        program = self.folder / test
+        if not program.exists():
+            linked = run(self.base.link_words(test, [self.object], program), cwd=self.base.build)
+            if linked.returncode != 0:
+                return None
+        return program
+
+    def outcome(self, step):
+        test, cases = step
+        plain = self.base.plain[test]
+        if plain["failing"] == ["*"]:
+            return "survived"
+        program = self.program(test)
+        if program is None:
+            return "stillborn"
+        usual = plain["seconds"]
+        if cases.endswith("-"):
+            usual = sum(plain["times"].get(case, 0) for case in cases[:-1].split(":"))
+        try:
+            done = self.base.execute(program, plain["failing"], max(LEAST_TIME_LIMIT, 5 * usual),
+                                     "--gtest_fail_fast", cases=cases)
+        except subprocess.TimeoutExpired:
+            return "overran"
+        return "survived" if done.returncode == 0 else "killed"
+
+
+def judgements():
+    """Survivors that were looked at and are no fault of the tests: file, line, change; then the reason."""
+    judged = {}
+    key = None
+    for line in JUDGED.read_text().splitlines() if JUDGED.exists() else []:
+        if line.startswith("    "):
+            judged[key] = (judged.get(key, "") + " " + line.strip()).strip()
+        elif line and not line.startswith("#"):
+            key = line
+    return judged
+
+
+def keys_of(path):
+    """What tells each mutant of a file from the others, wherever its line stands: the line and the change, and
+    a number from the second such place on."""
+    text = (ROOT / path).read_text()
+    keys, seen = {}, Counter()
+    for mutant in mutants_of(path, text):
+        key = f"{path}: {text.splitlines()[mutant.line - 1].strip()}: {mutant.change()}"
+        seen[key] += 1
+        keys[mutant] = key if seen[key] == 1 else f"{key} #{seen[key]}"
+    return keys
+
+
+def sources():
+    return sorted(str(path.relative_to(ROOT)) for path in (ROOT / "src").rglob("*.cpp"))
+
+
+def outdated_judgements():
+    """Those whose line has changed: the mutant that stands there now has not been looked at."""
+    known = {key for path in sources() for key in keys_of(path).values()}
+    return [key for key in judgements() if key not in known]
+
+
+def arguments():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--files", nargs="+", metavar="FILE", help="sources to mutate (default: all of src)")
+    parser.add_argument("--sample", type=int, metavar="N", help="try N mutants, chosen by chance")
+    parser.add_argument("--seed", type=int, help="of the choice (default: a new one, printed)")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count(), metavar="N")
+    parser.add_argument("--folder", type=Path, help="where the build is kept for a next run")
+    parser.add_argument("--tests", nargs="+", metavar="TEST",
+                        help="run only these programs (default: all of the unit tests)")
+    parser.add_argument("--at-least", type=float, default=95.0, metavar="PERCENT",
+                        help="fail below this share of killed mutants (default: 95)")
+    parser.add_argument("--list", action="store_true", help="list the mutants and stop")
+    return parser.parse_args()
+
+
+def chosen(options):
+    found = [mutant for name in options.files or sources() for mutant in mutants_of(name, (ROOT / name).read_text())]
+    if options.sample is not None and options.sample < len(found):
+        seed = random.randrange(1 << 32) if options.seed is None else options.seed
+        print(f"{options.sample} of {len(found)} mutants, --seed {seed}")
+        found = random.Random(seed).sample(found, options.sample)
+    return found
+
+
+def tried(base, mutants, options):
+    """The verdicts in the order of the mutants; each is told on standard error as it is found."""
+    with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
+        trials = [pool.submit(Trial(base, mutant).verdict) for mutant in mutants]
+        places = {trial: mutant for trial, mutant in zip(trials, mutants)}
+        for count, trial in enumerate(concurrent.futures.as_completed(trials), 1):
+            mutant, (verdict, test) = places[trial], trial.result()
+            print(f"{count}/{len(trials)} {verdict}: {mutant.path}:{mutant.line}: {mutant.change()} {test}",
+                  file=sys.stderr, flush=True)
+        return [trial.result() for trial in trials]
+
+
+def report(mutants, verdicts, keys, options):
+    judged = judgements()
+    counts, survivors, harmless = {}, [], []
+    for mutant, (verdict, _) in zip(mutants, verdicts):
+        key = keys[mutant]
+        if verdict == "survived" and key in judged:
+            verdict = "judged"
+            harmless.append((mutant, judged[key]))
+        elif verdict == "survived":
+            survivors.append((mutant, key))
+        counts.setdefault(mutant.path, Counter())[verdict] += 1
+
+    columns = ["killed", "overran", "survived", "judged", "same code", "stillborn"]
+    print(f"\n{'file':<46}" + "".join(f"{name:>11}" for name in columns) + f"{'killed %':>10}")
+    total = Counter()
+    for path, count in sorted(counts.items()):
+        total += count
+        print(row(path, count, columns))
+    print(row("all", total, columns))
+
+    print("\nSurvivors" + ("" if survivors else ": none"))
+    for mutant, key in survivors:
+        print(f"{mutant.path}:{mutant.line}: {mutant.kind}: {mutant.change()}\n    {key}")
+    if harmless:
+        print("\nJudged to be no fault of the tests")
+    for mutant, reason in harmless:
+        print(f"{mutant.path}:{mutant.line}: {mutant.change()}\n    {reason}")
+    return share(total) >= options.at_least
+
+
+def share(count):
+    gone = sum(count[verdict] for verdict in GONE)
+    counted = gone + count["survived"]
+    return 100.0 * gone / counted if counted else 100.0
+
+
+def row(name, count, columns):
+    return f"{name:<46}" + "".join(f"{count[c]:>11}" for c in columns) + f"{share(count):>10.1f}"
+
+
+def main():
+    options = arguments()
+    mutants = chosen(options)
+    if options.list:
+        for mutant in mutants:
+            print(f"{mutant.path}:{mutant.line}: {mutant.kind}: {mutant.change()}")
+        return 0
+    outdated = outdated_judgements()
+    if outdated:
+        sys.exit("\n".join(["judgements of lines that are no more:", *outdated]))
+    keys = {mutant: key for path in {m.path for m in mutants} for mutant, key in keys_of(path).items()}
+    kept = options.folder is not None
+    folder = options.folder.resolve() if kept else Path(tempfile.mkdtemp(prefix="mutation-"))
+    folder.mkdir(parents=True, exist_ok=True)
+    try:
+        base = Base(folder, options.jobs, options.tests)
+        base.make()
+        for test, plain in base.plain.items():
+            if plain["failing"]:
+                print(f"{test}: fails without a mutant in the sandbox, left out: {' '.join(plain['failing'])}")
+        sys.stdout.flush()
+        return 0 if report(mutants, tried(base, mutants, options), keys, options) else 1
+    finally:
+        if not kept:
+            shutil.rmtree(folder, ignore_errors=True)
+
+
+if __name__ == "__main__":
+    sys.exit(main())

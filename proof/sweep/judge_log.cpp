@@ -1,0 +1,227 @@
+#include <fnmatch.h>
+#include <sys/syscall.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "sweep/areas.h"
+#include "sweep/calls.h"
+#include "sweep/ending.h"
+#include "sweep/judge.h"
+#include "sweep/loglines.h"
+
+namespace {
+
+/// A line that may differ from the undisturbed run's when an area was touched, as a pattern of
+/// fnmatch(3). Each has its reason beside it.
+struct Exception {
+  unsigned areas;
+  const char* line;
+};
+
+/// The shells whose wait status is decoded.
+constexpr unsigned kDecoded = kHostName | kTempDir | kRemoval;
+
+constexpr Exception kMayAppear[] = {
+    // A rejected input says why: it cannot be read. Of its contents nothing new may be said.
+    {kList, "* not found.(CSendEventSingleSystem::parseCommandLine)"},
+    {kList, "* open error.(CSendEventSingleSystem::parseCommandLine)"},
+    {kList, "* read error.(CSendEventSingleSystem::parseCommandLine)"},
+    {kDefinition, "* not found.(CSendEventBase::parseMsgCommon)"},
+    {kDefinition, "* open error.(CSendEventBase::parseMsgCommon)"},
+    {kDefinition, "* read error.(CSendEventBase::parseMsgCommon)"},
+    // A file that cannot be measured is sent all the same.
+    {kSentFile, "get file size error(*)"},
+    {kSentFile, "\\[T\\](SendEventBase:486):current_total=*"},
+    {kSentFile, "\\[T\\](SendEventBase:491):final_total=*"},
+    // A log extract that cannot be read leaves the excerpt empty.
+    {kExcerpt, "syslogfile open error.FILE=*"},
+    {kExcerpt, "syslogfile read error.FILE=*"},
+    {kExcerpt, "RM_Communicate call (param=0x4020?*"},
+    // A host name that cannot be had is sent as an empty one.
+    {kHostName, "VUQ90003L : failed to pipe():*"},
+    {kHostName, "VUQ90005L : failed to exec(*):uname -n*"},
+    {kHostName, "RM_Communicate call (param=0x40017 *HOSTNAME=\"\"*"},
+    {kHostName, "VUQ90004L : waitpid(pid=*) : *"},
+    // A shell that fails is logged with its wait status, where a line tells of it.
+    {kHostName | kTempDir, "VUQ90004L : pid=*,wstat=*"},
+    {kDecoded, "\\[T\\](common:53[5678]):*"},
+    // Ten attempts are made at the directory.
+    {kTempDir, "VUQ90004L : com=mkdir -p *"},
+    {kTempDir, "VUQ9010[123]L : *"},
+    {kTempDir, "\\[T\\](CTemp:73):*"},
+    {kTempDir, "\\[T\\](CTemp:156):*"},
+    {kTempDir, "make tempname error (CSendEventSingleSystem::SendEvent)"},
+    {kTempDir, "### main : * exit. code = 78"},
+    {kList | kDefinition, "### main : * exit. code = 68"},
+};
+
+constexpr Exception kMayLack[] = {
+    {kSentFile, "get file size error(*)"},
+    {kSentFile, "\\[T\\](SendEventBase:486):current_total=*"},
+    {kSentFile, "\\[T\\](SendEventBase:491):final_total=*"},
+    {kExcerpt, "RM_Communicate call (param=0x4020?*"},
+    {kHostName, "VUQ90004L : com=uname*"},  // without a pipe there is no command to name
+    {kHostName, "VUQ90004L : pid=*,wstat=*"},
+    {kHostName, "RM_Communicate call (param=0x40017 *"},
+    {kDecoded, "\\[T\\](common:53[5678]):*"},
+    {kTempDir, "VUQ90004L : pid=*,wstat=*"},
+    {kTempDir, "VUQ90004L : com=mkdir -p *"},
+    {kTempDir, "\\[T\\](CTemp:73):*"},
+    {kTempDir, "\\[T\\](CTemp:156):*"},
+    {kTempDir, "\\[T\\](CTemp:188):*"},  // what was not made is not removed
+    {kTempDir, "\\[T\\](common:469):getCanonicalPath():*"},
+    {kTempDir, "\\[T\\](common:520):/bin/rm *"},
+    {kTempDir, "### main : * exit. code = *"},
+};
+
+template <std::size_t Count>
+bool isExcepted(const Exception (&exceptions)[Count], const Case& subject,
+                const std::string& line) {
+  return std::any_of(std::begin(exceptions), std::end(exceptions), [&](const Exception& exception) {
+    return subject.touched(exception.areas) && ::fnmatch(exception.line, line.c_str(), 0) == 0;
+  });
+}
+
+using Texts = std::vector<std::string>;
+
+/// The longest common part of two lists of lines; what is outside goes to `lacking`, `appearing`.
+void compare(const Texts& expected, const Texts& lines, Texts& lacking, Texts& appearing) {
+  std::vector<std::vector<std::size_t>> common(expected.size() + 1,
+                                               std::vector<std::size_t>(lines.size() + 1, 0));
+  for (std::size_t left = expected.size(); left-- > 0;) {
+    for (std::size_t right = lines.size(); right-- > 0;) {
+      common[left][right] = expected[left] == lines[right]
+                                ? common[left + 1][right + 1] + 1
+                                : std::max(common[left + 1][right], common[left][right + 1]);
+    }
+  }
+  std::size_t left = 0;
+  std::size_t right = 0;
+  while (left < expected.size() || right < lines.size()) {
+    if (left < expected.size() && right < lines.size() && expected[left] == lines[right]) {
+      ++left;
+      ++right;
+    } else if (right == lines.size() ||
+               (left < expected.size() && common[left + 1][right] >= common[left][right + 1])) {
+      lacking.push_back(expected[left++]);
+    } else {
+      appearing.push_back(lines[right++]);
+    }
+  }
+}
+
+/// Every line goes out as head, message and line feed.
+void judgeShape(const Case& subject, const std::vector<LogLine>& lines) {
+  for (const LogLine& line : lines) {
+    if (!line.isOpened) {
+      subject.expect(line.pieces.empty(), 4, "something is written to a log that was not opened");
+      continue;
+    }
+    const bool isCutOff = &line == &lines.back() && isTerminated(subject.run.trace);
+    subject.expect(isCutOff || (line.pieces.size() == 3 && line.pieces[2] == "\n" &&
+                                isHead(line.pieces[0], subject.run.trace.processes[0].pid)),
+                   4, "a line is not head, message and line feed: " + messageOf(line));
+  }
+}
+
+/// The undisturbed run's lines, those that could not be opened left out of both.
+void judgeLines(const Case& subject, const std::vector<LogLine>& lines) {
+  const Texts expected = messagesOf(intendedLines(subject.reference.trace));
+  const bool isLogAlone = (subject.areas & ~(kLog | kOutput | kErrors | kTimeZone | kStart)) == 0;
+  if (isLogAlone) {
+    subject.expect(
+        lines.size() == expected.size(), 4,
+        std::to_string(lines.size()) + " lines instead of " + std::to_string(expected.size()));
+    for (std::size_t at = 0; at < lines.size() && at < expected.size(); ++at) {
+      subject.expect(!lines[at].isOpened || messageOf(lines[at]) == expected[at], 4,
+                     "line " + std::to_string(at + 1) + " is: " + messageOf(lines[at]));
+    }
+    return;
+  }
+  Texts lacking;
+  Texts appearing;
+  compare(expected, messagesOf(lines), lacking, appearing);
+  const bool isCut =
+      isEndOfPipes(subject.run.trace) || isTerminated(subject.run.trace) || isRejected(subject);
+  std::size_t unopened = 0;  // each of these lacks one line, and appears as an empty one
+  for (const LogLine& line : lines) unopened += line.isOpened ? 0 : 1;
+  for (const std::string& line : lacking) {
+    if (isCut || isExcepted(kMayLack, subject, line)) continue;
+    if (unopened > 0) {
+      --unopened;
+      continue;
+    }
+    subject.expect(false, 4, "a line is missing: " + line);
+  }
+  for (const std::string& line : appearing) {
+    subject.expect(line.empty() || isExcepted(kMayAppear, subject, line), 4,
+                   "a line appears: " + line);
+  }
+}
+
+/// A log that is too large is emptied, whatever has become of its copy.
+void judgeRotation(const Case& subject) {
+  const Trace& trace = subject.run.trace;
+  int begun = 0;
+  int emptied = 0;
+  for (std::size_t at = 0; at < trace.calls.size(); ++at) {
+    const Call& call = trace.calls[at];
+    if (call.process != 0) continue;
+    const bool isPipe = call.kind == SYS_pipe2;
+    begun += isPipe && areaOfCall(trace, at, subject.reference.trace) == kRotation ? 1 : 0;
+    emptied += call.kind == SYS_truncate ? 1 : 0;
+  }
+  const bool isCut = isEndOfPipes(trace) || isTerminated(trace);
+  subject.expect(begun == emptied || isCut, 4, "a log was copied and not emptied");
+}
+
+/// A directory is given up after ten attempts, each of which has its line.
+void judgeAttempts(const Case& subject, const std::vector<LogLine>& lines) {
+  constexpr int kAttempts = 10;
+  const bool isGivenUp = exitStatusOf(subject.run.trace.waitStatus) == kNoTempDir;
+  if (!isGivenUp || subject.touched(kLog)) return;
+  const auto count = std::count_if(lines.begin(), lines.end(), [](const LogLine& line) {
+    return ::fnmatch("VUQ9010[123]L : *", messageOf(line).c_str(), 0) == 0;
+  });
+  subject.expect(count == kAttempts, 4, std::to_string(count) + " attempts at a directory");
+}
+
+bool isInputUnread(const Case& subject) {
+  const Trace& trace = subject.run.trace;
+  for (std::size_t at = 0; at < trace.calls.size(); ++at) {
+    const Call& call = trace.calls[at];
+    if (!call.isHit || call.kind != SYS_read || call.error == kShortCount) continue;
+    if ((areaOfCall(trace, at, subject.reference.trace) & (kList | kDefinition)) != 0) return true;
+  }
+  return false;
+}
+
+/// An input whose reading fails is rejected for that alone: nothing is said of what it lacks.
+void judgeUnreadInput(const Case& subject, const std::vector<LogLine>& lines) {
+  if (!isInputUnread(subject)) return;
+  for (const LogLine& line : lines) {
+    for (const char* fault : {"No send file.(*", "* parameter error.(*"}) {
+      subject.expect(::fnmatch(fault, messageOf(line).c_str(), 0) != 0, 4,
+                     "an input that was not read is said to be wrong: " + messageOf(line));
+    }
+  }
+}
+
+}  // namespace
+
+void judgeLog(const Case& subject) {
+  const std::vector<LogLine> lines = intendedLines(subject.run.trace);
+  judgeShape(subject, lines);
+  judgeLines(subject, lines);
+  judgeRotation(subject);
+  judgeAttempts(subject, lines);
+  judgeUnreadInput(subject, lines);
+  const LogContents contents = contentsAfter(subject.run.trace, initialLog(subject.scenario));
+  subject.expect(subject.run.log == contents.log, 4,
+                 "the log holds something else than what was written to it");
+  // A copy that fails leaves what it leaves; the log is emptied all the same.
+  if (subject.touched(kRotation) || isEndOfPipes(subject.run.trace)) return;
+  subject.expect(subject.run.backup == (contents.isBackedUp ? contents.backup : ""), 6,
+                 "the backup is not what the log was");
+}

@@ -112,7 +112,7 @@ class EucEncoder {
   }
 
  private:
-  /// A byte and the UTF-8 continuation bytes behind it.
+  /// A byte and the UTF-8 continuation bytes after it.
   static std::size_t sequenceLength(const std::string& text, std::size_t start) {
     std::size_t end = start + 1;
     while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) ++end;
@@ -201,7 +201,7 @@ class Reader {
   }
 
  private:
-  /// kSkipped: behind a bad section line, whose lines would only be reported in its stead.
+  /// kSkipped: after a bad section line, whose lines would only be reported in its stead.
   enum class Section { kNone, kRows, kBlock, kSkipped };
 
   void problem(const std::string& text) { problemAt(line_, text); }

@@ -58,7 +58,7 @@ off_t copyRange(int source, int target, off_t at, off_t end) {
   return at;
 }
 
-/// Where the next data at or behind `at` begins: `size` when only a hole follows.
+/// Where the next data at or after `at` begins: `size` when only a hole follows.
 off_t nextData(int source, off_t at, off_t size) {
   const off_t data = ::lseek(source, at, SEEK_DATA);
   if (data >= 0) return std::min(data, size);

@@ -17,7 +17,7 @@ struct StoredItem {
 class Outbox {
  public:
   /// Makes the folder, its parents and its "items" where they are missing, and opens the record,
-  /// behind which lines are appended. Copies are numbered on from what is there already.
+  /// after which lines are appended. Copies are numbered on from what is there already.
   ///
   /// Throws std::runtime_error (and what it is derived from, std::exception) with a text that names
   /// the operation and its subject when the folder cannot be used.

@@ -60,7 +60,7 @@ class Successive {
 ///
 /// Words stand apart by blanks or tabs. `#` starts a comment anywhere in a line; blank lines count
 /// for nothing; a line ends with LF or CR LF, the last one also without. Numbers are decimal, or
-/// hexadecimal behind 0x, and have the range of a 32-bit word, signed or unsigned: -1 and
+/// hexadecimal after 0x, and have the range of a 32-bit word, signed or unsigned: -1 and
 /// 0xffffffff are the same word. Only CODE is never negative.
 class Script {
  public:

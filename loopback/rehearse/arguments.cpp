@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Shows what stands behind the options, which the parser never sees.
+/// Shows what stands after the options, which the parser never sees.
 class UsageFormatter : public CLI::Formatter {
  public:
   std::string make_usage(const CLI::App* /*app*/, std::string /*name*/) const override {
@@ -90,7 +90,7 @@ std::optional<int> parseArguments(int argc, const char* const* argv, const std::
       std::cout << situationRows(readSituations(choice.folder));
       return 0;
     }
-    if (separator == end) throw CLI::RequiredError("-- and the command's arguments behind it");
+    if (separator == end) throw CLI::RequiredError("-- and the command's arguments after it");
   } catch (const CLI::ParseError& result) {
     return app.exit(result, std::cout, std::cerr) == 0 ? 0 : kWrongUsage;
   }

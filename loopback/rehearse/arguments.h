@@ -19,7 +19,7 @@ struct Arguments {
   std::vector<std::string> words;  // the command's own arguments
 };
 
-/// Reads the command line. The first "--" ends the rehearsal's own options; all words behind it are
+/// Reads the command line. The first "--" ends the rehearsal's own options; all words after it are
 /// the command's and are not looked at.
 ///
 /// `ownFolder`  where the rehearsal itself lives; the situations, and the defaults of --command and

@@ -28,7 +28,7 @@ std::string heading(const std::string& text) {
   return text + "\n" + std::string(text.size(), '-') + "\n";
 }
 
-/// The bytes behind a string of the record; a string that is none of its escapes as it stands.
+/// The bytes that a string of the record stands for; one that has no valid escapes, as it is.
 std::string bytesOf(const Json& value) {
   const std::string text = value.get<std::string>();
   return unescapeBytes(text).value_or(text);

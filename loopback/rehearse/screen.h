@@ -9,7 +9,7 @@
 constexpr std::size_t kScreenColumns = 96;
 
 /// Any bytes as rows of at most `kScreenColumns` columns, each ended by a line feed. Rows break
-/// behind a blank where one stands in their second half, otherwise wherever they are full; nothing
+/// after a blank where one stands in their second half, otherwise wherever they are full; nothing
 /// is added and nothing lost. Control characters and bytes that are not UTF-8 are shown as \xHH.
 ///
 /// `indent`  blanks before the first row.

@@ -18,7 +18,7 @@ struct Situation {
 /// not begin with a comment: a list with gaps would be taken for a whole one.
 std::vector<Situation> readSituations(const std::string& folder);
 
-/// One row for each: the name, blanks to the column behind the longest name, and the sentence.
+/// One row for each: the name, blanks to the column after the longest name, and the sentence.
 std::string situationRows(const std::vector<Situation>& situations);
 
 #endif

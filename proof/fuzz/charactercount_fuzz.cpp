@@ -27,7 +27,7 @@ constexpr Language kLanguages[] = {
     {"ja_JP.UTF", "C"},     {"ja_JP.eucJP.x", "C"},  {"en_US.UTF-8", "C"},      {"j", "C"},
 };
 
-/// Memory behind whose end nothing can be read.
+/// Memory past whose end nothing can be read.
 class GuardedMemory {
  public:
   GuardedMemory() {
@@ -64,8 +64,8 @@ bool isBetween(unsigned value, unsigned first, unsigned last) {
   return first <= value && value <= last;
 }
 
-// The judges: how many bytes behind a lead byte belong to its character. `behind` holds what
-// follows the lead byte, at least two of which are there: zeros stand behind the end.
+// The judges: how many bytes after a lead byte belong to its character. `behind` holds what
+// follows the lead byte, at least two of which are there: zeros stand after the end.
 
 unsigned moreInEuc(unsigned lead, const unsigned* behind) {
   const bool isPair = isBetween(behind[0], 0xa0, 0xff);

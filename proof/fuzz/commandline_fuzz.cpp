@@ -1,6 +1,6 @@
 // The command line: the input is its words, each ended by a zero byte.
 //
-// The bytes 1 to 4 as a whole word, or behind an option's two bytes, stand for the paths of four
+// The bytes 1 to 4 as a whole word, or after an option's two bytes, stand for the paths of four
 // files. Everywhere else a slash becomes an underscore: a word may be opened as a file, and those
 // of the machine are none of a test's business.
 

@@ -1,5 +1,7 @@
 // References to environment variables: the input is the text.
 
+#include "common/text/environment.h"
+
 #include <unistd.h>
 
 #include <cctype>
@@ -7,7 +9,6 @@
 #include <cstring>
 #include <string>
 
-#include "common/text/environment.h"
 #include "fuzz/demand.h"
 #include "fuzz/input.h"
 #include "fuzz/target.h"

@@ -1,5 +1,5 @@
 // The stream form of the error record. The first byte of the input chooses: a record of the
-// following three numbers and the message behind them, which is written and read back; or any text,
+// following three numbers and the message after them, which is written and read back; or any text,
 // which is read.
 
 #include <cstdlib>

@@ -1,10 +1,11 @@
 // Splitting and joining: the input is the number of fields, the delimiter and the text.
 
+#include "common/text/fields.h"
+
 #include <list>
 #include <string>
 #include <vector>
 
-#include "common/text/fields.h"
 #include "fuzz/demand.h"
 #include "fuzz/input.h"
 #include "fuzz/target.h"

@@ -1,5 +1,7 @@
 // Formatting into texts, and texts that are taken for formats: the input is a number and a text.
 
+#include "common/base/format.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -7,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "common/base/format.h"
 #include "fuzz/demand.h"
 #include "fuzz/input.h"
 #include "fuzz/target.h"

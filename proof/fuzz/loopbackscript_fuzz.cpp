@@ -33,7 +33,7 @@ Words wordsOf(std::string line) {
   return words;
 }
 
-/// The number of a word: digits, decimal or behind 0x hexadecimal, perhaps behind a minus.
+/// The number of a word: digits, decimal or after 0x hexadecimal, perhaps after a minus.
 std::optional<int> numberOf(std::string word) {
   const bool isNegative = word.substr(0, 1) == "-";
   if (isNegative) word.erase(0, 1);

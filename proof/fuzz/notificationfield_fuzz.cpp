@@ -33,7 +33,7 @@ void appendField(std::vector<char>& buffer, int size, const std::string& value, 
   const std::string after = buffer.data();
 
   demandEqual(after, withField(before, size, value, comma), "the text with one more field");
-  // A buffer that is larger than the format leaves its last comma room behind the limit.
+  // A buffer that is larger than the format leaves its last comma room after the limit.
   const std::size_t longest = comma && size > 897 ? kFieldLimit + 1 : kFieldLimit;
   demand(after.size() <= std::max(before.size(), longest), "a notification stays in its limit");
   demand(after.compare(0, before.size(), before) == 0, "a field only appends");

@@ -9,7 +9,7 @@
 
 // How the input files are read, written as plainly as can be: the judge of the readers.
 
-/// The pieces in which a file is read: each ends behind a line feed, after `longest` bytes, or with
+/// The pieces in which a file is read: each ends after a line feed, after `longest` bytes, or with
 /// the file; of a piece with a zero byte only what stands before it is seen.
 inline std::vector<std::string> piecesOf(const std::string& bytes, std::size_t longest) {
   std::vector<std::string> pieces;

@@ -110,7 +110,7 @@ std::string escaped(const std::string& path) {
   return text;
 }
 
-/// Leaves out all that comes with the temporary directory and behind it.
+/// Leaves out all that comes with the temporary directory and after it.
 void endBeforeTempDir(Expected& expected) {
   auto first = findLine(expected.messages, "[T](CTemp:73)");
   if (first == expected.messages.end()) {

@@ -14,9 +14,8 @@ std::string withFixedNames(const std::string& text);
 struct Expected {
   bool isLoaded = true;  // false: the command cannot be started, and nothing at all happens
   int status = 0;
-  std::vector<std::string> messages;  // of the log, without their heads
-  std::uint64_t mostLogBytes =
-      ~std::uint64_t{0};  // the log ends there, within a line or behind one
+  std::vector<std::string> messages;               // of the log, without their heads
+  std::uint64_t mostLogBytes = ~std::uint64_t{0};  // the log ends there, within a line or after one
   std::string backup;
   std::string record;
   std::string output;

@@ -1,8 +1,8 @@
+#include "inherited/families.h"
+
 #include <sys/resource.h>
 
 #include <csignal>
-
-#include "inherited/families.h"
 
 namespace {
 

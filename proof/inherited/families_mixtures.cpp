@@ -1,7 +1,7 @@
+#include "inherited/families.h"
+
 #include <csignal>
 #include <random>
-
-#include "inherited/families.h"
 
 namespace {
 

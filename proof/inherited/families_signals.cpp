@@ -1,6 +1,6 @@
-#include <csignal>
-
 #include "inherited/families.h"
+
+#include <csignal>
 
 namespace {
 

@@ -52,7 +52,7 @@ std::size_t firstOfNewZone(const Subject& subject) {
   const Texts& messages = subject.expected.messages;
   const bool isStart = subject.situation.zoneCall == "KEL_StartComm";
   const std::string first = isStart ? "(CSendInfo::SendInfo) call startCom" : "### main : ";
-  // The line that follows the call; of an identifier's the one behind the start line.
+  // The line that follows the call; of an identifier's the one after the start line.
   const auto found =
       std::find_if(messages.begin(), messages.end(),
                    [&first](const std::string& text) { return beginsWith(text, first); });

@@ -225,7 +225,7 @@ class Trial:
 
     def tests(self):
         """The tests named for the unit, then the others that have it in them, fast ones first: each a program and
-        the files of its cases to run or, behind a minus, to leave out. A slow program takes more than a minute: it
+        the files of its cases to run or, after a minus, to leave out. A slow program takes more than a minute: it
         is asked about its own unit only."""
         if self.mutant.path in INCLUDED:
             return [(Path(INCLUDED[self.mutant.path]).stem, "")]

@@ -57,7 +57,7 @@ enum class Ending {
   kCut          // where it stood: the record may end anywhere
 };
 
-/// The third promise for a record of its own: nothing before the start or behind the last stop,
+/// The third promise for a record of its own: nothing before the start or after the last stop,
 /// every notification with its data call.
 std::vector<std::string> judgeOrder(const std::string& record, const Scenario& scenario,
                                     Ending ending);

@@ -1,8 +1,9 @@
+#include "sweep/judge.h"
+
 #include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "sweep/areas.h"
-#include "sweep/judge.h"
 
 namespace {
 

@@ -1,3 +1,5 @@
+#include "sweep/judge.h"
+
 #include <fnmatch.h>
 #include <sys/syscall.h>
 
@@ -7,7 +9,6 @@
 #include "sweep/areas.h"
 #include "sweep/calls.h"
 #include "sweep/ending.h"
-#include "sweep/judge.h"
 #include "sweep/loglines.h"
 
 namespace {

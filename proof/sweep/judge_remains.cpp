@@ -1,9 +1,10 @@
+#include "sweep/judge.h"
+
 #include <sys/syscall.h>
 
 #include <algorithm>
 
 #include "sweep/areas.h"
-#include "sweep/judge.h"
 
 namespace {
 
@@ -24,7 +25,7 @@ bool isHitIn(const Trace& trace, int process) {
 }
 
 /// Whether the directory came to be although the command was told that it did not: mkdir failed
-/// behind the making, or could not be waited for. Nobody knows of such a one any more.
+/// after the making, or could not be waited for. Nobody knows of such a one any more.
 bool isGivenUp(const Trace& trace, const std::string& path) {
   const std::string command = "mkdir -p " + path + " 2>/dev/null";
   return std::any_of(trace.processes.begin(), trace.processes.end(), [&](const Process& process) {

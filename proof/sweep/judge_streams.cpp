@@ -1,8 +1,9 @@
+#include "sweep/judge.h"
+
 #include <cstring>
 #include <sstream>
 
 #include "sweep/areas.h"
-#include "sweep/judge.h"
 #include "sweep/loglines.h"
 
 namespace {

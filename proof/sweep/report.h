@@ -5,7 +5,7 @@
 
 #include "sweep/workers.h"
 
-// What the programs of this folder print behind their table, on standard output.
+// What the programs of this folder print after their table, on standard output.
 
 /// Each finding, with the line that tries it again; the first ones of very many.
 void printFindings(const Tally& tally, const char* program);

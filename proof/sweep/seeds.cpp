@@ -7,7 +7,7 @@
 //   other-status      the process ends with another status than its exit line says
 //   partial-list      a list whose reading fails is sent as far as it was read
 //   single-stop       communication is stopped once instead of twice
-//   torn-line         behind a write that failed the next piece of the line is left out
+//   torn-line         after a write that failed the next piece of the line is left out
 //   dirty-output      something is printed on standard output
 //   kept-directory    the temporary directory stays when a collection command failed
 //   open-descriptor   a descriptor stays open in the programs that are run

@@ -42,7 +42,7 @@ bool isLeftOut(const CallKind& kind, const CallRegisters& registers) {
   return descriptor >= kLowestOfLibrary && descriptor < 0x7fffffff;
 }
 
-/// Whether the call's success is told by an event of its own, behind which nobody waits for its
+/// Whether the call's success is told by an event of its own, after which nobody waits for its
 /// end.
 bool endsInEvent(const CallKind& kind) {
   return makesProcess(kind.number) || kind.number == SYS_execve;

@@ -45,7 +45,7 @@ Verdict tryBluntly(const Reference& reference) {
   return verdict;
 }
 
-/// A fault behind the last call must not be hit, and the run must be like the undisturbed one:
+/// A fault after the last call must not be hit, and the run must be like the undisturbed one:
 /// there is no further call to try.
 Verdict tryBehindEnd(const Reference& reference) {
   const Scenario& scenario = *reference.scenario;

@@ -14,7 +14,7 @@ char* appendNumber(char* at, long number, std::ptrdiff_t width, char filler) {
   const char* digits = text;
   const char* end = std::to_chars(text, text + sizeof text, number).ptr;
   if (number < 0 && filler == '0') {
-    *at++ = *digits++;  // zeros stand behind the sign, blanks in front of it
+    *at++ = *digits++;  // zeros stand after the sign, blanks in front of it
     --width;
   }
   for (std::ptrdiff_t missing = width - (end - digits); missing > 0; --missing) *at++ = filler;

@@ -47,7 +47,7 @@ std::optional<int> readMachineId(char (&machineId)[kMachineIdBytes]) {
   return std::nullopt;
 }
 
-/// Whether an option has its value, or what stands for it, right behind its two characters.
+/// Whether an option has its value, or what stands for it, right after its two characters.
 bool isJoined(const char* option) { return option[2] != '\0'; }
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include "sendevent/SendEventBase.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -6,7 +8,6 @@
 #include "common/files/filesystem.h"
 #include "common/text/text.h"
 #include "log/CLog.h"
-#include "sendevent/SendEventBase.h"
 
 namespace {
 

@@ -1,3 +1,5 @@
+#include "sendevent/SendEventBase.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -7,7 +9,6 @@
 #include "common/base/piecereader.h"
 #include "common/text/text.h"
 #include "log/CLog.h"
-#include "sendevent/SendEventBase.h"
 #include "sendevent/notificationtext.h"
 
 namespace {

@@ -1,3 +1,5 @@
+#include "sendevent/SendEventBase.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -8,7 +10,6 @@
 #include "log/CLog.h"
 #include "log/loglines.h"
 #include "rmglib/CVuqRmgLib.h"
-#include "sendevent/SendEventBase.h"
 #include "sendevent/notificationtext.h"
 
 /// The request codes of one event type, as the support centre knows them.
@@ -157,9 +158,7 @@ bool CSendEventBase::isReachable(CVuqRmgLib& client) {
   const bool isInMaintenance = client.isMaintenance();
   if (isOperating || isInMaintenance) return true;
   gLog.ilog(
-      // clang-format off
       "(CSendInfo::SendInfo) Cancel sending investigation information, because connection status is not operating. (status=%d) \n",
-      // clang-format on
       client.getLastStatus());
   return false;
 }

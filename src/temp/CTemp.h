@@ -44,7 +44,7 @@ class CTemp {
   /// prefix is used, and TMPDIR is not looked at.
   ///
   /// `fd`  out: an open descriptor, the caller's to close, which commands that the caller starts
-  ///       inherit; null closes the file at once. Each attempt that fails behind it, as
+  ///       inherit; null closes the file at once. Each attempt that fails after it, as
   ///       `getTemp_sub` says, leaves one open.
   int getTempFile(std::string& path, const char* prefix, const char* parentDir, int* fd);
 

@@ -24,7 +24,7 @@ Arrange written(const std::string& bytes) {
   return [=](const Machine& machine) { machine.write("/case/event.def", bytes); };
 }
 
-/// The definition that every machine has, with these bytes behind it.
+/// The definition that every machine has, with these bytes after it.
 Arrange followedBy(const std::string& bytes) {
   return [=](const Machine& machine) {
     machine.write("/case/event.def", machine.read("/case/event.def") + bytes);

@@ -1,3 +1,5 @@
+#include "log/CLog.h"
+
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -14,7 +16,6 @@
 #include <type_traits>
 #include <vector>
 
-#include "log/CLog.h"
 #include "log/loglines.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
@@ -76,7 +77,7 @@ std::string headAt(std::time_t time, int pid) {
   return std::string(text) + pidText;
 }
 
-/// The bytes of the one line in `log`, from behind the head to before the line feed.
+/// The bytes of the one line in `log`, from after the head to before the line feed.
 std::string onlyMessage(const CapturedLog& log) {
   const std::vector<LogLine> lines = parseLog(log.bytes());
   EXPECT_EQ(lines.size(), 1u);

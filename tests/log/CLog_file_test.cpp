@@ -1,3 +1,5 @@
+#include "log/CLog.h"
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "log/CLog.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/environmentguard.h"

@@ -1,3 +1,5 @@
+#include "log/CLog.h"
+
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -11,7 +13,6 @@
 #include <regex>
 #include <string>
 
-#include "log/CLog.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/descriptors.h"

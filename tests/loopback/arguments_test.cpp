@@ -96,7 +96,7 @@ TEST(Arguments, WrongUsage) {
 
 TEST(Arguments, MissingSeparatorIsNamed) {
   EXPECT_EQ(
-      "-- and the command's arguments behind it is required\n"
+      "-- and the command's arguments after it is required\n"
       "Run with --help for more information.\n",
       parse({"--trace"}).errors);
 }

@@ -5,8 +5,8 @@
 //   notify CODE TEXT                 an exchange with a text
 //   data CODE COUNT PATH...          an exchange with COUNT files
 //   print TEXT                       TEXT on standard output
-//   log TEXT                         TEXT and a line feed behind the action log
-//   environment NAME                 NAME=VALUE behind the action log, "NAME unset" without it
+//   log TEXT                         TEXT and a line feed after the action log
+//   environment NAME                 NAME=VALUE after the action log, "NAME unset" without it
 //   kill NUMBER                      that signal to itself
 //   exit STATUS                      the end; without it the status is 0
 

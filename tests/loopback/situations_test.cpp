@@ -83,7 +83,7 @@ class SituationTest : public CommandTest, public testing::WithParamInterface<Row
 
   RunResult rehearse(const std::string& situation, const std::vector<std::string>& event) const {
     Call call;
-    // The command's path comes behind the wrapper's words: as the value of its last option.
+    // The command's path comes after the wrapper's words: as the value of its last option.
     call.wrapper = {kRehearsal, "--situation", situation, "--outbox", "/case/outbox", "--command"};
     call.arguments = {"--", "/case/two"};
     call.arguments.insert(call.arguments.end(), event.begin(), event.end());

@@ -136,7 +136,7 @@ TEST_F(MainTest, LogThatCannotBeOpened_IsSaidOnStandardErrorAndEndsWith66) {
   const double after = elapsedTime();
   EXPECT_EQ(child.exitCode(), 66);
   EXPECT_EQ(child.err, "Log init error");
-  // The time is that since the epoch: the clock starts behind the log.
+  // The time is that since the epoch: the clock starts after the log.
   constexpr double kRounding = 0.00001;
   EXPECT_GE(child.elapsed, before - kRounding);
   EXPECT_LE(child.elapsed, after + kRounding);

@@ -1,3 +1,5 @@
+#include "rmglib/CVuqRmgLib.h"
+
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -8,7 +10,6 @@
 #include <string>
 #include <vector>
 
-#include "rmglib/CVuqRmgLib.h"
 #include "support/FakeKelcom.h"
 #include "support/childrun.h"
 #include "support/statuswords.h"

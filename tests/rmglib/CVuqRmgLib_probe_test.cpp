@@ -1,3 +1,5 @@
+#include "rmglib/CVuqRmgLib.h"
+
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -5,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "rmglib/CVuqRmgLib.h"
 #include "support/overones.h"
 #include "support/scratch.h"
 
@@ -81,7 +82,7 @@ TEST(IsDovraInstalled, AnswerIsTheFifthOfFiveFlags) {
   const std::string file = dir.write("lib.so", "");
   const LibraryPath path(file.c_str());
   OverOnes<ICVuqRmgLib> made;
-  constexpr std::size_t kFlags = sizeof(void*);  // behind the table of operations
+  constexpr std::size_t kFlags = sizeof(void*);  // after the table of operations
   constexpr std::size_t kHandles = 2 * sizeof(void*);
   const std::string noHandles(sizeof(std::vector<void*>), '\0');
   EXPECT_EQ(made.bytes(kFlags, 5), std::string(5, '\0'));

@@ -1,9 +1,10 @@
+#include "rmglib/CVuqRmgLib.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "rmglib/CVuqRmgLib.h"
 #include "support/FakeKelcom.h"
 #include "support/statuswords.h"
 

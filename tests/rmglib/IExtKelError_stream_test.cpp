@@ -1,3 +1,5 @@
+#include "rmglib/IExtKelError.h"
+
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -11,7 +13,6 @@
 #include <utility>
 #include <vector>
 
-#include "rmglib/IExtKelError.h"
 #include "support/childrun.h"
 #include "support/errorrecord.h"
 

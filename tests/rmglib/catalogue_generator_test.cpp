@@ -37,7 +37,7 @@ class CatalogueGenerator : public testing::Test {
   }
   void TearDown() override { fs::remove_all(m_dir); }
 
-  /// Runs the generator behind the shell text `before`, with these arguments, in the scratch
+  /// Runs the generator after the shell text `before`, with these arguments, in the scratch
   /// folder.
   int run(const std::string& arguments, const std::string& before = "") {
     const std::string command = "cd '" + m_dir.string() + "' && " + before +

@@ -1,3 +1,5 @@
+#include "sendevent/CSendEventSingleSystem.h"
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,7 +9,6 @@
 #include <vector>
 
 #include "log/CLog.h"
-#include "sendevent/CSendEventSingleSystem.h"
 #include "support/FakeKelcom.h"
 #include "support/actionlog.h"
 #include "support/brokenfile.h"
@@ -243,7 +244,7 @@ class CommandLine : public testing::Test {
     expectRejection(parse(options), text, eventType);
   }
 
-  /// The same for a command line that counts the null behind its last option.
+  /// The same for a command line that counts the null after its last option.
   void expectRejectedAsNull(const Texts& options, const std::string& text, int eventType) {
     Arguments arguments(wordsWith(options));
     expectRejection(m_event.parseCommandLine(arguments.argc() + 1, arguments.argv()), text,

@@ -1,3 +1,5 @@
+#include "sendevent/SendEventBase.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -6,7 +8,6 @@
 #include <vector>
 
 #include "common/base/format.h"
-#include "sendevent/SendEventBase.h"
 #include "support/actionlog.h"
 #include "support/brokenfile.h"
 #include "support/bytes.h"
@@ -192,7 +193,7 @@ TEST_F(Definition, NothingCanBeReadIsAReadError) {
   EXPECT_EQ(Texts{"/proc/self/mem" + kReadError}, m_log.texts());
 }
 
-/// Reading fails behind the lines of `params`, which is all that is logged.
+/// Reading fails after the lines of `params`, which is all that is logged.
 void expectReadError(const Params& params) {
   for (const auto parse : {&CSendEventBase::parseTanexEventMsg, &CSendEventBase::parseTanexMsg}) {
     const CapturedLog log(CapturedLog::Level::kTrace);

@@ -1,3 +1,5 @@
+#include "sendevent/SendEventBase.h"
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,7 +10,6 @@
 #include <string>
 #include <vector>
 
-#include "sendevent/SendEventBase.h"
 #include "support/actionlog.h"
 #include "support/scratch.h"
 #include "support/testevent.h"
@@ -378,7 +379,7 @@ TEST_F(ConvStr, NeverPassesTheLimit) {
     for (const int size : {896, 897, 898, 2048}) {
       const Converted converted =
           convert(std::string(static_cast<std::size_t>(fill), 'f'), size, x(1000), 1);
-      // The comma alone may stand behind the limit, where the caller's buffer is longer.
+      // The comma alone may stand after the limit, where the caller's buffer is longer.
       EXPECT_LE(converted.text.size(), size > 897 ? 897U : 896U) << fill << " " << size;
     }
   }

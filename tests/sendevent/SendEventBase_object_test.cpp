@@ -1,3 +1,5 @@
+#include "sendevent/SendEventBase.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -7,7 +9,6 @@
 #include <vector>
 
 #include "sendevent/CSendEventSingleSystem.h"
-#include "sendevent/SendEventBase.h"
 #include "support/testevent.h"
 
 namespace {

@@ -9,7 +9,7 @@
 
 /// One line of an action log, taken apart.
 struct LogLine {
-  std::string head;  // "2026/11/15 12:00:07  4711 ", the blank behind the process id included
+  std::string head;  // "2026/11/15 12:00:07  4711 ", the blank after the process id included
   int pid = 0;
   std::string text;
 };

@@ -56,7 +56,7 @@ inline std::string definitionOf(const Params& params, const std::string& lineEnd
 }
 
 /// A command line as `main` gets it. Each argument ends where its memory ends, so that a sanitizer
-/// sees every byte that is read behind it.
+/// sees every byte that is read after it.
 class Arguments {
  public:
   explicit Arguments(const std::vector<std::string>& words) {

@@ -14,7 +14,7 @@ class TimeZoneGuard {
   TimeZoneGuard& operator=(const TimeZoneGuard&) = delete;
 
  private:
-  /// Reads the zone again after the variable, which is declared behind it, has its old value.
+  /// Reads the zone again after the variable, which is declared after it, has its old value.
   struct Reread {
     ~Reread() { ::tzset(); }
   } m_reread;

@@ -1,3 +1,5 @@
+#include "temp/CTemp.h"
+
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -12,7 +14,6 @@
 #include "support/logtexts.h"
 #include "support/scratch.h"
 #include "support/temparea.h"
-#include "temp/CTemp.h"
 
 namespace {
 

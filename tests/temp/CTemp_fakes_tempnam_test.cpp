@@ -1,5 +1,7 @@
 // What becomes of the name that tempnam(3) gives, whose place this program takes.
 
+#include "temp/CTemp.h"
+
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -12,7 +14,6 @@
 
 #include "support/actionlog.h"
 #include "support/temparea.h"
-#include "temp/CTemp.h"
 
 namespace {
 std::string generatedName;  // empty: no name can be had

@@ -1,6 +1,8 @@
 // Linked with everything that it needs in itself, as a user of the library may be: no call may have
 // to be looked up while it runs. Only under the sanitizers is it a program like the others.
 
+#include "temp/CTemp.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -8,7 +10,6 @@
 
 #include "support/actionlog.h"
 #include "support/temparea.h"
-#include "temp/CTemp.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdio>
 
-/// A text file read in pieces of bounded length, the way fgets(3) reads it: a piece ends behind a
+/// A text file read in pieces of bounded length, the way fgets(3) reads it: a piece ends after a
 /// line feed, at the bound, or at the end of the file. A line that does not fit with its line feed
 /// arrives as several pieces, the last of which may be the line feed alone; of a piece with a zero
 /// byte only what stands before it is seen, and the next line is not affected. Closes the file at

@@ -34,7 +34,7 @@ std::int64_t wrappingSum(std::int64_t a, std::int64_t b) {
 }
 
 /// What a directory holds, unless it is being walked already. The walk through one link that leads
-/// back ends by itself, with ELOOP behind 40 links (see path_resolution(7)), but counts everything
+/// back ends by itself, with ELOOP after 40 links (see path_resolution(7)), but counts everything
 /// 41 times; through two there are 2 to the power of 40 ways, which would take for ever.
 std::int64_t totalOfDir(const std::string& dir, std::vector<DirId>& ancestors) {
   struct stat status = {};
@@ -68,7 +68,7 @@ std::int64_t totalOf(const std::list<std::string>& paths, int recursive,
   return total;
 }
 
-/// Reads the heading of df's output and then the line behind it into `line`.
+/// Reads the heading of df's output and then the line after it into `line`.
 bool readSecondLine(FILE* stream, char (&line)[kLineBytes]) {
   return std::fgets(line, sizeof line, stream) != nullptr &&
          std::fgets(line, sizeof line, stream) != nullptr;

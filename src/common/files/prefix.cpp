@@ -15,7 +15,7 @@ std::list<std::string> directoryFields(const std::string& path) {
   return fields;
 }
 
-/// The fields that both have at the same place, also behind a difference.
+/// The fields that both have at the same place, also after a difference.
 std::list<std::string> sameFields(const std::list<std::string>& a,
                                   const std::list<std::string>& b) {
   std::list<std::string> same;

@@ -6,7 +6,7 @@
 
 /// The common leading directory of `paths`, which stay as they are; what is no directory stands for
 /// its parent. The parts of the paths are compared side by side, and a part that is equal counts
-/// also behind one that differs: the directories "/a/x/c" and "/b/x/c" give "/x/c". Where relative
+/// also after one that differs: the directories "/a/x/c" and "/b/x/c" give "/x/c". Where relative
 /// paths have no part in common, the comparison starts anew with the next one. "" for no paths.
 /// Every path is traced at (common:82), the result at (common:133).
 std::string acquireSamePrefix(std::list<std::string>& paths);

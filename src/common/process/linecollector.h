@@ -10,7 +10,7 @@
 ///
 /// `maxLines`    how many entries to append; negative appends all. The rest is read and dropped.
 /// `pieceBytes`  2 to 1,024: an entry is read from one byte less at the most, line end included, as
-///               fgets(3) does, so that behind a line that just fills one comes an empty entry. Of
+///               fgets(3) does, so that after a line that just fills one comes an empty entry. Of
 ///               an entry with a zero byte only what stands before it is kept.
 void collectLines(FILE* stream, std::list<std::string>& lines, int maxLines,
                   std::size_t pieceBytes);

@@ -26,7 +26,7 @@ bool isWithin(unsigned int value, unsigned int first, unsigned int last) {
   return value >= first && value <= last;
 }
 
-/// The text of a counter: what lies behind its end is 0, which is within no range.
+/// The text of a counter: what lies past its end is 0, which is within no range.
 struct Elements {
   const unsigned int* a;
   int len;

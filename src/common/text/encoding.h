@@ -12,12 +12,12 @@
 std::string& getEncoding(std::string& enc);
 
 // The number of characters in a text of `len` bytes, one byte (0 to 255) an element of `a`. 0 for
-// null and for a length below 1. Nothing behind the end is looked at; what the end leaves of a
+// null and for a length below 1. Nothing past the end is looked at; what the end leaves of a
 // character counts as one, but for a cut 8F character of EUC-JP, whose two bytes count as two.
 
-/// EUC-JP: code sets 0 and 1 as they are, JIS X 0201 katakana behind the single shift 8E, and JIS X
-/// 0212 behind 8F. The second byte of a plain two-byte character is not checked; a single shift
-/// without fitting bytes behind it is one character.
+/// EUC-JP: code sets 0 and 1 as they are, JIS X 0201 katakana after the single shift 8E, and JIS X
+/// 0212 after 8F. The second byte of a plain two-byte character is not checked; a single shift
+/// without fitting bytes after it is one character.
 int check_EUCMultiByteLength(const unsigned int* a, int len);
 
 /// UTF-8, by the lead bytes alone, in their original form of up to six bytes (RFC 2279). A

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// Splits `text` at every `delim`; what stands between two of them, before the first and behind the
+/// Splits `text` at every `delim`; what stands between two of them, before the first and after the
 /// last is a field, also when it is empty: "/a/b" at "/" gives "", "a", "b"; "" gives one empty
 /// field.
 ///

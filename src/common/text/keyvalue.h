@@ -4,7 +4,7 @@
 #include <map>
 #include <string>
 
-/// The value of a KEY=VALUE line: a pointer just behind its first "=", to a text whose white space
+/// The value of a KEY=VALUE line: a pointer just after its first "=", to a text whose white space
 /// has been removed at both ends, in the caller's own buffer. Without any "=", and for null, an
 /// empty text.
 char* getValue(char* line);

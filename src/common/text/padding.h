@@ -9,7 +9,7 @@
 // must not be 0, as it is for an empty text: an assertion in debug builds; other builds then pad
 // with nothing.
 
-/// Writes the blanks that fill `text` up to `width` and then, behind them, the text itself.
+/// Writes the blanks that fill `text` up to `width` and then, after them, the text itself.
 ///
 /// `len`  the bytes of `text` by which it is measured; at most its length counts.
 /// `dst`  zero-filled, with room for the blanks, the text and a terminator. Returned. Null: nothing

@@ -1,3 +1,5 @@
+#include "common/base/format.h"
+
 #include <gtest/gtest.h>
 #include <malloc.h>
 
@@ -7,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "common/base/format.h"
 #include "support/sanitizer.h"
 
 // --- allocations are counted; growing a heap buffer is watched, and fails on demand --------------

@@ -1,10 +1,11 @@
+#include "common/base/ownedpipe.h"
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdio>
 
-#include "common/base/ownedpipe.h"
 #include "support/descriptors.h"
 #include "support/failingfdopen.h"
 

@@ -137,7 +137,7 @@ TEST(BaseName, PathsAroundTheBuffer_AreCutAtIt) {
     EXPECT_EQ(dir, "/d") << length;
     EXPECT_EQ(__xpg_basename(path.c_str()), name) << length;
     EXPECT_EQ(retrieveName(path.c_str()), name) << length;
-    // A last slash behind the cut is not seen.
+    // A last slash after the cut is not seen.
     path.back() = '/';
     EXPECT_EQ(__xpg_basename(path, dir), length <= 4095 ? "" : name) << length;
   }

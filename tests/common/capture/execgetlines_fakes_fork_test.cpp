@@ -1,3 +1,5 @@
+#include "common/capture/execgetlines.h"
+
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -16,7 +18,6 @@
 #include <string>
 #include <vector>
 
-#include "common/capture/execgetlines.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/descriptors.h"
@@ -47,7 +48,7 @@ namespace {
 namespace fs = std::filesystem;
 using Texts = std::vector<std::string>;
 
-// Prints the path behind the shell's own standard error.
+// Prints what the shell's own standard error leads to.
 constexpr char kPrintErrorPath[] = "readlink /proc/$$/fd/2";
 
 Texts asVector(const std::list<std::string>& lines) { return Texts(lines.begin(), lines.end()); }
@@ -278,7 +279,7 @@ TEST(ExecGetLines, AtTraceLevel_TheseLinesAreLogged) {
 
 TEST(ExecGetLines, WithErrorListAtTraceLevel_TheTemporaryFileIsLoggedToo) {
   const CapturedLog log(CapturedLog::Level::kTrace);
-  const std::string number = std::to_string(upcomingDescriptor(3));  // behind those of the pipe
+  const std::string number = std::to_string(upcomingDescriptor(3));  // after those of the pipe
   const Capture run(kPrintErrorPath, -1, true);
   ASSERT_EQ(run.lines.size(), 1u);
   const std::string path = run.lines[0];

@@ -1,3 +1,5 @@
+#include "common/capture/execgetlinestimeout.h"
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -14,7 +16,6 @@
 #include <string>
 #include <vector>
 
-#include "common/capture/execgetlinestimeout.h"
 #include "common/text/timetext.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"

@@ -1,3 +1,5 @@
+#include "common/capture/filesizes.h"
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -11,7 +13,6 @@
 #include <string>
 #include <vector>
 
-#include "common/capture/filesizes.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/descriptors.h"
@@ -107,7 +108,7 @@ TEST(GetDirSize, ErrorOutput_IsTheCallers) {
 
 TEST(GetDirSize, CommandAbove1022Bytes_IsCut) {
   const FakeProgram du("du");
-  for (const std::size_t length : {1014u, 1015u, 1016u, 5000u}) {  // behind "du -sk "
+  for (const std::size_t length : {1014u, 1015u, 1016u, 5000u}) {  // after "du -sk "
     getDirSize(std::string(length, 'p').c_str());
     EXPECT_EQ(du.takeArguments(),
               Texts({"2", "-sk", std::string(length < 1015 ? length : 1015, 'p')}))

@@ -1,9 +1,10 @@
+#include "common/capture/host.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "common/capture/host.h"
 #include "support/actionlog.h"
 #include "support/fakeprogram.h"
 #include "support/logtexts.h"

@@ -1,3 +1,5 @@
+#include "common/capture/host.h"
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -7,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "common/capture/host.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/fakeprogram.h"

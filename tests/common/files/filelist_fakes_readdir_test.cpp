@@ -1,3 +1,5 @@
+#include "common/files/filelist.h"
+
 #include <dirent.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -12,7 +14,6 @@
 #include <string>
 #include <vector>
 
-#include "common/files/filelist.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/scratch.h"

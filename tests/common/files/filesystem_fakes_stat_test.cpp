@@ -1,3 +1,5 @@
+#include "common/files/filesystem.h"
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -10,7 +12,6 @@
 #include <string>
 #include <vector>
 
-#include "common/files/filesystem.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/scratch.h"

@@ -1,3 +1,5 @@
+#include "common/process/waitstatus.h"
+
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -10,7 +12,6 @@
 #include <string>
 #include <vector>
 
-#include "common/process/waitstatus.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 

@@ -1,3 +1,5 @@
+#include "common/text/charclass.h"
+
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -6,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "common/text/charclass.h"
 #include "support/actionlog.h"
 #include "support/generator.h"
 

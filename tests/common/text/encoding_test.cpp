@@ -141,7 +141,7 @@ TEST(EucCount, EveryKindOfByte_SkipsWhatBelongsToIt) {
                 {"\x8e\x41", 2},
                 {"\x8e", 1},
                 {"\x8f\x9f\xa1", 3},
-                {"\x8f\xa0\x9f", 2},  // the byte behind is a lead byte then
+                {"\x8f\xa0\x9f", 2},  // the next byte is a lead byte then
                 {"\x8f\xa0\xa0", 1},
                 {"\x8f\xff\xff", 1},
                 {"\x8f\xa1", 2},

@@ -1,3 +1,5 @@
+#include "common/text/environment.h"
+
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -5,7 +7,6 @@
 #include <cstdlib>
 #include <string>
 
-#include "common/text/environment.h"
 #include "support/actionlog.h"
 #include "support/environmentguard.h"
 #include "support/generator.h"

@@ -1,3 +1,5 @@
+#include "common/text/fields.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -5,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "common/text/fields.h"
 #include "support/generator.h"
 #include "support/slowsplit.h"
 

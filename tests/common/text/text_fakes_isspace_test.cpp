@@ -1,3 +1,5 @@
+#include "common/text/text.h"
+
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -7,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "common/text/text.h"
 #include "support/aborttext.h"
 #include "support/actionlog.h"
 #include "support/generator.h"

@@ -56,7 +56,7 @@ class CaseTest : public CommandTest, public testing::WithParamInterface<Case> {
   TEST_P(suite, Run) { play(); }    \
   INSTANTIATE_TEST_SUITE_P(Case, suite, testing::ValuesIn(table()), nameOf)
 
-/// The same run at trace level, under the name with "Traced" behind it and with `log` expected.
+/// The same run at trace level, under the name with "Traced" after it and with `log` expected.
 Case traced(Case row, const std::string& log);
 
 #endif

@@ -6,7 +6,7 @@
 
 // Stretches of an action log that come again from run to run, as `RunResult::log` has them.
 
-/// The messages, a line feed behind each.
+/// The messages, a line feed after each.
 std::string lines(const std::vector<std::string>& messages);
 
 /// The whole log of a run: `body` between the start line and the two lines at the end.

@@ -14,7 +14,7 @@
 
 /// How the command is called, and in which circumstances.
 struct Call {
-  std::vector<std::string> arguments;  // behind argument 0
+  std::vector<std::string> arguments;  // after argument 0
 
   /// What the loopback answers, see loopback/script.h; "" for its defaults.
   std::string script = "";
@@ -75,7 +75,7 @@ class Machine {
   std::string read(const std::string& path) const { return readFile(outside(path)); }
   std::vector<std::string> names(const std::string& path) const { return namesIn(outside(path)); }
 
-  /// The messages of an action log, each with a line feed behind it; the heads are checked and
+  /// The messages of an action log, each with a line feed after it; the heads are checked and
   /// removed. Process ids, elapsed time and generated names appear as "*".
   std::string log(const std::string& path = "/case/action.log") const;
 

@@ -8,7 +8,7 @@
 //   TEST_KELCOM_THROW   the call that throws, "KEL_GetID" say
 //   TEST_KELCOM_VALUES  what it throws at the first, the second, ... time, separated by blanks: a
 //                       number for that integer, "object" for an exception object, "-" for nothing;
-//                       nothing is thrown behind the last
+//                       nothing is thrown after the last
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -13,13 +13,30 @@ commit() {
   git describe --always --dirty=", with changes that are not committed" 2>/dev/null || echo unknown
 }
 
-# need PACKAGE...: sees that Debian packages are installed; installs them where it may.
+# The Debian packages of each kind of work: the one list of what the project needs on a machine.
+declare -A packages=(
+  [command]="g++ cmake ninja-build libc6-dev"
+  [tools]="nlohmann-json3-dev libcli11-dev"
+  [tests]="libgtest-dev strace valgrind procps ncurses-bin"
+  [sanitizers]="clang libclang-rt-dev"
+  [checks]="git clang-format clang-tidy cppcheck shellcheck doxygen"
+  [coverage]="gcovr"
+  [fuzz]="llvm"
+  [mutation]="git lld bubblewrap python3"
+  [valgrind]="libc6-dbg"
+  [bench]="gcc libbenchmark-dev gnuplot-nox"
+)
+
+# need KIND...: sees that the packages of these kinds of work are installed; installs them where it may.
 need() {
-  local missing=() package
-  for package in "$@"; do
-    if ! dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'install ok installed'; then
-      missing+=("$package")
-    fi
+  local missing=() package kind wanted
+  for kind in "$@"; do
+    read -ra wanted <<<"${packages[$kind]}"
+    for package in "${wanted[@]}"; do
+      if ! dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'install ok installed'; then
+        missing+=("$package")
+      fi
+    done
   done
   if ((${#missing[@]} == 0)); then
     return
@@ -48,17 +65,20 @@ as_root() {
   fi
 }
 
-# Options of every configuration that follows; a script may set them.
-configure=()
-
-# build PRESET OPTION...: configures, and builds with these options of cmake --build; quietly, but everything is
-# shown when it fails.
+# build PRESET -DOPTION... -- TARGET...: configures with these options and builds these targets, all of them where
+# none is named; quietly, but everything is shown when it fails.
 build() {
-  local preset=$1 log
+  local preset=$1 options=() log
   shift
+  while (($# > 0)) && [[ $1 != -- ]]; do
+    options+=("$1")
+    shift
+  done
+  if (($# > 0)); then
+    set -- --target "${@:2}"
+  fi
   log=$(mktemp)
-  if ! { cmake --preset "$preset" "${configure[@]}" && cmake --build --preset "$preset" "$@"; } \
-    >"$log" 2>&1; then
+  if ! { cmake --preset "$preset" "${options[@]}" && cmake --build --preset "$preset" "$@"; } >"$log" 2>&1; then
     cat "$log" >&2
     rm -f "$log"
     exit 1
@@ -67,13 +87,13 @@ build() {
 }
 
 # run_ctest FOLDER OPTION...: runs the tests of a build folder, those that the options of ctest(1) choose, and
-# prints the runner's closing line; everything is shown when a test fails.
+# prints the runner's closing line; where a test fails, what it printed too.
 run_ctest() {
   local folder=$1 log
   shift
   log=$(mktemp)
   if ! as_root ctest --test-dir "$folder" "$@" --no-tests=error --output-on-failure >"$log" 2>&1; then
-    cat "$log"
+    grep -vE '^ +Start +[0-9]+: | Passed +[0-9.]+ sec' "$log"
     exit 1
   fi
   grep 'tests passed' "$log"

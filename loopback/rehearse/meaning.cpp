@@ -4,28 +4,20 @@
 
 #include <cstring>
 
+#include "sendevent/exitstatus.h"
+
 namespace {
 
-const char* exitMeaning(int status) {
-  switch (status) {
-    case 0:
-      return "the event was parsed, and nothing failed that the status tells of";
-    case 1:
-      return "the communication could not be prepared or started";
-    case 65:
-      return "refused: not the super-user";
-    case 66:
-      return "the action log could not be initialised";
-    case 68:
-      return "the command line, the send-file list or the event definition file was rejected";
-    case 78:
-      return "the temporary directory for the collected information could not be made";
-    case 127:
-      return "an error code of the communication library, passed on; or the loader could not start "
-             "the command";
-    default:
-      return "an error code of the communication library, passed on (its low 8 bits)";
+/// What the loader ends with when it cannot start the command; the library may throw it as well.
+constexpr int kCommandNotStarted = 127;
+
+std::string exitMeaning(int status) {
+  for (const ExitStatus& row : kExitStatuses) {
+    if (row.number == status) return row.meaning;
   }
+  const std::string other = kOtherExitStatus;
+  if (status == kCommandNotStarted) return other + "; or the loader could not start the command";
+  return other + " (its low eight bits)";
 }
 
 }  // namespace

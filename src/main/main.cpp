@@ -8,30 +8,27 @@
 #include "common/text/timetext.h"
 #include "log/CLog.h"
 #include "sendevent/CSendEventSingleSystem.h"
+#include "sendevent/exitstatus.h"
 
 namespace {
 
 constexpr mode_t kFileCreationMask = 022;
 
-// Exit statuses of this file's own; docs/tanexics.8 has the whole table.
-constexpr int kNotSuperUser = 65;
-constexpr int kNoLog = 66;
-
 /// A status other than 0 ends the run: it is thrown as an integer and caught in `main` alone.
 void endUnlessZero(int status) {
-  if (status != 0) throw status;
+  if (status != kExitSuccess) throw status;
 }
 
 void openLog(const char* program) {
   if (gLog.init(program, nullptr) == 0) return;
   std::fputs("Log init error", stderr);
-  throw kNoLog;
+  throw kExitNoLog;
 }
 
 void refuseOrdinaryUsers() {
   if (::getuid() == 0) return;
   gLog.ilog("not Super-User");
-  throw kNotSuperUser;
+  throw kExitNotSuperUser;
 }
 
 void runCommand(int argc, char** argv) {
@@ -50,7 +47,7 @@ void logEnd(const char* program, double seconds, int status) {
 int main(int argc, char** argv) {
   const char* program = argc > 0 ? argv[0] : "";
   double start = 0.0;
-  int status = 0;
+  int status = kExitSuccess;
   ::umask(kFileCreationMask);
   settleSignals();
   occupyStandardDescriptors();

@@ -13,6 +13,7 @@
 #include "common/text/text.h"
 #include "log/CLog.h"
 #include "rmglib/CVuqRmgLib.h"
+#include "sendevent/exitstatus.h"
 #include "temp/CTemp.h"
 
 namespace {
@@ -30,7 +31,7 @@ bool beginsWith(const char* argument, const char (&option)[3]) {
 
 int rejectCount() {
   gLog.ilog("parameter count error.(CSendEventSingleSystem::parseCommandLine)");
-  return CSendEventBase::kBadInput;
+  return kExitBadInput;
 }
 
 /// Asks a client of its own for the machine identifier. Gives the integer that the library threw,
@@ -60,7 +61,7 @@ int CSendEventSingleSystem::parseCommandLine(int argc, char** argv) {
   m_eventType = kNotParsed;
   if (argc < 3) return rejectCount();
   const int status = readSendFileList(argv[1]);
-  if (status != kSuccess) return status;
+  if (status != kExitSuccess) return status;
   return parseOption(argv[2], argc > 3 ? argv[3] : nullptr);
 }
 
@@ -68,12 +69,12 @@ int CSendEventSingleSystem::readSendFileList(const char* path) {
   if (path == nullptr) path = "";
   if (isFile(path) == 0) {
     gLog.ilog("%s not found.(CSendEventSingleSystem::parseCommandLine)", path);
-    return kBadInput;
+    return kExitBadInput;
   }
   PieceReader reader(path);
   if (!reader.isOpen()) {
     gLog.ilog("%s open error.(CSendEventSingleSystem::parseCommandLine)", path);
-    return kBadInput;
+    return kExitBadInput;
   }
   while (char* piece = reader.next()) {
     eraseLastCRLF(piece);
@@ -83,20 +84,20 @@ int CSendEventSingleSystem::readSendFileList(const char* path) {
     // Part of a list is worse than none: nobody would ever ask for the files that are missing. And
     // nothing is said of what it holds, for which the disk is to blame.
     gLog.ilog("%s read error.(CSendEventSingleSystem::parseCommandLine)", path);
-    return kBadInput;
+    return kExitBadInput;
   }
   if (m_sendFileList.empty()) {
     gLog.ilog("No send file.(CSendEventSingleSystem::parseCommandLine)");
-    return kBadInput;
+    return kExitBadInput;
   }
-  return kSuccess;
+  return kExitSuccess;
 }
 
 int CSendEventSingleSystem::parseOption(char* option, char* value) {
   if (beginsWith(option, "-i")) return parseIncidentOption(option, value);
   if (beginsWith(option, "-r")) return parseEventOption(option, value);
   gLog.ilog("parameter option error.(CSendEventSingleSystem::parseCommandLine)");
-  return kBadInput;
+  return kExitBadInput;
 }
 
 int CSendEventSingleSystem::parseIncidentOption(const char* option, const char* value) {
@@ -104,13 +105,13 @@ int CSendEventSingleSystem::parseIncidentOption(const char* option, const char* 
   if (value == nullptr) return rejectCount();
   if (!isJoined(option)) {
     setParam("IncidentNumber", value);
-    return kSuccess;
+    return kExitSuccess;
   }
   // Odd and deliberate: a joined "-iTEXT" takes its number from the next argument, without that
   // argument's first two characters, and its own tail counts for nothing.
   if (strnlen(value, 2) < 2) return rejectCount();
   setParam("IncidentNumber", value + 2);
-  return kSuccess;
+  return kExitSuccess;
 }
 
 int CSendEventSingleSystem::parseEventOption(char* option, char* value) {
@@ -130,8 +131,8 @@ int CSendEventSingleSystem::sendEvent() {
 
   const bool isIncident = getEventType() == kIncident;
   const int status = commonSendEvent(isIncident ? 1 : 0, machineId);
-  if (status != kSuccess && status != kNotStarted) return status;
-  if (isIncident && releasingOwners(collectInformation) != kSuccess) return kNoTempDir;
+  if (status != kExitSuccess && status != kExitNotStarted) return status;
+  if (isIncident && releasingOwners(collectInformation) != kExitSuccess) return kExitNoTempDir;
   return status;
 }
 
@@ -144,12 +145,12 @@ int CSendEventSingleSystem::collectInformation() {
   std::string directory;
   if (temp.getTempDir(directory, "swconf", nullptr) == 0) {
     gLog.ilog("make tempname error (CSendEventSingleSystem::SendEvent)");
-    return kNoTempDir;
+    return kExitNoTempDir;
   }
   for (const char* program : kCollectionCommands) {
     char command[kCommandBytes];
     std::snprintf(command, sizeof command, "%s %s 2>/dev/null", program, C(directory));
     s_system(command);  // a collection that fails must not spoil a report that was sent
   }
-  return kSuccess;
+  return kExitSuccess;
 }

@@ -6,9 +6,6 @@
 /// The event of the machine that the command runs on: one command line, one run.
 class CSendEventSingleSystem : public CSendEventBase {
  public:
-  /// The directory for what the collection commands gather could not be made.
-  static constexpr int kNoTempDir = 78;
-
   CSendEventSingleSystem();
   ~CSendEventSingleSystem() override;
 

@@ -11,7 +11,8 @@ struct RequestCodes;
 
 /// An event and its transmission: what was read from the input files, the notification texts built
 /// from it, and the exchange with the support centre. An object serves one run, in this order:
-/// input, then `commonSendEvent`.
+/// input, then `commonSendEvent`. What an operation returns as its status is an exit status of the
+/// command (see sendevent/exitstatus.h).
 ///
 /// The three jobs stand in SendEventBase_input.cpp, SendEventBase_notification.cpp and
 /// SendEventBase_transmission.cpp.
@@ -23,11 +24,6 @@ class CSendEventBase {
   static constexpr int kIncident = 2;    ///< an incident
   static constexpr int kErrorEvent = 3;  ///< an event whose SendType is "err"
   static constexpr int kOtherEvent = 4;  ///< any other event
-
-  // The statuses of this class; each is an exit status of the command.
-  static constexpr int kSuccess = 0;     ///< all steps were taken, whatever the library answered
-  static constexpr int kNotStarted = 1;  ///< communication could not be prepared or started
-  static constexpr int kBadInput = 68;   ///< the input was rejected
 
   CSendEventBase();
   virtual ~CSendEventBase();

@@ -8,6 +8,7 @@
 #include "common/files/filesystem.h"
 #include "common/text/text.h"
 #include "log/CLog.h"
+#include "sendevent/exitstatus.h"
 
 namespace {
 
@@ -30,7 +31,7 @@ int CSendEventBase::parseTanexEventMsg(char* path) {
                                    "OSName", "OSVersion", "PkgName",  "MsgType",
                                    "MsgID",  "SendType",  "EventID",  "PartitionName"};
   const int status = parseMsgCommon(path, keys);
-  if (status == kSuccess) {
+  if (status == kExitSuccess) {
     m_eventType = std::strcmp(getParam("SendType"), "err") == 0 ? kErrorEvent : kOtherEvent;
   }
   return status;
@@ -48,10 +49,10 @@ int CSendEventBase::parseMsgCommon(char* path, std::vector<std::string>& keyList
   const char* file = C(copy);
   if (isFile(file) == 0) {
     gLog.ilog("%s not found.(CSendEventBase::parseMsgCommon)", file);
-    return kBadInput;
+    return kExitBadInput;
   }
   const int status = readDefinition(file, keyList);
-  if (status != kSuccess) return status;
+  if (status != kExitSuccess) return status;
   traceParams();
   return checkRequiredKeys(file, keyList);
 }
@@ -60,43 +61,43 @@ int CSendEventBase::readDefinition(const char* path, const std::vector<std::stri
   PieceReader reader(path);
   if (!reader.isOpen()) {
     gLog.ilog("%s open error.(CSendEventBase::parseMsgCommon)", path);
-    return kBadInput;
+    return kExitBadInput;
   }
   while (char* piece = reader.next()) {
     const int status = readDefinitionLine(piece, keyList);
-    if (status != kSuccess) return status;
+    if (status != kExitSuccess) return status;
   }
   if (reader.hasFailed()) {
     // Whatever is missing, or has another value in a line that was not read: the disk is to blame.
     gLog.ilog("%s read error.(CSendEventBase::parseMsgCommon)", path);
-    return kBadInput;
+    return kExitBadInput;
   }
-  return kSuccess;
+  return kExitSuccess;
 }
 
 int CSendEventBase::readDefinitionLine(char* piece, const std::vector<std::string>& keyList) {
-  if (piece[0] == '#') return kSuccess;
+  if (piece[0] == '#') return kExitSuccess;
   eraseLastCRLF(piece);
-  if (piece[0] == '\0') return kSuccess;
+  if (piece[0] == '\0') return kExitSuccess;
 
   char* equals = std::strchr(piece, '=');
   if (equals == nullptr) {
     gLog.ilog("%s format error.(CSendEventBase::parseMsgCommon)", piece);
-    return kBadInput;
+    return kExitBadInput;
   }
   *equals = '\0';
   const char* key = piece;
   const char* value = equals + 1;
   if (!isKnown(keyList, key)) {
     gLog.ilog("%s Keyword error.(CSendEventBase::parseMsgCommon)", key);
-    return kBadInput;
+    return kExitBadInput;
   }
   if (value[0] == '\0' && std::strcmp(key, kOptionalKey) != 0) {
     gLog.ilog("%s value error.(CSendEventBase::parseMsgCommon)", key);
-    return kBadInput;
+    return kExitBadInput;
   }
   setParam(key, value);
-  return kSuccess;
+  return kExitSuccess;
 }
 
 void CSendEventBase::traceParams() const {
@@ -108,9 +109,9 @@ int CSendEventBase::checkRequiredKeys(const char* path, const std::vector<std::s
     if (getParam(C(key))[0] != '\0' || key == kOptionalKey) continue;
     // The line has always named the one reader, whichever it was.
     gLog.ilog("%s parameter error.(CSendEventBase::parseTanexMsg)", path);
-    return kBadInput;
+    return kExitBadInput;
   }
-  return kSuccess;
+  return kExitSuccess;
 }
 
 int CSendEventBase::getEventType() { return m_eventType; }

@@ -10,6 +10,7 @@
 #include "log/CLog.h"
 #include "log/loglines.h"
 #include "rmglib/CVuqRmgLib.h"
+#include "sendevent/exitstatus.h"
 #include "sendevent/notificationtext.h"
 
 /// The request codes of one event type, as the support centre knows them.
@@ -99,16 +100,16 @@ int CSendEventBase::commonSendEvent(int /*incidentFlag*/, char* /*machineId*/) {
 }
 
 int CSendEventBase::sendThrough(CVuqRmgLib& client) {
-  if (!prepareEnvironment(client)) return kNotStarted;
+  if (!prepareEnvironment(client)) return kExitNotStarted;
   const PathCopies files(m_sendFileList);
   measureFiles(files.paths());
-  if (!isReachable(client)) return kNotStarted;
-  if (!startCommunication(client)) return kNotStarted;
+  if (!isReachable(client)) return kExitNotStarted;
+  if (!startCommunication(client)) return kExitNotStarted;
 
   const RequestCodes* codes = findRequestCodes(getEventType());
   if (codes == nullptr) {
     gLog.ilog("EventType param error.");
-    return kBadInput;  // the client's destructor stops communication
+    return kExitBadInput;  // the client's destructor stops communication
   }
 
   Outcome outcome;

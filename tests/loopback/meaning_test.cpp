@@ -45,20 +45,19 @@ struct EndCase {
 TEST(Meaning, EndsOfARun) {
   const EndCase cases[] = {
       {exited(0), 0, "0: the event was parsed, and nothing failed that the status tells of"},
-      {exited(1), 1, "1: the communication could not be prepared or started"},
-      {exited(65), 65, "65: refused: not the super-user"},
+      {exited(1), 1, "1: communication could not be prepared or started"},
+      {exited(65), 65, "65: the caller is not the super-user"},
       {exited(66), 66, "66: the action log could not be initialised"},
       {exited(68), 68,
-       "68: the command line, the send-file list or the event definition file was rejected"},
-      {exited(78), 78,
-       "78: the temporary directory for the collected information could not be made"},
+       "68: the command line, the list of files or the definition file was rejected"},
+      {exited(78), 78, "78: the temporary directory of an incident could not be made"},
       {exited(127), 127,
-       "127: an error code of the communication library, passed on; or the loader could not start "
-       "the command"},
+       "127: an error code that the communication library threw; or the loader could not start the "
+       "command"},
       {exited(33), 33,
-       "33: an error code of the communication library, passed on (its low 8 bits)"},
+       "33: an error code that the communication library threw (its low eight bits)"},
       {exited(255), 255,
-       "255: an error code of the communication library, passed on (its low 8 bits)"},
+       "255: an error code that the communication library threw (its low eight bits)"},
       {SIGABRT, 134, "none: ended by signal 6 (Aborted)"},
       {SIGKILL, 137, "none: ended by signal 9 (Killed)"},
       // With a core file.

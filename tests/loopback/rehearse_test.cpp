@@ -86,7 +86,7 @@ TEST_F(Rehearse, KnownLogOfACommandThatIsNoUserOfTheLibrary) {
       "\n"
       "Exit status\n"
       "-----------\n"
-      "  68: the command line, the send-file list or the event definition file was rejected\n",
+      "  68: the command line, the list of files or the definition file was rejected\n",
       child.out);
   EXPECT_EQ("complaint\n", child.err);
   EXPECT_EQ(68, WEXITSTATUS(child.status));

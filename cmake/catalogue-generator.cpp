@@ -61,16 +61,16 @@ struct Catalogue {
 
 class Converter {
  public:
-  Converter(const char* to, const char* from) : handle_(iconv_open(to, from)) {}
+  Converter(const char* to, const char* from) : m_handle(iconv_open(to, from)) {}
   ~Converter() {
-    if (isOpen()) iconv_close(handle_);
+    if (isOpen()) iconv_close(m_handle);
   }
   Converter(const Converter&) = delete;
   Converter& operator=(const Converter&) = delete;
 
   /// The cast is how iconv_open(3) spells its failure.
   bool isOpen() const {
-    return handle_ != reinterpret_cast<iconv_t>(-1);  // NOLINT(performance-no-int-to-ptr)
+    return m_handle != reinterpret_cast<iconv_t>(-1);  // NOLINT(performance-no-int-to-ptr)
   }
 
   /// Converts one character. False when it has no exact counterpart, or is none of its own set.
@@ -80,19 +80,19 @@ class Converter {
     char* to = buffer;
     std::size_t fromLeft = in.size();
     std::size_t toLeft = sizeof buffer;
-    iconv(handle_, nullptr, nullptr, nullptr, nullptr);
-    if (iconv(handle_, &from, &fromLeft, &to, &toLeft) != 0) return false;
+    iconv(m_handle, nullptr, nullptr, nullptr, nullptr);
+    if (iconv(m_handle, &from, &fromLeft, &to, &toLeft) != 0) return false;
     out.assign(buffer, sizeof buffer - toLeft);
     return true;
   }
 
  private:
-  iconv_t handle_;
+  iconv_t m_handle;
 };
 
 class EucEncoder {
  public:
-  bool isOpen() const { return toEuc_.isOpen() && fromEuc_.isOpen() && toUcs_.isOpen(); }
+  bool isOpen() const { return m_toEuc.isOpen() && m_fromEuc.isOpen() && m_toUcs.isOpen(); }
 
   /// Appends the EUC-JP form of a line to `out`. Returns what is wrong with it, "" when nothing is.
   std::string encode(const std::string& line, std::string& out) {
@@ -101,9 +101,9 @@ class EucEncoder {
       at += character.size();
       if (isControl(character)) return "a control character in a text";
       std::string euc, back;
-      if (!toUcs_.convert(character, back)) return "not UTF-8";
+      if (!m_toUcs.convert(character, back)) return "not UTF-8";
       // The way back finds look-alikes, such as a yen sign that would turn into a backslash.
-      if (!toEuc_.convert(character, euc) || !fromEuc_.convert(euc, back) || back != character) {
+      if (!m_toEuc.convert(character, euc) || !m_fromEuc.convert(euc, back) || back != character) {
         return "'" + character + "' has no EUC-JP form";
       }
       out += euc;
@@ -127,9 +127,9 @@ class EucEncoder {
            static_cast<unsigned char>(character[1]) < 0xA0;
   }
 
-  Converter toEuc_{"EUC-JP", "UTF-8"};
-  Converter fromEuc_{"UTF-8", "EUC-JP"};
-  Converter toUcs_{"UCS-4", "UTF-8"};
+  Converter m_toEuc{"EUC-JP", "UTF-8"};
+  Converter m_fromEuc{"UTF-8", "EUC-JP"};
+  Converter m_toUcs{"UCS-4", "UTF-8"};
 };
 
 // --- reading -------------------------------------------------------------------------------------
@@ -169,18 +169,18 @@ std::string headingTitle(int kind) { return "heading " + std::to_string(kind); }
 class Reader {
  public:
   Reader(EucEncoder& encoder, Catalogue& catalogue, std::vector<Problem>& problems)
-      : encoder_(encoder), catalogue_(catalogue), problems_(problems) {}
+      : m_encoder(encoder), m_catalogue(catalogue), m_problems(problems) {}
 
   void take(const std::string& line) {
-    ++line_;
+    ++m_line;
     if (line.empty() || line[0] == '#') return;
     if (line[0] == '[') {
       openSection(line);
-    } else if (section_ == Section::kRows) {
+    } else if (m_section == Section::kRows) {
       takeRow(line);
-    } else if (section_ == Section::kBlock) {
+    } else if (m_section == Section::kBlock) {
       takeTextLine(line);
-    } else if (section_ == Section::kNone) {
+    } else if (m_section == Section::kNone) {
       problem("outside of any section");
     }
   }
@@ -188,13 +188,13 @@ class Reader {
   /// After the last line: whether the parts fit together. Not asked while a line itself is wrong,
   /// since a row that could not be read would make its text look unused.
   void finish() {
-    if (!problems_.empty()) return;
-    if (catalogue_.rows.empty()) problemAt(1, "no rows");
-    for (const Row& row : catalogue_.rows) {
+    if (!m_problems.empty()) return;
+    if (m_catalogue.rows.empty()) problemAt(1, "no rows");
+    for (const Row& row : m_catalogue.rows) {
       use("text " + row.name, row.line);
       if (row.kind != 0) use(headingTitle(row.kind), row.line);
     }
-    for (const auto& [title, block] : catalogue_.blocks) {
+    for (const auto& [title, block] : m_catalogue.blocks) {
       if (!block.used) problemAt(block.line, "[" + title + "] is used by no row");
       if (block.lines.empty()) problemAt(block.line, "[" + title + "] has no lines");
     }
@@ -204,13 +204,13 @@ class Reader {
   /// kSkipped: after a bad section line, whose lines would only be reported in its stead.
   enum class Section { kNone, kRows, kBlock, kSkipped };
 
-  void problem(const std::string& text) { problemAt(line_, text); }
-  void problemAt(int line, const std::string& text) { problems_.push_back({line, text}); }
+  void problem(const std::string& text) { problemAt(m_line, text); }
+  void problemAt(int line, const std::string& text) { m_problems.push_back({line, text}); }
 
   void openSection(const std::string& line) {
-    section_ = Section::kSkipped;
+    m_section = Section::kSkipped;
     if (line == "[rows]") {
-      section_ = Section::kRows;
+      m_section = Section::kRows;
       return;
     }
     if (line.back() != ']') return problem("a section line without ']' at its end");
@@ -226,14 +226,14 @@ class Reader {
   }
 
   void openBlock(const std::string& title) {
-    const auto [found, isNew] = catalogue_.blocks.try_emplace(title);
+    const auto [found, isNew] = m_catalogue.blocks.try_emplace(title);
     if (!isNew) {
       const std::string first = std::to_string(found->second.line);
       return problem("[" + title + "] is defined twice, first in line " + first);
     }
-    found->second.line = line_;
-    block_ = &found->second;
-    section_ = Section::kBlock;
+    found->second.line = m_line;
+    m_block = &found->second;
+    m_section = Section::kBlock;
   }
 
   void takeRow(const std::string& line) {
@@ -241,7 +241,7 @@ class Reader {
     if (words.size() != 5) {
       return problem("not a row: it must have type, return code, agent code, kind and text name");
     }
-    Row row{line_, words[0], 0, 0, 0, words[4]};
+    Row row{m_line, words[0], 0, 0, 0, words[4]};
     if (row.type != "HTTP" && row.type != "SMTP") {
       return problem("type '" + row.type + "' is neither HTTP nor SMTP");
     }
@@ -254,29 +254,29 @@ class Reader {
     if (row.rc == kClosingCode && row.code == kClosingCode) {
       return problem("9999, 9999 is the closing row, which the build adds");
     }
-    catalogue_.rows.push_back(row);
+    m_catalogue.rows.push_back(row);
   }
 
   void takeTextLine(const std::string& line) {
     if (line[0] != '|') return problem("not a text line: it must begin with '|'");
     std::string euc;
-    const std::string trouble = encoder_.encode(line.substr(1), euc);
+    const std::string trouble = m_encoder.encode(line.substr(1), euc);
     if (!trouble.empty()) problem(trouble);
-    block_->lines.push_back(euc);
+    m_block->lines.push_back(euc);
   }
 
   void use(const std::string& title, int line) {
-    const auto found = catalogue_.blocks.find(title);
-    if (found == catalogue_.blocks.end()) return problemAt(line, "there is no [" + title + "]");
+    const auto found = m_catalogue.blocks.find(title);
+    if (found == m_catalogue.blocks.end()) return problemAt(line, "there is no [" + title + "]");
     found->second.used = true;
   }
 
-  EucEncoder& encoder_;
-  Catalogue& catalogue_;
-  std::vector<Problem>& problems_;
-  int line_ = 0;
-  Section section_ = Section::kNone;
-  Block* block_ = nullptr;  // map nodes do not move
+  EucEncoder& m_encoder;
+  Catalogue& m_catalogue;
+  std::vector<Problem>& m_problems;
+  int m_line = 0;
+  Section m_section = Section::kNone;
+  Block* m_block = nullptr;  // map nodes do not move
 };
 
 /// Reads the catalogue at `path`. False when the file itself cannot be read.

@@ -16,13 +16,13 @@ std::size_t columnsOf(std::string_view character) {
 std::size_t bytesOfRow(std::string_view text, std::size_t columns) {
   std::size_t at = 0;
   std::size_t used = 0;
-  std::size_t behindBlank = 0;
+  std::size_t afterBlank = 0;
   while (at < text.size()) {
     const std::size_t length = utf8Length(text.substr(at));
     used += columnsOf(text.substr(at, length));
-    if (used > columns && at > 0) return behindBlank > 0 ? behindBlank : at;
+    if (used > columns && at > 0) return afterBlank > 0 ? afterBlank : at;
     at += length;
-    if (text[at - 1] == ' ' && used > columns / 2) behindBlank = at;
+    if (text[at - 1] == ' ' && used > columns / 2) afterBlank = at;
   }
   return at;
 }

@@ -26,10 +26,11 @@
 #include <utility>
 #include <vector>
 
+#include "rmglib/catalogue.h"
+
 namespace {
 
 constexpr char kHead[] = "// Generated from the message catalogue: change that, not this.\n";
-constexpr int kClosingCode = 9999;
 
 struct Problem {
   int line;
@@ -242,7 +243,7 @@ class Reader {
       return problem("not a row: it must have type, return code, agent code, kind and text name");
     }
     Row row{m_line, words[0], 0, 0, 0, words[4]};
-    if (row.type != "HTTP" && row.type != "SMTP") {
+    if (row.type != kHttpType && row.type != kSmtpType) {
       return problem("type '" + row.type + "' is neither HTTP nor SMTP");
     }
     int* const numbers[] = {&row.rc, &row.code, &row.kind};
@@ -252,7 +253,8 @@ class Reader {
       }
     }
     if (row.rc == kClosingCode && row.code == kClosingCode) {
-      return problem("9999, 9999 is the closing row, which the build adds");
+      const std::string code = std::to_string(kClosingCode);
+      return problem(code + ", " + code + " is the closing row, which the build adds");
     }
     m_catalogue.rows.push_back(row);
   }

@@ -10,6 +10,8 @@ file(MAKE_DIRECTORY "${CMAKE_BINARY_DIR}/generated/rmglib")
 # may link to it. Where the build is for another machine, it runs on CMAKE_CROSSCOMPILING_EMULATOR.
 add_executable(catalogue_generator "${CMAKE_CURRENT_LIST_DIR}/catalogue-generator.cpp")
 target_compile_features(catalogue_generator PRIVATE cxx_std_17)
+# For the constants of rmglib/catalogue.h alone: what that declares is not linked.
+target_include_directories(catalogue_generator PRIVATE "${CMAKE_CURRENT_LIST_DIR}/../src")
 
 add_custom_command(
   OUTPUT "${TANEXICS_CATALOGUE_ROWS}"

@@ -11,9 +11,6 @@ struct Heading {
 // Defines kRows and kHeadings, both with their closing entry, from catalogue.txt.
 #include "rmglib/catalogue_rows.inc"
 
-/// Both codes of the closing row.
-constexpr int kClosingCode = 9999;
-
 }  // namespace
 
 const EXTERR* catalogueRows() { return kRows; }

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "rmglib/kelcom.h"
+
 /// A line that is no script line. `line` is its 1-based number.
 class ScriptError : public std::runtime_error {
  public:
@@ -20,14 +22,14 @@ class ScriptError : public std::runtime_error {
 
 /// The answer to a status query.
 struct StatusReply {
-  int word = 0x20;
+  int word = kKelOperating;
   int result = 0;
 };
 
 /// The answer to an exchange.
 struct ExchangeReply {
   int result = 0;
-  int errorType = 0;
+  int errorType = kKelNoAgentError;
   int agentCode = 0;
 };
 

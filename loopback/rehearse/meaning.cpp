@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+#include "rmglib/catalogue.h"
+#include "rmglib/kelcom.h"
 #include "sendevent/exitstatus.h"
 
 namespace {
@@ -11,56 +13,59 @@ namespace {
 /// What the loader ends with when it cannot start the command; the library may throw it as well.
 constexpr int kCommandNotStarted = 127;
 
-std::string exitMeaning(int status) {
-  for (const ExitStatus& row : kExitStatuses) {
-    if (row.number == status) return row.meaning;
+/// What one number of the library means.
+struct Meaning {
+  unsigned number;
+  const char* meaning;
+};
+
+constexpr Meaning kRequests[] = {
+    {kKelNotifyType1, "notification of an event of type 1"},
+    {kKelNotifyIncident, "notification of an incident"},
+    {kKelNotifyErrorEvent, "notification of an event with send type err"},
+    {kKelNotifyOtherEvent, "notification of an event with another send type"},
+    {kKelDataType1, "data of an event of type 1"},
+    {kKelDataIncident, "data of an incident"},
+    {kKelDataEvent, "data of an event"},
+};
+
+constexpr Meaning kStatusWords[] = {
+    {kKelOperating, "operating"},
+    {kKelMaintenance, "maintenance"},
+    {kKelStopped, "stopped"},
+    {kKelMaintenanceStop, "stopped for maintenance"},
+};
+
+/// What `rows` say of `number`; `other` where none of them has it.
+template <class Rows, class Number>
+std::string meaningOf(Number number, const Rows& rows, const std::string& other) {
+  for (const auto& row : rows) {
+    if (row.number == number) return row.meaning;
   }
-  const std::string other = kOtherExitStatus;
-  if (status == kCommandNotStarted) return other + "; or the loader could not start the command";
-  return other + " (its low eight bits)";
+  return other;
+}
+
+std::string exitMeaning(int status) {
+  const std::string thrown = kOtherExitStatus;
+  return meaningOf(status, kExitStatuses,
+                   status == kCommandNotStarted
+                       ? thrown + "; or the loader could not start the command"
+                       : thrown + " (its low eight bits)");
 }
 
 }  // namespace
 
 std::string requestMeaning(unsigned code) {
-  switch (code) {
-    case 0x40016:
-      return "notification of an event of type 1";
-    case 0x40017:
-      return "notification of an incident";
-    case 0x40204:
-      return "notification of an event with send type err";
-    case 0x40205:
-      return "notification of an event with another send type";
-    case 0x4010a:
-      return "data of an event of type 1";
-    case 0x4010b:
-      return "data of an incident";
-    case 0x4010d:
-      return "data of an event";
-    default:
-      return "unknown request code";
-  }
+  return meaningOf(code, kRequests, "unknown request code");
 }
 
 std::string statusMeaning(int word) {
-  switch (word) {
-    case 0x20:
-      return "operating";
-    case 0x10000:
-      return "maintenance";
-    case 0x20000:
-      return "stopped";
-    case 0x30000:
-      return "stopped for maintenance";
-    default:
-      return "unknown status word";
-  }
+  return meaningOf(static_cast<unsigned>(word), kStatusWords, "unknown status word");
 }
 
 std::string agentMeaning(int type) {
-  if (type == 1) return "SMTP";
-  if (type == 2) return "HTTP";
+  if (type == kKelSmtpError) return kSmtpType;
+  if (type == kKelHttpError) return kHttpType;
   return "type " + std::to_string(type);
 }
 

@@ -14,12 +14,6 @@ namespace {
 
 constexpr int kSynchronousMode = 0;
 
-// Connection status words of the closed library.
-constexpr int kOperating = 0x20;
-constexpr int kMaintenance = 0x10000;
-constexpr int kStopped = 0x20000;
-constexpr int kMaintenanceStop = 0x30000;
-
 constexpr int kNoFuncEntry = 33;
 
 /// The extended error block of an exchange, as the closed library fills it.
@@ -94,10 +88,10 @@ bool CVuqRmgLib::isInState(int word) {
   return queryConnection(st) && st == word;
 }
 
-bool CVuqRmgLib::isOperate() { return isInState(kOperating); }
-bool CVuqRmgLib::isMaintenance() { return isInState(kMaintenance); }
-bool CVuqRmgLib::isStop() { return isInState(kStopped); }
-bool CVuqRmgLib::isMaintenanceStop() { return isInState(kMaintenanceStop); }
+bool CVuqRmgLib::isOperate() { return isInState(kKelOperating); }
+bool CVuqRmgLib::isMaintenance() { return isInState(kKelMaintenance); }
+bool CVuqRmgLib::isStop() { return isInState(kKelStopped); }
+bool CVuqRmgLib::isMaintenanceStop() { return isInState(kKelMaintenanceStop); }
 
 int CVuqRmgLib::getLastStatus() { return m_lastStatus; }
 

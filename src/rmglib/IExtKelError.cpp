@@ -7,10 +7,9 @@
 
 #include "common/base/format.h"
 #include "common/text/numbertext.h"
+#include "rmglib/kelcom.h"
 
 namespace {
-
-enum ErrorType { kSmtpError = 1, kHttpError = 2 };
 
 constexpr std::size_t kSmtpMsgBytes = 256;
 
@@ -80,10 +79,10 @@ int IExtKelError::getLastZWErrType() { return m_lastZWErrType; }
 
 const char* IExtKelError::getLastZWErrTypeStr() {
   switch (getLastZWErrType()) {
-    case kSmtpError:
-      return "SMTP";
-    case kHttpError:
-      return "HTTP";
+    case kKelSmtpError:
+      return kSmtpType;
+    case kKelHttpError:
+      return kHttpType;
     default:
       return "";
   }
@@ -95,7 +94,7 @@ int IExtKelError::getLastRMErrCode() { return m_lastRMErrCode; }
 
 const char* IExtKelError::toString() {
   m_text.clear();
-  if (getLastZWErrType() != 0) {
+  if (getLastZWErrType() != kKelNoAgentError) {
     m_text = lookup(getLastZWErrTypeStr(), getLastRMErrCode(), getLastZWErrCode());
   }
   return C(m_text);
@@ -103,7 +102,7 @@ const char* IExtKelError::toString() {
 
 const char* IExtKelError::toString1line() {
   m_text.clear();
-  if (getLastZWErrType() != 0) {
+  if (getLastZWErrType() != kKelNoAgentError) {
     m_text = format("(%s) RL:%d,ZW-Agent:%d,Mailsvr:\"%s\"", orEmpty(getLastZWErrTypeStr()),
                     getLastRMErrCode(), getLastZWErrCode(), C(smtpMessage(*this)));
   }
@@ -121,7 +120,8 @@ std::string IExtKelError::formatExtRMError(EXTERR& row) {
 
 std::string IExtKelError::lookup(const char* type, int rl, int code) {
   const std::string key = orEmpty(type);
-  const bool isHigherStatus = key == "HTTP" && rl == kHttpStatusError && code > kLastListedStatus;
+  const bool isHigherStatus =
+      key == kHttpType && rl == kHttpStatusError && code > kLastListedStatus;
   return "(" + key + ") " + (isHigherStatus ? higherStatusText() : rowsText(*this, key, rl, code)) +
          format("RL:%d,ZW-Agent:%d\n", rl, code);
 }

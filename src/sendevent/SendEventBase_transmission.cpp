@@ -10,6 +10,7 @@
 #include "log/CLog.h"
 #include "log/loglines.h"
 #include "rmglib/CVuqRmgLib.h"
+#include "rmglib/kelcom.h"
 #include "sendevent/exitstatus.h"
 #include "sendevent/notificationtext.h"
 
@@ -63,10 +64,10 @@ class CSendEventBase::PathCopies {
 namespace {
 
 constexpr RequestCodes kRequestCodes[] = {
-    {CSendEventBase::kType1, 0x40016, 0x4010a},
-    {CSendEventBase::kIncident, 0x40017, 0x4010b},
-    {CSendEventBase::kErrorEvent, 0x40204, 0x4010d},
-    {CSendEventBase::kOtherEvent, 0x40205, 0x4010d},
+    {CSendEventBase::kType1, kKelNotifyType1, kKelDataType1},
+    {CSendEventBase::kIncident, kKelNotifyIncident, kKelDataIncident},
+    {CSendEventBase::kErrorEvent, kKelNotifyErrorEvent, kKelDataEvent},
+    {CSendEventBase::kOtherEvent, kKelNotifyOtherEvent, kKelDataEvent},
 };
 
 const RequestCodes* findRequestCodes(int eventType) {

@@ -51,6 +51,22 @@ std::optional<int> readMachineId(char (&machineId)[kMachineIdBytes]) {
 /// Whether an option has its value, or what stands for it, right after its two characters.
 bool isJoined(const char* option) { return option[2] != '\0'; }
 
+/// Lets the collection commands fill a temporary directory, whatever they end with.
+int collectInformation() {
+  CTemp temp;
+  std::string directory;
+  if (temp.getTempDir(directory, "swconf", nullptr) == 0) {
+    gLog.ilog("make tempname error (CSendEventSingleSystem::SendEvent)");
+    return kExitNoTempDir;
+  }
+  for (const char* program : kCollectionCommands) {
+    char command[kCommandBytes];
+    std::snprintf(command, sizeof command, "%s %s 2>/dev/null", program, C(directory));
+    s_system(command);  // a collection that fails must not spoil a report that was sent
+  }
+  return kExitSuccess;
+}
+
 }  // namespace
 
 CSendEventSingleSystem::CSendEventSingleSystem() = default;
@@ -138,19 +154,4 @@ int CSendEventSingleSystem::sendEvent() {
 
 void CSendEventSingleSystem::ensureHostName() {
   if (getParam("HostName")[0] == '\0') setParam("HostName", C(getHostname()));
-}
-
-int CSendEventSingleSystem::collectInformation() {
-  CTemp temp;
-  std::string directory;
-  if (temp.getTempDir(directory, "swconf", nullptr) == 0) {
-    gLog.ilog("make tempname error (CSendEventSingleSystem::SendEvent)");
-    return kExitNoTempDir;
-  }
-  for (const char* program : kCollectionCommands) {
-    char command[kCommandBytes];
-    std::snprintf(command, sizeof command, "%s %s 2>/dev/null", program, C(directory));
-    s_system(command);  // a collection that fails must not spoil a report that was sent
-  }
-  return kExitSuccess;
 }

@@ -30,7 +30,6 @@ class CSendEventSingleSystem : public CSendEventBase {
   int parseIncidentOption(const char* option, const char* value);
   int parseEventOption(char* option, char* value);
   void ensureHostName();
-  static int collectInformation();
 };
 
 #endif

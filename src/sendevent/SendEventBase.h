@@ -7,7 +7,6 @@
 #include <vector>
 
 class CVuqRmgLib;
-struct RequestCodes;
 
 /// An event and its transmission: what was read from the input files, the notification texts built
 /// from it, and the exchange with the support centre. An object serves one run, in this order:
@@ -105,31 +104,21 @@ class CSendEventBase {
   int sendThrough(CVuqRmgLib& client);
 
  private:
-  struct Outcome;
-  struct Request;
-  class PathCopies;
-
   // Input.
   int readDefinition(const char* path, const std::vector<std::string>& keyList);
   int readDefinitionLine(char* piece, const std::vector<std::string>& keyList);
   void traceParams() const;
   int checkRequiredKeys(const char* path, const std::vector<std::string>& keyList);
 
-  // Notification texts.
-  void buildIncidentText(char* text, int fileNumber, int fileCount);
-  void buildEventText(char* text);
+  // Notification texts. `buildNotification` returns `text`, or null for an event type without one.
+  static constexpr std::size_t kNotificationBytes = 2048;  // terminator included
+  char* buildNotification(char (&text)[kNotificationBytes], int fileNumber, int fileCount);
+  void buildIncidentText(char (&text)[kNotificationBytes], int fileNumber, int fileCount);
+  void buildEventText(char (&text)[kNotificationBytes]);
 
-  // Transmission, in the order of the steps.
-  static bool prepareEnvironment(CVuqRmgLib& client);
-  static void measureFiles(const std::vector<char*>& files);
-  static bool isReachable(CVuqRmgLib& client);
-  static bool startCommunication(CVuqRmgLib& client);
-  void sendFiles(CVuqRmgLib& client, const RequestCodes& codes, const std::vector<char*>& files,
-                 Outcome& outcome);
-  Request prepareRequest(std::size_t index, char* text, const std::vector<char*>& files,
-                         std::vector<char*>& handed);
-  static void notify(CVuqRmgLib& client, unsigned code, const Request& request, Outcome& outcome);
-  static void sendData(CVuqRmgLib& client, unsigned code, const Request& request, Outcome& outcome);
+  // Transmission.
+  int sendFiles(CVuqRmgLib& client, unsigned notificationCode, unsigned dataCode,
+                const std::vector<char*>& files);
 };
 
 #endif

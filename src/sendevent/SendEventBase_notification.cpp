@@ -9,7 +9,6 @@
 #include "common/base/piecereader.h"
 #include "common/text/text.h"
 #include "log/CLog.h"
-#include "sendevent/notificationtext.h"
 
 namespace {
 
@@ -86,14 +85,29 @@ void quoteInto(char (&field)[kFieldTextBytes], const char* src, int room) {
 
 }  // namespace
 
-void CSendEventBase::buildIncidentText(char* text, int fileNumber, int fileCount) {
-  std::snprintf(text, kNotificationBytes - 1,
-                "INCNO=\"%s\",HOSTNAME=\"%s\",PART=\"%d\",TOTAL=\"%d\"", getParam("IncidentNumber"),
-                getParam("HostName"), fileNumber, fileCount);
+char* CSendEventBase::buildNotification(char (&text)[kNotificationBytes], int fileNumber,
+                                        int fileCount) {
+  switch (getEventType()) {
+    case kErrorEvent:
+    case kOtherEvent:
+      buildEventText(text);
+      return text;
+    case kIncident:
+      buildIncidentText(text, fileNumber, fileCount);
+      return text;
+    default:
+      return nullptr;
+  }
 }
 
-void CSendEventBase::buildEventText(char* text) {
-  std::memset(text, 0, kNotificationBytes);
+void CSendEventBase::buildIncidentText(char (&text)[kNotificationBytes], int fileNumber,
+                                       int fileCount) {
+  std::snprintf(text, sizeof text - 1, "INCNO=\"%s\",HOSTNAME=\"%s\",PART=\"%d\",TOTAL=\"%d\"",
+                getParam("IncidentNumber"), getParam("HostName"), fileNumber, fileCount);
+}
+
+void CSendEventBase::buildEventText(char (&text)[kNotificationBytes]) {
+  std::memset(text, 0, sizeof text);
   convStr(text, kFieldTextBytes, getParam("Time"), /*comma=*/1);
   convStr(text, kFieldTextBytes, "", /*comma=*/1);
   for (const char* key :

@@ -1,5 +1,6 @@
 #include "sendevent/SendEventBase.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -12,33 +13,42 @@
 #include "rmglib/CVuqRmgLib.h"
 #include "rmglib/kelcom.h"
 #include "sendevent/exitstatus.h"
-#include "sendevent/notificationtext.h"
 
-/// The request codes of one event type, as the support centre knows them.
+namespace {
+
+/// The bytes of the reply that the calls are handed, terminator included.
+constexpr std::size_t kReplyBytes = 2048;
+
+/// The request codes of one event type.
 struct RequestCodes {
   int eventType;
   unsigned notification;
   unsigned data;
 };
 
-/// What the calls of the library have given so far.
-struct CSendEventBase::Outcome {
-  int rc = 0;                           // the last result; it is logged, and never acted on
-  int errorCode = 0;                    // the last integer thrown
-  char reply[kNotificationBytes] = "";  // handed to the calls and logged; nothing fills it today
+constexpr RequestCodes kRequestCodes[] = {
+    {CSendEventBase::kType1, kKelNotifyType1, kKelDataType1},
+    {CSendEventBase::kIncident, kKelNotifyIncident, kKelDataIncident},
+    {CSendEventBase::kErrorEvent, kKelNotifyErrorEvent, kKelDataEvent},
+    {CSendEventBase::kOtherEvent, kKelNotifyOtherEvent, kKelDataEvent},
 };
 
-/// One notification and the data call that follows it.
-struct CSendEventBase::Request {
-  char* notification;  // null for none
-  char** paths;
-  int count;
-  std::size_t next;  // the index of the first file of the next request
+/// What the calls of the library have given so far.
+struct Outcome {
+  int rc = 0;                    // the last result; it is logged, and never acted on
+  int errorCode = 0;             // the last integer thrown
+  char reply[kReplyBytes] = "";  // handed to the calls and logged; nothing fills it today
+};
+
+/// The listed files that one request sends.
+struct FileRange {
+  std::size_t first;
+  std::size_t count;
 };
 
 /// The list as the library gets it, which may write into what it is handed: a copy of its own. In
 /// one block, since an allocation for each path is felt in a long list.
-class CSendEventBase::PathCopies {
+class PathCopies {
  public:
   explicit PathCopies(const std::vector<std::string>& files) {
     std::size_t bytes = 0;
@@ -61,20 +71,18 @@ class CSendEventBase::PathCopies {
   std::vector<char*> m_paths;
 };
 
-namespace {
-
-constexpr RequestCodes kRequestCodes[] = {
-    {CSendEventBase::kType1, kKelNotifyType1, kKelDataType1},
-    {CSendEventBase::kIncident, kKelNotifyIncident, kKelDataIncident},
-    {CSendEventBase::kErrorEvent, kKelNotifyErrorEvent, kKelDataEvent},
-    {CSendEventBase::kOtherEvent, kKelNotifyOtherEvent, kKelDataEvent},
-};
-
 const RequestCodes* findRequestCodes(int eventType) {
   for (const RequestCodes& codes : kRequestCodes) {
     if (codes.eventType == eventType) return &codes;
   }
   return nullptr;
+}
+
+/// An event goes out in one request, whatever is listed; anything else file by file.
+FileRange filesOfRequest(int eventType, std::size_t index, std::size_t fileCount) {
+  const bool isEvent =
+      eventType == CSendEventBase::kErrorEvent || eventType == CSendEventBase::kOtherEvent;
+  return isEvent ? FileRange{0, fileCount} : FileRange{index, 1};
 }
 
 /// Makes a call that may throw an integer; the last one thrown is remembered.
@@ -89,6 +97,79 @@ void rememberThrown(int& errorCode, const Call& call) {
 
 void logDone(CVuqRmgLib& client, int rc) {
   gLog.ilog("RM_Communicate done (code='%d', msg='%s') ", rc, client.toString1line());
+}
+
+bool prepareEnvironment(CVuqRmgLib& client) {
+  try {
+    client.setEnv();
+  } catch (const CVuqRmgLib::FailGetStatusRmsLibException& e) {
+    gLog.ilog("(CSendInfo::SendInfo) GetStatusRmsLib() error=%d", e.code());
+    return false;
+  } catch (const CVuqRmgLib::UnsupportCenterCodeException& e) {
+    gLog.ilog("(CSendInfo::SendInfo) getCenterCode() unknown center code=%d", e.code());
+    return false;
+  } catch (const CVuqRmgLib::FailRM_SetEnvException& e) {
+    gLog.ilog("(CSendInfo::SendInfo) RM_SetEnv() error =%d", e.code());
+    return false;
+  } catch (int code) {
+    if (code == 0) return true;
+    gLog.ilog("(CSendInfo::SendInfo) RM_SetEnv error \"%d\"", code);
+    return false;
+  }
+  return true;
+}
+
+void measureFiles(const std::vector<char*>& files) {
+  std::uint32_t total = 0;  // wraps at 4 GiB, and so does the figure in the log
+  for (const char* path : files) {
+    const std::int64_t size = getFileSize(path);
+    traceAt("SendEventBase", 486, "current_total='%u'  target='%s' size='%lld'bytes.\n", total,
+            path, static_cast<long long>(size));
+    total += static_cast<std::uint32_t>(size);
+  }
+  traceAt("SendEventBase", 491, "final_total='%u' bytes. \n", total);
+}
+
+bool isReachable(CVuqRmgLib& client) {
+  // Both questions are always asked, each with a query of its own.
+  const bool isOperating = client.isOperate();
+  const bool isInMaintenance = client.isMaintenance();
+  if (isOperating || isInMaintenance) return true;
+  gLog.ilog(
+      "(CSendInfo::SendInfo) Cancel sending investigation information, because connection status is not operating. (status=%d) \n",
+      client.getLastStatus());
+  return false;
+}
+
+bool startCommunication(CVuqRmgLib& client) {
+  try {
+    client.startCom();
+  } catch (const CVuqRmgLib::FailRM_StartCommException& e) {
+    gLog.ilog("(CSendInfo::SendInfo) CRMSenderBase::RM_StartComm() error(code=%d)", e.code());
+    return false;
+  }
+  gLog.ilog("(CSendInfo::SendInfo) call startCom(RM_MODE_SYNC)=0");
+  return true;
+}
+
+/// `text`: the notification, null for none.
+void notify(CVuqRmgLib& client, unsigned code, char* text, Outcome& outcome) {
+  if (text == nullptr) {
+    gLog.ilog("RM_Communicate call (param=0x%x 0 0 NULL NULL %s NULL)", code, outcome.reply);
+  } else {
+    gLog.ilog("RM_Communicate call (param=0x%x 0 0 %s NULL %s NULL)", code, text, outcome.reply);
+  }
+  rememberThrown(outcome.errorCode,
+                 [&] { outcome.rc = client.sendNotify(code, text, outcome.reply); });
+  logDone(client, outcome.rc);
+}
+
+void sendData(CVuqRmgLib& client, unsigned code, char** paths, int count, Outcome& outcome) {
+  gLog.ilog("RM_Communicate call (param=0x%x ? %d %s NULL %s NULL)", code, count, paths[0],
+            outcome.reply);
+  rememberThrown(outcome.errorCode,
+                 [&] { outcome.rc = client.sendData(code, paths, count, outcome.reply); });
+  logDone(client, outcome.rc);
 }
 
 }  // namespace
@@ -113,124 +194,33 @@ int CSendEventBase::sendThrough(CVuqRmgLib& client) {
     return kExitBadInput;  // the client's destructor stops communication
   }
 
-  Outcome outcome;
-  sendFiles(client, *codes, files.paths(), outcome);
+  int errorCode = sendFiles(client, codes->notification, codes->data, files.paths());
   // Not stopCom: the client stays marked as started and stops once more when it is destroyed. Both
   // stops are intended; the library has always been given two.
-  rememberThrown(outcome.errorCode, [&client] { client.CVuqRmgLibImpl::RM_StopComm(); });
+  rememberThrown(errorCode, [&client] { client.CVuqRmgLibImpl::RM_StopComm(); });
 
-  gLog.ilog("%s", outcome.errorCode != 0 ? "commonSendEvent Error." : "commonSendEvent OK");
-  return outcome.errorCode;
+  gLog.ilog("%s", errorCode != 0 ? "commonSendEvent Error." : "commonSendEvent OK");
+  return errorCode;
 }
 
-bool CSendEventBase::prepareEnvironment(CVuqRmgLib& client) {
-  try {
-    client.setEnv();
-  } catch (const CVuqRmgLib::FailGetStatusRmsLibException& e) {
-    gLog.ilog("(CSendInfo::SendInfo) GetStatusRmsLib() error=%d", e.code());
-    return false;
-  } catch (const CVuqRmgLib::UnsupportCenterCodeException& e) {
-    gLog.ilog("(CSendInfo::SendInfo) getCenterCode() unknown center code=%d", e.code());
-    return false;
-  } catch (const CVuqRmgLib::FailRM_SetEnvException& e) {
-    gLog.ilog("(CSendInfo::SendInfo) RM_SetEnv() error =%d", e.code());
-    return false;
-  } catch (int code) {
-    if (code == 0) return true;
-    gLog.ilog("(CSendInfo::SendInfo) RM_SetEnv error \"%d\"", code);
-    return false;
-  }
-  return true;
-}
-
-void CSendEventBase::measureFiles(const std::vector<char*>& files) {
-  std::uint32_t total = 0;  // wraps at 4 GiB, and so does the figure in the log
-  for (const char* path : files) {
-    const std::int64_t size = getFileSize(path);
-    traceAt("SendEventBase", 486, "current_total='%u'  target='%s' size='%lld'bytes.\n", total,
-            path, static_cast<long long>(size));
-    total += static_cast<std::uint32_t>(size);
-  }
-  traceAt("SendEventBase", 491, "final_total='%u' bytes. \n", total);
-}
-
-bool CSendEventBase::isReachable(CVuqRmgLib& client) {
-  // Both questions are always asked, each with a query of its own.
-  const bool isOperating = client.isOperate();
-  const bool isInMaintenance = client.isMaintenance();
-  if (isOperating || isInMaintenance) return true;
-  gLog.ilog(
-      "(CSendInfo::SendInfo) Cancel sending investigation information, because connection status is not operating. (status=%d) \n",
-      client.getLastStatus());
-  return false;
-}
-
-bool CSendEventBase::startCommunication(CVuqRmgLib& client) {
-  try {
-    client.startCom();
-  } catch (const CVuqRmgLib::FailRM_StartCommException& e) {
-    gLog.ilog("(CSendInfo::SendInfo) CRMSenderBase::RM_StartComm() error(code=%d)", e.code());
-    return false;
-  }
-  gLog.ilog("(CSendInfo::SendInfo) call startCom(RM_MODE_SYNC)=0");
-  return true;
-}
-
-void CSendEventBase::sendFiles(CVuqRmgLib& client, const RequestCodes& codes,
-                               const std::vector<char*>& files, Outcome& outcome) {
+/// Returns the last integer that a call has thrown, 0 when none has.
+int CSendEventBase::sendFiles(CVuqRmgLib& client, unsigned notificationCode, unsigned dataCode,
+                              const std::vector<char*>& files) {
+  Outcome outcome;
   char text[kNotificationBytes];
-  std::vector<char*> handed(files.size());
-  for (std::size_t index = 0; index < files.size();) {
-    gLog.ilog("commonSendEvent Main Loop (%d/%d)", static_cast<int>(index + 1),
-              static_cast<int>(files.size()));
-    const Request request = prepareRequest(index, text, files, handed);
-    notify(client, codes.notification, request, outcome);
-    // Also when the notification failed: the result of an exchange is logged, and decides nothing.
-    sendData(client, codes.data, request, outcome);
-    index = request.next;
-  }
-}
-
-CSendEventBase::Request CSendEventBase::prepareRequest(std::size_t index, char* text,
-                                                       const std::vector<char*>& files,
-                                                       std::vector<char*>& handed) {
+  std::vector<char*> handed(files.size());  // the library may write here, too
   const int fileCount = static_cast<int>(files.size());
-  switch (getEventType()) {
-    case kErrorEvent:
-    case kOtherEvent:
-      buildEventText(text);
-      handed = files;
-      return {text, handed.data(), fileCount, files.size()};
-    case kIncident:
-      buildIncidentText(text, static_cast<int>(index + 1), fileCount);
-      handed[index] = files[index];
-      return {text, &handed[index], 1, index + 1};
-    default:
-      handed[index] = files[index];
-      return {nullptr, &handed[index], 1, index + 1};
+  for (std::size_t index = 0; index < files.size();) {
+    const int number = static_cast<int>(index + 1);
+    gLog.ilog("commonSendEvent Main Loop (%d/%d)", number, fileCount);
+    // Asked anew for each request.
+    const FileRange range = filesOfRequest(getEventType(), index, files.size());
+    notify(client, notificationCode, buildNotification(text, number, fileCount), outcome);
+    // Also when the notification failed: the result of an exchange is logged, and decides nothing.
+    char** paths = handed.data() + range.first;
+    std::copy_n(files.begin() + range.first, range.count, paths);
+    sendData(client, dataCode, paths, static_cast<int>(range.count), outcome);
+    index = range.first + range.count;
   }
-}
-
-void CSendEventBase::notify(CVuqRmgLib& client, unsigned code, const Request& request,
-                            Outcome& outcome) {
-  if (request.notification == nullptr) {
-    gLog.ilog("RM_Communicate call (param=0x%x 0 0 NULL NULL %s NULL)", code, outcome.reply);
-  } else {
-    gLog.ilog("RM_Communicate call (param=0x%x 0 0 %s NULL %s NULL)", code, request.notification,
-              outcome.reply);
-  }
-  rememberThrown(outcome.errorCode, [&] {
-    outcome.rc = client.sendNotify(code, request.notification, outcome.reply);
-  });
-  logDone(client, outcome.rc);
-}
-
-void CSendEventBase::sendData(CVuqRmgLib& client, unsigned code, const Request& request,
-                              Outcome& outcome) {
-  gLog.ilog("RM_Communicate call (param=0x%x ? %d %s NULL %s NULL)", code, request.count,
-            request.paths[0], outcome.reply);
-  rememberThrown(outcome.errorCode, [&] {
-    outcome.rc = client.sendData(code, request.paths, request.count, outcome.reply);
-  });
-  logDone(client, outcome.rc);
+  return outcome.errorCode;
 }

@@ -27,9 +27,6 @@ constexpr char kTraceLevel[] = "LOG_LEVEL_TRACE";
 constexpr char kSystemLogWord[] = "QZKBsoftmsg";
 
 constexpr off_t kRotationBytes = 512000;  // a file above this is backed up and emptied
-constexpr std::size_t kLineBytes = 2048;
-constexpr std::size_t kLineLimit =
-    kLineBytes - 1;  // what is formatted at most, terminator included
 constexpr std::size_t kSystemLogBytes = 4096;
 
 /// Decimal on purpose, that is octal 01204: log files have always been created like this, and the
@@ -101,12 +98,12 @@ void CLog::log(const char* format, va_list args) {
   if (m_initialized == 0) return;
   const ErrnoKeeper keeper;
 
-  char text[kLineBytes] = {};
-  const int formatted = std::vsnprintf(text, kLineLimit, format, args);
+  char text[kMessageBytes] = {};
+  const int formatted = std::vsnprintf(text, sizeof text, format, args);
   // Read as unsigned, so that a failed conversion (-1) counts as too long as well. The terminator
   // of a text that was cut is written with it: readers of the log know a cut line by its zero byte.
   std::size_t length = static_cast<std::size_t>(formatted);
-  if (length > kLineLimit) length = kLineLimit;
+  if (length > sizeof text) length = sizeof text;
 
   rotate();
   append(text, length);
@@ -142,10 +139,10 @@ void CLog::slog(const char* format, ...) {
   std::snprintf(text, sizeof text - 1, "PID=%5d : %s ", static_cast<int>(::getpid()),
                 kSystemLogWord);
 
-  char message[kLineBytes] = {};
+  char message[kMessageBytes] = {};
   va_list args;
   va_start(args, format);
-  std::vsnprintf(message, kLineLimit, format, args);
+  std::vsnprintf(message, sizeof message, format, args);
   va_end(args);
   std::strncat(text, message, sizeof text - 1 - std::strlen(text));
 

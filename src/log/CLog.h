@@ -2,6 +2,7 @@
 #define TANEXICS_LOG_CLOG_H
 
 #include <cstdarg>
+#include <cstddef>
 #include <string>
 
 /// The action log: one text line an event, appended to a single file with the time and the process
@@ -14,6 +15,9 @@
 /// `docs/action-log.md` describes the file.
 class CLog {
  public:
+  /// What a message is formatted into, terminator included.
+  static constexpr std::size_t kMessageBytes = 2047;
+
   CLog();
   virtual ~CLog();
   CLog(const CLog&) = delete;

@@ -7,10 +7,10 @@
 
 namespace {
 
-/// One text of a line. On the stack, so that writing a line allocates nothing, and as long as a
-/// line can be, so that a text is cut where the whole line would have been.
+/// One text of a line. On the stack, so that writing a line allocates nothing, and with the room of
+/// a whole message: a text that is cut belongs to a message that is cut.
 struct LineText {
-  char bytes[2048];
+  char bytes[CLog::kMessageBytes];
   LineText(const char* fmt, va_list args) __attribute__((format(printf, 2, 0))) {
     bytes[0] = '\0';
     std::vsnprintf(bytes, sizeof bytes, fmt, args);

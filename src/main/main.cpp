@@ -1,10 +1,10 @@
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdio>
 
 #include "common/base/callersignals.h"
 #include "common/base/stdfds.h"
+#include "common/files/filesystem.h"
 #include "common/text/timetext.h"
 #include "log/CLog.h"
 #include "sendevent/CSendEventSingleSystem.h"
@@ -26,7 +26,7 @@ void openLog(const char* program) {
 }
 
 void refuseOrdinaryUsers() {
-  if (::getuid() == 0) return;
+  if (isAdmin() != 0) return;
   gLog.ilog("not Super-User");
   throw kExitNotSuperUser;
 }

@@ -4,7 +4,7 @@
 #include <string>
 
 /// Copies the bytes of one file into another that is still empty, in pieces of bounded size.
-/// Holes stay holes, so that a sparse file of many gigabytes costs next to nothing. A file that
+/// Holes stay holes: a sparse file of many gigabytes takes the room of its data alone. A file that
 /// grows meanwhile is copied up to the size that it had at the start; one that shrinks, one that
 /// was empty, and one of those whose size is not its length (under /proc and /sys), up to its end.
 ///

@@ -146,8 +146,8 @@ TEST_P(Cost, OfAFileInInstructionsIsWhatItWas) {
 
 INSTANTIATE_TEST_SUITE_P(
     Slope, Cost,
-    testing::Values(Slope{"Event", {"-r", "/case/event.def"}, false, 0, 531},
-                    Slope{"EventTraced", {"-r", "/case/event.def"}, true, 1, 4819},
+    testing::Values(Slope{"Event", {"-r", "/case/event.def"}, false, 0, 610},
+                    Slope{"EventTraced", {"-r", "/case/event.def"}, true, 1, 4906},
                     Slope{"Incident", {"-i", "1"}, false, 5, 17071},
                     Slope{"IncidentTraced", {"-i", "1"}, true, 6, 21388}),
     [](const auto& row) { return row.param.name; });

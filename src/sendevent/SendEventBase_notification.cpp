@@ -23,8 +23,6 @@ constexpr int kTooLittleRoom = 4;
 constexpr std::size_t kExcerptBytes = 1023;
 
 bool isLogExtract(const std::string& path) {
-  // Both names end alike: for most paths one search does instead of two.
-  if (std::strstr(C(path), "log.txt") == nullptr) return false;
   return std::strstr(C(path), ".syslog.txt") != nullptr ||
          std::strstr(C(path), ".apllog.txt") != nullptr;
 }

@@ -37,7 +37,7 @@ int isDir(const char* path) {
 int isDir(const std::string& path) { return isDir(C(path)); }
 
 std::int64_t getFileSize(const char* path) {
-  struct stat status;  // not cleared first, once for every listed file: stat(2) fills all of it
+  struct stat status = {};
   if (path != nullptr && ::stat(path, &status) == 0) return status.st_size;
   // What stat(2) and printf(3) make of a null pointer, which neither of them may be given.
   const int error = path == nullptr ? EFAULT : errno;

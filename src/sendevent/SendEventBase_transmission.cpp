@@ -16,9 +16,6 @@
 
 namespace {
 
-/// The bytes of the reply that the calls are handed, terminator included.
-constexpr std::size_t kReplyBytes = 2048;
-
 /// The request codes of one event type.
 struct RequestCodes {
   int eventType;
@@ -33,12 +30,12 @@ constexpr RequestCodes kRequestCodes[] = {
     {CSendEventBase::kOtherEvent, kKelNotifyOtherEvent, kKelDataEvent},
 };
 
-/// What the calls of the library have given so far.
-struct Outcome {
-  int rc = 0;                    // the last result; it is logged, and never acted on
-  int errorCode = 0;             // the last integer thrown
-  char reply[kReplyBytes] = "";  // handed to the calls and logged; nothing fills it today
-};
+const RequestCodes* findRequestCodes(int eventType) {
+  for (const RequestCodes& codes : kRequestCodes) {
+    if (codes.eventType == eventType) return &codes;
+  }
+  return nullptr;
+}
 
 /// The listed files that one request sends.
 struct FileRange {
@@ -46,8 +43,15 @@ struct FileRange {
   std::size_t count;
 };
 
+/// An event goes out in one request, whatever is listed; anything else file by file.
+FileRange filesOfRequest(int eventType, std::size_t index, std::size_t fileCount) {
+  const bool isEvent =
+      eventType == CSendEventBase::kErrorEvent || eventType == CSendEventBase::kOtherEvent;
+  return isEvent ? FileRange{0, fileCount} : FileRange{index, 1};
+}
+
 /// The list as the library gets it, which may write into what it is handed: a copy of its own. In
-/// one block: a string for each path would take a third more instructions for each listed file, and
+/// one block: with a string for each path, a listed file would take a third more instructions, and
 /// 50 bytes more.
 class PathCopies {
  public:
@@ -72,19 +76,15 @@ class PathCopies {
   std::vector<char*> m_paths;
 };
 
-const RequestCodes* findRequestCodes(int eventType) {
-  for (const RequestCodes& codes : kRequestCodes) {
-    if (codes.eventType == eventType) return &codes;
-  }
-  return nullptr;
-}
+/// The bytes of the reply that the calls are handed, terminator included.
+constexpr std::size_t kReplyBytes = 2048;
 
-/// An event goes out in one request, whatever is listed; anything else file by file.
-FileRange filesOfRequest(int eventType, std::size_t index, std::size_t fileCount) {
-  const bool isEvent =
-      eventType == CSendEventBase::kErrorEvent || eventType == CSendEventBase::kOtherEvent;
-  return isEvent ? FileRange{0, fileCount} : FileRange{index, 1};
-}
+/// What the calls of the library have given so far.
+struct Outcome {
+  int rc = 0;                    // the last result; it is logged, and never acted on
+  int errorCode = 0;             // the last integer thrown
+  char reply[kReplyBytes] = "";  // handed to the calls and logged; nothing fills it today
+};
 
 /// Makes a call that may throw an integer; the last one thrown is remembered.
 template <class Call>

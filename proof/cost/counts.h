@@ -1,5 +1,5 @@
-#ifndef TANEXICS_BENCH_COUNTS_H
-#define TANEXICS_BENCH_COUNTS_H
+#ifndef TANEXICS_PROOF_COST_COUNTS_H
+#define TANEXICS_PROOF_COST_COUNTS_H
 
 #include <map>
 #include <string>

@@ -1,5 +1,5 @@
-#ifndef TANEXICS_BENCH_RUNS_H
-#define TANEXICS_BENCH_RUNS_H
+#ifndef TANEXICS_PROOF_COST_RUNS_H
+#define TANEXICS_PROOF_COST_RUNS_H
 
 #include <cstddef>
 #include <string>

@@ -1,6 +1,6 @@
 # Draws the peak memory of the command beside the floor's, for an event:
 #
-#   gnuplot -e "points='FILE'; output='FILE.svg'; sentence='...'" bench/memory.gnuplot
+#   gnuplot -e "points='FILE'; output='FILE.svg'; sentence='...'" proof/cost/memory.gnuplot
 #
 # The points are those of command.gnuplot.
 

@@ -1,6 +1,6 @@
 # Draws how the text functions grow, a small picture for each:
 #
-#   gnuplot -e "points='FILE'; output='FILE.svg'; sentence='...'" bench/text.gnuplot
+#   gnuplot -e "points='FILE'; output='FILE.svg'; sentence='...'" proof/cost/text.gnuplot
 #
 # A block of the points is a function: a line with its name in quotes, then lines of bytes of input
 # and nanoseconds a byte.

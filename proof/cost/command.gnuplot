@@ -1,6 +1,6 @@
 # Draws the CPU time of the command beside the floor's, and the ratio of the two below:
 #
-#   gnuplot -e "points='FILE'; output='FILE.svg'; sentence='...'" bench/command.gnuplot
+#   gnuplot -e "points='FILE'; output='FILE.svg'; sentence='...'" proof/cost/command.gnuplot
 #
 # A block of the points is a kind of run, named in a comment. Its columns: files, CPU time in
 # milliseconds of the command and of the floor, their ratio, the two ends of its interval, peak memory

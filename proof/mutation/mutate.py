@@ -272,14 +272,15 @@ class Trial:
 
 
 def judgements():
-    """Survivors that were looked at and are no fault of the tests: file, line, change; then the reason."""
-    judged = {}
-    key = None
-    for line in JUDGED.read_text().splitlines() if JUDGED.exists() else []:
-        if line.startswith("    "):
-            judged[key] = (judged.get(key, "") + " " + line.strip()).strip()
-        elif line and not line.startswith("#"):
-            key = line
+    """Survivors that were looked at and are no fault of the tests, as `keys_of` names them: each with its reason."""
+    judged, reason = {}, ""
+    for line in JUDGED.read_text().splitlines():
+        if not line.startswith("    "):
+            reason = line
+            continue
+        first, *others = line.strip().split("  or  ")
+        place = first[: first.rindex(": ", 0, first.index("  ->  ")) + 2]
+        judged.update({key: reason for key in [first, *(place + change for change in others)]})
     return judged
 
 

@@ -5,12 +5,8 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <string>
-#include <vector>
 
 #include "common/text/encoding.h"
-#include "fuzz/demand.h"
-#include "fuzz/input.h"
 #include "fuzz/target.h"
 
 namespace {
@@ -116,9 +112,8 @@ More judgeOf(const std::string& encoding) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void tryInput(Input input) {
   static GuardedMemory memory;
-  Input input(data, size);
   const Language& language = kLanguages[input.choice(16)];
   const std::string text = input.rest().substr(0, memory.size() / sizeof(unsigned));
   const int length = static_cast<int>(text.size());
@@ -135,5 +130,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   demandEqual(getEncoding(encoding), std::string(language.encoding), "the encoding of LANG");
   demandEqual(getCharactorLength(memory.place(exactCopy(text)), length),
               countedBy(judgeOf(language.encoding), bytes), "the count in LANG's encoding");
-  return 0;
 }

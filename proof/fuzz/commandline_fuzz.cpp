@@ -8,32 +8,26 @@
 
 #include <algorithm>
 #include <optional>
-#include <string>
-#include <vector>
 
-#include "fuzz/demand.h"
-#include "fuzz/input.h"
-#include "fuzz/memoryfile.h"
-#include "fuzz/pieces.h"
+#include "fuzz/judges.h"
+#include "fuzz/scratchfile.h"
 #include "fuzz/target.h"
 #include "support/testevent.h"
 
 namespace {
 
-using Words = std::vector<std::string>;
-
 /// The four files, each of which may be named as a list and as a definition.
 struct Files {
-  MemoryFile list{"/var/log/a.syslog.txt\n#/b c\n\n/d\n"};
-  MemoryFile definition{definitionOf(eventParams())};
-  MemoryFile empty{"\n\r\n"};
-  MemoryFile bad{"=\n"};
+  ScratchFile list{{"list"}, "/var/log/a.syslog.txt\n#/b c\n\n/d\n"};
+  ScratchFile definition{{"definition"}, definitionOf(eventParams())};
+  ScratchFile empty{{"empty"}, "\n\r\n"};
+  ScratchFile bad{{"bad"}, "=\n"};
 
-  const MemoryFile& at(char number) const {
+  const ScratchFile& at(char number) const {
     return number == 1 ? list : number == 2 ? definition : number == 3 ? empty : bad;
   }
 
-  const MemoryFile* find(const std::string& path) const {
+  const ScratchFile* find(const std::string& path) const {
     for (char number = 1; number <= 4; ++number) {
       if (at(number).path() == path) return &at(number);
     }
@@ -58,7 +52,7 @@ std::string argumentOf(std::string word) {
 struct Parsed {
   int status = 68;
   int type = CSendEventBase::kNotParsed;
-  Words list;
+  Texts list;
   Params params;
 };
 
@@ -83,10 +77,10 @@ Parsed event(const Parsed& before, const std::string& path) {
 }
 
 /// The judge: what a command line means.
-Parsed meaningOf(const Words& words) {
+Parsed meaningOf(const Texts& words) {
   Parsed parsed;
   if (words.size() < 3) return parsed;
-  const MemoryFile* list = files().find(words[1]);
+  const ScratchFile* list = files().find(words[1]);
   if (list == nullptr || list == &files().empty) return parsed;
   parsed.list = entriesOf(list->read());
 
@@ -116,10 +110,10 @@ bool namesAnotherFile(const std::string& word) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Words words;
-  for (Input input(data, size); !input.isEmpty();) words.push_back(argumentOf(input.word()));
-  if (std::any_of(words.begin(), words.end(), namesAnotherFile)) return 0;
+void tryInput(Input input) {
+  Texts words;
+  while (!input.isEmpty()) words.push_back(argumentOf(input.word()));
+  if (std::any_of(words.begin(), words.end(), namesAnotherFile)) return;
 
   TestSingleSystem event;
   Arguments arguments(words);
@@ -133,5 +127,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (std::size_t i = 0; i < words.size(); ++i) {
     demandEqual(std::string(arguments.argv()[i]), words[i], "the words themselves stay");
   }
-  return 0;
 }

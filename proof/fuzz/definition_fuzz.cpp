@@ -1,19 +1,13 @@
 // Both definition files: the input is the file.
 
 #include <algorithm>
-#include <string>
-#include <vector>
 
-#include "fuzz/demand.h"
-#include "fuzz/input.h"
-#include "fuzz/memoryfile.h"
-#include "fuzz/pieces.h"
+#include "fuzz/judges.h"
+#include "fuzz/scratchfile.h"
 #include "fuzz/target.h"
 #include "support/testevent.h"
 
 namespace {
-
-using Keys = std::vector<std::string>;
 
 struct Definition {
   int status = 0;
@@ -23,7 +17,7 @@ struct Definition {
 Definition rejected(const Params& params) { return {68, params}; }
 
 /// The judge: what the definition `bytes` says to a reader of `keys`.
-Definition definitionIn(const std::string& bytes, const Keys& keys) {
+Definition definitionIn(const std::string& bytes, const Texts& keys) {
   Params params;
   for (const std::string& piece : piecesOf(bytes, 1023)) {
     const std::string line = withoutLineEnd(piece);
@@ -73,12 +67,11 @@ void tryIncident(const std::string& path, const std::string& bytes) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const MemoryFile file;
-  const std::string bytes = Input(data, size).rest();
+void tryInput(Input input) {
+  static const ScratchFile file({"definition"});
+  const std::string bytes = input.rest();
   file.write(bytes);
   tryEvent(file.path(), bytes);
   tryIncident(file.path(), bytes);
   demandEqual(file.read(), bytes, "the definition itself is not changed");
-  return 0;
 }

@@ -7,10 +7,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
-#include "fuzz/demand.h"
-#include "fuzz/input.h"
 #include "fuzz/target.h"
 
 namespace {
@@ -90,12 +87,11 @@ class Scanner {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void tryInput(Input input) {
   static const bool isSet = (setVariables(), true);
   demand(isSet, "the variables are set");
-  const std::string text = Input(data, size).word();
+  const std::string text = input.word();
   demandEqual(replaceEnvValue(exactCopy(text + '\0').data()), Scanner().expand(text),
               "references are replaced by their values");
   demandEqual(getEnvValue(text.c_str()), text.empty() ? "" : valueOf(text), "a variable's value");
-  return 0;
 }

@@ -4,11 +4,7 @@
 
 #include <cstdlib>
 #include <sstream>
-#include <string>
-#include <vector>
 
-#include "fuzz/demand.h"
-#include "fuzz/input.h"
 #include "fuzz/record.h"
 #include "fuzz/target.h"
 
@@ -17,7 +13,7 @@ namespace {
 /// The judge of reading: the lines that are taken from a text, and whether the text was too short,
 /// or a line too long, for all four.
 struct Taken {
-  std::vector<std::string> lines;
+  Texts lines;
   bool hasFailed = false;
 
   explicit Taken(std::string text) {
@@ -44,7 +40,7 @@ void tryReading(const std::string& text) {
   Record record(1, 2, 3, "left over");
   Record expected = record;
   const Taken taken(text);
-  const std::vector<std::string>& lines = taken.lines;
+  const Texts& lines = taken.lines;
   if (!lines.empty()) expected.m_lastRMErrCode = std::atoi(lines[0].c_str());
   if (lines.size() > 1) expected.m_lastZWErrType = std::atoi(lines[1].c_str());
   if (lines.size() > 2) expected.m_lastZWErrCode = std::atoi(lines[2].c_str());
@@ -77,15 +73,13 @@ void tryRoundTrip(Record written) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Input input(data, size);
+void tryInput(Input input) {
   if (input.choice(2) == 0) {
     tryReading(input.rest());
-    return 0;
+    return;
   }
   const int rc = input.number();
   const int type = input.number();
   const int code = input.number();
   tryRoundTrip(Record(rc, type, code, input.longWord()));
-  return 0;
 }

@@ -3,12 +3,8 @@
 // "x.syslog.txt" and "x.apllog.txt.gz".
 
 #include <algorithm>
-#include <string>
-#include <vector>
 
-#include "fuzz/demand.h"
-#include "fuzz/input.h"
-#include "fuzz/pieces.h"
+#include "fuzz/judges.h"
 #include "fuzz/scratchfile.h"
 #include "fuzz/target.h"
 #include "support/testevent.h"
@@ -16,8 +12,7 @@
 namespace {
 
 /// The judge of the choice among the files; all names are within the folder of `extract`.
-std::string excerptAmong(const std::vector<std::string>& paths, const ScratchFile& extract,
-                         const std::string& bytes) {
+std::string excerptAmong(const Texts& paths, const ScratchFile& extract, const std::string& bytes) {
   for (const std::string& path : paths) {
     const bool isExtract = path.find(".syslog.txt") != std::string::npos ||
                            path.find(".apllog.txt") != std::string::npos;
@@ -26,8 +21,8 @@ std::string excerptAmong(const std::vector<std::string>& paths, const ScratchFil
   return "Software Log";
 }
 
-std::vector<std::string> pathsOf(const std::string& text, const ScratchFile& extract) {
-  std::vector<std::string> paths = {""};
+Texts pathsOf(const std::string& text, const ScratchFile& extract) {
+  Texts paths = {""};
   for (const char byte : text) {
     if (byte == '\n') {
       paths.emplace_back();
@@ -41,10 +36,9 @@ std::vector<std::string> pathsOf(const std::string& text, const ScratchFile& ext
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void tryInput(Input input) {
   static const ScratchFile extract({"x.syslog.txt", "x.apllog.txt.gz"});
-  Input input(data, size);
-  const std::vector<std::string> paths = pathsOf(input.word(), extract);
+  const Texts paths = pathsOf(input.word(), extract);
   const std::string bytes = input.rest();
   extract.write(bytes);
 
@@ -55,5 +49,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
               "the excerpt is the first line that is no comment");
   demand(line.size() <= 1022, "an excerpt has at most 1,022 bytes");
   demandEqual(extract.read(), bytes, "the extract itself is not changed");
-  return 0;
 }

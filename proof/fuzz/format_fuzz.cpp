@@ -6,11 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <string>
-#include <vector>
 
-#include "fuzz/demand.h"
-#include "fuzz/input.h"
 #include "fuzz/target.h"
 
 namespace {
@@ -47,8 +43,7 @@ void tryBareFormat(const std::string& text) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Input input(data, size);
+void tryInput(Input input) {
   const int number = input.number();
   const std::string text = input.longWord();
   demandEqual(format("%s", text.c_str()), text, "a text of any length stays whole");
@@ -58,5 +53,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   demandEqual(format("%*s", width, ""), std::string(static_cast<std::size_t>(std::abs(width)), ' '),
               "a width either way");
   tryBareFormat(text);
-  return 0;
 }

@@ -1,10 +1,7 @@
 // Bytes in texts of the loopback's record: the input is the bytes.
 
 #include <optional>
-#include <string>
 
-#include "fuzz/demand.h"
-#include "fuzz/input.h"
 #include "fuzz/target.h"
 #include "loopback/bytes.h"
 
@@ -79,9 +76,9 @@ std::optional<std::string> unescaped(const std::string& text) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void tryInput(Input input) {
   constexpr std::size_t kBytesAtMost = 1000;  // the judges are slow
-  const std::string bytes = Input(data, size).rest().substr(0, kBytesAtMost);
+  const std::string bytes = input.rest().substr(0, kBytesAtMost);
   const std::optional<unsigned> character = characterAt(bytes);
   demandEqual(utf8Length(bytes), character ? encoded(*character).size() : std::size_t{0},
               "the length of the first character");
@@ -102,5 +99,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   demandEqual(visibleBytes(bytes),
               escapedBy(bytes, isControl, [](const std::string& form) { return form; }),
               "the bytes on a terminal");
-  return 0;
 }

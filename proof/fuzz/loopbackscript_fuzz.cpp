@@ -5,23 +5,18 @@
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <string>
-#include <vector>
 
-#include "fuzz/demand.h"
-#include "fuzz/input.h"
 #include "fuzz/target.h"
 #include "loopback/script.h"
 
 namespace {
 
-using Words = std::vector<std::string>;
 using Numbers = std::vector<int>;
 
 /// The words of a line, which has lost its line feed.
-Words wordsOf(std::string line) {
+Texts wordsOf(std::string line) {
   if (!line.empty() && line.back() == '\r') line.pop_back();
-  Words words = {""};
+  Texts words = {""};
   for (const char byte : line.substr(0, line.find('#'))) {
     if (byte == ' ' || byte == '\t') {
       words.emplace_back();
@@ -82,7 +77,7 @@ struct Answers {
 
  private:
   /// False for a bad line.
-  bool add(const Words& words) {
+  bool add(const Texts& words) {
     if (words.empty()) return true;
     std::string question = words[0];
     std::size_t first = 1;
@@ -145,8 +140,8 @@ void ask(Script& script, const Answers& answers) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string text = Input(data, size).rest();
+void tryInput(Input input) {
+  const std::string text = input.rest();
   const Answers answers(text);
   try {
     Script script(text);
@@ -161,5 +156,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     });
     demand(!message.empty() && isPrintable, "the message can go to a terminal");
   }
-  return 0;
 }

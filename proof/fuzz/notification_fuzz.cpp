@@ -2,21 +2,13 @@
 // number of files and the library's replies, and then gives the parameters and the bytes of the one
 // file that there is, a log extract.
 
-#include <string>
-#include <vector>
-
-#include "fuzz/demand.h"
-#include "fuzz/field.h"
-#include "fuzz/input.h"
-#include "fuzz/pieces.h"
+#include "fuzz/judges.h"
 #include "fuzz/scratchfile.h"
 #include "fuzz/target.h"
 #include "support/FakeKelcom.h"
 #include "support/testevent.h"
 
 namespace {
-
-using Calls = std::vector<std::string>;
 
 constexpr const char* kFieldKeys[] = {"Time",   "",          "Label",   "HostName", "OSType",
                                       "OSName", "OSVersion", "PkgName", "MsgType",  "MsgID"};
@@ -37,7 +29,7 @@ std::string incidentText(const Params& params, std::size_t number, std::size_t c
 }
 
 /// The judge: the exchanges of a run on `files`, the first of which holds `extract`.
-Calls exchangesOf(int type, const Params& params, const Calls& files, const std::string& extract) {
+Texts exchangesOf(int type, const Params& params, const Texts& files, const std::string& extract) {
   const auto data = [](const std::string& head, const std::string& items) {
     return "Communicate(" + head + ", [" + items + "])";
   };
@@ -48,7 +40,7 @@ Calls exchangesOf(int type, const Params& params, const Calls& files, const std:
     return {"Communicate(" + code + ", 0, 0, " + fieldText(params, extract) + ")",
             data("0x4010d, 0, " + std::to_string(files.size()), all)};
   }
-  Calls exchanges;
+  Texts exchanges;
   for (std::size_t i = 0; i < files.size(); ++i) {
     const std::string text = type == 1
                                  ? "0x40016, 0, 0, NULL"
@@ -59,8 +51,8 @@ Calls exchangesOf(int type, const Params& params, const Calls& files, const std:
   return exchanges;
 }
 
-Calls exchangesAmong(const Calls& calls) {
-  Calls exchanges;
+Texts exchangesAmong(const Texts& calls) {
+  Texts exchanges;
   for (const std::string& call : calls) {
     if (call.compare(0, 11, "Communicate") == 0) exchanges.push_back(call);
   }
@@ -69,11 +61,10 @@ Calls exchangesAmong(const Calls& calls) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void tryInput(Input input) {
   static const ScratchFile extract({"x.syslog.txt"});
-  Input input(data, size);
   const int type = static_cast<int>(input.choice(4)) + 1;
-  Calls files = {extract.folder() + "/x.syslog.txt"};
+  Texts files = {extract.folder() + "/x.syslog.txt"};
   for (unsigned more = input.choice(4); more > 0; --more) {
     files.push_back(extract.folder() + "/missing." + std::to_string(more));
   }
@@ -94,5 +85,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   demandEqual(exchangesAmong(kelcom.calls), exchangesOf(type, params, files, bytes),
               "the notifications and the files of a run");
   demandEqual(event.m_params, params, "the parameters stay");
-  return 0;
 }

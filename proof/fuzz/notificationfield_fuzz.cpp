@@ -2,12 +2,8 @@
 // in it at first, and then gives field after field: whether a comma follows, and the value.
 
 #include <algorithm>
-#include <string>
-#include <vector>
 
-#include "fuzz/demand.h"
-#include "fuzz/field.h"
-#include "fuzz/input.h"
+#include "fuzz/judges.h"
 #include "fuzz/target.h"
 #include "sendevent/SendEventBase.h"
 
@@ -45,8 +41,7 @@ void appendField(std::vector<char>& buffer, int size, const std::string& value, 
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Input input(data, size);
+void tryInput(Input input) {
   const int bufferSize = kSizes[input.choice(8)];
   // As large as the call is told, and where that is nonsense, large enough for what stands there.
   std::vector<char> buffer(static_cast<std::size_t>(bufferSize > 0 ? bufferSize : 1), '\0');
@@ -57,5 +52,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool comma = input.choice(2) == 1;
     appendField(buffer, bufferSize, input.longWord(), comma);
   }
-  return 0;
 }

@@ -1,13 +1,9 @@
 // The parts of a path name: the input is the path.
 
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "common/base/pathparts.h"
 #include "common/files/pathform.h"
-#include "fuzz/demand.h"
-#include "fuzz/input.h"
 #include "fuzz/target.h"
 
 namespace {
@@ -57,12 +53,10 @@ void tryParent(const std::string& path) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Input input(data, size);
+void tryInput(Input input) {
   const std::string path = input.longWord();
   tryBaseName(path);
   tryParent(path);
   demandEqual(justifyPath(path), justified(path), "runs of slashes become one");
   demandEqual(isFullPath(path), path.substr(0, 1) == "/" ? 1 : 0, "a full path begins at the root");
-  return 0;
 }

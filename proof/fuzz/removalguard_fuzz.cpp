@@ -3,17 +3,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <string>
-#include <vector>
-
 #include "common/files/removal.h"
-#include "fuzz/demand.h"
-#include "fuzz/input.h"
 #include "fuzz/target.h"
 
 namespace {
-
-using Names = std::vector<std::string>;
 
 constexpr const char* kDirectories[] = {"/", "/tmp", "/usr", "/usr/bin"};
 
@@ -35,8 +28,8 @@ class InDirectory {
 };
 
 /// The names between slashes, the last one first.
-Names namesFromTheEnd(const std::string& path) {
-  Names names = {""};
+Texts namesFromTheEnd(const std::string& path) {
+  Texts names = {""};
   for (std::size_t i = path.size(); i > 0; --i) {
     if (path[i - 1] == '/') {
       names.emplace_back();
@@ -49,7 +42,7 @@ Names namesFromTheEnd(const std::string& path) {
 
 /// What an absolute path names as far as its text tells.
 struct Target {
-  Names names;               // from the root down, without dots
+  Texts names;               // from the root down, without dots
   bool isAboveRoot = false;  // whether it climbs above the root, where the kernel stays in it
 };
 
@@ -72,7 +65,7 @@ Target targetOf(const std::string& absolute) {
   return target;
 }
 
-bool isDeepEnough(const Names& names) {
+bool isDeepEnough(const Texts& names) {
   return !names.empty() && names.size() > (names[0] == "tmp" ? 1 : 2);
 }
 
@@ -84,16 +77,15 @@ std::string canonicalForm(const Target& target) {
 }
 
 /// The names that count: one that stands in the place of the root does not.
-Names countedNames(const Target& target) {
-  Names names = target.names;
+Texts countedNames(const Target& target) {
+  Texts names = target.names;
   if (target.isAboveRoot && !names.empty()) names.erase(names.begin());
   return names;
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Input input(data, size);
+void tryInput(Input input) {
   const std::string directory = kDirectories[input.choice(4)];
   const std::string path = input.word();
   const InDirectory there(directory.c_str());
@@ -111,5 +103,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (!target.isAboveRoot && !target.names.empty()) {
     demandEqual(getCanonicalPath(canonical), canonical, "the same again");
   }
-  return 0;
 }

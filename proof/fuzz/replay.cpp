@@ -6,9 +6,10 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <vector>
 
 #include "fuzz/target.h"
+
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
 
 namespace fs = std::filesystem;
 
@@ -36,10 +37,10 @@ bool replay(const fs::path& file) {
   }
   // On the heap and no byte longer than the input, so that whoever reads on is seen.
   const std::vector<char> bytes{std::istreambuf_iterator<char>(stream), {}};
-  const std::vector<std::uint8_t> input(bytes.begin(), bytes.end());
-  std::printf("%s, %zu bytes\n", file.c_str(), input.size());
+  std::printf("%s, %zu bytes\n", file.c_str(), bytes.size());
   std::fflush(stdout);  // the last line names the input at which a promise broke
-  return LLVMFuzzerTestOneInput(input.data(), input.size()) == 0;
+  tryInput(Input({bytes.data(), bytes.size()}));
+  return true;
 }
 
 }  // namespace

@@ -37,13 +37,15 @@ SANDBOX = [
 ]  # fmt: skip
 MEMORY_LIMIT = 6 << 30
 COMPILE_LIMIT = 120
-SLOW_SHARDS = 40
-LEAST_TIME_LIMIT = 10  # seconds; otherwise five times what the test takes without a mutant
+LEAST_TIME_LIMIT = 10  # seconds; otherwise five times what the cases take without a mutant
 GONE = ("killed", "overran")
 # Sources that no library has, and the tests that have them as a part.
 INCLUDED = {"src/main/main.cpp": "tests/main/main_fakes_CLog_test.cpp"}
 # The program of all tests that take the place of nothing.
 ALL_UNITS = "unit_tests"
+# Many of its cases sleep, or wait for a shell: it runs as so many processes at once. A slow program mostly sleeps.
+ALL_UNITS_SHARDS = 4
+SLOW_SHARDS = 40
 
 
 def run(words, **options):
@@ -85,8 +87,9 @@ class Base:
         self.link = {test: self.link_command(test) for test in self.tests}
         with concurrent.futures.ThreadPoolExecutor(self.jobs) as pool:
             self.units = dict(zip(self.tests, pool.map(self.units_of, self.tests)))
-            self.plain = dict(zip(self.tests, pool.map(self.run_plain, self.tests)))
         self.cases = self.cases_by_file()
+        self.plain = {}
+        self.plain_locks = {test: threading.Lock() for test in self.tests}
 
     def is_slow(self, test):
         return "_fakes_sleep_" in test
@@ -130,26 +133,30 @@ class Base:
         words[at + 1] = str(output)
         return words[: at + 2] + [str(name) for name in objects] + words[at + 2 :]
 
-    def run_plain(self, test):
-        """The cases that fail without a mutant are left out; and how long the others take."""
-        program = self.build / "tests" / test
-        failing = []
-        for _ in range(3):
-            started = time.monotonic()
-            done = self.execute(program, failing, 300)
-            if done.returncode == 0:
-                return {"failing": failing, "seconds": time.monotonic() - started,
-                        "times": {name: int(ms) / 1000 for name, ms in
-                                  re.findall(r"^\[       OK \] (\S+?),? .*\((\d+) ms\)$", done.stdout, re.MULTILINE)}}
-            failing += re.findall(r"^\[  FAILED  \] (\S+?),? \(\d+ ms\)$", done.stdout, re.MULTILINE)
-        return {"failing": ["*"], "seconds": 0, "times": {}}
+    def times(self, test):
+        """The cases that the test has without a mutant, and how long each takes; it runs when first asked about."""
+        with self.plain_locks[test]:
+            if test not in self.plain:
+                self.plain[test] = self.run_plain(test)
+            return self.plain[test]
 
-    def execute(self, program, failing, limit, *options, cases=""):
-        """Runs the cases of a program but the failing ones; `cases` is a filter that ends with what it leaves out."""
-        words = SANDBOX + ["--ro-bind", str(self.folder), str(self.folder), str(program), *options]
-        words.append("--gtest_filter=" + ":".join([cases or "-", *failing]))
-        # The cases of a slow test mostly sleep: they run all at once.
-        shards = SLOW_SHARDS if self.is_slow(program.name) else 1
+    def run_plain(self, test):
+        done = self.execute(self.build / "tests" / test, 300)
+        outcomes = re.findall(r"^\[ +(OK|FAILED) +\] (\S+?),? .*?\((\d+) ms\)$", done.stdout, re.MULTILINE)
+        failing = sorted({name for outcome, name, _ in outcomes if outcome == "FAILED"})
+        if failing:
+            print(f"{test}: fails without a mutant in the sandbox, left out: {' '.join(failing)}", flush=True)
+        elif done.returncode != 0:
+            raise RuntimeError(f"{test} does not come to its end without a mutant:\n{done.stdout[-2000:]}")
+        return {name: int(ms) / 1000 for outcome, name, ms in outcomes if outcome == "OK"}
+
+    def execute(self, program, limit, cases=()):
+        """Runs these cases of a program up to the first that fails; without cases, all of them to the end."""
+        words = SANDBOX + ["--ro-bind", str(self.folder), str(self.folder), str(program)]
+        if cases:
+            words += ["--gtest_fail_fast", "--gtest_filter=" + ":".join(cases)]
+        shards = SLOW_SHARDS if self.is_slow(program.name) else ALL_UNITS_SHARDS if program.name == ALL_UNITS else 1
+        shards = min(shards, len(cases) or shards)
         stop = threading.Event()
         with concurrent.futures.ThreadPoolExecutor(shards) as pool:
             done = list(pool.map(lambda shard: self.sandboxed(words, limit, shard, shards, stop), range(shards)))
@@ -159,7 +166,10 @@ class Base:
     @staticmethod
     def sandboxed(words, limit, shard, shards, stop):
         """Runs one shard; the first one that fails ends the others, whose results do not matter any more."""
-        bound = lambda: resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
+        def bound():
+            resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
+            # Whoever goes round in circles is found earlier than whoever waits, and on a busy machine as well.
+            resource.setrlimit(resource.RLIMIT_CPU, (int(limit / 2), int(limit / 2)))
         share = {"GTEST_TOTAL_SHARDS": str(shards), "GTEST_SHARD_INDEX": str(shard)}
         deadline = time.monotonic() + limit
         with tempfile.TemporaryFile("w+", errors="replace") as output:
@@ -170,7 +180,7 @@ class Base:
                 is_late = process.poll() is None and not stop.is_set()
                 process.kill()
             output.seek(0)
-            if is_late or process.returncode != 0:
+            if is_late or (process.returncode != 0 and "--gtest_fail_fast" in words):
                 stop.set()
             if is_late:
                 raise subprocess.TimeoutExpired(words, limit)
@@ -180,9 +190,10 @@ class Base:
 class Trial:
     """One mutant, from source to verdict."""
 
-    def __init__(self, base, mutant):
+    def __init__(self, base, mutant, is_judged):
         self.base = base
         self.mutant = mutant
+        self.is_judged = is_judged
 
     def verdict(self):
         with tempfile.TemporaryDirectory(dir=self.base.folder) as folder:
@@ -195,10 +206,10 @@ class Trial:
             self.object = self.folder / "mutant.o"
             if not self.compiled(source, self.object):
                 return "stillborn", ""
-            for step in self.tests():
-                outcome = self.outcome(step)
+            for test, cases in self.tests():
+                outcome = self.outcome(test, cases)
                 if outcome != "survived":
-                    return outcome, step[0]
+                    return outcome, test
             return ("same code" if self.is_same_code(source) else "survived"), ""
 
     def compiled(self, source, output, *options):
@@ -224,24 +235,26 @@ class Trial:
         return objects[0].read_bytes() == objects[1].read_bytes()
 
     def tests(self):
-        """The tests named for the unit, then the others that have it in them, fast ones first: each a program and
-        the files of its cases to run or, after a minus, to leave out. A slow program takes more than a minute: it
-        is asked about its own unit only."""
+        """The steps to take, each a program and those of its cases to run: what is named for the unit, then all else
+        that has it in it. A slow program takes more than a minute: it is asked about its own unit only. A judged
+        mutant has been through all else."""
         if self.mutant.path in INCLUDED:
-            return [(Path(INCLUDED[self.mutant.path]).stem, "")]
+            return [self.step(Path(INCLUDED[self.mutant.path]).stem)]
         unit = Path(self.mutant.path)
         is_named = lambda test: test.startswith(f"{unit.stem}_")
         linking = [test for test in self.base.tests if unit.name in self.base.units[test]]
-        named = [(test, "") for test in linking if is_named(test)]
-        others = [(test, "") for test in linking
+        named = [self.step(test) for test in linking if is_named(test)]
+        others = [self.step(test) for test in linking
                   if not is_named(test) and not self.base.is_slow(test) and test != ALL_UNITS]
         if ALL_UNITS in linking:
-            own = [case for file, cases in self.base.cases.items() if is_named(file) for case in cases]
-            if own:
-                named.append((ALL_UNITS, ":".join(own) + "-"))
-            others.append((ALL_UNITS, "-" + ":".join(own)))
-        by_time = lambda step: self.base.plain[step[0]]["seconds"]
-        return sorted(named, key=by_time) + sorted(others, key=by_time)
+            own = {case for file, cases in self.base.cases.items() if is_named(file) for case in cases}
+            named.append(self.step(ALL_UNITS, lambda case: case in own))
+            others.append(self.step(ALL_UNITS, lambda case: case not in own))
+        by_time = lambda step: sum(step[1].values())
+        return sorted(named, key=by_time) + ([] if self.is_judged else sorted(others, key=by_time))
+
+    def step(self, test, is_wanted=lambda case: True):
+        return test, {case: seconds for case, seconds in self.base.times(test).items() if is_wanted(case)}
 
     def program(self, test):
         """The test's program with the mutant in it; None where it does not link."""
@@ -252,20 +265,14 @@ class Trial:
                 return None
         return program
 
-    def outcome(self, step):
-        test, cases = step
-        plain = self.base.plain[test]
-        if plain["failing"] == ["*"]:
+    def outcome(self, test, cases):
+        if not cases:
             return "survived"
         program = self.program(test)
         if program is None:
             return "stillborn"
-        usual = plain["seconds"]
-        if cases.endswith("-"):
-            usual = sum(plain["times"].get(case, 0) for case in cases[:-1].split(":"))
         try:
-            done = self.base.execute(program, plain["failing"], max(LEAST_TIME_LIMIT, 5 * usual),
-                                     "--gtest_fail_fast", cases=cases)
+            done = self.base.execute(program, max(LEAST_TIME_LIMIT, 5 * sum(cases.values())), cases)
         except subprocess.TimeoutExpired:
             return "overran"
         return "survived" if done.returncode == 0 else "killed"
@@ -330,10 +337,11 @@ def chosen(options):
     return found
 
 
-def tried(base, mutants, options):
+def tried(base, mutants, keys, options):
     """The verdicts in the order of the mutants; each is told on standard error as it is found."""
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
-        trials = [pool.submit(Trial(base, mutant).verdict) for mutant in mutants]
+        judged = judgements()
+        trials = [pool.submit(Trial(base, mutant, keys[mutant] in judged).verdict) for mutant in mutants]
         places = {trial: mutant for trial, mutant in zip(trials, mutants)}
         for count, trial in enumerate(concurrent.futures.as_completed(trials), 1):
             mutant, (verdict, test) = places[trial], trial.result()
@@ -345,11 +353,11 @@ def tried(base, mutants, options):
 def report(mutants, verdicts, keys, options):
     judged = judgements()
     counts, survivors, harmless = {}, [], []
-    for mutant, (verdict, _) in zip(mutants, verdicts):
+    for mutant, (verdict, test) in zip(mutants, verdicts):
         key = keys[mutant]
-        if verdict == "survived" and key in judged:
-            verdict = "judged"
-            harmless.append((mutant, judged[key]))
+        if key in judged:
+            harmless.append((mutant, judged[key] if verdict == "survived" else f"{verdict} by {test} all the same"))
+            verdict = "judged" if verdict == "survived" else verdict
         elif verdict == "survived":
             survivors.append((mutant, key))
         counts.setdefault(mutant.path, Counter())[verdict] += 1
@@ -399,11 +407,7 @@ def main():
     try:
         base = Base(folder, options.jobs, options.tests)
         base.make()
-        for test, plain in base.plain.items():
-            if plain["failing"]:
-                print(f"{test}: fails without a mutant in the sandbox, left out: {' '.join(plain['failing'])}")
-        sys.stdout.flush()
-        return 0 if report(mutants, tried(base, mutants, options), keys, options) else 1
+        return 0 if report(mutants, tried(base, mutants, keys, options), keys, options) else 1
     finally:
         if not kept:
             shutil.rmtree(folder, ignore_errors=True)

@@ -6,10 +6,13 @@
 // short ones follow again with one that brings the unwinder along, since loading it is most of what
 // they cost above the floor.
 //
-//   command_bench --command PATH --floor PATH --library DIR --throwing DIR [--turns N]
-//                 [--points FILE]
+//   command_bench [--turns N] [--points FILE]
 
+#include <fcntl.h>
 #include <stdlib.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -18,14 +21,12 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <regex>
 #include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-#include "counts.h"
-#include "runs.h"
 
 namespace fs = std::filesystem;
 
@@ -58,14 +59,11 @@ constexpr int kLongList = 100000;
 /// The 95 % interval of a median needs as many values.
 constexpr int kLeastTurns = 6;
 
-struct Options {
-  std::string command;
-  std::string floor;
-  std::string library;   // folder of the silent library
-  std::string throwing;  // folder of the one that brings the unwinder
-  std::string points;
-  int turns = 15;
-};
+/// A program and its arguments.
+using Words = std::vector<std::string>;
+
+/// How often each system call was made, by its name.
+using Calls = std::map<std::string, int>;
 
 /// One kind of run.
 struct Kind {
@@ -75,11 +73,6 @@ struct Kind {
   double mostRatio;  // of CPU time to the floor's; where there are files, from kLimitedFiles on
   Calls ownCalls;    // what the command alone has to make
 
-  Kind named(const std::string& other) const {
-    Kind kind = *this;
-    kind.name = other;
-    return kind;
-  }
   bool isLimited(int files) const { return arguments.empty() || files >= kLimitedFiles; }
 };
 
@@ -130,6 +123,119 @@ class Folder {
   std::string m_path;
 };
 
+// --- a run ---------------------------------------------------------------------------------------
+
+constexpr int kRejected = 68;  // the status of a run without arguments
+
+/// The call that silent-kelcom.c makes once everything is loaded.
+constexpr char kLoadedMark[] = "getppid";
+
+/// What a run took, its children's share included.
+struct Sample {
+  double cpu;   // seconds, in user and system mode
+  double peak;  // bytes of resident memory
+};
+
+double secondsOf(const timeval& time) {
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
+
+/// Runs a program to its end with its output thrown away.
+Sample runOnce(const Words& words) {
+  std::vector<char*> argv;
+  for (const std::string& word : words) argv.push_back(const_cast<char*>(word.c_str()));
+  argv.push_back(nullptr);
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    const int nothing = ::open("/dev/null", O_RDWR);
+    for (int number = 0; number < 3; ++number) ::dup2(nothing, number);
+    ::execvp(argv[0], argv.data());
+    ::_exit(127);
+  }
+  int status = 0;
+  rusage usage = {};
+  if (::wait4(pid, &status, 0, &usage) != pid) throw std::runtime_error("wait4 failed");
+  if (!WIFEXITED(status) || (WEXITSTATUS(status) != 0 && WEXITSTATUS(status) != kRejected)) {
+    throw std::runtime_error(words[0] + " ended with wait status " + std::to_string(status));
+  }
+  return {secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime),
+          static_cast<double>(usage.ru_maxrss) * 1024};
+}
+
+/// The name of the call in a line of a trace, "PID NAME(...": empty for one that tells how an
+/// interrupted call went on.
+std::string callIn(const std::string& line) {
+  const std::size_t start = line.find_first_not_of("0123456789 ");
+  const std::size_t end = line.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789_", start);
+  if (start == std::string::npos || end == std::string::npos || line[end] != '(') return "";
+  return line.substr(start, end - start);
+}
+
+/// Counts the system calls of a program and its children with strace(1), from where everything is
+/// loaded on. `trace` names a file to be written.
+Calls countCalls(const Words& words, const std::string& trace) {
+  Words traced = {"strace", "-f", "-qq", "-e", "signal=none", "-o", trace};
+  traced.insert(traced.end(), words.begin(), words.end());
+  runOnce(traced);
+  std::ifstream file(trace);
+  Calls calls;
+  bool isLoaded = false;
+  for (std::string line; std::getline(file, line);) {
+    const std::string name = callIn(line);
+    if (isLoaded && !name.empty()) ++calls[name];
+    isLoaded = isLoaded || name == kLoadedMark;
+  }
+  if (!isLoaded) throw std::runtime_error(words[0] + " was not seen to load the silent library");
+  return calls;
+}
+
+int sumOf(const Calls& calls) {
+  int sum = 0;
+  for (const auto& [name, count] : calls) sum += count;
+  return sum;
+}
+
+// --- two programs, run in turn -------------------------------------------------------------------
+
+struct Turn {
+  Sample command;
+  Sample floor;
+};
+
+struct Comparison {
+  Sample command;  // medians, each of its own
+  Sample floor;
+  double ratio;  // the median of the turns' ratios of CPU time
+  double low;    // between these two the median lies with a probability of 95 %
+  double high;
+  std::size_t turns;
+};
+
+/// The ratios of the turns are compared, rather than the sums: a machine's speed may drift.
+Comparison comparisonOf(const std::vector<Turn>& turns) {
+  const std::size_t count = turns.size();
+  const auto sorted = [&turns](const auto& value) {
+    std::vector<double> values;
+    for (const Turn& turn : turns) values.push_back(value(turn));
+    std::sort(values.begin(), values.end());
+    return values;
+  };
+  const auto medianOf = [&sorted, count](Sample Turn::*program) {
+    return Sample{sorted([program](const Turn& turn) { return (turn.*program).cpu; })[count / 2],
+                  sorted([program](const Turn& turn) { return (turn.*program).peak; })[count / 2]};
+  };
+  const std::vector<double> ratios =
+      sorted([](const Turn& turn) { return turn.command.cpu / turn.floor.cpu; });
+  // How many of the values lie below the median is a matter of tossing coins, whatever their
+  // distribution: half of them, give or take half the root of their number, times 1.96 for 95 %.
+  const double spread = 1.96 * std::sqrt(static_cast<double>(count));
+  const auto low =
+      static_cast<std::size_t>(std::max(0.0, (static_cast<double>(count) - spread) / 2));
+  return {medianOf(&Turn::command), medianOf(&Turn::floor),
+          ratios[count / 2],        ratios[low],
+          ratios[count - 1 - low],  count};
+}
+
 // --- the measuring -------------------------------------------------------------------------------
 
 /// Bytes a file of a program: what a run takes above one with a single file.
@@ -137,23 +243,16 @@ double bytesAFile(const Sample& run, const Sample& single, int files) {
   return (run.peak - single.peak) / files;
 }
 
-/// What the command makes above the floor, and, below 0, the floor above the command.
-Calls difference(Calls command, const Calls& floor) {
-  for (const auto& [name, count] : floor) command[name] -= count;
-  return command;
+/// From here on, both programs load this library.
+void useLibrary(const fs::path& library) {
+  ::setenv("LD_LIBRARY_PATH", library.parent_path().c_str(), 1);
 }
 
 class Bench {
  public:
-  explicit Bench(const Options& options) : m_options(options) {
-    useLibrary(options.library);
+  Bench(int turns, const std::string& points) : m_turns(turns) {
     ::setenv("TANEX_LOG", m_folder.path("action.log").c_str(), 1);
-    if (!options.points.empty()) m_points.open(options.points);
-  }
-
-  /// From here on, both programs load the library of this folder.
-  static void useLibrary(const std::string& folder) {
-    ::setenv("LD_LIBRARY_PATH", folder.c_str(), 1);
+    if (!points.empty()) m_points.open(points);
   }
 
   const Folder& folder() const { return m_folder; }
@@ -162,8 +261,8 @@ class Bench {
   const std::vector<std::string>& broken() const { return m_broken; }
 
   void compareLogs(const Kind& kind, int files) {
-    const std::string theirs = logOf(m_options.floor, kind, files);
-    if (logOf(m_options.command, kind, files) != theirs) {
+    const std::string theirs = logOf(BENCH_FLOOR, kind, files);
+    if (logOf(BENCH_COMMAND, kind, files) != theirs) {
       throw std::runtime_error("the floor does not log what the command logs: " + kind.name);
     }
   }
@@ -193,12 +292,14 @@ class Bench {
   void compareCalls(const Kind& kind, int files) {
     const std::string trace = m_folder.path("trace");
     clearLog();
-    const Calls command = countCalls(wordsOf(m_options.command, kind, files), trace);
+    const Calls command = countCalls(wordsOf(BENCH_COMMAND, kind, files), trace);
     clearLog();
-    const Calls floor = countCalls(wordsOf(m_options.floor, kind, files), trace);
+    const Calls floor = countCalls(wordsOf(BENCH_FLOOR, kind, files), trace);
+    Calls difference = command;
+    for (const auto& [name, count] : floor) difference[name] -= count;
     std::string others;
     int memory = 0;
-    for (const auto& [name, count] : difference(command, floor)) {
+    for (const auto& [name, count] : difference) {
       if (count == 0 || name == kCallByChance) continue;
       others += " " + name + " " + std::to_string(count);
       const auto own = kind.ownCalls.find(name);
@@ -215,20 +316,6 @@ class Bench {
     if (memory > std::ceil(kMostBytesAFile * files / kBlockBytes)) {
       breaks(kind, files, std::to_string(memory) + " calls more ask for memory");
     }
-  }
-
-  static void printInstructionsHead() {
-    std::printf("\n%-24s %18s %10s\n", "each further file", "instructions", "floor");
-  }
-
-  void reportInstructions(const Kind& kind) {
-    // Into /dev/null, so that neither run rotates its log.
-    ::setenv("TANEX_LOG", "/dev/null", 1);
-    std::printf("%-24s %18.0f %10.0f\n", kind.name.c_str(),
-                instructionsAFile(m_options.command, kind),
-                instructionsAFile(m_options.floor, kind));
-    std::fflush(stdout);
-    ::setenv("TANEX_LOG", m_folder.path("action.log").c_str(), 1);
   }
 
  private:
@@ -261,37 +348,35 @@ class Bench {
   }
 
   /// One turn, in which either program is the first every second time.
-  void takeTurn(Turns& turns, const Kind& kind, int files) {
-    const bool isCommandFirst = turns.count() % 2 == 0;
-    const Sample first = once(isCommandFirst ? m_options.command : m_options.floor, kind, files);
-    const Sample second = once(isCommandFirst ? m_options.floor : m_options.command, kind, files);
-    turns.add(isCommandFirst ? first : second, isCommandFirst ? second : first);
+  void takeTurn(std::vector<Turn>& turns, const Kind& kind, int files) {
+    const bool isCommandFirst = turns.size() % 2 == 0;
+    const Sample first = once(isCommandFirst ? BENCH_COMMAND : BENCH_FLOOR, kind, files);
+    const Sample second = once(isCommandFirst ? BENCH_FLOOR : BENCH_COMMAND, kind, files);
+    turns.push_back(isCommandFirst ? Turn{first, second} : Turn{second, first});
   }
 
   /// A short run takes a millisecond, of which the machine's mood is a larger part; in a long one,
   /// it evens out.
   int leastTurns(int files) const {
-    if (files < 100) return 20 * m_options.turns;
-    if (files < kLimitedFiles) return 5 * m_options.turns;
-    return files < kLongList ? m_options.turns : std::max(kLeastTurns, m_options.turns / 3);
+    if (files < 100) return 20 * m_turns;
+    if (files < kLimitedFiles) return 5 * m_turns;
+    return files < kLongList ? m_turns : std::max(kLeastTurns, m_turns / 3);
   }
 
   /// Takes turns; more of them, where a limit lies so near that they do not tell.
   Comparison compare(const Kind& kind, int files) {
-    once(m_options.command, kind, files);  // warms the caches
-    once(m_options.floor, kind, files);
+    once(BENCH_COMMAND, kind, files);  // warms the caches
+    once(BENCH_FLOOR, kind, files);
     const auto least = static_cast<std::size_t>(leastTurns(files));
-    Turns turns;
-    while (turns.count() < least) takeTurn(turns, kind, files);
-    while (kind.isLimited(files) && turns.count() < 4 * least && isUndecided(kind, turns)) {
+    std::vector<Turn> turns;
+    while (turns.size() < least) takeTurn(turns, kind, files);
+    Comparison sofar = comparisonOf(turns);
+    while (kind.isLimited(files) && turns.size() < 4 * least && sofar.low <= kind.mostRatio &&
+           kind.mostRatio <= sofar.high) {
       takeTurn(turns, kind, files);
+      sofar = comparisonOf(turns);
     }
-    return turns.result();
-  }
-
-  static bool isUndecided(const Kind& kind, const Turns& turns) {
-    const Comparison sofar = turns.result();
-    return sofar.low <= kind.mostRatio && kind.mostRatio <= sofar.high;
+    return sofar;
   }
 
   void report(const Kind& kind, int files, const Comparison& runs, const Comparison& single) {
@@ -322,28 +407,21 @@ class Bench {
     return std::isnan(number) ? "" : text;
   }
 
-  double instructionsAFile(const std::string& program, const Kind& kind) {
-    constexpr int kFew = 100;
-    constexpr int kMany = 1100;
-    const std::string report = m_folder.path("instructions");
-    const double few = countInstructions(wordsOf(program, kind, kFew), report);
-    return (countInstructions(wordsOf(program, kind, kMany), report) - few) / (kMany - kFew);
-  }
-
   void breaks(const Kind& kind, int files, const std::string& what) {
     m_broken.push_back(kind.name + ", " + std::to_string(files) + " files: " + what);
   }
 
-  Options m_options;
+  int m_turns;
   Folder m_folder;
   std::ofstream m_points;
   std::vector<std::string> m_broken;
 };
 
-bool runAll(const Options& options) {
-  Bench bench(options);
+bool runAll(int turns, const std::string& points) {
+  Bench bench(turns, points);
   const std::vector<Kind> kinds = kindsOfRun(bench.folder().path("event.def"));
 
+  useLibrary(SILENT_LIBRARY);
   bench.compareLogs(kWithoutArguments, 0);
   for (const Kind& kind : kinds) bench.compareLogs(kind, 10);
 
@@ -351,18 +429,20 @@ bool runAll(const Options& options) {
   bench.measure(kWithoutArguments, {0});
   for (const Kind& kind : kinds) bench.measure(kind, {1, 10, 100, 1000, 10000, 100000});
   std::printf("with a library that brings the unwinder along\n");
-  Bench::useLibrary(options.throwing);
-  bench.measure(kWithoutArguments.named("no arguments, unwinder"), {0});
-  for (const Kind& kind : kinds) bench.measure(kind.named(kind.name + ", unwinder"), {1, 1000});
-  Bench::useLibrary(options.library);
+  useLibrary(THROWING_LIBRARY);
+  std::vector<Kind> unwinding = {kWithoutArguments};
+  unwinding.insert(unwinding.end(), kinds.begin(), kinds.end());
+  for (Kind& kind : unwinding) {
+    kind.name += ", unwinder";
+    bench.measure(kind, kind.arguments.empty() ? std::vector{0} : std::vector{1, 1000});
+  }
+  useLibrary(SILENT_LIBRARY);
 
   Bench::printCallsHead();
   bench.compareCalls(kWithoutArguments, 0);
   for (const Kind& kind : kinds) {
     for (const int files : {1, 10, 1010}) bench.compareCalls(kind, files);
   }
-  Bench::printInstructionsHead();
-  for (const Kind& kind : kinds) bench.reportInstructions(kind);
 
   std::printf("\n%s\n", bench.broken().empty() ? "Every limit is held." : "Not held:");
   for (const std::string& what : bench.broken()) std::printf("  %s\n", what.c_str());
@@ -373,20 +453,16 @@ bool runAll(const Options& options) {
 
 int main(int argc, char** argv) {
   try {
-    Options options;
+    int turns = 15;
+    std::string points;
     CLI::App app("Measures the command beside the floor under its cost");
-    app.add_option("--command", options.command, "the command")->required();
-    app.add_option("--floor", options.floor, "the floor")->required();
-    app.add_option("--library", options.library, "folder of the silent library")->required();
-    app.add_option("--throwing", options.throwing, "folder of the one that brings the unwinder")
-        ->required();
     app.add_option(
-           "--turns", options.turns,
+           "--turns", turns,
            "turns of each kind and size at least; of short runs, up to twenty times as many")
         ->check(CLI::Range(kLeastTurns, 1000));
-    app.add_option("--points", options.points, "file for the figures, to be drawn");
+    app.add_option("--points", points, "file for the figures, to be drawn");
     CLI11_PARSE(app, argc, argv);
-    return runAll(options) ? 0 : 1;
+    return runAll(turns, points) ? 0 : 1;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "%s\n", error.what());
     return 1;

@@ -37,7 +37,8 @@ SANDBOX = [
 ]  # fmt: skip
 MEMORY_LIMIT = 6 << 30
 COMPILE_LIMIT = 120
-LEAST_TIME_LIMIT = 10  # seconds; otherwise five times what the cases take without a mutant
+LEAST_TIME_LIMIT = 10  # seconds, and thrice what the cases take without a mutant
+PLAIN_TIME_LIMIT = 300
 GONE = ("killed", "overran")
 # Sources that no library has, and the tests that have them as a part.
 INCLUDED = {"src/main/main.cpp": "tests/main/main_fakes_CLog_test.cpp"}
@@ -141,7 +142,7 @@ class Base:
             return self.plain[test]
 
     def run_plain(self, test):
-        done = self.execute(self.build / "tests" / test, 300)
+        done = self.execute(self.build / "tests" / test)
         outcomes = re.findall(r"^\[ +(OK|FAILED) +\] (\S+?),? .*?\((\d+) ms\)$", done.stdout, re.MULTILINE)
         failing = sorted({name for outcome, name, _ in outcomes if outcome == "FAILED"})
         if failing:
@@ -150,13 +151,16 @@ class Base:
             raise RuntimeError(f"{test} does not come to its end without a mutant:\n{done.stdout[-2000:]}")
         return {name: int(ms) / 1000 for outcome, name, ms in outcomes if outcome == "OK"}
 
-    def execute(self, program, limit, cases=()):
+    def execute(self, program, cases=None):
         """Runs these cases of a program up to the first that fails; without cases, all of them to the end."""
         words = SANDBOX + ["--ro-bind", str(self.folder), str(self.folder), str(program)]
         if cases:
             words += ["--gtest_fail_fast", "--gtest_filter=" + ":".join(cases)]
         shards = SLOW_SHARDS if self.is_slow(program.name) else ALL_UNITS_SHARDS if program.name == ALL_UNITS else 1
-        shards = min(shards, len(cases) or shards)
+        limit = PLAIN_TIME_LIMIT
+        if cases:
+            shards = min(shards, len(cases))
+            limit = LEAST_TIME_LIMIT + 3 * max(max(cases.values()), sum(cases.values()) / shards)
         stop = threading.Event()
         with concurrent.futures.ThreadPoolExecutor(shards) as pool:
             done = list(pool.map(lambda shard: self.sandboxed(words, limit, shard, shards, stop), range(shards)))
@@ -272,7 +276,7 @@ class Trial:
         if program is None:
             return "stillborn"
         try:
-            done = self.base.execute(program, max(LEAST_TIME_LIMIT, 5 * sum(cases.values())), cases)
+            done = self.base.execute(program, cases)
         except subprocess.TimeoutExpired:
             return "overran"
         return "survived" if done.returncode == 0 else "killed"

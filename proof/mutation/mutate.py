@@ -16,6 +16,7 @@ import re
 import resource
 import shlex
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -33,7 +34,7 @@ JUDGED = HERE / "judged.txt"
 SANDBOX = [
     "bwrap", "--cap-add", "ALL", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc",
     "--size", str(512 << 20), "--tmpfs", "/tmp", "--tmpfs", "/var/opt",
-    "--unshare-pid", "--unshare-ipc", "--die-with-parent", "--new-session", "--chdir", "/tmp",
+    "--unshare-pid", "--unshare-ipc", "--die-with-parent", "--chdir", "/tmp",
 ]  # fmt: skip
 MEMORY_LIMIT = 6 << 30
 COMPILE_LIMIT = 120
@@ -178,11 +179,14 @@ class Base:
         deadline = time.monotonic() + limit
         with tempfile.TemporaryFile("w+", errors="replace") as output:
             with subprocess.Popen(words, stdout=output, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL,
-                                  preexec_fn=bound, env={**os.environ, **share}) as process:
+                                  preexec_fn=bound, start_new_session=True,
+                                  env={**os.environ, **share}) as process:
                 while process.poll() is None and not stop.is_set() and time.monotonic() < deadline:
                     stop.wait(0.01)
                 is_late = process.poll() is None and not stop.is_set()
-                process.kill()
+                # The sandbox outside alone would leave the one inside behind, if that is still being set up.
+                if process.poll() is None:
+                    os.killpg(process.pid, signal.SIGKILL)
             output.seek(0)
             if is_late or (process.returncode != 0 and "--gtest_fail_fast" in words):
                 stop.set()

@@ -22,7 +22,7 @@ import sys
 import tempfile
 import threading
 import time
-from collections import Counter
+from collections import Counter, defaultdict
 from pathlib import Path
 
 from mutants import mutants_of
@@ -64,6 +64,7 @@ class Base:
         self.build = folder / "build"
         self.jobs = jobs
         self.tests = tests
+        self.plain, self.plain_locks = {}, defaultdict(threading.Lock)
 
     def make(self):
         listed = run(["git", "-C", ROOT, "ls-files", "-co", "--exclude-standard"], check=True).stdout
@@ -90,8 +91,6 @@ class Base:
         with concurrent.futures.ThreadPoolExecutor(self.jobs) as pool:
             self.units = dict(zip(self.tests, pool.map(self.units_of, self.tests)))
         self.cases = self.cases_by_file()
-        self.plain = {}
-        self.plain_locks = {test: threading.Lock() for test in self.tests}
 
     def is_slow(self, test):
         return "_fakes_sleep_" in test

@@ -246,19 +246,21 @@ class Trial:
         that has it in it. A slow program takes more than a minute: it is asked about its own unit only. A judged
         mutant has been through all else."""
         if self.mutant.path in INCLUDED:
-            return [self.step(Path(INCLUDED[self.mutant.path]).stem)]
+            yield self.step(Path(INCLUDED[self.mutant.path]).stem)
+            return
         unit = Path(self.mutant.path)
         is_named = lambda test: test.startswith(f"{unit.stem}_")
+        own = {case for file, cases in self.base.cases.items() if is_named(file) for case in cases}
         linking = [test for test in self.base.tests if unit.name in self.base.units[test]]
-        named = [self.step(test) for test in linking if is_named(test)]
-        others = [self.step(test) for test in linking
-                  if not is_named(test) and not self.base.is_slow(test) and test != ALL_UNITS]
-        if ALL_UNITS in linking:
-            own = {case for file, cases in self.base.cases.items() if is_named(file) for case in cases}
-            named.append(self.step(ALL_UNITS, lambda case: case in own))
-            others.append(self.step(ALL_UNITS, lambda case: case not in own))
-        by_time = lambda step: sum(step[1].values())
-        return sorted(named, key=by_time) + ([] if self.is_judged else sorted(others, key=by_time))
+        yield from self.steps([test for test in linking if is_named(test) or test == ALL_UNITS], own.__contains__)
+        if not self.is_judged:
+            yield from self.steps([test for test in linking if not is_named(test) and not self.base.is_slow(test)],
+                                  lambda case: case not in own)
+
+    def steps(self, tests, is_wanted):
+        """The fastest first; of the program of all units, the cases that are wanted."""
+        steps = [self.step(test, is_wanted if test == ALL_UNITS else lambda case: True) for test in tests]
+        return sorted(steps, key=lambda step: sum(step[1].values()))
 
     def step(self, test, is_wanted=lambda case: True):
         return test, {case: seconds for case, seconds in self.base.times(test).items() if is_wanted(case)}

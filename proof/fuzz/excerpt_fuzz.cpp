@@ -7,6 +7,7 @@
 #include "fuzz/judges.h"
 #include "fuzz/scratchfile.h"
 #include "fuzz/target.h"
+#include "support/slowsplit.h"
 #include "support/testevent.h"
 
 namespace {
@@ -21,15 +22,9 @@ std::string excerptAmong(const Texts& paths, const ScratchFile& extract, const s
   return "Software Log";
 }
 
-Texts pathsOf(const std::string& text, const ScratchFile& extract) {
-  Texts paths = {""};
-  for (const char byte : text) {
-    if (byte == '\n') {
-      paths.emplace_back();
-    } else {
-      paths.back() += byte == '/' ? '_' : byte;
-    }
-  }
+Texts pathsOf(std::string text, const ScratchFile& extract) {
+  std::replace(text.begin(), text.end(), '/', '_');
+  Texts paths = slowSplit(text, "\n", 0);
   for (std::string& path : paths) path.insert(0, extract.folder() + "/");
   return paths;
 }

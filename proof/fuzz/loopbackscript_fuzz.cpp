@@ -8,6 +8,7 @@
 
 #include "fuzz/target.h"
 #include "loopback/script.h"
+#include "support/slowsplit.h"
 
 namespace {
 
@@ -16,14 +17,8 @@ using Numbers = std::vector<int>;
 /// The words of a line, which has lost its line feed.
 Texts wordsOf(std::string line) {
   if (!line.empty() && line.back() == '\r') line.pop_back();
-  Texts words = {""};
-  for (const char byte : line.substr(0, line.find('#'))) {
-    if (byte == ' ' || byte == '\t') {
-      words.emplace_back();
-    } else {
-      words.back() += byte;
-    }
-  }
+  std::replace(line.begin(), line.end(), '\t', ' ');
+  Texts words = slowSplit(line.substr(0, line.find('#')), " ", 0);
   words.erase(std::remove(words.begin(), words.end(), ""), words.end());
   return words;
 }
@@ -55,15 +50,9 @@ struct Answers {
   int badLine = 0;
 
   explicit Answers(const std::string& text) {
-    std::string line;
     int number = 1;
-    for (const char byte : text + (text.empty() || text.back() == '\n' ? "" : "\n")) {
-      if (byte != '\n') {
-        line += byte;
-        continue;
-      }
+    for (const std::string& line : slowSplit(text, "\n", 0)) {
       if (badLine == 0 && !add(wordsOf(line))) badLine = number;
-      line.clear();
       ++number;
     }
   }

@@ -1,8 +1,8 @@
 """The mutants of a C++ source file: each is one small change to one place of its code.
 
-The code is read as text, with comments, character and string literals and preprocessor lines blanked. That
-is exact enough because the files are formatted by clang-format: a binary operator stands between two blanks,
-which no template bracket, reference or pointer does.
+The code is read as text, with comments, character and string literals, preprocessor lines and assertions (which are
+not compiled) blanked. That is exact enough because the files are formatted by clang-format: a binary operator stands
+between two blanks, which no template bracket, reference or pointer does.
 """
 
 import re
@@ -65,7 +65,7 @@ TRUTH = re.compile(r"\b(true|false)\b")
 NOT = re.compile(r"(?<=[( ])!(?=[\w:(*])")
 CONDITION = re.compile(r"\b(?:if|while) \(")
 BLANKED = re.compile(
-    r"""//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|'(?:\\.|[^'\\\n])*'|^[ \t]*\#[^\n]*(?:\\\n[^\n]*)*""",
+    r"""\bassert\([^;]*\);|//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|'(?:\\.|[^'\\\n])*'|^[ \t]*\#[^\n]*(?:\\\n[^\n]*)*""",
     re.DOTALL | re.MULTILINE | re.VERBOSE,
 )
 # A statement that can go: a call, an assignment, a jump. Declarations and returns of a value stay, since

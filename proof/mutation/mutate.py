@@ -45,8 +45,9 @@ GONE = ("killed", "overran")
 INCLUDED = {"src/main/main.cpp": "tests/main/main_fakes_CLog_test.cpp"}
 # The program of all tests that take the place of nothing.
 ALL_UNITS = "unit_tests"
-# Many of its cases sleep, or wait for a shell: it runs as so many processes at once. A slow program mostly sleeps.
-ALL_UNITS_SHARDS = 4
+# Many cases sleep, or wait for a shell: more than a second's worth of them runs as so many processes at once. The
+# slow programs mostly sleep.
+SHARDS = 4
 SLOW_SHARDS = 40
 
 
@@ -156,10 +157,10 @@ class Base:
         words = SANDBOX + ["--ro-bind", str(self.folder), str(self.folder), str(program)]
         if cases:
             words += ["--gtest_fail_fast", "--gtest_filter=" + ":".join(cases)]
-        shards = SLOW_SHARDS if self.is_slow(program.name) else ALL_UNITS_SHARDS if program.name == ALL_UNITS else 1
+        shards = SLOW_SHARDS if self.is_slow(program.name) else SHARDS
         limit = PLAIN_TIME_LIMIT
         if cases:
-            shards = min(shards, len(cases))
+            shards = min(shards, len(cases)) if sum(cases.values()) > 1 else 1
             limit = LEAST_TIME_LIMIT + 3 * max(max(cases.values()), sum(cases.values()) / shards)
         stop = threading.Event()
         with concurrent.futures.ThreadPoolExecutor(shards) as pool:
@@ -213,11 +214,19 @@ class Trial:
             self.object = self.folder / "mutant.o"
             if not self.compiled(source, self.object):
                 return "stillborn", ""
-            for test, cases in self.tests():
-                outcome = self.outcome(test, cases)
-                if outcome != "survived":
-                    return outcome, test
-            return ("same code" if self.is_same_code(source) else "survived"), ""
+            outcome, test = self.tried_by(self.own_tests())
+            if outcome == "survived" and self.is_same_code(source):
+                return "same code", ""
+            # A judged mutant has been through all else.
+            return self.tried_by(self.other_tests()) if outcome == "survived" and not self.is_judged else (outcome, test)
+
+    def tried_by(self, tests):
+        """The fastest program first."""
+        for test, cases in sorted(tests, key=lambda step: sum(step[1].values())):
+            outcome = self.outcome(test, cases)
+            if outcome != "survived":
+                return outcome, test
+        return "survived", ""
 
     def compiled(self, source, output, *options):
         unit = INCLUDED.get(self.mutant.path, self.mutant.path)
@@ -241,29 +250,31 @@ class Trial:
                 return False
         return objects[0].read_bytes() == objects[1].read_bytes()
 
-    def tests(self):
-        """The steps to take, each a program and those of its cases to run: what is named for the unit, then all else
-        that has it in it. A slow program takes more than a minute: it is asked about its own unit only. A judged
-        mutant has been through all else."""
+    def own_tests(self):
+        """The programs that are named for the unit, or have cases that are, and these cases."""
         if self.mutant.path in INCLUDED:
-            yield self.step(Path(INCLUDED[self.mutant.path]).stem)
-            return
-        unit = Path(self.mutant.path)
-        is_named = lambda test: test.startswith(f"{unit.stem}_")
-        own = {case for file, cases in self.base.cases.items() if is_named(file) for case in cases}
-        linking = [test for test in self.base.tests if unit.name in self.base.units[test]]
-        yield from self.steps([test for test in linking if is_named(test) or test == ALL_UNITS], own.__contains__)
-        if not self.is_judged:
-            yield from self.steps([test for test in linking if not is_named(test) and not self.base.is_slow(test)],
-                                  lambda case: case not in own)
+            return [self.step(Path(INCLUDED[self.mutant.path]).stem)]
+        return [self.step(test, None if self.is_own(test) else self.own_cases().__contains__)
+                for test in self.linking() if self.is_own(test) or test == ALL_UNITS]
 
-    def steps(self, tests, is_wanted):
-        """The fastest first; of the program of all units, the cases that are wanted."""
-        steps = [self.step(test, is_wanted if test == ALL_UNITS else lambda case: True) for test in tests]
-        return sorted(steps, key=lambda step: sum(step[1].values()))
+    def other_tests(self):
+        """The rest of what has the unit in it. A slow program takes more than a minute: it is asked about its own unit
+        only."""
+        own = self.own_cases()
+        return [self.step(test, lambda case: test != ALL_UNITS or case not in own)
+                for test in self.linking() if not self.is_own(test) and not self.base.is_slow(test)]
 
-    def step(self, test, is_wanted=lambda case: True):
-        return test, {case: seconds for case, seconds in self.base.times(test).items() if is_wanted(case)}
+    def linking(self):
+        return [test for test in self.base.tests if Path(self.mutant.path).name in self.base.units[test]]
+
+    def is_own(self, test):
+        return test.startswith(f"{Path(self.mutant.path).stem}_")
+
+    def own_cases(self):
+        return {case for file, cases in self.base.cases.items() if self.is_own(file) for case in cases}
+
+    def step(self, test, is_wanted=None):
+        return test, {case: seconds for case, seconds in self.base.times(test).items() if not is_wanted or is_wanted(case)}
 
     def program(self, test):
         """The test's program with the mutant in it; None where it does not link."""

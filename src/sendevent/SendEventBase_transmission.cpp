@@ -219,7 +219,7 @@ int CSendEventBase::sendFiles(CVuqRmgLib& client, unsigned notificationCode, uns
     notify(client, notificationCode, buildNotification(text, number, fileCount), outcome);
     // Also when the notification failed: the result of an exchange is logged, and decides nothing.
     char** paths = handed.data() + range.first;
-    std::copy_n(files.begin() + range.first, range.count, paths);
+    std::copy_n(files.data() + range.first, range.count, paths);
     sendData(client, dataCode, paths, static_cast<int>(range.count), outcome);
     index = range.first + range.count;
   }

@@ -3,97 +3,102 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "support/actionlog.h"
 #include "support/environmentguard.h"
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
-TEST(GetEnvValue, SetVariable_GivesItsValue) {
-  const std::string longValue(5000, 'x');
-  for (const std::string& value : {std::string("1"), std::string(" a=b "), longValue}) {
+TEST(GetEnvValue, Variable_GivesItsValueAndAnUnsetOneTheEmptyText) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  for (const std::string& value : {std::string(), std::string(" a=b "), std::string(5000, 'x')}) {
     const EnvironmentGuard variable("TANEX_TEST_VALUE", value.c_str());
     EXPECT_EQ(getEnvValue("TANEX_TEST_VALUE"), value);
   }
-}
-
-TEST(GetEnvValue, UnsetOrEmptyVariable_GivesTheEmptyText) {
-  const CapturedLog log;
   const EnvironmentGuard unset("TANEX_TEST_VALUE", nullptr);
-  EXPECT_EQ(getEnvValue("TANEX_TEST_VALUE"), "");
-  const EnvironmentGuard empty("TANEX_TEST_VALUE", "");
   EXPECT_EQ(getEnvValue("TANEX_TEST_VALUE"), "");
   EXPECT_EQ(getEnvValue(""), "");
   EXPECT_EQ(log.bytes(), "");
 }
 
-TEST(GetEnvValue, Null_IsLoggedAndEmpty) {
-  const CapturedLog log;
-  EXPECT_EQ(getEnvValue(nullptr), "");
-  EXPECT_EQ(log.texts(), Texts({"[I](common:602):invalid param"}));
-}
-
-// --- replaceEnvValue -----------------------------------------------------------------------------
-
-TEST(ReplaceEnvValue, PercentSignAtTheEnd_Stays) { EXPECT_EQ(replaceEnvValue("100%"), "100%"); }
-
-TEST(ReplaceEnvValue, DollarSignAtTheEnd_Stays) { EXPECT_EQ(replaceEnvValue("a$"), "a$"); }
-
-TEST(ReplaceEnvValue, UnsetVariable_ExpandsToNothing) {
-  const EnvironmentGuard unset("TANEX_TEST_VALUE", nullptr);
-  EXPECT_EQ(replaceEnvValue("<$TANEX_TEST_VALUE|%TANEX_TEST_VALUE%>"), "<|>");
-}
-
 TEST(ReplaceEnvValue, References_AreExpandedOnce) {
-  const EnvironmentGuard variable("TANEX_TEST_VALUE", "$v%");
-  const EnvironmentGuard odd("a b", "odd");
+  const EnvironmentGuard a("A", "<$B1%B1%>");  // looks like references itself
+  const EnvironmentGuard b("B1", "[b]");
+  const EnvironmentGuard underscore("_", "{u}");
+  const EnvironmentGuard odd("a b$c", "odd");
+  const EnvironmentGuard unset("C", nullptr);
   const struct {
     const char* text;
     const char* result;
   } kRows[] = {{"", ""},
-               {"plain", "plain"},
-               {"$TANEX_TEST_VALUE", "$v%"},
-               {"$TANEX_TEST_VALUE/x", "$v%/x"},
-               {"%TANEX_TEST_VALUE%/x", "$v%/x"},
-               {"$TANEX_TEST_VALUE$TANEX_TEST_VALUE", "$v%$v%"},
-               {"$TANEX_TEST_VALUE%TANEX_TEST_VALUE%", "$v%$v%"},
-               {"$TANEX_TEST_VALUE2x", ""},
-               {"${", "${"},
+               {"plain text\n", "plain text\n"},
+               {"$B1/x", "[b]/x"},
+               {"%B1%/x", "[b]/x"},
+               {"$A", "<$B1%B1%>"},  // a value is not expanded again
+               {"%A%", "<$B1%B1%>"},
+               {"x$C/y", "x/y"},
+               {"x%C%/y", "x/y"},
+               {"x$C", "x"},
+               {"$", "$"},
+               {"a$", "a$"},
+               {"${B1}", "${B1}"},
+               {"$ B1", "$ B1"},
                {"$$", "$$"},
-               {"$ ", "$ "},
+               {"$$B1", "$[b]"},
+               {"$B1$B1", "[b][b]"},
+               {"$B1%B1%", "[b][b]"},
+               {"$B1%", "[b]%"},
+               {"$B1x", ""},  // the longest name counts
+               {"$_", "{u}"},
+               {"$_x", ""},
+               {"$B1-1", "[b]-1"},
+               {"$b1", ""},
+               {"$1B", ""},
+               {"$%%", "$%"},
                {"%%", "%"},
+               {"%%%", "%%"},
                {"%%%%", "%%"},
-               {"100%% $", "100% $"},
-               {"%a b%", "odd"},
-               {"%TANEX_TEST_VALUE", "%TANEX_TEST_VALUE"},
-               {"$%%", "$%"}};
+               {"100%", "100%"},
+               {"100%%", "100%"},
+               {"%B1", "%B1"},
+               {"%B1$B1", "%B1$B1"},  // no reference within one that has no end
+               {"%a b$c%x", "oddx"},  // between percent signs every byte is part of the name
+               {"%B1%B1%", "[b]B1%"},
+               {"%B1%%B1%", "[b][b]"},
+               {"%B1%$B1%", "[b][b]%"},
+               {"%B1 %", ""},
+               {"$\xe6\xbc\xa2", "$\xe6\xbc\xa2"},
+               {"\xff$B1\xff", "\xff[b]\xff"}};
+  const CapturedLog log(CapturedLog::Level::kTrace);
   for (const auto& row : kRows) EXPECT_EQ(replaceEnvValue(row.text), row.result) << row.text;
-}
-
-TEST(ReplaceEnvValue, Null_GivesTheEmptyText) {
-  const CapturedLog log;
-  EXPECT_EQ(replaceEnvValue(nullptr), "");
   EXPECT_EQ(log.bytes(), "");
 }
 
-// --- getInstallRoot ------------------------------------------------------------------------------
+TEST(ReplaceEnvValue, LongValues_AreInsertedWhole) {
+  const std::string value(100000, 'v');
+  const EnvironmentGuard variable("B1", value.c_str());
+  EXPECT_EQ(replaceEnvValue("<$B1>"), "<" + value + ">");
+}
 
-TEST(GetInstallRoot, Variable_LosesOneSlashAndGetsOneWhenAskedFor) {
+TEST(GetInstallRoot, Value_LosesOneSlashAndGetsOneWhenAsked) {
   const struct {
     const char* value;
-    const char* bare;
-    const char* withSlash;
-  } kRows[] = {{nullptr, "", "/"},  {"", "", "/"},        {"/", "", "/"},
-               {"/a", "/a", "/a/"}, {"/a/", "/a", "/a/"}, {"/a//", "/a/", "/a//"}};
+    const char* without;
+    const char* with;
+  } kRows[] = {{nullptr, "", "/"},
+               {"", "", "/"},
+               {"/", "", "/"},
+               {"/opt/x", "/opt/x", "/opt/x/"},
+               {"/opt/x/", "/opt/x", "/opt/x/"},
+               {"/opt/x//", "/opt/x/", "/opt/x//"},
+               {"/ ", "/ ", "/ /"}};
+  const CapturedLog log(CapturedLog::Level::kTrace);
   for (const auto& row : kRows) {
     const EnvironmentGuard variable("PKG_INSTALL_ROOT", row.value);
-    EXPECT_EQ(getInstallRoot(0), row.bare);
-    EXPECT_EQ(getInstallRoot(1), row.withSlash);
-    EXPECT_EQ(getInstallRoot(-1), row.withSlash);
+    EXPECT_EQ(getInstallRoot(0), row.without);
+    for (const int withSlash : {1, 2, -1}) EXPECT_EQ(getInstallRoot(withSlash), row.with);
   }
+  EXPECT_EQ(log.bytes(), "");
 }
 
 }  // namespace

@@ -4,9 +4,7 @@
 
 #include <climits>
 #include <string>
-#include <vector>
 
-#include "support/actionlog.h"
 #include "support/environmentguard.h"
 
 namespace {
@@ -15,82 +13,60 @@ namespace {
 const std::string kOneWide = "\xe6\xbc\xa2";
 const std::string kTwoWide = "\xe6\xbc\xa2\xe5\xad\x97";
 
-struct Row {
-  std::string text;
-  int width;
-  int pad;       // the blanks that are added
-  int returned;  // by `getStrPattingTail`
-};
+std::string blanks(int count) { return std::string(static_cast<std::size_t>(count), ' '); }
 
-const std::vector<Row> kRows = {
-    // single bytes are measured against twice the width
-    {"abc", 5, 7, 7},
-    {"abc", 2, 1, 1},
-    {"abc", 1, 0, 2},
-    {"abcd", 3, 2, 2},
-    {"abcd", 2, 0, 4},
-    {"abcde", 2, 0, 4},
-    {"a", 1, 1, 1},
-    {"a", 0, 0, 0},
-    {"a", -3, 0, -6},
-    {" ", 1, 1, 1},
-    {"a ", 3, 4, 4},
-    // multi-byte characters are measured against the width, and two blanks stand for each
-    {kOneWide, 3, 4, 4},
-    {kOneWide, 2, 2, 2},
-    {kOneWide, 1, 0, 1},
-    {kOneWide, 0, 0, 0},
-    {kTwoWide, 3, 2, 2},
-    {kTwoWide, 2, 0, 2},
-    {kTwoWide, 1, 0, 1},
-    {"a" + kOneWide, 5, 6, 6},        // 4 bytes, 2 characters: two bytes each
-    {"ab" + kOneWide, 5, 7, 7},       // 5 bytes, 3 characters: taken for single bytes
-    {"abc" + kTwoWide, 4, 8 - 5, 3},  // 9 bytes, 5 characters
-};
-
-TEST(GetStrPatting, Texts_AreWrittenBehindTheirBlanks) {
-  const EnvironmentGuard lang("LANG", "ja_JP.UTF-8");
-  for (const Row& row : kRows) {
-    const std::string expected = std::string(static_cast<std::size_t>(row.pad), ' ') + row.text;
-    std::vector<char> dst(expected.size() + 2, '#');
-    dst[static_cast<std::size_t>(row.pad)] = '\0';  // where the text is going to stand
-    EXPECT_EQ(getStrPatting(row.text, static_cast<int>(row.text.size()), row.width, dst.data()),
-              dst.data());
-    EXPECT_STREQ(dst.data(), expected.c_str()) << "'" << row.text << "' in " << row.width;
-    EXPECT_EQ(dst.back(), '#');
-  }
-}
-
-TEST(GetStrPattingTail, Texts_AreFilledUpWithBlanks) {
-  const EnvironmentGuard lang("LANG", "ja_JP.UTF-8");
-  for (const Row& row : kRows) {
-    std::string text = row.text;
-    EXPECT_EQ(getStrPattingTail(text, static_cast<int>(text.size()), row.width), row.returned)
-        << "'" << row.text << "' in " << row.width;
-    EXPECT_EQ(text, row.text + std::string(static_cast<std::size_t>(row.pad), ' '))
-        << "'" << row.text << "' in " << row.width;
-  }
-}
-
-TEST(GetStrPatting, Encoding_IsThatOfLang) {
+TEST(Padding, Texts_AreFilledUpBeforeOrAfterThem) {
   const struct {
     const char* lang;
     std::string text;
-    int pad;
-  } kEncodings[] = {{"ja_JP.eucJP", "\xb4\xc1\xbb\xfa", 2},
-                    {"ja_JP.SJIS", "\x8a\xbf\x8e\x9a", 2},
-                    {"ja_JP.UTF-8", kTwoWide, 2},
-                    {"C", "\xb4\xc1\xbb\xfa", 2},
-                    {"C", kTwoWide, 0}};
-  for (const auto& row : kEncodings) {
+    int width;
+    int pad;       // the blanks that are added
+    int returned;  // by `getStrPattingTail`
+  } kRows[] = {
+      // single bytes are measured against twice the width
+      {"ja_JP.UTF-8", "abc", 5, 7, 7},
+      {"ja_JP.UTF-8", "abc", 2, 1, 1},
+      {"ja_JP.UTF-8", "abc", 1, 0, 2},
+      {"ja_JP.UTF-8", "abcd", 3, 2, 2},
+      {"ja_JP.UTF-8", "abcd", 2, 0, 4},
+      {"ja_JP.UTF-8", "abcde", 2, 0, 4},
+      {"ja_JP.UTF-8", "a", 1, 1, 1},
+      {"ja_JP.UTF-8", "a", 0, 0, 0},
+      {"ja_JP.UTF-8", "a", -3, 0, -6},
+      {"ja_JP.UTF-8", "a ", 3, 4, 4},
+      // multi-byte characters are measured against the width, and two blanks stand for each
+      {"ja_JP.UTF-8", kOneWide, 3, 4, 4},
+      {"ja_JP.UTF-8", kOneWide, 2, 2, 2},
+      {"ja_JP.UTF-8", kOneWide, 1, 0, 1},
+      {"ja_JP.UTF-8", kOneWide, 0, 0, 0},
+      {"ja_JP.UTF-8", kTwoWide, 3, 2, 2},
+      {"ja_JP.UTF-8", kTwoWide, 2, 0, 2},
+      {"ja_JP.UTF-8", kTwoWide, 1, 0, 1},
+      {"ja_JP.UTF-8", "a" + kOneWide, 5, 6, 6},    // 4 bytes, 2 characters: two bytes each
+      {"ja_JP.UTF-8", "ab" + kOneWide, 5, 7, 7},   // 5 bytes, 3 characters: taken for single bytes
+      {"ja_JP.UTF-8", "abc" + kTwoWide, 4, 3, 3},  // 9 bytes, 5 characters
+      // in the encoding of the environment
+      {"ja_JP.eucJP", "\xb4\xc1\xbb\xfa", 3, 2, 2},
+      {"ja_JP.SJIS", "\x8a\xbf\x8e\x9a", 3, 2, 2},
+      {"C", "\xb4\xc1\xbb\xfa", 3, 2, 2},
+      {"C", kTwoWide, 3, 0, 6},
+  };
+  for (const auto& row : kRows) {
     const EnvironmentGuard lang("LANG", row.lang);
-    char dst[64] = {};
-    getStrPatting(row.text, static_cast<int>(row.text.size()), 3, dst);
-    EXPECT_EQ(dst, std::string(static_cast<std::size_t>(row.pad), ' ') + row.text) << row.lang;
+    SCOPED_TRACE("'" + row.text + "' in " + std::to_string(row.width) + ", " + row.lang);
+    const int length = static_cast<int>(row.text.size());
+    const std::string expected = blanks(row.pad) + row.text;
+    std::string dst(expected.size() + 2, '#');
+    dst[static_cast<std::size_t>(row.pad)] = '\0';  // where the text is going to stand
+    EXPECT_EQ(getStrPatting(row.text, length, row.width, dst.data()), dst.data());
+    EXPECT_EQ(dst, expected + '\0' + '#');
+    std::string text = row.text;
+    EXPECT_EQ(getStrPattingTail(text, length, row.width), row.returned);
+    EXPECT_EQ(text, row.text + blanks(row.pad));
   }
 }
 
-TEST(GetStrPatting, ShorterLength_MeasuresAPartAndWritesTheWhole) {
+TEST(Padding, ShorterLength_MeasuresAPartAndWritesTheWhole) {
   const EnvironmentGuard lang("LANG", "C");
   char dst[64] = {};
   getStrPatting("abcdef", 2, 2, dst);
@@ -100,7 +76,7 @@ TEST(GetStrPatting, ShorterLength_MeasuresAPartAndWritesTheWhole) {
   EXPECT_EQ(text, "abcdef  ");
 }
 
-TEST(GetStrPatting, LengthBehindTheText_CountsTheTextOnly) {
+TEST(GetStrPatting, LengthPastTheText_CountsTheTextOnly) {
   const EnvironmentGuard lang("LANG", "C");
   char dst[64] = {};
   getStrPatting("ab", INT_MAX, 2, dst);
@@ -112,12 +88,6 @@ TEST(GetStrPatting, DestinationThatHoldsAText_KeepsWhatTheBlanksLeave) {
   char dst[64] = "1234";
   getStrPatting("ab", 2, 2, dst);
   EXPECT_STREQ(dst, "  34ab");
-}
-
-TEST(GetStrPatting, NullDestination_IsReturnedWithoutALine) {
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  EXPECT_EQ(getStrPatting("ab", 2, 2, nullptr), nullptr);
-  EXPECT_EQ(log.bytes(), "");
 }
 
 #ifdef NDEBUG

@@ -1,38 +1,38 @@
 #include "common/text/text.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <unistd.h>
 
-#include <csignal>
-#include <cstdio>
+#include <chrono>
+#include <cstring>
 #include <string>
-#include <vector>
 
 #include "support/aborttext.h"
 #include "support/actionlog.h"
-#include "support/childrun.h"
 
 namespace {
 
-using Texts = std::vector<std::string>;
+struct Row {
+  const char* text;
+  const char* result;
+};
 
-std::string withoutLineEnd(const std::string& text) {
-  std::string asString = text;
-  EXPECT_EQ(eraseLastCRLF(asString), 0) << text;
-  std::string asBuffer = text;
-  EXPECT_EQ(eraseLastCRLF(asBuffer.data()), 0) << text;
-  EXPECT_STREQ(asBuffer.c_str(), asString.c_str()) << text;
-  return asString;
+// --- eraseLastCRLF and trim ----------------------------------------------------------------------
+
+TEST(EraseLastCRLF, OneOfEach_GoesInThisOrderOnly) {
+  const Row kRows[] = {
+      {"", ""},           {"a", "a"},       {"a\n", "a"},     {"a\r", "a"},
+      {"a\r\n", "a"},     {"a\n\r", "a\n"}, {"a\n\n", "a\n"}, {"a\r\r", "a\r"},
+      {"\n", ""},         {"\r", ""},       {"\r\n", ""},     {"a\r\n\r\n", "a\r\n"},
+      {"a\r\r\n", "a\r"}, {"\na", "\na"},   {"a \n", "a "},   {"\xe6\xbc\r\n", "\xe6\xbc"}};
+  for (const Row& row : kRows) {
+    std::string text = row.text;
+    EXPECT_EQ(eraseLastCRLF(text), 0);
+    EXPECT_EQ(text, row.result);
+    std::string buffer = row.text;
+    EXPECT_EQ(eraseLastCRLF(buffer.data()), 0);
+    EXPECT_STREQ(buffer.c_str(), row.result);
+  }
 }
-
-TEST(EraseLastCRLF, CarriageReturnAndLineFeed_AreRemoved) {
-  EXPECT_EQ(withoutLineEnd("x\r\n"), "x");
-}
-
-TEST(EraseLastCRLF, LineFeedAlone_BecomesTheEmptyText) { EXPECT_EQ(withoutLineEnd("\n"), ""); }
-
-TEST(EraseLastCRLF, EmptyText_StaysEmpty) { EXPECT_EQ(withoutLineEnd(""), ""); }
 
 TEST(EraseLastCRLF, EmptyText_NothingBeforeItIsLookedAt) {
   for (const char before : {'\n', '\r'}) {
@@ -42,90 +42,88 @@ TEST(EraseLastCRLF, EmptyText_NothingBeforeItIsLookedAt) {
   }
 }
 
-TEST(EraseLastCRLF, OneOfEach_GoesInThisOrderOnly) {
-  const struct {
-    const char* text;
-    const char* result;
-  } kRows[] = {{"a\n", "a"},
-               {"a\r", "a"},
-               {"a\n\r", "a\n"},
-               {"a", "a"},
-               {"a\n\n", "a\n"},
-               {"a\r\r", "a\r"},
-               {"\r", ""},
-               {"\r\n", ""},
-               {"a\r\n\r\n", "a\r\n"},
-               {"a\r\r\n", "a\r"},
-               {"\na", "\na"},
-               {"a \n", "a "},
-               {"\xe6\xbc\r\n", "\xe6\xbc"}};
-  for (const auto& row : kRows) {
-    EXPECT_EQ(withoutLineEnd(row.text), row.result) << testing::PrintToString(row.text);
-  }
-}
-
-TEST(EraseLastCRLF, Null_IsLoggedAndMinusOne) {
-  const CapturedLog log;
-  EXPECT_EQ(eraseLastCRLF(static_cast<char*>(nullptr)), -1);
-  EXPECT_EQ(log.texts(), Texts({"[I](common:1525):invalid param"}));
-}
-
-// --- trim and trimQuote --------------------------------------------------------------------------
-
 TEST(Trim, WhiteSpaceAtBothEnds_IsRemoved) {
-  const struct {
-    const char* text;
-    const char* result;
-  } kRows[] = {{"", ""},          {" ", ""},          {" \t\n\v\f\r", ""},
-               {"a", "a"},        {" a", "a"},        {"a ", "a"},
-               {" a b\t", "a b"}, {"\r\na\r\n", "a"}, {"\xa0 a", "\xa0 a"}};
-  for (const auto& row : kRows) {
-    std::string buffer = row.text;
-    trim(buffer.data());
-    EXPECT_STREQ(buffer.c_str(), row.result) << testing::PrintToString(row.text);
+  const Row kRows[] = {{"", ""},
+                       {"a", "a"},
+                       {" ", ""},
+                       {" \t\n\v\f\r", ""},
+                       {" \t\n\v\f\ra b\r\f\v\n\t ", "a b"},
+                       {"a ", "a"},
+                       {" a", "a"},
+                       {"a  b", "a  b"},
+                       {"\x1f+\x08", "\x1f+\x08"},
+                       {"\xa0 a \xa0", "\xa0 a \xa0"},
+                       {" \xe6\xbc\xa2 ", "\xe6\xbc\xa2"}};
+  for (const Row& row : kRows) {
     std::string text = row.text;
-    EXPECT_EQ(trim(text), text.data()) << testing::PrintToString(row.text);
-    EXPECT_EQ(text, row.result) << testing::PrintToString(row.text);
+    const char* trimmed = trim(text);
+    EXPECT_EQ(trimmed, text.c_str());
+    EXPECT_EQ(text, row.result) << "'" << row.text << "'";
+    std::string buffer = row.text + std::string("\0after", 6);
+    trim(buffer.data());
+    EXPECT_STREQ(buffer.c_str(), row.result) << "'" << row.text << "'";
+    EXPECT_EQ(buffer.substr(std::strlen(row.text)), std::string("\0after", 6));
   }
 }
 
-TEST(Trim, Null_IsIgnored) {
-  const CapturedLog log;
-  trim(static_cast<char*>(nullptr));
+TEST(Trim, TrailingWhiteSpaceInABuffer_IsOverwrittenWithZeros) {
+  std::string buffer = "ab \t\n";
+  trim(buffer.data());
+  EXPECT_EQ(buffer, std::string("ab\0\0\0", 5));
+}
+
+TEST(Trim, TextOfBlanks_LeavesWhatStandsInFrontOfIt) {
+  for (const char* const blanks : {"", " ", "  \t"}) {
+    std::string buffer = std::string(" ") + blanks;
+    trim(buffer.data() + 1);
+    EXPECT_STREQ(buffer.c_str(), " ") << "'" << blanks << "'";
+  }
+}
+
+// --- trimQuote and quoteEsc ----------------------------------------------------------------------
+
+TEST(TrimQuote, DoubleQuotesAtBothEnds_AreRemovedOnce) {
+  const Row kRows[] = {{"", ""},
+                       {"\"", ""},  // the one quote is first and last
+                       {"\"\"", ""},
+                       {"\"\"\"", "\""},
+                       {"\"a\"", "a"},
+                       {"\"\"a\"\"", "\"a\""},
+                       {"\"a", "\"a"},
+                       {"a\"", "a\""},
+                       {"a", "a"},
+                       {"a\"b", "a\"b"},
+                       {"'a'", "'a'"},
+                       {" \"a\"", " \"a\""},
+                       {"\"a\" ", "\"a\" "},
+                       {"\" a \"", " a "},
+                       {"\"\xe6\xbc\"", "\xe6\xbc"}};
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  for (const Row& row : kRows) EXPECT_EQ(trimQuote(row.text), row.result) << row.text;
   EXPECT_EQ(log.bytes(), "");
 }
 
-TEST(TrimQuote, QuotesAroundTheText_AreRemovedOnce) {
+TEST(QuoteEsc, EveryQuote_IsWrittenTwice) {
   const struct {
     const char* text;
+    char quote;
     const char* result;
-  } kRows[] = {
-      {"", ""},       {"\"", ""},      {"\"\"", ""}, {"\"a\"", "a"},       {"\"\"a\"\"", "\"a\""},
-      {"\"a", "\"a"}, {"a\"", "a\""},  {"a", "a"},   {" \"a\"", " \"a\""}, {"\"a\" ", "\"a\" "},
-      {"'a'", "'a'"}, {"a\"b", "a\"b"}};
-  for (const auto& row : kRows) EXPECT_EQ(trimQuote(row.text), row.result) << row.text;
-}
-
-TEST(TrimQuote, Null_IsLoggedAndEmpty) {
-  const CapturedLog log;
-  EXPECT_EQ(trimQuote(nullptr), "");
-  EXPECT_EQ(log.texts(), Texts({"[I](common:335):invalid param"}));
-}
-
-// --- quoteEsc, replaceString, matchedString ------------------------------------------------------
-
-TEST(QuoteEsc, EveryQuote_IsDoubled) {
-  const struct {
-    const char* text;
-    const char* result;
-  } kRows[] = {{"", ""},        {"a", "a"},       {"'", "''"},      {"''", "''''"},
-               {"a'b", "a''b"}, {"'a'", "''a''"}, {"\"a'", "\"a''"}};
+  } kRows[] = {{"", '"', ""},
+               {"a", '"', "a"},
+               {"\"", '"', "\"\""},
+               {"\"a\"", '"', "\"\"a\"\""},
+               {"a''b'", '\'', "a''''b''"},
+               {"a'b\"c", '\'', "a''b\"c"},
+               {"aXbx", 'X', "aXXbx"},
+               {"\\'", '\\', "\\\\'"},
+               {"\xe6\xbc\xa2", '\xbc', "\xe6\xbc\xbc\xa2"}};
   for (const auto& row : kRows) {
-    EXPECT_EQ(quoteEsc(row.text, '\''), row.result) << row.text;
-    EXPECT_EQ(quoteEsc(std::string(row.text), '\''), row.result) << row.text;
+    EXPECT_EQ(quoteEsc(row.text, row.quote), row.result) << row.text;
+    EXPECT_EQ(quoteEsc(std::string(row.text), row.quote), row.result) << row.text;
   }
-  EXPECT_EQ(quoteEsc("a\"b'", '"'), "a\"\"b'");
 }
+
+// --- replaceString and matchedString -------------------------------------------------------------
 
 TEST(ReplaceString, EveryOccurrence_IsReplacedFromLeftToRight) {
   const struct {
@@ -134,10 +132,23 @@ TEST(ReplaceString, EveryOccurrence_IsReplacedFromLeftToRight) {
     const char* to;
     int result;
     const char* replaced;
-  } kRows[] = {{"a-b-c", "-", "+", 0, "a+b+c"}, {"aaa", "aa", "b", 0, "ba"},
-               {"a", "a", "aa", 0, "aa"},       {"aa", "a", "", 0, ""},
-               {"abc", "x", "y", 0, "abc"},     {"abc", "abc", "abcabc", 0, "abcabc"},
-               {"", "a", "b", -1, ""},          {"abc", "", "b", -1, "abc"}};
+  } kRows[] = {{"abc", "b", "x", 0, "axc"},
+               {"abcabc", "b", "xy", 0, "axycaxyc"},
+               {"abc", "abc", "", 0, ""},
+               {"abc", "d", "x", 0, "abc"},
+               {"aaa", "aa", "b", 0, "ba"},
+               {"aaaa", "aa", "a", 0, "aa"},  // what was inserted is not looked at again
+               {"a", "a", "aa", 0, "aa"},
+               {"ab", "a", "ba", 0, "bab"},
+               {"aabb", "ab", "", 0, "ab"},
+               {"a", "abc", "x", 0, "a"},
+               {"a b c", " ", "", 0, "abc"},
+               {"A", "a", "x", 0, "A"},
+               {"\xe6\xbc\xa2", "\xbc", "", 0, "\xe6\xa2"},
+               {"%s%n", "%", "%%", 0, "%%s%%n"},
+               {"", "a", "x", -1, ""},
+               {"", "", "x", -1, ""},
+               {"abc", "", "x", -1, "abc"}};
   for (const auto& row : kRows) {
     std::string text = row.text;
     EXPECT_EQ(replaceString(text, row.from, row.to), row.result) << row.text;
@@ -145,90 +156,97 @@ TEST(ReplaceString, EveryOccurrence_IsReplacedFromLeftToRight) {
   }
 }
 
-TEST(MatchedString, CommonBeginning_IsComparedByteByByte) {
+TEST(ReplaceString, LongTextThatNearlyMatchesEverywhere_TakesNoTime) {
+  constexpr std::size_t kHalf = 500000;
+  const std::string bytes(2 * kHalf, 'a');
+  std::string text = bytes;
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(replaceString(text, bytes.substr(0, kHalf) + "b", "x"), 0);
+  // Comparing anew at each place takes more than five seconds.
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+  EXPECT_TRUE(text == bytes);
+}
+
+TEST(MatchedString, Texts_GiveTheirCommonBeginning) {
   const struct {
     const char* a;
     const char* b;
     const char* result;
-  } kRows[] = {{"", "", ""},        {"abc", "", ""},    {"abc", "abd", "ab"}, {"abc", "abc", "abc"},
-               {"ab", "abc", "ab"}, {"abc", "ABC", ""}, {"xbc", "abc", ""}};
+  } kRows[] = {
+      {"", "", ""},         {"a", "", ""},          {"abc", "abc", "abc"},
+      {"abc", "abd", "ab"}, {"ab", "abc", "ab"},    {"abc", "xbc", ""},
+      {"abc", "ABC", ""},   {"a b ", "a b", "a b"}, {"\xe6\xbc\xa2", "\xe6\xbc\xa3", "\xe6\xbc"}};
+  const CapturedLog log(CapturedLog::Level::kTrace);
   for (const auto& row : kRows) {
     EXPECT_EQ(matchedString(row.a, row.b), row.result) << row.a << ", " << row.b;
     EXPECT_EQ(matchedString(row.b, row.a), row.result) << row.b << ", " << row.a;
   }
+  EXPECT_EQ(log.bytes(), "");
 }
 
-TEST(MatchedString, EitherNull_IsLoggedAndEmpty) {
-  const CapturedLog log;
-  EXPECT_EQ(matchedString(nullptr, "a"), "");
-  EXPECT_EQ(matchedString("a", nullptr), "");
-  EXPECT_EQ(log.texts(), Texts(2, "[I](common:412):invalid param"));
-}
+// --- strlcpy and countLines ----------------------------------------------------------------------
 
-// --- strlcpy -------------------------------------------------------------------------------------
-
-TEST(Strlcpy, Text_IsCutPaddedAndTerminated) {
-  const struct {
-    const char* src;
-    unsigned size;
-    std::string bytes;  // of eight, "#" where nothing was written
-  } kRows[] = {
-      {"abc", 8, std::string("abc\0\0\0\0\0", 8)}, {"abc", 5, std::string("abc\0\0###", 8)},
-      {"abc", 4, std::string("abc\0####", 8)},     {"abc", 3, std::string("ab\0#####", 8)},
-      {"abc", 1, std::string("\0#######", 8)},     {"", 2, std::string("\0\0######", 8)}};
-  for (const auto& row : kRows) {
-    std::string bytes(8, '#');
-    EXPECT_EQ(strlcpy(bytes.data(), row.src, row.size), bytes.data()) << row.src << row.size;
-    EXPECT_EQ(bytes, row.bytes) << row.src << row.size;
+TEST(Strlcpy, Text_IsCutFilledUpAndTerminated) {
+  for (unsigned size = 1; size <= 6; ++size) {
+    for (std::size_t length = 0; length <= 7; ++length) {
+      const std::string src = std::string("abcdefg").substr(0, length);
+      std::string dst(8, '#');
+      EXPECT_EQ(::strlcpy(dst.data(), src.c_str(), size), dst.data());
+      std::string expected = src.substr(0, size - 1);
+      expected.resize(size, '\0');
+      EXPECT_EQ(dst, expected + std::string(8 - size, '#')) << size << ", " << length;
+    }
   }
 }
 
-TEST(Strlcpy, SizeZero_CopiesNothingAndIsNull) {
-  char bytes[] = "###";
-  EXPECT_EQ(strlcpy(bytes, "abc", 0U), nullptr);
-  EXPECT_STREQ(bytes, "###");
+TEST(Strlcpy, TextWithinTheDestination_IsMoved) {
+  char bytes[] = "abcdefg#";
+  EXPECT_EQ(::strlcpy(bytes, bytes + 2, 8), bytes);
+  EXPECT_EQ(std::string(bytes, 8), std::string("cdefg#\0\0", 8));
+  EXPECT_EQ(::strlcpy(bytes + 2, bytes, 5), bytes + 2);
+  EXPECT_EQ(std::string(bytes, 8), std::string("cdcdef\0\0", 8));
+  EXPECT_EQ(::strlcpy(bytes, bytes, 4), bytes);
+  EXPECT_EQ(std::string(bytes, 8), std::string("cdc\0ef\0\0", 8));
 }
 
-TEST(Strlcpy, NullPointer_PrintsTheAssertionAndAborts) {
-  for (const bool isSource : {false, true}) {
-    const ChildResult child = runInChild([&] {
-      const rlimit none = {0, 0};
-      ::setrlimit(RLIMIT_CORE, &none);
-      std::printf("%d", static_cast<int>(::getpid()));
-      std::fflush(stdout);
-      char bytes[8] = {};
-      strlcpy(isSource ? bytes : nullptr, isSource ? nullptr : "abc", 8U);
-      return 0;
-    });
-    EXPECT_EQ(child.signal(), SIGABRT);
-    EXPECT_EQ(child.err, "*** assertion failed,P=" + child.out +
-                             "\n*** common.cpp:19(dst != __null && src != __null)\n");
-  }
+TEST(Strlcpy, Size0_IsNullAndCopiesNothing) {
+  char dst[] = "###";
+  EXPECT_EQ(::strlcpy(dst, "abc", 0), nullptr);
+  EXPECT_STREQ(dst, "###");
 }
-
-// --- countLines ----------------------------------------------------------------------------------
-
-TEST(CountLines, LastLineWithoutLineEnd_Counts) { EXPECT_EQ(countLines("a\nb"), 2); }
-
-TEST(CountLines, LineEndAtTheEnd_StartsNoLine) { EXPECT_EQ(countLines("a\n"), 1); }
-
-TEST(CountLines, EmptyText_HasNone) { EXPECT_EQ(countLines(""), 0); }
 
 TEST(CountLines, Texts_AreCountedByTheirLineFeeds) {
   const std::string many(100000, '\n');
   const struct {
     std::string text;
     int lines;
-  } kRows[] = {{"a", 1},       {"\n", 1},           {"\n\n", 2},  {"\na", 2}, {"a\n\nb\n", 3},
-               {"a\r\n", 1},   {"a\rb", 1},         {"a\n\r", 2}, {" ", 1},   {"\xe6\xbc\n\xa2", 2},
-               {many, 100000}, {many + "x", 100001}};
+  } kRows[] = {{"", 0},
+               {"a", 1},
+               {"\n", 1},
+               {"\n\n", 2},
+               {"a\n", 1},
+               {"a\nb", 2},
+               {"\na", 2},
+               {"a\n\nb\n", 3},
+               {"a\r\n", 1},
+               {"a\rb", 1},
+               {"a\n\r", 2},
+               {" ", 1},
+               {"\xe6\xbc\n\xa2", 2},
+               {many, 100000},
+               {many + "x", 100001}};
   for (const auto& row : kRows) EXPECT_EQ(countLines(row.text.c_str()), row.lines) << row.text;
 }
 
-TEST(CountLinesDeathTest, Null_PrintsTheAssertionAndAborts) {
+TEST(NullDeathTest, EitherNull_PrintsTheAssertionAndAborts) {
+  const std::string start = "*** assertion failed,P=<pid>\n*** common.cpp:";
   const CapturedLog log(CapturedLog::Level::kTrace);
-  EXPECT_EQ(abortText([] { countLines(nullptr); }),
-            "*** assertion failed,P=<pid>\n*** common.cpp:2176(t != __null)\n");
+  char dst[] = "###";
+  const std::string inStrlcpy = start + "19(dst != __null && src != __null)\n";
+  EXPECT_EQ(abortText([] { ::strlcpy(nullptr, "abc", 3); }), inStrlcpy);
+  EXPECT_EQ(abortText([&] { ::strlcpy(dst, nullptr, 3); }), inStrlcpy);
+  EXPECT_EQ(abortText([] { ::strlcpy(nullptr, nullptr, 0); }), inStrlcpy);
+  EXPECT_EQ(abortText([] { countLines(nullptr); }), start + "2176(t != __null)\n");
   EXPECT_EQ(log.bytes(), "");
 }
 

@@ -1,14 +1,15 @@
 #include "common/text/timetext.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <climits>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <ctime>
 #include <string>
 
-#include "support/actionlog.h"
 #include "support/timezoneguard.h"
 
 namespace {
@@ -78,43 +79,24 @@ TEST(ConvertTimeToStr, Durations_AreTurnedIntoTheLargestUnit) {
 
 // --- convTimeValue -------------------------------------------------------------------------------
 
-int secondsOf(const char* text) {
-  std::string buffer = text;
-  const int seconds = convTimeValue(buffer.data());
-  EXPECT_EQ(buffer, text);  // a copy is worked on
-  return seconds;
-}
-
-TEST(ConvTimeValue, Digits_AreSeconds) { EXPECT_EQ(secondsOf("90"), 90); }
-
-TEST(ConvTimeValue, Hours_AreMultiplied) { EXPECT_EQ(secondsOf("2hour"), 7200); }
-
-TEST(ConvTimeValue, Minutes_AreMultiplied) { EXPECT_EQ(secondsOf("5min"), 300); }
-
-TEST(ConvTimeValue, UnknownUnit_IsMinusOne) { EXPECT_EQ(secondsOf("5mins"), -1); }
-
-TEST(ConvTimeValue, UpperCaseUnit_IsNotMultiplied) { EXPECT_EQ(secondsOf("2HOUR"), 2); }
-
-TEST(ConvTimeValue, Null_IsMinusOneWithoutALine) {
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  EXPECT_EQ(convTimeValue(nullptr), -1);
-  EXPECT_EQ(log.bytes(), "");
-}
-
-TEST(ConvTimeValue, Texts_AreADigitsAndAUnit) {
+TEST(ConvTimeValue, Texts_AreDigitsAndAUnit) {
   const struct {
-    const char* text;
+    std::string text;
     int seconds;
   } kRows[] = {{"", 0},
                {"0", 0},
                {"007", 7},
+               {"90", 90},
                {"7sec", 7},
                {"7SEC", 7},
                {"7Sec", 7},
+               {"5min", 300},
                {"5MIN", 5},
                {"5Min", 5},
                {"5mIN", 300},
+               {"2hour", 7200},
                {"2hOUR", 7200},
+               {"2HOUR", 2},
                {"2Hour", 2},
                {"hour", 0},
                {"sec", 0},
@@ -127,6 +109,7 @@ TEST(ConvTimeValue, Texts_AreADigitsAndAUnit) {
                {"+5", -1},
                {"5h", -1},
                {"5hours", -1},
+               {"5mins", -1},
                {"5m", -1},
                {"5minute", -1},
                {"5s", -1},
@@ -137,20 +120,20 @@ TEST(ConvTimeValue, Texts_AreADigitsAndAUnit) {
                {"5\xe5\x88\x86", -1},
                {"2147483647", INT_MAX},
                {"2147483647sec", INT_MAX},
-               {"596523hour", 2147482800}};
-  for (const auto& row : kRows) EXPECT_EQ(secondsOf(row.text), row.seconds) << row.text;
-}
-
-TEST(ConvTimeValue, NumberThatDoesNotFit_Wraps) {
-  EXPECT_EQ(secondsOf("1000000hour"), static_cast<int>(3600000000u));
-  EXPECT_EQ(secondsOf("4294967303"), 7);
-  EXPECT_EQ(secondsOf("18446744073709551617"), -1);  // beyond 64 bits it is the largest number, cut
-  EXPECT_EQ(secondsOf("18446744073709551617min"), -60);
-}
-
-TEST(ConvTimeValue, LongText_IsNotCut) {
-  EXPECT_EQ(secondsOf((std::string(5000, '0') + "2min").c_str()), 120);
-  EXPECT_EQ(secondsOf((std::string(5000, '0') + "2" + std::string(5000, 'x')).c_str()), -1);
+               {"596523hour", 2147482800},
+               // what does not fit wraps; beyond 64 bits it is the largest number, cut
+               {"1000000hour", static_cast<int>(3600000000u)},
+               {"4294967303", 7},
+               {"18446744073709551617", -1},
+               {"18446744073709551617min", -60},
+               // no text is too long
+               {std::string(5000, '0') + "2min", 120},
+               {std::string(5000, '0') + "2" + std::string(5000, 'x'), -1}};
+  for (const auto& row : kRows) {
+    std::string text = row.text;
+    EXPECT_EQ(convTimeValue(text.data()), row.seconds) << row.text;
+    EXPECT_EQ(text, row.text);  // a copy is worked on
+  }
 }
 
 // --- getUTCOffset --------------------------------------------------------------------------------
@@ -236,6 +219,7 @@ TEST(GetTimeStr, Times_AreGivenInLocalTime) {
       {kUtc, 2147483648, "20380119031408", "2038/01/19 03:14:08"},
       {kUtc, 253402300799, "99991231235959", "9999/12/31 23:59:59"},
       {kUtc, 253402300800, "100000101000000", "10000/01/01 00:00:00"},
+      {kUtc, 67768036191676799, "21474855471231235959", "2147485547/12/31 23:59:59"},
   };
   for (const auto& row : kRows) {
     const TimeZoneGuard zone(row.zone);
@@ -259,11 +243,13 @@ TEST(GetTimeStr, TwoArgumentsAndZero_MeanNowAndGiveIt) {
   EXPECT_EQ(digits, expected);
 }
 
-TEST(GetTimeStr, TwoArgumentsAndANegativeTime_GiveThatTime) {
+TEST(GetTimeStr, ZeroAndNegativeTimes_AreTimesAsAnyOtherWhereTheyDoNotMeanNow) {
   const TimeZoneGuard zone(kUtc);
   std::string digits;
   EXPECT_EQ(getTimeStr(digits, -1), -1);
   EXPECT_EQ(digits, "19691231235959");
+  EXPECT_EQ(localTimeText(-1), "1969/12/31 23:59:59");
+  EXPECT_EQ(localTimeText(0), "1970/01/01 00:00:00");
 }
 
 TEST(GetTimeStr, OneArgumentBelow1_MeansNow) {
@@ -276,12 +262,6 @@ TEST(GetTimeStr, OneArgumentBelow1_MeansNow) {
   }
 }
 
-TEST(LocalTimeText, ZeroAndNegativeTimes_AreTimesAsAnyOther) {
-  const TimeZoneGuard zone(kUtc);
-  EXPECT_EQ(localTimeText(0), "1970/01/01 00:00:00");
-  EXPECT_EQ(localTimeText(-1), "1969/12/31 23:59:59");
-}
-
 TEST(TimeTexts, YearThatDoesNotFit_IsAStrangeTextButNoCrash) {
   const TimeZoneGuard zone(kUtc);
   for (const time_t t : {time_t{INT64_MAX}, time_t{INT64_MIN}}) {
@@ -291,15 +271,6 @@ TEST(TimeTexts, YearThatDoesNotFit_IsAStrangeTextButNoCrash) {
     EXPECT_EQ(localTimeText(t), "1900/01/00 00:00:00");
   }
   EXPECT_EQ(getUTCOffset(INT64_MAX), 0);
-}
-
-TEST(TimeTexts, LastYearThatFits_IsWritten) {
-  const TimeZoneGuard zone(kUtc);
-  constexpr time_t kLastSecond = 67768036191676799;
-  std::string digits;
-  EXPECT_EQ(getTimeStr(digits, kLastSecond), kLastSecond);
-  EXPECT_EQ(digits, "21474855471231235959");
-  EXPECT_EQ(localTimeText(kLastSecond), "2147485547/12/31 23:59:59");
 }
 
 // --- convDate ------------------------------------------------------------------------------------
@@ -336,13 +307,26 @@ TEST(ConvDate, ShortSource_IsFilledUpWithBlanks) {
   }
 }
 
-TEST(ConvDate, EitherNull_IsZeroAndWritesNothing) {
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  char dst[17] = "left over";
-  EXPECT_EQ(convDate(nullptr, dst), 0);
-  EXPECT_STREQ(dst, "left over");
-  EXPECT_EQ(convDate("202611151200", nullptr), 0);
-  EXPECT_EQ(log.bytes(), "");
+// --- elapsedTime ---------------------------------------------------------------------------------
+
+TEST(ElapsedTime, Value_IsTheTimeOfDayInSeconds) {
+  const double before = static_cast<double>(std::time(nullptr));
+  const double start = elapsedTime();
+  // time(2) may lag behind by a clock tick.
+  EXPECT_GE(start, before);
+  EXPECT_LE(start, static_cast<double>(std::time(nullptr)) + 1.1);
+  ::usleep(50000);
+  EXPECT_GE(elapsedTime() - start, 0.049);
+}
+
+TEST(ElapsedTime, Fraction_IsInMicroseconds) {
+  // Of a hundred readings some fall between two milliseconds.
+  bool isFine = false;
+  for (int i = 0; i < 100 && !isFine; ++i, ::usleep(37)) {
+    const double milliseconds = elapsedTime() * 1000.0;
+    isFine = std::abs(milliseconds - std::round(milliseconds)) > 0.05;
+  }
+  EXPECT_TRUE(isFine);
 }
 
 }  // namespace

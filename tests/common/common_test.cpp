@@ -1,7 +1,5 @@
 #include "common/common.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -12,6 +10,8 @@
 #include <type_traits>
 #include <vector>
 
+// Every function of the library is declared as it was published: its users are built apart from it.
+
 namespace {
 
 using Text = std::string;
@@ -21,148 +21,139 @@ using Vector = std::vector<Text>;
 using Map = std::map<Text, Text>;
 using Counts = std::map<Text, int>;
 
-/// Takes the address of the overload that is declared exactly as `Function`; without one the
-/// program does not compile.
+/// Takes the address of the overload that is declared exactly as `Function`; without one the file
+/// does not compile.
 template <class Function>
-bool isThere(Function* function) {
-  return function != nullptr;
+constexpr bool isThere(Function* /*function*/) {
+  return true;
 }
 
-#define EXPECT_DECLARED(name, ...) EXPECT_TRUE(isThere<__VA_ARGS__>(&::name)) << #name
+// commands
+static_assert(isThere<FILE*(Chars, int&, int&)>(&::s_popen));
+static_assert(isThere<int(FILE*, int, int)>(&::s_pclose));
+static_assert(isThere<int(Chars)>(&::s_system));
+static_assert(isThere<int(Chars, int, int, int*, int)>(&::waitpid));
+static_assert(isThere<int(int)>(&::exitStatus));
+static_assert(isThere<int(Chars, char*)>(&::execGetLine));
+static_assert(isThere<int(List&, Chars, int, List*, int)>(&::execGetLines));
+static_assert(isThere<int(List&, Chars, int)>(&::execGetLinesTimeout));
+static_assert(isThere<int(const Text&)>(&::count_RunningProcess));
+static_assert(isThere<int()>(&::getTerminalLineCount));
 
-TEST(Declarations, CommandExecution_IsAsPublished) {
-  EXPECT_DECLARED(s_popen, FILE * (Chars, int&, int&));
-  EXPECT_DECLARED(s_pclose, int(FILE*, int, int));
-  EXPECT_DECLARED(s_system, int(Chars));
-  EXPECT_DECLARED(waitpid, int(Chars, int, int, int*, int));
-  EXPECT_DECLARED(exitStatus, int(int));
-  EXPECT_DECLARED(execGetLine, int(Chars, char*));
-  EXPECT_DECLARED(execGetLines, int(List&, Chars, int, List*, int));
-  EXPECT_DECLARED(execGetLinesTimeout, int(List&, Chars, int));
-  EXPECT_DECLARED(count_RunningProcess, int(const Text&));
-  EXPECT_DECLARED(getTerminalLineCount, int());
-}
+// guarded removal
+static_assert(isThere<Text(Text)>(&::getCanonicalPath));
+static_assert(isThere<int(Text)>(&::isAllowDelete));
+static_assert(isThere<int(Chars, int)>(&::removeFiles));
 
-TEST(Declarations, GuardedRemoval_IsAsPublished) {
-  EXPECT_DECLARED(getCanonicalPath, Text(Text));
-  EXPECT_DECLARED(isAllowDelete, int(Text));
-  EXPECT_DECLARED(removeFiles, int(Chars, int));
-}
+// formatting
+static_assert(isThere<Chars(Chars)>(&::C));
+static_assert(isThere<Chars(const Text&)>(&::C));
+static_assert(isThere<char*(Text&)>(&::C));
+static_assert(isThere<Text(Chars, ...)>(&::format));
+static_assert(isThere<Text(Chars, va_list)>(&::format_va));
+static_assert(isThere<Text(Chars, int)>(&::shellEsc));
+static_assert(isThere<Text(const Text&, int)>(&::shellEsc));
+static_assert(isThere<Text(Chars, char)>(&::quoteEsc));
+static_assert(isThere<Text(Text, char)>(&::quoteEsc));
 
-TEST(Declarations, Formatting_IsAsPublished) {
-  EXPECT_DECLARED(C, Chars(Chars));
-  EXPECT_DECLARED(C, Chars(const Text&));
-  EXPECT_DECLARED(C, char*(Text&));
-  EXPECT_DECLARED(format, Text(Chars, ...));
-  EXPECT_DECLARED(format_va, Text(Chars, va_list));
-  EXPECT_DECLARED(shellEsc, Text(Chars, int));
-  EXPECT_DECLARED(shellEsc, Text(const Text&, int));
-  EXPECT_DECLARED(quoteEsc, Text(Chars, char));
-  EXPECT_DECLARED(quoteEsc, Text(Text, char));
-}
+// paths
+static_assert(isThere<int(Text&)>(&::eraseLastCRLF));
+static_assert(isThere<int(char*)>(&::eraseLastCRLF));
+static_assert(isThere<int(char*)>(&::eraseLastSlash));
+static_assert(isThere<Text(Chars)>(&::eraseLastSlash));
+static_assert(isThere<Text(Chars)>(&::parentPath));
+static_assert(isThere<Text(const Text&)>(&::parentPath));
+static_assert(isThere<Text(Chars, Text&)>(&::__xpg_basename));
+static_assert(isThere<Text(const Text&, Text&)>(&::__xpg_basename));
+static_assert(isThere<Text(Chars)>(&::__xpg_basename));
+static_assert(isThere<Text(const Text&)>(&::__xpg_basename));
+static_assert(isThere<Text(Chars, Text&)>(&::retrieveExt));
+static_assert(isThere<Text(Chars)>(&::retrieveExt));
+static_assert(isThere<Text(Chars, Text&)>(&::retrieveName));
+static_assert(isThere<Text(Chars)>(&::retrieveName));
+static_assert(isThere<int(Chars)>(&::isFullPath));
+static_assert(isThere<int(const Text&)>(&::isFullPath));
+static_assert(isThere<Text(Chars)>(&::justifyPath));
+static_assert(isThere<Text(const Text&)>(&::justifyPath));
 
-TEST(Declarations, Paths_AreAsPublished) {
-  EXPECT_DECLARED(eraseLastCRLF, int(Text&));
-  EXPECT_DECLARED(eraseLastCRLF, int(char*));
-  EXPECT_DECLARED(eraseLastSlash, int(char*));
-  EXPECT_DECLARED(eraseLastSlash, Text(Chars));
-  EXPECT_DECLARED(parentPath, Text(Chars));
-  EXPECT_DECLARED(parentPath, Text(const Text&));
-  EXPECT_DECLARED(__xpg_basename, Text(Chars, Text&));
-  EXPECT_DECLARED(__xpg_basename, Text(const Text&, Text&));
-  EXPECT_DECLARED(__xpg_basename, Text(Chars));
-  EXPECT_DECLARED(__xpg_basename, Text(const Text&));
-  EXPECT_DECLARED(retrieveExt, Text(Chars, Text&));
-  EXPECT_DECLARED(retrieveExt, Text(Chars));
-  EXPECT_DECLARED(retrieveName, Text(Chars, Text&));
-  EXPECT_DECLARED(retrieveName, Text(Chars));
-  EXPECT_DECLARED(isFullPath, int(Chars));
-  EXPECT_DECLARED(isFullPath, int(const Text&));
-  EXPECT_DECLARED(justifyPath, Text(Chars));
-  EXPECT_DECLARED(justifyPath, Text(const Text&));
-}
+// texts
+static_assert(isThere<int(Chars, Chars, List&, int)>(&::split));
+static_assert(isThere<int(Chars, Chars, Vector&, int)>(&::split));
+static_assert(isThere<Text(const List&, Chars)>(&::join));
+static_assert(isThere<Text(const Vector&, Chars)>(&::join));
+static_assert(isThere<Text(Chars)>(&::getEnvValue));
+static_assert(isThere<Text(Chars)>(&::replaceEnvValue));
+static_assert(isThere<void(char*)>(&::trim));
+static_assert(isThere<char*(Text&)>(&::trim));
+static_assert(isThere<Text(Chars)>(&::trimQuote));
+static_assert(isThere<char*(char*)>(&::getValue));
+static_assert(isThere<int(Chars, Text&, Text&)>(&::splitKeyVal));
+static_assert(isThere<int(Chars)>(&::conv2Bool));
+static_assert(isThere<Chars(const Map&, Chars)>(&::lookupString));
+static_assert(isThere<int(Chars, Chars)>(&::matchWild));
+static_assert(isThere<int(Chars)>(&::hasWildCard));
+static_assert(isThere<int(const Text&)>(&::hasWildCard));
+static_assert(isThere<Text(Chars, Chars)>(&::matchedString));
+static_assert(isThere<void(char*)>(&::toLowerStr));
+static_assert(isThere<Text(const Text&)>(&::toLowerStr));
+static_assert(isThere<int(const Text&, const Text&, int)>(&::compareRightNoCase));
+static_assert(isThere<int(Chars)>(&::isNumeric));
+static_assert(isThere<int(const Text&)>(&::isNumeric));
+static_assert(isThere<int(Chars)>(&::isAlpha));
+static_assert(isThere<int(const Text&)>(&::isAlpha));
+static_assert(isThere<int(Text&, Text, Text)>(&::replaceString));
+static_assert(isThere<char*(char*, Chars, unsigned)>(&::strlcpy));
+static_assert(isThere<int(Text, List&)>(&::logList));
+static_assert(isThere<int(Text, Counts*, int)>(&::atOnce));
+static_assert(std::is_same_v<decltype(mapOnce), Counts>);
 
-TEST(Declarations, Texts_AreAsPublished) {
-  EXPECT_DECLARED(split, int(Chars, Chars, List&, int));
-  EXPECT_DECLARED(split, int(Chars, Chars, Vector&, int));
-  EXPECT_DECLARED(join, Text(const List&, Chars));
-  EXPECT_DECLARED(join, Text(const Vector&, Chars));
-  EXPECT_DECLARED(getEnvValue, Text(Chars));
-  EXPECT_DECLARED(replaceEnvValue, Text(Chars));
-  EXPECT_DECLARED(trim, void(char*));
-  EXPECT_DECLARED(trim, char*(Text&));
-  EXPECT_DECLARED(trimQuote, Text(Chars));
-  EXPECT_DECLARED(getValue, char*(char*));
-  EXPECT_DECLARED(splitKeyVal, int(Chars, Text&, Text&));
-  EXPECT_DECLARED(conv2Bool, int(Chars));
-  EXPECT_DECLARED(lookupString, Chars(const Map&, Chars));
-  EXPECT_DECLARED(matchWild, int(Chars, Chars));
-  EXPECT_DECLARED(hasWildCard, int(Chars));
-  EXPECT_DECLARED(hasWildCard, int(const Text&));
-  EXPECT_DECLARED(matchedString, Text(Chars, Chars));
-  EXPECT_DECLARED(toLowerStr, void(char*));
-  EXPECT_DECLARED(toLowerStr, Text(const Text&));
-  EXPECT_DECLARED(compareRightNoCase, int(const Text&, const Text&, int));
-  EXPECT_DECLARED(isNumeric, int(Chars));
-  EXPECT_DECLARED(isNumeric, int(const Text&));
-  EXPECT_DECLARED(isAlpha, int(Chars));
-  EXPECT_DECLARED(isAlpha, int(const Text&));
-  EXPECT_DECLARED(replaceString, int(Text&, Text, Text));
-  EXPECT_DECLARED(strlcpy, char*(char*, Chars, unsigned));
-  EXPECT_DECLARED(logList, int(Text, List&));
-  EXPECT_DECLARED(atOnce, int(Text, Counts*, int));
-  EXPECT_TRUE((std::is_same_v<decltype(mapOnce), Counts>));
-}
+// the file system and the host
+static_assert(isThere<int(Chars)>(&::isFile));
+static_assert(isThere<int(const Text&)>(&::isFile));
+static_assert(isThere<int(Chars)>(&::isDir));
+static_assert(isThere<int(const Text&)>(&::isDir));
+static_assert(isThere<std::int64_t(Chars)>(&::getFileSize));
+static_assert(isThere<int(Chars, int)>(&::makeDir));
+static_assert(isThere<int(const Text&, int)>(&::makeDir));
+static_assert(isThere<Text()>(&::getHostname));
+static_assert(isThere<Text()>(&::getDomainname));
+static_assert(isThere<Text()>(&::getCwd));
+static_assert(isThere<int(List&, Chars, int, int, int)>(&::getFileList));
+static_assert(isThere<int(Vector&, Chars, int, int, int)>(&::getFileList));
+static_assert(isThere<int(Chars)>(&::getDirSize));
+static_assert(isThere<int(const Text&, int&, int)>(&::getDirFileSize));
+static_assert(isThere<std::int64_t(const List&, int)>(&::getTotalFileSize));
+static_assert(isThere<int(Chars)>(&::getFreeSize));
+static_assert(isThere<int(const Text&, Text&)>(&::getFileDate));
+static_assert(isThere<int(Chars, int)>(&::isAccessible));
+static_assert(isThere<int(Chars)>(&::isExecutable));
+static_assert(isThere<int(const Text&)>(&::isExecutable));
+static_assert(isThere<int(Chars)>(&::isReadable));
+static_assert(isThere<int(const Text&)>(&::isReadable));
+static_assert(isThere<int()>(&::isAdmin));
+static_assert(isThere<Text(List&)>(&::acquireSamePrefix));
+static_assert(isThere<int(Chars, Chars)>(&::dupDir));
+static_assert(isThere<Text(int)>(&::getInstallRoot));
 
-TEST(Declarations, FileSystemAndHost_AreAsPublished) {
-  EXPECT_DECLARED(isFile, int(Chars));
-  EXPECT_DECLARED(isFile, int(const Text&));
-  EXPECT_DECLARED(isDir, int(Chars));
-  EXPECT_DECLARED(isDir, int(const Text&));
-  EXPECT_DECLARED(getFileSize, std::int64_t(Chars));
-  EXPECT_DECLARED(makeDir, int(Chars, int));
-  EXPECT_DECLARED(makeDir, int(const Text&, int));
-  EXPECT_DECLARED(getHostname, Text());
-  EXPECT_DECLARED(getDomainname, Text());
-  EXPECT_DECLARED(getCwd, Text());
-  EXPECT_DECLARED(getFileList, int(List&, Chars, int, int, int));
-  EXPECT_DECLARED(getFileList, int(Vector&, Chars, int, int, int));
-  EXPECT_DECLARED(getDirSize, int(Chars));
-  EXPECT_DECLARED(getDirFileSize, int(const Text&, int&, int));
-  EXPECT_DECLARED(getTotalFileSize, std::int64_t(const List&, int));
-  EXPECT_DECLARED(getFreeSize, int(Chars));
-  EXPECT_DECLARED(getFileDate, int(const Text&, Text&));
-  EXPECT_DECLARED(isAccessible, int(Chars, int));
-  EXPECT_DECLARED(isExecutable, int(Chars));
-  EXPECT_DECLARED(isExecutable, int(const Text&));
-  EXPECT_DECLARED(isReadable, int(Chars));
-  EXPECT_DECLARED(isReadable, int(const Text&));
-  EXPECT_DECLARED(isAdmin, int());
-  EXPECT_DECLARED(acquireSamePrefix, Text(List&));
-  EXPECT_DECLARED(dupDir, int(Chars, Chars));
-  EXPECT_DECLARED(getInstallRoot, Text(int));
-}
-
-TEST(Declarations, EncodingAndTime_AreAsPublished) {
-  EXPECT_DECLARED(getEncoding, Text & (Text&));
-  EXPECT_DECLARED(check_EUCMultiByteLength, int(const unsigned int*, int));
-  EXPECT_DECLARED(check_UTF8MultiByteLength, int(const unsigned int*, int));
-  EXPECT_DECLARED(check_SJISMultiByteLength, int(const unsigned int*, int));
-  EXPECT_DECLARED(getCharactorLength, int(Chars, int));
-  EXPECT_DECLARED(getStrPatting, char*(const Text&, int, int, char*));
-  EXPECT_DECLARED(getStrPattingTail, int(Text&, int, int));
-  EXPECT_DECLARED(convertTimeToStr, int(int, int&, int&, int, int));
-  EXPECT_DECLARED(convTimeValue, int(char*));
-  EXPECT_DECLARED(getUTCOffset, int(time_t));
-  EXPECT_DECLARED(getTimeStr, time_t(Text&, time_t));
-  EXPECT_DECLARED(getTimeStr, Text(time_t));
-  EXPECT_DECLARED(convDate, int(Chars, char*));
-  EXPECT_DECLARED(commas, Chars(long long, Text&));
-  EXPECT_DECLARED(KB, int(int));
-  EXPECT_DECLARED(elapsedTime, double());
-  EXPECT_DECLARED(countLines, int(Chars));
-  EXPECT_DECLARED(checkReceiveData, int(int&, int));
-  EXPECT_DECLARED(getch, int());
-}
+// encodings and times
+static_assert(isThere<Text&(Text&)>(&::getEncoding));
+static_assert(isThere<int(const unsigned int*, int)>(&::check_EUCMultiByteLength));
+static_assert(isThere<int(const unsigned int*, int)>(&::check_UTF8MultiByteLength));
+static_assert(isThere<int(const unsigned int*, int)>(&::check_SJISMultiByteLength));
+static_assert(isThere<int(Chars, int)>(&::getCharactorLength));
+static_assert(isThere<char*(const Text&, int, int, char*)>(&::getStrPatting));
+static_assert(isThere<int(Text&, int, int)>(&::getStrPattingTail));
+static_assert(isThere<int(int, int&, int&, int, int)>(&::convertTimeToStr));
+static_assert(isThere<int(char*)>(&::convTimeValue));
+static_assert(isThere<int(time_t)>(&::getUTCOffset));
+static_assert(isThere<time_t(Text&, time_t)>(&::getTimeStr));
+static_assert(isThere<Text(time_t)>(&::getTimeStr));
+static_assert(isThere<int(Chars, char*)>(&::convDate));
+static_assert(isThere<Chars(long long, Text&)>(&::commas));
+static_assert(isThere<int(int)>(&::KB));
+static_assert(isThere<double()>(&::elapsedTime));
+static_assert(isThere<int(Chars)>(&::countLines));
+static_assert(isThere<int(int&, int)>(&::checkReceiveData));
+static_assert(isThere<int()>(&::getch));
 
 }  // namespace

@@ -1,15 +1,12 @@
 #include "common/files/filesystem.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -23,39 +20,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using Texts = std::vector<std::string>;
-constexpr const char* kNull = nullptr;
 
 // --- isFile and isDir ----------------------------------------------------------------------------
-
-TEST(IsFile, Directory_IsNone) {
-  EXPECT_EQ(isFile("/tmp"), 0);
-  EXPECT_EQ(isFile(std::string("/tmp")), 0);
-}
-
-TEST(IsFile, NullDevice_IsOne) {
-  EXPECT_EQ(isFile("/dev/null"), 1);
-  EXPECT_EQ(isFile(std::string("/dev/null")), 1);
-}
-
-TEST(IsFile, MissingPath_IsNone) {
-  const ScratchDir dir;
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  EXPECT_EQ(isFile(dir / "missing"), 0);
-  EXPECT_EQ(isFile(""), 0);
-  EXPECT_EQ(log.bytes(), "");
-}
-
-TEST(IsFile, Null_IsLoggedAndNone) {
-  const CapturedLog log;
-  EXPECT_EQ(isFile(kNull), 0);
-  EXPECT_EQ(log.texts(), Texts({"[I](common:1271):invalid param"}));
-}
-
-TEST(IsDir, Null_IsNoneWithoutALine) {
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  EXPECT_EQ(isDir(kNull), 0);
-  EXPECT_EQ(log.bytes(), "");
-}
 
 TEST(IsFileAndIsDir, EveryKind_IsOneOfThemOrNeither) {
   const ScratchDir dir;
@@ -64,63 +30,56 @@ TEST(IsFileAndIsDir, EveryKind_IsOneOfThemOrNeither) {
   fs::create_symlink("file", dir / "to-file");
   fs::create_directory_symlink("directory", dir / "to-directory");
   fs::create_symlink("missing", dir / "dangling");
+  fs::create_symlink("/dev/null", dir / "to-device");
   ASSERT_EQ(::mkfifo((dir / "pipe").c_str(), 0600), 0);
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  std::strcpy(address.sun_path, (dir / "socket").c_str());
-  const int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  ASSERT_EQ(::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-  ::close(fd);
+  ASSERT_EQ(::mknod((dir / "socket").c_str(), S_IFSOCK | 0600, 0), 0);
   const struct {
-    const char* name;
+    std::string path;
     int file;
     int directory;
-  } kRows[] = {{"file", 1, 0},       {"directory", 0, 1},    {"directory/", 0, 1},
-               {"to-file", 1, 0},    {"to-directory", 0, 1}, {"dangling", 0, 0},
-               {"pipe", 1, 0},       {"socket", 1, 0},       {"missing", 0, 0},
-               {"file/below", 0, 0}, {"file ", 0, 0}};
+  } kRows[] = {{"", 0, 0},
+               {dir / "file", 1, 0},
+               {dir / "directory", 0, 1},
+               {dir / "directory/", 0, 1},
+               {dir / "to-file", 1, 0},
+               {dir / "to-directory", 0, 1},
+               {dir / "dangling", 0, 0},
+               {dir / "to-device", 1, 0},
+               {dir / "pipe", 1, 0},
+               {dir / "socket", 1, 0},
+               {dir / "missing", 0, 0},
+               {dir / "file/below", 0, 0},
+               {dir / "file ", 0, 0}};
+  const CapturedLog log(CapturedLog::Level::kTrace);
   for (const auto& row : kRows) {
-    EXPECT_EQ(isFile(dir / row.name), row.file) << row.name;
-    EXPECT_EQ(isDir(dir / row.name), row.directory) << row.name;
-    EXPECT_EQ(isFile((dir / row.name).c_str()), row.file) << row.name;
-    EXPECT_EQ(isDir((dir / row.name).c_str()), row.directory) << row.name;
+    EXPECT_EQ(isFile(row.path), row.file) << row.path;
+    EXPECT_EQ(isDir(row.path), row.directory) << row.path;
+    EXPECT_EQ(isFile(row.path.c_str()), row.file) << row.path;
+    EXPECT_EQ(isDir(row.path.c_str()), row.directory) << row.path;
   }
+  EXPECT_EQ(log.bytes(), "");
 }
 
 // --- getFileSize ---------------------------------------------------------------------------------
 
-TEST(GetFileSize, MissingFile_IsMinusOneAndLogged) {
-  const ScratchDir dir;
-  const CapturedLog log;
-  const std::string path = dir / "missing";
-  EXPECT_EQ(getFileSize(path.c_str()), -1);
-  EXPECT_EQ(log.texts(), Texts({"get file size error(" + path + ",No such file or directory)"}));
-}
-
-TEST(GetFileSize, OtherFailures_AreLoggedWithTheirReason) {
+TEST(GetFileSize, Failures_AreLoggedWithTheirReason) {
   const ScratchDir dir;
   const std::string below = dir.write("file", "x") + "/below";
   const std::string tooLong = dir / std::string(256, 'x');
-  const CapturedLog log;
-  EXPECT_EQ(getFileSize(""), -1);
-  EXPECT_EQ(getFileSize(below.c_str()), -1);
-  EXPECT_EQ(getFileSize(tooLong.c_str()), -1);
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  for (const std::string& path : {std::string(), below, tooLong}) {
+    EXPECT_EQ(getFileSize(path.c_str()), -1);
+  }
   EXPECT_EQ(log.texts(), Texts({"get file size error(,No such file or directory)",
                                 "get file size error(" + below + ",Not a directory)",
                                 "get file size error(" + tooLong + ",File name too long)"}));
-}
-
-TEST(GetFileSize, Null_IsMinusOneAndLoggedAsABadAddress) {
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  EXPECT_EQ(getFileSize(nullptr), -1);
-  EXPECT_EQ(log.texts(), Texts({"get file size error((null),Bad address)"}));
 }
 
 TEST(GetFileSize, Files_HaveTheirBytes) {
   const ScratchDir dir;
   const CapturedLog log(CapturedLog::Level::kTrace);
   EXPECT_EQ(getFileSize(dir.write("empty", "").c_str()), 0);
-  EXPECT_EQ(getFileSize(dir.write("seven", "1234567").c_str()), 7);
+  dir.write("seven", "1234567");
   fs::create_symlink("seven", dir / "link");
   EXPECT_EQ(getFileSize((dir / "link").c_str()), 7);
   EXPECT_EQ(getFileSize("/dev/null"), 0);
@@ -138,73 +97,61 @@ TEST(GetFileSize, FileAbove4GiB_IsMeasuredIn64Bits) {
 
 // --- makeDir -------------------------------------------------------------------------------------
 
-Texts loggedMakeDir(const std::string& command, const char* status) {
-  return {std::string("VUQ90004L : pid=<pid>,wstat=") + status, "VUQ90004L : com=" + command};
+class MakeDir : public testing::Test {
+ protected:
+  /// The run of `command`, which is all that is logged at information level.
+  void expectRun(const std::string& command, const char* status) {
+    EXPECT_EQ(withoutPids(log.take()), Texts({std::string("VUQ90004L : pid=<pid>,wstat=") + status,
+                                              "VUQ90004L : com=" + command + " 2>/dev/null"}));
+  }
+
+  ScratchDir dir;
+  CapturedLog log;
+};
+
+TEST_F(MakeDir, WithParents_RunsTheCommandWithItsOptionAndTheEscapedPath) {
+  EXPECT_EQ(makeDir(dir / "a b/c", 1), 0);
+  expectRun("mkdir -p " + dir / "a\\ b/c", "00000000");
+  EXPECT_EQ(isDir(dir / "a b/c"), 1);
+  EXPECT_EQ(makeDir((dir / "d/e").c_str(), 2), 0);
+  EXPECT_EQ(isDir(dir / "d/e"), 1);
+  EXPECT_EQ(makeDir(dir.path(), 1), 0);  // an existing one is no failure
 }
 
-TEST(MakeDir, WithParents_RunsTheCommandWithItsOptionAndTheEscapedPath) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /tmp of its own";
-  const Texts lines = linesFromPrivateRoot([] {
-    std::printf("%d\n", makeDir("/tmp/a b", 1));
-    std::printf("%d\n", isDir("/tmp/a b"));
-  });
-  EXPECT_EQ(withoutPids(lines),
-            inOrder({{"0", "1"},
-                     loggedMakeDir("mkdir -p /tmp/a\\ b 2>/dev/null", "00000000"),
+TEST_F(MakeDir, WithoutParents_RunsTheCommandWithTwoBlanks) {
+  EXPECT_EQ(makeDir(dir / "new", 0), 0);
+  expectRun("mkdir  " + dir / "new", "00000000");
+  EXPECT_EQ(isDir(dir / "new"), 1);
+  for (const char* path : {"a/b", "new"}) {
+    EXPECT_EQ(makeDir(dir / path, 0), -1);
+    expectRun("mkdir  " + dir / path, "00000100");
+  }
+  EXPECT_EQ(namesIn(dir.path()), Texts({"new"}));
+}
+
+TEST_F(MakeDir, AtTraceLevel_TheStatusIsLoggedAsWell) {
+  const CapturedLog trace(CapturedLog::Level::kTrace);
+  EXPECT_EQ(makeDir(dir / "new", 1), 0);
+  EXPECT_EQ(withoutPids(trace.texts()),
+            inOrder({{"VUQ90004L : pid=<pid>,wstat=00000000",
+                      "VUQ90004L : com=mkdir -p " + dir / "new" + " 2>/dev/null"},
                      tracedExit(0)}));
 }
 
-TEST(MakeDir, WithoutParents_RunsTheCommandWithTwoBlanks) {
-  const ScratchDir dir;
-  const CapturedLog log;
-  EXPECT_EQ(makeDir(dir / "new", 0), 0);
-  EXPECT_EQ(isDir(dir / "new"), 1);
-  EXPECT_EQ(withoutPids(log.texts()),
-            loggedMakeDir("mkdir  " + dir / "new" + " 2>/dev/null", "00000000"));
-}
-
-TEST(MakeDir, MissingParents_AreMadeOnlyWhenAskedFor) {
-  const ScratchDir dir;
-  const CapturedLog log;
-  EXPECT_EQ(makeDir(dir / "a/b/c", 0), -1);
-  EXPECT_EQ(isDir(dir / "a"), 0);
-  EXPECT_EQ(withoutPids(log.texts()),
-            loggedMakeDir("mkdir  " + dir / "a/b/c" + " 2>/dev/null", "00000100"));
-  EXPECT_EQ(makeDir((dir / "a/b/c").c_str(), 2), 0);
-  EXPECT_EQ(isDir(dir / "a/b/c"), 1);
-}
-
-TEST(MakeDir, ExistingDirectory_IsSuccessWithParentsOnly) {
-  const ScratchDir dir;
-  EXPECT_EQ(makeDir(dir.path(), 1), 0);
-  EXPECT_EQ(makeDir(dir.path(), 0), -1);
-}
-
-TEST(MakeDir, ExistingFile_IsAFailureAndStays) {
-  const ScratchDir dir;
+TEST_F(MakeDir, ExistingFile_IsAFailureAndStays) {
   const std::string path = dir.write("file", "kept");
   EXPECT_EQ(makeDir(path, 1), -1);
   EXPECT_EQ(makeDir(path, 0), -1);
   EXPECT_EQ(readFile(path), "kept");
 }
 
-TEST(MakeDir, Failure_PrintsNothing) {
-  const ScratchDir dir;
-  const CapturedLog log;
+TEST_F(MakeDir, Failure_PrintsNothing) {
   const ChildResult child = runInChild([&] { return makeDir(dir / "a/b", 0) == -1 ? 0 : 1; });
   EXPECT_EQ(child.exitCode(), 0);
   EXPECT_EQ(child.out + child.err, "");
 }
 
-TEST(MakeDir, Null_IsMinusOneWithoutALine) {
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  EXPECT_EQ(makeDir(kNull, 1), -1);
-  EXPECT_EQ(log.bytes(), "");
-}
-
-TEST(MakeDir, Permissions_AreWhatTheMaskLeaves) {
-  const ScratchDir dir;
-  const CapturedLog log;
+TEST_F(MakeDir, Permissions_AreWhatTheMaskLeaves) {
   for (const mode_t mask : {022u, 077u, 0u}) {
     const std::string path = dir / std::to_string(mask);
     const mode_t old = ::umask(mask);
@@ -214,24 +161,16 @@ TEST(MakeDir, Permissions_AreWhatTheMaskLeaves) {
   }
 }
 
-TEST(MakeDir, SpecialCharacters_ArePartOfTheName) {
-  const ScratchDir dir;
-  const CapturedLog log;
+TEST_F(MakeDir, SpecialCharacters_ArePartOfTheNameButWildcardsStayActive) {
   const std::string name = "a'b\"c$d`e(f)g&h|i<j>k#l^m{n}o\\p\tq";
   EXPECT_EQ(makeDir(dir / name, 0), 0);
   EXPECT_EQ(namesIn(dir.path()), Texts({name}));
-}
-
-TEST(MakeDir, Wildcards_StayActive) {
-  const ScratchDir dir;
-  fs::create_directory(dir / "ab");
-  const CapturedLog log;
+  log.take();
   EXPECT_EQ(makeDir(dir / "a*", 1), 0);
-  EXPECT_EQ(makeDir(dir / "[a]?", 0), -1);
-  EXPECT_EQ(withoutPids(log.texts()),
-            inOrder({loggedMakeDir("mkdir -p " + dir / "a*" + " 2>/dev/null", "00000000"),
-                     loggedMakeDir("mkdir  " + dir / "[a]?" + " 2>/dev/null", "00000100")}));
-  EXPECT_EQ(namesIn(dir.path()), Texts({"ab"}));
+  expectRun("mkdir -p " + dir / "a*", "00000000");
+  EXPECT_EQ(makeDir(dir / "[a]?*", 0), -1);
+  expectRun("mkdir  " + dir / "[a]?*", "00000100");
+  EXPECT_EQ(namesIn(dir.path()), Texts({name}));
 }
 
 // --- getCwd --------------------------------------------------------------------------------------
@@ -279,6 +218,90 @@ TEST(GetCwd, PathFrom4096Bytes_IsADot) {
       std::puts(cwd == path ? "the path" : cwd.c_str());
     });
     EXPECT_EQ(lines, Texts({length < 4096 ? "the path" : "."})) << length;
+  }
+}
+
+// --- permissions ---------------------------------------------------------------------------------
+
+/// A directory that every user may enter, with a file of root's.
+class Permissions : public testing::Test {
+ protected:
+  Permissions() { EXPECT_EQ(::chmod(dir.path().c_str(), 0755), 0); }
+
+  void allow(mode_t mode) const { EXPECT_EQ(::chmod(file.c_str(), mode), 0); }
+
+  /// The result of `question`, asked by nobody.
+  static int askedByNobody(const std::function<int()>& question) {
+    return runInChild([&] { return becomeNobody() ? question() : 77; }).exitCode();
+  }
+
+  ScratchDir dir;
+  std::string file = dir.write("f", "x");
+};
+
+TEST_F(Permissions, MissingPathOrBadMode_IsRefusedWithoutALine) {
+  fs::create_symlink("missing", dir / "dangling");
+  fs::create_symlink("loop", dir / "loop");
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  for (const std::string& path : {dir / "missing", dir / "dangling", dir / "loop", std::string()}) {
+    EXPECT_EQ(isAccessible(path.c_str(), F_OK), 0) << path;
+    EXPECT_EQ(isExecutable(path), 0) << path;
+    EXPECT_EQ(isReadable(path), 0) << path;
+  }
+  EXPECT_EQ(isAccessible(file.c_str(), 8), 0);
+  EXPECT_EQ(log.bytes(), "");
+}
+
+TEST_F(Permissions, OfAnotherUser_AreThoseOfHisBits) {
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
+  for (const int granted : {0, 1, 2, 3, 4, 5, 6, 7, 0110, 0440, 0770}) {
+    allow(static_cast<mode_t>(granted));
+    SCOPED_TRACE(granted);
+    for (int asked = 0; asked < 8; ++asked) {
+      EXPECT_EQ(askedByNobody([&] { return isAccessible(file.c_str(), asked); }),
+                (asked & ~granted) == 0 ? 1 : 0)
+          << asked;
+    }
+    EXPECT_EQ(askedByNobody([&] { return isExecutable(file); }), granted & 1);
+    EXPECT_EQ(askedByNobody([&] { return isReadable(file); }), granted >> 2 & 1);
+    EXPECT_EQ(askedByNobody([&] { return isReadable(file.c_str()); }), granted >> 2 & 1);
+  }
+}
+
+TEST_F(Permissions, OfTheSuperUser_NeedOneOfTheThreeExecuteBits) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root";
+  fs::create_symlink("f", dir / "link");  // has every bit itself
+  const struct {
+    mode_t mode;
+    int result;
+  } kRows[] = {{0, 0},    {0100, 1}, {0010, 1}, {0001, 1},
+               {0111, 1}, {0666, 0}, {0755, 1}, {07000, 0}};
+  for (const auto& row : kRows) {
+    allow(row.mode);
+    EXPECT_EQ(isExecutable(dir / "link"), row.result) << std::oct << row.mode;
+    EXPECT_EQ(isExecutable(file.c_str()), row.result) << std::oct << row.mode;
+  }
+}
+
+TEST_F(Permissions, DirectoryWithoutExecuteBit_IsNotForTheSuperUserEither) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root, whom the kernel lets search any directory";
+  EXPECT_EQ(isExecutable(dir.path()), 1);
+  ASSERT_EQ(::chmod(dir.path().c_str(), 0600), 0);
+  EXPECT_EQ(isAccessible(dir.path().c_str(), X_OK), 1);
+  EXPECT_EQ(isExecutable(dir.path()), 0);
+}
+
+TEST(IsAdmin, RealUser_Decides) {
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
+  const struct {
+    uid_t real;
+    uid_t effective;
+    int result;
+  } kRows[] = {{0, 0, 1}, {0, 65534, 1}, {65534, 0, 0}, {65534, 65534, 0}, {1, 0, 0}};
+  for (const auto& row : kRows) {
+    const ChildResult child =
+        runInChild([&] { return ::setresuid(row.real, row.effective, 0) == 0 ? isAdmin() : 77; });
+    EXPECT_EQ(child.exitCode(), row.result) << row.real << ", " << row.effective;
   }
 }
 

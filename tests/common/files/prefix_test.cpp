@@ -35,36 +35,18 @@ std::string prefixAmong(const Paths& dirs, const Paths& paths) {
   return child.out;
 }
 
-class AcquireSamePrefix : public testing::Test {
- protected:
-  void SetUp() override {
-    if (::getuid() != 0) GTEST_SKIP() << "needs root for a root directory of its own";
-  }
-};
-
-TEST_F(AcquireSamePrefix, SingleFile_GivesItsDirectory) {
-  EXPECT_EQ(prefixAmong({"/a/b"}, {"/a/b/c"}), "/a/b");
-}
-
-TEST_F(AcquireSamePrefix, SingleFileInTheRoot_GivesASlash) {
-  EXPECT_EQ(prefixAmong({}, {"/x"}), "/");
-}
-
-TEST_F(AcquireSamePrefix, FileAndDirectory_GiveTheDirectoryAboveBoth) {
-  EXPECT_EQ(prefixAmong({"/a/b/d/e"}, {"/a/b/c.txt", "/a/b/d/e"}), "/a/b");
-}
-
-TEST_F(AcquireSamePrefix, EqualFieldsBehindADifference_CountToo) {
-  EXPECT_EQ(prefixAmong({"/a/x/c", "/b/x/c"}, {"/a/x/c", "/b/x/c"}), "/x/c");
-}
-
-TEST_F(AcquireSamePrefix, Paths_AreComparedFieldByField) {
+TEST(AcquireSamePrefix, Paths_AreComparedFieldByField) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root for a root directory of its own";
   const struct {
     Paths dirs;
     Paths paths;
     const char* prefix;
   } kRows[] = {
-      {{"/a/b"}, {"/a/b"}, "/a/b"},  // a directory stands for itself
+      {{"/a/b"}, {"/a/b"}, "/a/b"},    // a directory stands for itself
+      {{"/a/b"}, {"/a/b/c"}, "/a/b"},  // and a file for its directory
+      {{}, {"/x"}, "/"},
+      {{"/a/b/d/e"}, {"/a/b/c.txt", "/a/b/d/e"}, "/a/b"},
+      {{"/a/x/c", "/b/x/c"}, {"/a/x/c", "/b/x/c"}, "/x/c"},  // also after a difference
       {{"/a/b"}, {"/a/b/"}, "/a/b"},
       {{"/a/b"}, {"//a///b//"}, "/a/b"},
       {{"/a/b"}, {"/a/b/x", "/a/b/y"}, "/a/b"},
@@ -89,7 +71,7 @@ TEST_F(AcquireSamePrefix, Paths_AreComparedFieldByField) {
   }
 }
 
-TEST_F(AcquireSamePrefix, LinkToADirectory_StandsForItself) {
+TEST(AcquireSamePrefix, LinkToADirectory_StandsForItself) {
   const ScratchDir dir;
   fs::create_directory(dir / "real");
   fs::create_directory_symlink("real", dir / "link");
@@ -97,28 +79,21 @@ TEST_F(AcquireSamePrefix, LinkToADirectory_StandsForItself) {
   EXPECT_EQ(acquireSamePrefix(paths), dir / "link");
 }
 
-TEST(AcquireSamePrefixLog, EveryPathAndTheResult_AreTraced) {
+TEST(AcquireSamePrefix, EveryPathAndTheResult_AreTraced) {
   const ScratchDir dir;
   fs::create_directory(dir / "d");
-  const CapturedLog log(CapturedLog::Level::kTrace);
   Paths paths = {dir / "d//", dir / "missing"};
-  EXPECT_EQ(acquireSamePrefix(paths), dir.path());
-  EXPECT_EQ(log.texts(),
-            Texts({"[T](common:82):src:" + dir / "d//", "[T](common:82):src:" + dir / "missing",
-                   "[T](common:133):same prefix:" + dir.path()}));
-}
-
-TEST(AcquireSamePrefixLog, NoPaths_GiveTheEmptyText) {
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  Paths paths;
-  EXPECT_EQ(acquireSamePrefix(paths), "");
-  EXPECT_EQ(log.texts(), Texts({"[T](common:133):same prefix:"}));
-}
-
-TEST(AcquireSamePrefixLog, AtInformationLevel_NothingIsLogged) {
+  Paths none;
+  {
+    const CapturedLog log(CapturedLog::Level::kTrace);
+    EXPECT_EQ(acquireSamePrefix(paths), dir.path());
+    EXPECT_EQ(acquireSamePrefix(none), "");
+    EXPECT_EQ(log.texts(),
+              Texts({"[T](common:82):src:" + dir / "d//", "[T](common:82):src:" + dir / "missing",
+                     "[T](common:133):same prefix:" + dir.path(), "[T](common:133):same prefix:"}));
+  }
   const CapturedLog log;
-  Paths paths = {"/tmp"};
-  EXPECT_EQ(acquireSamePrefix(paths), "/tmp");
+  acquireSamePrefix(paths);
   EXPECT_EQ(log.bytes(), "");
 }
 

@@ -1,0 +1,223 @@
+#include "common/files/filelist.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <list>
+#include <string>
+#include <vector>
+
+#include "support/actionlog.h"
+#include "support/childrun.h"
+#include "support/scratch.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Texts = std::vector<std::string>;
+using List = std::list<std::string>;
+
+/// What both forms give, which must agree, sorted.
+Texts listed(const std::string& dir, int fullPath, int withDirs, int onlyDirs) {
+  List list = {"left over"};
+  Texts vector = {"left over"};
+  const int inList = getFileList(list, dir.c_str(), fullPath, withDirs, onlyDirs);
+  const int inVector = getFileList(vector, dir.c_str(), fullPath, withDirs, onlyDirs);
+  EXPECT_EQ(Texts(list.begin(), list.end()), vector);
+  EXPECT_EQ(inList, static_cast<int>(list.size()));
+  EXPECT_EQ(inVector, static_cast<int>(vector.size()));
+  std::sort(vector.begin(), vector.end());
+  return vector;
+}
+
+/// Both forms give -1 for `dir`, log nothing, and leave what they were given.
+void expectRefused(const std::string& dir) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  List list = {"left over"};
+  Texts vector = {"left over"};
+  EXPECT_EQ(getFileList(list, dir.c_str(), 1, 1, 0), -1) << dir;
+  EXPECT_EQ(getFileList(vector, dir.c_str(), 1, 1, 0), -1) << dir;
+  EXPECT_EQ(list, List({"left over"})) << dir;
+  EXPECT_EQ(vector, Texts({"left over"})) << dir;
+  EXPECT_EQ(log.bytes(), "") << dir;
+}
+
+class GetFileList : public testing::Test {
+ protected:
+  /// One entry of every kind.
+  void makeZoo() const {
+    dir.write("file", "x");
+    fs::create_directory(dir / "dir");
+    dir.write("dir/inside", "x");
+    fs::create_symlink("file", dir / "to-file");
+    fs::create_directory_symlink("dir", dir / "to-dir");
+    fs::create_directory_symlink(".", dir / "to-itself");
+    fs::create_symlink("missing", dir / "dangling");
+    fs::create_symlink("loop", dir / "loop");
+    EXPECT_EQ(::mkfifo((dir / "pipe").c_str(), 0600), 0);
+    fs::create_symlink("/dev/null", dir / "device");
+    dir.write(".hidden", "x");
+  }
+
+  ScratchDir dir;
+};
+
+TEST_F(GetFileList, PathsThatAreNoDirectory_AreRefused) {
+  makeZoo();
+  for (const char* name :
+       {"file", "missing", "dangling", "loop", "pipe", "device", "to-file", "file/"}) {
+    expectRefused(dir / name);
+  }
+  expectRefused("");
+}
+
+TEST_F(GetFileList, Entries_AreChosenByTheirKind) {
+  makeZoo();
+  const Texts files = {".hidden", "dangling", "device", "file", "loop", "pipe", "to-file"};
+  const Texts dirs = {"dir", "to-dir", "to-itself"};
+  const Texts all = namesIn(dir.path());
+  ASSERT_EQ(all.size(), files.size() + dirs.size());
+  const struct {
+    int withDirs;
+    int onlyDirs;
+    Texts names;
+  } kRows[] = {{0, 0, files}, {0, 2, files}, {0, -1, files},  // only 1 means directories only
+               {1, 0, all},   {2, 0, all},   {-1, 0, all},   {0, 1, dirs}, {1, 1, dirs}};
+  for (const auto& row : kRows) {
+    EXPECT_EQ(listed(dir.path(), 0, row.withDirs, row.onlyDirs), row.names)
+        << row.withDirs << ", " << row.onlyDirs;
+  }
+  const Texts paths = {dir / "dir", dir / "to-dir", dir / "to-itself"};
+  for (const int fullPath : {1, 2, -1}) EXPECT_EQ(listed(dir.path(), fullPath, 1, 1), paths);
+}
+
+TEST_F(GetFileList, LinkToADirectory_IsListedThrough) {
+  makeZoo();
+  EXPECT_EQ(listed(dir / "to-dir", 1, 0, 0), Texts({dir / "to-dir/inside"}));
+}
+
+TEST_F(GetFileList, Order_IsTheDirectorysOwn) {
+  makeZoo();
+  Texts expected;
+  for (const auto& entry : fs::directory_iterator(dir.path())) {
+    expected.push_back(entry.path().filename());
+  }
+  Texts names;
+  EXPECT_EQ(getFileList(names, dir.path().c_str(), 0, 1, 0), 10);
+  EXPECT_EQ(names, expected);
+}
+
+TEST_F(GetFileList, OneTrailingSlash_IsRemovedFromThePaths) {
+  dir.write("x", "");
+  EXPECT_EQ(listed(dir.path(), 1, 0, 0), Texts({dir / "x"}));
+  EXPECT_EQ(listed(dir.path() + "/", 1, 0, 0), Texts({dir / "x"}));
+  EXPECT_EQ(listed(dir.path() + "//", 1, 0, 0), Texts({dir.path() + "//x"}));
+}
+
+TEST_F(GetFileList, DirectoryOfTheResultItself_IsListed) {
+  dir.write("x", "");
+  // Longer than what a text keeps without memory of its own.
+  List list = {dir.path() + "/././././././././."};
+  EXPECT_EQ(getFileList(list, list.front().c_str(), 0, 0, 0), 1);
+  EXPECT_EQ(list.front(), "x");
+}
+
+TEST_F(GetFileList, RelativeDirectory_GivesRelativePaths) {
+  dir.write("x", "");
+  const ChildResult child = runInChild([&] {
+    if (::chdir(dir.path().c_str()) != 0) return 77;
+    std::puts(listed(".", 1, 0, 0).at(0).c_str());
+    return 0;
+  });
+  EXPECT_EQ(child.out, "./x\n");
+}
+
+/// `path` made `length` bytes long without naming anything else.
+std::string lengthened(std::string path, std::size_t length) {
+  while (path.size() + 2 <= length) path += "/.";
+  path.resize(length, '/');
+  return path;
+}
+
+TEST_F(GetFileList, DirectoryPath_MayBeAsLongAsTheKernelTakesIt) {
+  dir.write("x", "");
+  for (const std::size_t length : {4093u, 4094u, 4095u}) {
+    const std::string path = lengthened(dir.path(), length);
+    EXPECT_EQ(listed(path, 0, 0, 0), Texts({"x"})) << length;
+    const bool endsWithSlash = path.back() == '/';
+    EXPECT_EQ(listed(path, 1, 0, 0), Texts({path + (endsWithSlash ? "x" : "/x")})) << length;
+  }
+  for (const std::size_t length : {4096u, 4097u}) expectRefused(lengthened(dir.path(), length));
+}
+
+TEST_F(GetFileList, Directory_IsClosedAgain) {
+  dir.write("x", "");
+  const Texts before = namesIn("/proc/self/fd");
+  listed(dir.path(), 1, 1, 0);
+  EXPECT_EQ(namesIn("/proc/self/fd"), before);
+}
+
+TEST_F(GetFileList, Root_GivesPathsWithOneSlash) {
+  Texts expected;
+  for (const std::string& name : namesIn("/")) expected.push_back("/" + name);
+  EXPECT_EQ(listed("/", 1, 1, 0), expected);
+}
+
+TEST_F(GetFileList, StrangeNames_ComeAsTheyAre) {
+  const std::string strange = " a'b\"\n\xe6\xff%s";
+  fs::create_directory(dir / strange);
+  EXPECT_EQ(listed(dir / strange, 1, 1, 0), Texts());
+  Texts names = {" ",  " a b ", "a'b\"c", "line\nend", "\r\n", "\xe6\xbc\xa2", "\x80\xff",
+                 "*?", "...",   "..a",    ".a",        "-r",   "%s%n",         "$HOME`x`\\"};
+  names.push_back(std::string(255, 'n'));
+  std::sort(names.begin(), names.end());
+  Texts paths;
+  for (const std::string& name : names) {
+    paths.push_back(dir.write(strange + "/" + name, ""));
+  }
+  EXPECT_EQ(listed(dir / strange, 0, 0, 0), names);
+  EXPECT_EQ(listed(dir / strange, 1, 0, 0), paths);
+}
+
+TEST_F(GetFileList, TenThousandEntries_AreAllListed) {
+  Texts names;
+  for (int i = 0; i < 10000; ++i) names.push_back("n" + std::to_string(10000 + i));
+  for (const std::string& name : names) dir.write(name, "");
+  EXPECT_EQ(listed(dir.path(), 0, 0, 0), names);
+}
+
+TEST_F(GetFileList, DirectoryThatCannotBeOpened_IsMinusOneWithTheResultEmptied) {
+  dir.write("x", "");
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  const ChildResult child = runInChild([&] {
+    if (!becomeNobody()) return 77;
+    List list = {"left over"};
+    Texts vector = {"left over"};
+    std::printf("%d ", getFileList(list, dir.path().c_str(), 1, 1, 0));
+    std::printf("%d ", getFileList(vector, dir.path().c_str(), 1, 1, 0));
+    std::printf("%zu %zu", list.size(), vector.size());
+    return 0;
+  });
+  EXPECT_EQ(child.out, "-1 -1 0 0");
+  EXPECT_EQ(child.err + log.bytes(), "");  // nobody can only complain that the log is closed
+}
+
+TEST_F(GetFileList, DirectoryThatCannotBeSearched_ListsItsNamesAsFiles) {
+  dir.write("x", "");
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
+  fs::create_directory(dir / "below");
+  ASSERT_EQ(::chmod(dir.path().c_str(), 0744), 0);
+  const ChildResult child = runInChild([&] {
+    if (!becomeNobody()) return 77;
+    std::printf("%zu %zu", listed(dir.path(), 0, 0, 0).size(), listed(dir.path(), 0, 0, 1).size());
+    return 0;
+  });
+  EXPECT_EQ(child.out, "2 0");
+}
+
+}  // namespace

@@ -1,8 +1,10 @@
 #include "log/CLog.h"
 
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -16,7 +18,6 @@
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/descriptors.h"
-#include "support/process1.h"
 #include "support/scratch.h"
 
 namespace {
@@ -61,8 +62,14 @@ SystemLogMessage systemLogOf(const std::function<void()>& body) {
   return {text.substr(0, end + word.size()), text.substr(end + word.size())};
 }
 
-TEST(SystemLog, Message_GoesOutAsTheUserFacilitysNoticeUnderTheProgramsName) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
+class SystemLog : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
+  }
+};
+
+TEST_F(SystemLog, Message_GoesOutAsTheUserFacilitysNoticeUnderTheProgramsName) {
   const SystemLogMessage message = systemLogOf([] {
     CLog log;
     log.init("/opt/bin/prog", "/dev/null");
@@ -72,93 +79,76 @@ TEST(SystemLog, Message_GoesOutAsTheUserFacilitysNoticeUnderTheProgramsName) {
   EXPECT_EQ(message.text, "message 7");
 }
 
-TEST(SystemLog, WithoutInit_MessageGoesOutWithAnEmptyName) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
-  const SystemLogMessage message = systemLogOf([] { CLog().slog("message"); });
-  EXPECT_EQ(message.prefix, "<13>TIME : PID=<pid> : QZKBsoftmsg ");
-  EXPECT_EQ(message.text, "message");
+TEST_F(SystemLog, WithoutAProgramPath_MessageGoesOutWithAnEmptyName) {
+  for (const bool isInitialized : {false, true}) {
+    const SystemLogMessage message = systemLogOf([&] {
+      CLog log;
+      if (isInitialized) log.init("prog", "/dev/null");
+      if (isInitialized && log.init(nullptr, "/dev/null") != 0) ::_exit(1);
+      log.slog("message");
+    });
+    EXPECT_EQ(message.prefix, "<13>TIME : PID=<pid> : QZKBsoftmsg ");
+    EXPECT_EQ(message.text, "message");
+  }
 }
 
-TEST(SystemLog, InitWithoutProgramPath_MessageGoesOutWithAnEmptyName) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
-  const SystemLogMessage message = systemLogOf([] {
-    CLog log;
-    log.init("prog", "/dev/null");
-    if (log.init(nullptr, "/dev/null") != 0) ::_exit(1);
-    log.slog("message");
-  });
-  EXPECT_EQ(message.prefix, "<13>TIME : PID=<pid> : QZKBsoftmsg ");
-  EXPECT_EQ(message.text, "message");
-}
-
-TEST(SystemLog, Message_LeavesTheSystemLogClosed) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
+TEST_F(SystemLog, Message_LeavesTheSystemLogClosedAndTheFileUntouched) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  fs::remove(log.path());
   const SystemLogMessage message = systemLogOf([] {
     const int before = upcomingDescriptor(1);
     gLog.slog("message");
     if (upcomingDescriptor(1) != before) ::_exit(1);
   });
   EXPECT_EQ(message.text, "message");
-}
-
-TEST(SystemLog, Message_NeverTouchesTheFile) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  fs::remove(log.path());
-  systemLogOf([] { gLog.slog("message"); });
   EXPECT_FALSE(fs::exists(log.path()));
 }
 
-std::string sentFor(const std::string& text) {
-  return systemLogOf([&] {
-           errno = ENOENT;
-           gLog.slog("%s", text.c_str());
-         })
-      .text;
-}
-
-TEST(SystemLog, UnprintableBytes_BecomeBlanks) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
-  EXPECT_EQ(sentFor("a\tb\rc\nd e\x01"
-                    "f\x7f"
-                    "g\x80h\xa4\xa2i\xff!~"),
-            "a b c d e f g h  i !~");
-}
-
-TEST(SystemLog, PercentSigns_AreInterpretedAsFarAsTheyNeedNoArgument) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
+TEST_F(SystemLog, Text_IsAFormatWithoutArgumentsOfPrintableBytesCutTo2046) {
+  std::string manyPercentSigns;
+  while (manyPercentSigns.size() < 2046) manyPercentSigns += "%d";
+  const std::string longest(2046, 'x');
   const struct {
-    const char* text;
-    const char* sent;
-  } kRows[] = {
-      {"100%", "100%"}, {"a%%b", "a%b"},      {"%s%d%n%ls", "%s%d%n%ls"},          {"%", "%"},
-      {"%%%", "%%"},    {"% m%5m", "% m%5m"}, {"%m", "No such file or directory"},
-  };
-  for (const auto& row : kRows) EXPECT_EQ(sentFor(row.text), row.sent) << row.text;
-}
-
-TEST(SystemLog, OverlongMessage_IsCutTo2046Bytes) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
-  for (const std::size_t length : {2046u, 2047u, 2048u, 5000u}) {
-    EXPECT_EQ(sentFor(std::string(length, 'x')), std::string(2046, 'x')) << length;
+    std::string text;
+    std::string sent;
+  } kRows[] = {{"a\tb\rc\nd e\x01-\x7fg\x80h\xa4\xa2i\xff!~", "a b c d e - g h  i !~"},
+               {"100%", "100%"},
+               {"a%%b", "a%b"},
+               {"%s%d%n%ls", "%s%d%n%ls"},
+               {"%", "%"},
+               {"%%%", "%%"},
+               {"% m%5m", "% m%5m"},
+               {"%m", "No such file or directory"},
+               {manyPercentSigns, manyPercentSigns},
+               {longest, longest},
+               {longest + "x", longest},
+               {longest + "xx", longest},
+               {longest + longest, longest}};
+  for (const auto& row : kRows) {
+    const SystemLogMessage message = systemLogOf([&] {
+      errno = ENOENT;
+      gLog.slog("%s", row.text.c_str());
+    });
+    EXPECT_EQ(message.text, row.sent);
   }
 }
 
-TEST(SystemLog, ManyPercentSigns_StayWithinTheBuffers) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /dev of its own";
-  std::string text;
-  while (text.size() < 2046) text += "%d";
-  EXPECT_EQ(sentFor(text), text);
-}
-
-TEST(SystemLog, ProcessIdBelow10000_IsPaddedToFiveColumns) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a process-id namespace";
-  const SystemLogMessage message = systemLogOf([] { asProcess1([] { gLog.slog("message"); }); });
+TEST_F(SystemLog, ProcessIdBelow10000_IsPaddedToFiveColumns) {
+  const SystemLogMessage message = systemLogOf([] {
+    // Process 1 of a process-id namespace of its own.
+    if (::unshare(CLONE_NEWPID) != 0) return;
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+      gLog.slog("message");
+      ::_exit(0);
+    }
+    ::waitpid(pid, nullptr, 0);
+  });
   EXPECT_TRUE(std::regex_match(message.prefix, std::regex("<13>TIME .*: PID=    1 : QZKBsoftmsg ")))
       << message.prefix;
 }
 
-TEST(SystemLog, NobodyListening_IsNoFailure) {
+TEST(SystemLogAlone, NobodyListening_IsNoFailure) {
   const ScratchDir dir;
   const ChildResult child = runInChild([&] {
     if (::getuid() == 0 && ::chroot(dir.path().c_str()) != 0) return 77;

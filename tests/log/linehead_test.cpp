@@ -34,15 +34,8 @@ std::tm timeOf(int year, int month, int day, int hour, int minute, int second) {
   return local;
 }
 
-TEST(LineHead, OfAProcessIdOfFourDigits_HasTwoBlanksBeforeIt) {
-  EXPECT_EQ(headOf(timeOf(2026, 11, 15, 12, 0, 7), 4711), "2026/11/15 12:00:07  4711 ");
-}
-
-TEST(LineHead, EveryFieldBelowItsWidth_IsFilledUp) {
-  EXPECT_EQ(headOf(timeOf(7, 1, 2, 3, 4, 5), 6), "0007/01/02 03:04:05     6 ");
-}
-
-TEST(LineHead, WiderThanItsField_IsWhole) {
+TEST(LineHead, EveryField_IsFilledUpToItsWidthAndNotCut) {
+  EXPECT_EQ(headOf(timeOf(7, 1, 2, 3, 4, 5), 4711), "0007/01/02 03:04:05  4711 ");
   EXPECT_EQ(headOf(timeOf(12345, 12, 31, 23, 59, 60), 4194304), "12345/12/31 23:59:60 4194304 ");
 }
 

@@ -37,75 +37,57 @@ void expectCounts(Counter counter, const std::vector<CountRow>& rows) {
 
 // --- getEncoding ---------------------------------------------------------------------------------
 
-TEST(GetEncoding, Lang_GivesItsEncodingAndEveryOtherNameIsC) {
-  const struct {
-    const char* lang;
-    const char* encoding;
-  } kRows[] = {
-      {"ja", "euc"},
-      {"japanese", "euc"},
-      {"japanese.euc", "euc"},
-      {"ja_JP", "euc"},
-      {"ja_JP.ujis", "euc"},
-      {"ja_JP.eucJP", "euc"},
-      {"ja_JP.SJIS", "sjis"},
-      {"japanese.sjis", "sjis"},
-      {"ja_JP.UTF-8", "utf8"},
-      {"ja_JP.UTF8", "utf8"},
-      // in any case
-      {"JA", "euc"},
-      {"JAPANESE.EUC", "euc"},
-      {"JA_jp.EUCjp", "euc"},
-      {"ja_jp.sjis", "sjis"},
-      {"Japanese.SJIS", "sjis"},
-      {"ja_JP.utf8", "utf8"},
-      {"JA_JP.utf-8", "utf8"},
-      // no other name
-      {nullptr, "C"},
-      {"", "C"},
-      {"C", "C"},
-      {"POSIX", "C"},
-      {"en_US.UTF-8", "C"},
-      {"C.UTF-8", "C"},
-      {"UTF-8", "C"},
-      {"utf8", "C"},
-      {"euc", "C"},
-      {"sjis", "C"},
-      {"j", "C"},
-      {"jaa", "C"},
-      {" ja", "C"},
-      {"ja ", "C"},
-      {"ja_", "C"},
-      {"ja_J", "C"},
-      {"ja_JP.", "C"},
-      {"ja_JP.euc", "C"},
-      {"ja_JP.eucJP.x", "C"},
-      {"ja_JP.UTF", "C"},
-      {"ja_JP.UTF-88", "C"},
-      {"ja_JP.UTF_8", "C"},
-      {"ja_JP.UTF-8@x", "C"},
-      {"japanese.ujis", "C"},
-      {"japanese.utf8", "C"},
-      {"ja_JP.SJI", "C"},
-      {"ja.UTF-8", "C"},
-      {"\xe6\xbc", "C"},
-  };
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  for (const auto& row : kRows) {
-    const EnvironmentGuard variable("LANG", row.lang);
+void expectEncoding(const std::string& encoding, const std::vector<const char*>& langs) {
+  for (const char* lang : langs) {
+    const EnvironmentGuard variable("LANG", lang);
     std::string enc = "left over";
     EXPECT_EQ(&getEncoding(enc), &enc);
-    EXPECT_EQ(enc, row.encoding) << (row.lang == nullptr ? "not set" : row.lang);
+    EXPECT_EQ(enc, encoding) << testing::PrintToString(lang);
   }
+}
+
+TEST(GetEncoding, Lang_GivesItsEncodingInAnyCaseAndEveryOtherNameIsC) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  expectEncoding("euc", {"ja", "japanese", "japanese.euc", "ja_JP", "ja_JP.ujis", "ja_JP.eucJP",
+                         "JA", "JAPANESE.EUC", "JA_jp.EUCjp"});
+  expectEncoding("sjis", {"ja_JP.SJIS", "japanese.sjis", "ja_jp.sjis", "Japanese.SJIS"});
+  expectEncoding("utf8", {"ja_JP.UTF-8", "ja_JP.UTF8", "ja_JP.utf8", "JA_JP.utf-8"});
+  expectEncoding("C", {nullptr,
+                       "",
+                       "C",
+                       "POSIX",
+                       "en_US.UTF-8",
+                       "C.UTF-8",
+                       "UTF-8",
+                       "utf8",
+                       "euc",
+                       "sjis",
+                       "j",
+                       "jaa",
+                       " ja",
+                       "ja ",
+                       "ja_",
+                       "ja_J",
+                       "ja_JP.",
+                       "ja_JP.euc",
+                       "ja_JP.eucJP.x",
+                       "ja_JP.UTF",
+                       "ja_JP.UTF-88",
+                       "ja_JP.UTF_8",
+                       "ja_JP.UTF-8@x",
+                       "japanese.ujis",
+                       "japanese.utf8",
+                       "ja_JP.SJI",
+                       "ja.UTF-8",
+                       "\xe6\xbc"});
   EXPECT_EQ(log.bytes(), "");
 }
 
 TEST(GetEncoding, OtherLocaleVariables_AreNotAsked) {
   const EnvironmentGuard all("LC_ALL", "ja_JP.UTF-8");
   const EnvironmentGuard type("LC_CTYPE", "ja_JP.UTF-8");
-  const EnvironmentGuard lang("LANG", "ja");
-  std::string enc;
-  EXPECT_EQ(getEncoding(enc), "euc");
+  expectEncoding("euc", {"ja"});
+  expectEncoding("C", {nullptr});
 }
 
 // --- the counters --------------------------------------------------------------------------------

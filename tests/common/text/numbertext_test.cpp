@@ -9,6 +9,7 @@
 namespace {
 
 TEST(Commas, Numbers_HaveOneAfterEveryThreePlacesFromTheRight) {
+  // The minus sign is a place.
   const struct {
     long long value;
     const char* text;
@@ -24,7 +25,7 @@ TEST(Commas, Numbers_HaveOneAfterEveryThreePlacesFromTheRight) {
                {1234567, "1,234,567"},
                {-1, "-1"},
                {-12, "-12"},
-               {-123, "-,123"},  // the minus sign is a place
+               {-123, "-,123"},
                {-1234, "-1,234"},
                {-12345, "-12,345"},
                {-123456, "-,123,456"},

@@ -52,34 +52,9 @@ TEST(GetEncoding, Lang_GivesItsEncodingInAnyCaseAndEveryOtherNameIsC) {
                          "JA", "JAPANESE.EUC", "JA_jp.EUCjp"});
   expectEncoding("sjis", {"ja_JP.SJIS", "japanese.sjis", "ja_jp.sjis", "Japanese.SJIS"});
   expectEncoding("utf8", {"ja_JP.UTF-8", "ja_JP.UTF8", "ja_JP.utf8", "JA_JP.utf-8"});
-  expectEncoding("C", {nullptr,
-                       "",
-                       "C",
-                       "POSIX",
-                       "en_US.UTF-8",
-                       "C.UTF-8",
-                       "UTF-8",
-                       "utf8",
-                       "euc",
-                       "sjis",
-                       "j",
-                       "jaa",
-                       " ja",
-                       "ja ",
-                       "ja_",
-                       "ja_J",
-                       "ja_JP.",
-                       "ja_JP.euc",
-                       "ja_JP.eucJP.x",
-                       "ja_JP.UTF",
-                       "ja_JP.UTF-88",
-                       "ja_JP.UTF_8",
-                       "ja_JP.UTF-8@x",
-                       "japanese.ujis",
-                       "japanese.utf8",
-                       "ja_JP.SJI",
-                       "ja.UTF-8",
-                       "\xe6\xbc"});
+  expectEncoding("C", {nullptr, "", "C", "en_US.UTF-8", "utf8", "euc", "j", "jaa", " ja", "ja ",
+                       "ja_", "ja_JP.", "ja_JP.euc", "ja_JP.eucJP.x", "ja_JP.UTF", "ja_JP.UTF-88",
+                       "japanese.utf8", "\xe6\xbc"});
   EXPECT_EQ(log.bytes(), "");
 }
 

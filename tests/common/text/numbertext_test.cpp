@@ -14,11 +14,9 @@ TEST(Commas, Numbers_HaveOneAfterEveryThreePlacesFromTheRight) {
     long long value;
     const char* text;
   } kRows[] = {{0, "0"},
-               {9, "9"},
                {99, "99"},
                {999, "999"},
                {1000, "1,000"},
-               {9999, "9,999"},
                {10000, "10,000"},
                {999999, "999,999"},
                {1000000, "1,000,000"},
@@ -59,18 +57,13 @@ TEST(ToInt, Texts_GiveTheNumberAtTheirStart) {
                {"-7", -7},
                {"+7", 7},
                {" \t\n7", 7},
-               {"7 ", 7},
                {"12\t/path", 12},
                {"007", 7},
                {"0x10", 0},
-               {"1e3", 1},
                {"x7", 0},
                {"- 7", 0},
-               {"--7", 0},
                {"\xef\xbc\x97", 0},
-               {"2147483646", INT_MAX - 1},
                {"2147483647", INT_MAX},
-               {"-2147483647", INT_MIN + 1},
                {"-2147483648", INT_MIN}};
   for (const auto& row : kRows) {
     EXPECT_EQ(toInt(row.text), row.number) << row.text;

@@ -15,30 +15,22 @@ TEST(MatchWild, Names_MatchAsShellPatternsDo) {
     int result;
   } kRows[] = {
       {"", "", 1},
-      {"", "a", 0},
-      {"a", "", 0},
       {"a", "a", 1},
       {"a", "A", 0},
-      {"a", "a ", 0},
       {"*", "", 1},
-      {"*", "abc", 1},
       {"*", ".hidden", 1},  // a leading period is an ordinary byte
       {"*.tar", "a.tar", 1},
       {"*.tar", "a.tar.gz", 0},
       {"?", "a", 1},
-      {"?", "", 0},
       {"?", "ab", 0},
       {"[a-c]x", "bx", 1},
       {"[a-c]x", "dx", 0},
       {"[!a]", "b", 1},
-      {"[!a]", "a", 0},
       {"\xe6*", "\xe6\xbc\xa2", 1},
       // a slash is matched by a slash only
       {"*", "a/b", 0},
-      {"a?b", "a/b", 0},
       {"a[/]b", "a/b", 0},
       {"*/*", "a/b", 1},
-      {"/d/*", "/d/x", 1},
       {"/d/*", "/d/x/y", 0},
       // a backslash is an ordinary byte
       {"\\*", "*", 0},

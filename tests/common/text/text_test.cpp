@@ -1,13 +1,18 @@
 #include "common/text/text.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <chrono>
+#include <csignal>
+#include <cstdio>
 #include <cstring>
+#include <functional>
 #include <string>
 
-#include "support/aborttext.h"
 #include "support/actionlog.h"
+#include "support/childrun.h"
 
 namespace {
 
@@ -236,7 +241,25 @@ TEST(CountLines, Texts_AreCountedByTheirLineFeeds) {
   for (const auto& row : kRows) EXPECT_EQ(countLines(row.text.c_str()), row.lines) << row.text;
 }
 
-TEST(NullDeathTest, EitherNull_PrintsTheAssertionAndAborts) {
+/// Runs `body` in a child, which must end by abort(3), and gives what it printed on standard error,
+/// with the child's own process id as "<pid>".
+std::string abortText(const std::function<void()>& body) {
+  const ChildResult child = runInChild([&body] {
+    const rlimit none = {0, 0};
+    ::setrlimit(RLIMIT_CORE, &none);
+    std::printf("P=%d", static_cast<int>(::getpid()));
+    std::fflush(stdout);
+    body();
+    return 0;
+  });
+  EXPECT_EQ(child.signal(), SIGABRT);
+  std::string text = child.err;
+  const std::size_t at = text.find(child.out + "\n");
+  if (at != std::string::npos) text.replace(at, child.out.size(), "P=<pid>");
+  return text;
+}
+
+TEST(StrlcpyAndCountLinesDeathTest, Null_PrintsTheAssertionAndAborts) {
   const std::string start = "*** assertion failed,P=<pid>\n*** common.cpp:";
   const CapturedLog log(CapturedLog::Level::kTrace);
   char dst[] = "###";

@@ -56,14 +56,14 @@ class ActionLog : public testing::Test {
 // --- which file, which level ---------------------------------------------------------------------
 
 TEST_F(ActionLog, BeforeInit_NothingIsWrittenAnywhere) {
-  const ChildResult child = runInChild({{"TANEX_LOG", path}}, [&] {
-    const EnvironmentGuard trace("TANEX_LOG_LEVEL", "LOG_LEVEL_TRACE");
-    if (::chdir(dir.path().c_str()) != 0) return 1;
-    CLog log;
-    log.ilog("information");
-    log.tlog("trace");
-    return log.isTraceOn() ? 2 : 0;
-  });
+  const ChildResult child =
+      runInChild({{"TANEX_LOG", path}, {"TANEX_LOG_LEVEL", "LOG_LEVEL_TRACE"}}, [&] {
+        if (::chdir(dir.path().c_str()) != 0) return 1;
+        CLog log;
+        log.ilog("information");
+        log.tlog("trace");
+        return log.isTraceOn() ? 2 : 0;
+      });
   EXPECT_EQ(child.exitCode(), 0);
   EXPECT_EQ(child.out + child.err, "");
   EXPECT_EQ(namesIn(dir.path()), Texts());

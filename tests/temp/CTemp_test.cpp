@@ -185,6 +185,13 @@ TEST_F(TempArea, WhatCannotBeMade_IsTriedTenTimesWithTheSameLines) {
   const Texts noParent = inOrder({{beginning(file + "/x", "pre")},
                                   makingOf(file + "/x", 1),
                                   {"VUQ90101L : failed to makeDir:" + file + "/x"}});
+  const std::string noName = "VUQ90102L : failed to tempnam():Not a directory";
+  const Texts noDirectory = inOrder({{beginning("/proc", "pre")},
+                                     makingOf("/proc/pre<name>_", 1),
+                                     {"VUQ90103L : failed to create dir:/proc/pre<name>_"}});
+  const std::string noFile =
+      "[I](CTemp:132):failed to mkstemp():No such file or directory:templ=" + parent +
+      "/no/preXXXXXX";
   const struct {
     const char* prefix;
     std::string parent;
@@ -197,20 +204,9 @@ TEST_F(TempArea, WhatCannotBeMade_IsTriedTenTimesWithTheSameLines) {
       {"pre", file, 0, {beginning(file, "pre"), isFile}},
       {"pre", file + "/x", 1, noParent},
       {"pre", file + "/x", 0, noParent},
-      {"f/x",
-       parent,
-       1,
-       {beginning(parent, "f/x"), "VUQ90102L : failed to tempnam():Not a directory"}},
-      {"pre", "/proc", 1,
-       inOrder({{beginning("/proc", "pre")},
-                makingOf("/proc/pre<name>_", 1),
-                {"VUQ90103L : failed to create dir:/proc/pre<name>_"}})},
-      {"no/pre",
-       parent,
-       0,
-       {beginning(parent, "no/pre"),
-        "[I](CTemp:132):failed to mkstemp():No such file or directory:templ=" + parent +
-            "/no/preXXXXXX"}},
+      {"f/x", parent, 1, {beginning(parent, "f/x"), noName}},
+      {"pre", "/proc", 1, noDirectory},
+      {"no/pre", parent, 0, {beginning(parent, "no/pre"), noFile}},
   };
   for (const auto& row : kRows) {
     for (const std::size_t attempts : {1u, 10u}) {

@@ -92,7 +92,9 @@ TEST(EucCount, EveryKindOfByte_SkipsWhatBelongsToIt) {
                 {"\xff\x8e", 1},
                 {"\xa4", 1},
                 {"\xa4\xa2\xa4\xa4\xa4", 3},
-                {"\x8e\xb1\x8f\xa1\xa1\xa4\xa2\x41", 4}});
+                {"\x8e\xb1z", 2},  // each skips no more than its own bytes
+                {"\x8f\xa1\xa1z", 2},
+                {"\xa4\xa2z", 2}});
 }
 
 TEST(Utf8Count, EveryLeadByte_SkipsItsLength) {

@@ -48,9 +48,9 @@ TEST(CVuqRmgLibBinding, StartAndStopGiveTheLibrarysResult) {
   fake.stopResult = -6;
   CVuqRmgLib client;
   int value = 0;
-  EXPECT_EQ(-5, client.RM_StartComm(value));
-  EXPECT_EQ(-6, client.RM_StopComm());
-  EXPECT_EQ((Calls{"StartComm(0)", "StopComm"}), fake.calls);
+  EXPECT_EQ(client.RM_StartComm(value), -5);
+  EXPECT_EQ(client.RM_StopComm(), -6);
+  EXPECT_EQ(fake.calls, (Calls{"StartComm(0)", "StopComm"}));
 }
 
 TEST(CVuqRmgLibBinding, CommunicatePassesEveryArgument) {
@@ -62,14 +62,14 @@ TEST(CVuqRmgLibBinding, CommunicatePassesEveryArgument) {
   char second[] = "/b";
   char* paths[] = {first, second};
   int block[3] = {};
-  EXPECT_EQ(-79, client.RM_Communicate(0x40016, 0, 0, text, block));
-  EXPECT_EQ(1, block[0]);
-  EXPECT_EQ(-25, block[1]);
-  EXPECT_EQ(-79, client.RM_Communicate(0x4010d, 3, 2, paths, block));
-  EXPECT_EQ(-79, client.RM_Communicate(0xffffffffUL, 0, 0, nullptr, block));
-  EXPECT_EQ((Calls{"Communicate(0x40016, 0, 0, hello)", "Communicate(0x4010d, 3, 2, [/a /b])",
-                   "Communicate(0xffffffff, 0, 0, NULL)"}),
-            fake.calls);
+  EXPECT_EQ(client.RM_Communicate(0x40016, 0, 0, text, block), -79);
+  EXPECT_EQ(block[0], 1);
+  EXPECT_EQ(block[1], -25);
+  EXPECT_EQ(client.RM_Communicate(0x4010d, 3, 2, paths, block), -79);
+  EXPECT_EQ(client.RM_Communicate(0xffffffffUL, 0, 0, nullptr, block), -79);
+  EXPECT_EQ(fake.calls,
+            (Calls{"Communicate(0x40016, 0, 0, hello)", "Communicate(0x4010d, 3, 2, [/a /b])",
+                   "Communicate(0xffffffff, 0, 0, NULL)"}));
 }
 
 TEST(CVuqRmgLibBinding, GetIdWritesDecimal) {
@@ -88,10 +88,10 @@ TEST(CVuqRmgLibBinding, GetIdWritesDecimal) {
     char text[4096];
     std::memset(text, 'x', sizeof text);
     fake.id = c.id;
-    EXPECT_EQ(0, client.RMG_GetID(text));
-    EXPECT_STREQ(c.text, text);
-    EXPECT_EQ(0, client.GetID(text));
-    EXPECT_STREQ(c.text, text);
+    EXPECT_EQ(client.RMG_GetID(text), 0);
+    EXPECT_STREQ(text, c.text);
+    EXPECT_EQ(client.GetID(text), 0);
+    EXPECT_STREQ(text, c.text);
   }
 }
 
@@ -100,20 +100,20 @@ TEST(CVuqRmgLibBinding, GetIdWritesAlsoWhenTheLibraryFails) {
   fake.idResult = -3;
   CVuqRmgLib client;
   char text[4096] = "old";
-  EXPECT_EQ(-3, client.RMG_GetID(text));
-  EXPECT_STREQ("4711", text);
+  EXPECT_EQ(client.RMG_GetID(text), -3);
+  EXPECT_STREQ(text, "4711");
   fake.storesId = false;
-  EXPECT_EQ(-3, client.GetID(text));
-  EXPECT_STREQ("0", text);
+  EXPECT_EQ(client.GetID(text), -3);
+  EXPECT_STREQ(text, "0");
 }
 
 TEST(CVuqRmgLibBinding, GetIdWithoutBufferOnlyAsks) {
   FakeKelcom fake;
   fake.idResult = -3;
   CVuqRmgLib client;
-  EXPECT_EQ(-3, client.RMG_GetID(nullptr));
-  EXPECT_EQ(-3, client.GetID(nullptr));
-  EXPECT_EQ((Calls{"GetID", "GetID"}), fake.calls);
+  EXPECT_EQ(client.RMG_GetID(nullptr), -3);
+  EXPECT_EQ(client.GetID(nullptr), -3);
+  EXPECT_EQ(fake.calls, (Calls{"GetID", "GetID"}));
 }
 
 TEST(CVuqRmgLibBinding, GetStatusGivesWordAndResult) {
@@ -122,10 +122,10 @@ TEST(CVuqRmgLibBinding, GetStatusGivesWordAndResult) {
   fake.statusResult = -8;
   CVuqRmgLib client;
   int word = 0;
-  EXPECT_EQ(-8, client.RMG_GetStatus(word));
-  EXPECT_EQ(kStopped, word);
-  EXPECT_EQ(0, client.getLastStatus()) << "the binding alone remembers nothing";
-  EXPECT_EQ((Calls{"GetStatus(0)"}), fake.calls);
+  EXPECT_EQ(client.RMG_GetStatus(word), -8);
+  EXPECT_EQ(word, kStopped);
+  EXPECT_EQ(client.getLastStatus(), 0) << "the binding alone remembers nothing";
+  EXPECT_EQ(fake.calls, (Calls{"GetStatus(0)"}));
 }
 
 // --- start and stop ------------------------------------------------------------------------------
@@ -134,17 +134,17 @@ TEST(CVuqRmgLibCom, StartedAndStopped) {
   FakeKelcom fake;
   CVuqRmgLib client;
   client.startCom();
-  EXPECT_NE(std::string::npos, client.to_s().find("m_startedCom      = true\n"));
+  EXPECT_NE(client.to_s().find("m_startedCom      = true\n"), std::string::npos);
   client.stopCom();
-  EXPECT_NE(std::string::npos, client.to_s().find("m_startedCom      = false\n"));
-  EXPECT_EQ((Calls{"StartComm(0)", "StopComm"}), fake.calls);
+  EXPECT_NE(client.to_s().find("m_startedCom      = false\n"), std::string::npos);
+  EXPECT_EQ(fake.calls, (Calls{"StartComm(0)", "StopComm"}));
 }
 
 TEST(CVuqRmgLibCom, StartHandsOverAZero) {
   FakeKelcom fake;
   CVuqRmgLib client;
   client.startCom();
-  EXPECT_EQ(0, fake.startValue);
+  EXPECT_EQ(fake.startValue, 0);
 }
 
 TEST(CVuqRmgLibCom, RefusedStartThrowsItsResult) {
@@ -158,12 +158,12 @@ TEST(CVuqRmgLibCom, RefusedStartThrowsItsResult) {
         client.startCom();
         ADD_FAILURE() << "started with " << result;
       } catch (const CVuqRmgLib::FailRM_StartCommException& e) {
-        EXPECT_EQ(result, e.code());
-        EXPECT_STREQ("FailRM_StartCommException", e.what());
+        EXPECT_EQ(e.code(), result);
+        EXPECT_STREQ(e.what(), "FailRM_StartCommException");
       }
-      EXPECT_NE(std::string::npos, client.to_s().find("m_startedCom      = false\n"));
+      EXPECT_NE(client.to_s().find("m_startedCom      = false\n"), std::string::npos);
     }
-    EXPECT_EQ((Calls{"StartComm(0)"}), fake.calls) << "nothing was started, nothing is stopped";
+    EXPECT_EQ(fake.calls, (Calls{"StartComm(0)"})) << "nothing was started, nothing is stopped";
   }
 }
 
@@ -173,7 +173,7 @@ TEST(CVuqRmgLibCom, DestroyingAStartedInstanceStopsOnce) {
     CVuqRmgLib client;
     client.startCom();
   }
-  EXPECT_EQ((Calls{"StartComm(0)", "StopComm"}), fake.calls);
+  EXPECT_EQ(fake.calls, (Calls{"StartComm(0)", "StopComm"}));
 }
 
 TEST(CVuqRmgLibCom, DestroyingAfterStopStopsNoMore) {
@@ -183,13 +183,13 @@ TEST(CVuqRmgLibCom, DestroyingAfterStopStopsNoMore) {
     client.startCom();
     client.stopCom();
   }
-  EXPECT_EQ((Calls{"StartComm(0)", "StopComm"}), fake.calls);
+  EXPECT_EQ(fake.calls, (Calls{"StartComm(0)", "StopComm"}));
 }
 
 TEST(CVuqRmgLibCom, DestroyingAFreshInstanceCallsNothing) {
   FakeKelcom fake;
   { CVuqRmgLib client; }
-  EXPECT_EQ(Calls(), fake.calls);
+  EXPECT_EQ(fake.calls, Calls());
 }
 
 TEST(CVuqRmgLibCom, DirectStopLeavesTheSecondOneToTheDestructor) {
@@ -198,9 +198,9 @@ TEST(CVuqRmgLibCom, DirectStopLeavesTheSecondOneToTheDestructor) {
     CVuqRmgLib client;
     client.startCom();
     client.CVuqRmgLibImpl::RM_StopComm();
-    EXPECT_NE(std::string::npos, client.to_s().find("m_startedCom      = true\n"));
+    EXPECT_NE(client.to_s().find("m_startedCom      = true\n"), std::string::npos);
   }
-  EXPECT_EQ((Calls{"StartComm(0)", "StopComm", "StopComm"}), fake.calls);
+  EXPECT_EQ(fake.calls, (Calls{"StartComm(0)", "StopComm", "StopComm"}));
 }
 
 TEST(CVuqRmgLibCom, ResultOfTheStopIsDropped) {
@@ -210,9 +210,9 @@ TEST(CVuqRmgLibCom, ResultOfTheStopIsDropped) {
     CVuqRmgLib client;
     client.startCom();
     client.stopCom();
-    EXPECT_NE(std::string::npos, client.to_s().find("m_startedCom      = false\n"));
+    EXPECT_NE(client.to_s().find("m_startedCom      = false\n"), std::string::npos);
   }
-  EXPECT_EQ((Calls{"StartComm(0)", "StopComm"}), fake.calls);
+  EXPECT_EQ(fake.calls, (Calls{"StartComm(0)", "StopComm"}));
 }
 
 TEST(CVuqRmgLibCom, StopWithoutStartReachesTheLibrary) {
@@ -221,7 +221,7 @@ TEST(CVuqRmgLibCom, StopWithoutStartReachesTheLibrary) {
     CVuqRmgLib client;
     client.stopCom();
   }
-  EXPECT_EQ((Calls{"StopComm"}), fake.calls);
+  EXPECT_EQ(fake.calls, (Calls{"StopComm"}));
 }
 
 TEST(CVuqRmgLibCom, IntegerThrownByTheStopPassesAndLeavesItStarted) {
@@ -235,7 +235,7 @@ TEST(CVuqRmgLibCom, IntegerThrownByTheStopPassesAndLeavesItStarted) {
     client.startCom();
     EXPECT_THROW(client.stopCom(), int);
   }
-  EXPECT_EQ((Calls{"StartComm(0)", "StopComm", "StopComm"}), fake.calls);
+  EXPECT_EQ(fake.calls, (Calls{"StartComm(0)", "StopComm", "StopComm"}));
 }
 
 TEST(CVuqRmgLibCom, IntegerThrownByTheDestructorsStopIsDropped) {
@@ -247,7 +247,7 @@ TEST(CVuqRmgLibCom, IntegerThrownByTheDestructorsStopIsDropped) {
     CVuqRmgLib client;
     client.startCom();
   });
-  EXPECT_EQ((Calls{"StartComm(0)", "StopComm"}), fake.calls);
+  EXPECT_EQ(fake.calls, (Calls{"StartComm(0)", "StopComm"}));
 }
 
 TEST(CVuqRmgLibCom, ObjectThrownByTheDestructorsStopEndsTheProcess) {
@@ -261,8 +261,8 @@ TEST(CVuqRmgLibCom, ObjectThrownByTheDestructorsStopEndsTheProcess) {
     client.startCom();
     return 0;
   });
-  EXPECT_EQ(SIGABRT, child.signal()) << child.status;
-  EXPECT_EQ("StartComm\nStopComm\n", child.out);
+  EXPECT_EQ(child.signal(), SIGABRT) << child.status;
+  EXPECT_EQ(child.out, "StartComm\nStopComm\n");
 }
 
 /// How a child ends in which the start throws `thrown`, everything being caught around it.
@@ -283,11 +283,11 @@ int signalOfThrowingStart(const Thrown& thrown) {
 }
 
 TEST(CVuqRmgLibCom, StartLetsNoOtherExceptionOut) {
-  EXPECT_EQ(SIGABRT, signalOfThrowingStart(5));
-  EXPECT_EQ(SIGABRT, signalOfThrowingStart(0));
-  EXPECT_EQ(SIGABRT, signalOfThrowingStart(std::runtime_error("start")));
-  EXPECT_EQ(SIGABRT, signalOfThrowingStart(CVuqRmgLib::CVuqRmgLibException(1)));
-  EXPECT_EQ(SIGABRT, signalOfThrowingStart(CVuqRmgLib::FailRM_SetEnvException(1)));
+  EXPECT_EQ(signalOfThrowingStart(5), SIGABRT);
+  EXPECT_EQ(signalOfThrowingStart(0), SIGABRT);
+  EXPECT_EQ(signalOfThrowingStart(std::runtime_error("start")), SIGABRT);
+  EXPECT_EQ(signalOfThrowingStart(CVuqRmgLib::CVuqRmgLibException(1)), SIGABRT);
+  EXPECT_EQ(signalOfThrowingStart(CVuqRmgLib::FailRM_SetEnvException(1)), SIGABRT);
 }
 
 TEST(CVuqRmgLibCom, StartEndsThroughTerminate) {
@@ -302,8 +302,8 @@ TEST(CVuqRmgLibCom, StartEndsThroughTerminate) {
     client.startCom();
     return 0;
   });
-  EXPECT_EQ(3, child.exitCode());
-  EXPECT_EQ("terminate\n", child.out);
+  EXPECT_EQ(child.exitCode(), 3);
+  EXPECT_EQ(child.out, "terminate\n");
 }
 
 // --- exchange ------------------------------------------------------------------------------------
@@ -314,28 +314,28 @@ TEST(CVuqRmgLibCommunicate, FillsTheRecord) {
   OpenClient client;
   client.fillRecord();
   char text[] = "hello";
-  EXPECT_EQ(-79, client.Communicate(0x40016, 0, 0, text));
-  EXPECT_EQ((std::vector<int>{-79, 1, -25, 0}), client.record());
-  EXPECT_STREQ("(SMTP) RL:-79,ZW-Agent:-25,Mailsvr:\"\"", client.toString1line());
-  EXPECT_EQ((Calls{"Communicate(0x40016, 0, 0, hello)"}), fake.calls);
+  EXPECT_EQ(client.Communicate(0x40016, 0, 0, text), -79);
+  EXPECT_EQ(client.record(), (std::vector<int>{-79, 1, -25, 0}));
+  EXPECT_STREQ(client.toString1line(), "(SMTP) RL:-79,ZW-Agent:-25,Mailsvr:\"\"");
+  EXPECT_EQ(fake.calls, (Calls{"Communicate(0x40016, 0, 0, hello)"}));
 }
 
 TEST(CVuqRmgLibCommunicate, ErrorWordsAreZeroBeforeTheCall) {
   FakeKelcom fake;
   fake.storesError = false;
   CVuqRmgLib client;
-  EXPECT_EQ(0, client.Communicate(1, 0, 0, nullptr));
-  for (const int word : fake.errorBefore) EXPECT_EQ(0, word);
-  EXPECT_EQ(0, client.getLastZWErrType());
+  EXPECT_EQ(client.Communicate(1, 0, 0, nullptr), 0);
+  for (const int word : fake.errorBefore) EXPECT_EQ(word, 0);
+  EXPECT_EQ(client.getLastZWErrType(), 0);
 }
 
 TEST(CVuqRmgLibCommunicate, SuccessClearsTheRecord) {
   FakeKelcom fake;
   OpenClient client;
   client.fillRecord();
-  EXPECT_EQ(0, client.Communicate(0x40016, 0, 0, nullptr));
-  EXPECT_EQ((std::vector<int>{0, 0, 0, 0}), client.record());
-  EXPECT_STREQ("", client.toString1line());
+  EXPECT_EQ(client.Communicate(0x40016, 0, 0, nullptr), 0);
+  EXPECT_EQ(client.record(), (std::vector<int>{0, 0, 0, 0}));
+  EXPECT_STREQ(client.toString1line(), "");
 }
 
 TEST(CVuqRmgLibCommunicate, PassesTheReservedWordOn) {
@@ -344,7 +344,7 @@ TEST(CVuqRmgLibCommunicate, PassesTheReservedWordOn) {
   char path[] = "/a";
   char* paths[] = {path};
   client.Communicate(1, 2, 1, paths);
-  EXPECT_EQ((Calls{"Communicate(0x1, 2, 1, [/a])"}), fake.calls);
+  EXPECT_EQ(fake.calls, (Calls{"Communicate(0x1, 2, 1, [/a])"}));
 }
 
 TEST(CVuqRmgLibCommunicate, RecordIsClearedBeforeTheCall) {
@@ -355,8 +355,8 @@ TEST(CVuqRmgLibCommunicate, RecordIsClearedBeforeTheCall) {
   fake.onCall = [&](const std::string&) { during = client.record(); };
   fake.reply = {-1, 2, 3};
   client.Communicate(1, 0, 0, nullptr);
-  EXPECT_EQ((std::vector<int>{0, 0, 0, 0}), during);
-  EXPECT_EQ((std::vector<int>{-1, 2, 3, 0}), client.record());
+  EXPECT_EQ(during, (std::vector<int>{0, 0, 0, 0}));
+  EXPECT_EQ(client.record(), (std::vector<int>{-1, 2, 3, 0}));
 }
 
 TEST(CVuqRmgLibCommunicate, RecordIsClearedWhenTheLibraryThrows) {
@@ -365,7 +365,7 @@ TEST(CVuqRmgLibCommunicate, RecordIsClearedWhenTheLibraryThrows) {
   OpenClient client;
   client.fillRecord();
   EXPECT_THROW(client.Communicate(1, 0, 0, nullptr), int);
-  EXPECT_EQ((std::vector<int>{0, 0, 0, 0}), client.record());
+  EXPECT_EQ(client.record(), (std::vector<int>{0, 0, 0, 0}));
 }
 
 TEST(CVuqRmgLibCommunicate, NotifySendsTextWithoutItems) {
@@ -374,11 +374,11 @@ TEST(CVuqRmgLibCommunicate, NotifySendsTextWithoutItems) {
   CVuqRmgLib client;
   char text[] = "INCNO=\"1\"";
   char reply[] = "reply";
-  EXPECT_EQ(-2, client.sendNotify(0x40017, text, reply));
-  EXPECT_EQ(-2, client.sendNotify(0x40016, nullptr, nullptr));
-  EXPECT_EQ((Calls{"Communicate(0x40017, 0, 0, INCNO=\"1\")", "Communicate(0x40016, 0, 0, NULL)"}),
-            fake.calls);
-  EXPECT_STREQ("reply", reply);
+  EXPECT_EQ(client.sendNotify(0x40017, text, reply), -2);
+  EXPECT_EQ(client.sendNotify(0x40016, nullptr, nullptr), -2);
+  EXPECT_EQ(fake.calls,
+            (Calls{"Communicate(0x40017, 0, 0, INCNO=\"1\")", "Communicate(0x40016, 0, 0, NULL)"}));
+  EXPECT_STREQ(reply, "reply");
 }
 
 TEST(CVuqRmgLibCommunicate, DataSendsItsItems) {
@@ -389,11 +389,11 @@ TEST(CVuqRmgLibCommunicate, DataSendsItsItems) {
   char second[] = "/b c";
   char* paths[] = {first, second};
   char reply[] = "reply";
-  EXPECT_EQ(-2, client.sendData(0x4010d, paths, 2, reply));
-  EXPECT_EQ(-2, client.sendData(0x4010b, paths, 1, nullptr));
-  EXPECT_EQ((Calls{"Communicate(0x4010d, 0, 2, [/a /b c])", "Communicate(0x4010b, 0, 1, [/a])"}),
-            fake.calls);
-  EXPECT_STREQ("reply", reply);
+  EXPECT_EQ(client.sendData(0x4010d, paths, 2, reply), -2);
+  EXPECT_EQ(client.sendData(0x4010b, paths, 1, nullptr), -2);
+  EXPECT_EQ(fake.calls,
+            (Calls{"Communicate(0x4010d, 0, 2, [/a /b c])", "Communicate(0x4010b, 0, 1, [/a])"}));
+  EXPECT_STREQ(reply, "reply");
 }
 
 TEST(CVuqRmgLibCommunicate, ExchangesAreAllowedBeforeTheStart) {
@@ -403,7 +403,7 @@ TEST(CVuqRmgLibCommunicate, ExchangesAreAllowedBeforeTheStart) {
     client.Communicate(1, 0, 0, nullptr);
     client.isOperate();
   }
-  EXPECT_EQ((Calls{"Communicate(0x1, 0, 0, NULL)", "GetStatus(0)"}), fake.calls);
+  EXPECT_EQ(fake.calls, (Calls{"Communicate(0x1, 0, 0, NULL)", "GetStatus(0)"}));
 }
 
 }  // namespace

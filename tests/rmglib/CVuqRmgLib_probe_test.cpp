@@ -25,7 +25,7 @@ class LibraryPath {
 };
 
 TEST(IsKelExist, DefaultPathIsTheMakers) {
-  EXPECT_STREQ("/opt/QZKBkel/lib/libkelcom.so", REPRESENTLIB);
+  EXPECT_STREQ(REPRESENTLIB, "/opt/QZKBkel/lib/libkelcom.so");
 }
 
 TEST(IsKelExist, File) {
@@ -41,9 +41,9 @@ TEST(IsKelExist, LinkCountsAsItsTarget) {
   const std::string toFile = dir / "to-file";
   const std::string toDir = dir / "to-dir";
   const std::string toNothing = dir / "to-nothing";
-  ASSERT_EQ(0, ::symlink(file.c_str(), toFile.c_str()));
-  ASSERT_EQ(0, ::symlink("/tmp", toDir.c_str()));
-  ASSERT_EQ(0, ::symlink("/nowhere/at/all", toNothing.c_str()));
+  ASSERT_EQ(::symlink(file.c_str(), toFile.c_str()), 0);
+  ASSERT_EQ(::symlink("/tmp", toDir.c_str()), 0);
+  ASSERT_EQ(::symlink("/nowhere/at/all", toNothing.c_str()), 0);
   EXPECT_TRUE((LibraryPath(toFile.c_str()), isKelExist()));
   EXPECT_FALSE((LibraryPath(toDir.c_str()), isKelExist()));
   EXPECT_FALSE((LibraryPath(toNothing.c_str()), isKelExist()));
@@ -85,14 +85,14 @@ TEST(IsDovraInstalled, AnswerIsTheFifthOfFiveFlags) {
   constexpr std::size_t kFlags = sizeof(void*);  // after the table of operations
   constexpr std::size_t kHandles = 2 * sizeof(void*);
   const std::string noHandles(sizeof(std::vector<void*>), '\0');
-  EXPECT_EQ(made.bytes(kFlags, 5), std::string(5, '\0'));
-  EXPECT_EQ(made.bytes(kHandles, noHandles.size()), noHandles);
+  EXPECT_EQ(std::string(5, '\0'), made.bytes(kFlags, 5));
+  EXPECT_EQ(noHandles, made.bytes(kHandles, noHandles.size()));
   EXPECT_TRUE(made.object().isDovraInstalled());
-  EXPECT_EQ(made.bytes(kFlags, 5), std::string("\0\0\0\0\1", 5));
+  EXPECT_EQ(std::string("\0\0\0\0\1", 5), made.bytes(kFlags, 5));
   ::unlink(file.c_str());
   EXPECT_FALSE(made.object().isDovraInstalled());
-  EXPECT_EQ(made.bytes(kFlags, 5), std::string(5, '\0'));
-  EXPECT_EQ(made.bytes(kHandles, noHandles.size()), noHandles) << "nothing is ever loaded";
+  EXPECT_EQ(std::string(5, '\0'), made.bytes(kFlags, 5));
+  EXPECT_EQ(noHandles, made.bytes(kHandles, noHandles.size())) << "nothing is ever loaded";
 }
 
 }  // namespace

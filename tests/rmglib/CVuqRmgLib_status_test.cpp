@@ -21,31 +21,31 @@ TEST(CVuqRmgLibStatus, EveryPredicateWithEveryWord) {
   for (const int word : words) {
     SCOPED_TRACE(word);
     fake.status = word;
-    EXPECT_EQ(word == kOperating, client.isOperate());
-    EXPECT_EQ(word == kMaintenance, client.isMaintenance());
-    EXPECT_EQ(word == kStopped, client.isStop());
-    EXPECT_EQ(word == kMaintenanceStop, client.isMaintenanceStop());
-    EXPECT_EQ(word, client.getLastStatus());
+    EXPECT_EQ(client.isOperate(), word == kOperating);
+    EXPECT_EQ(client.isMaintenance(), word == kMaintenance);
+    EXPECT_EQ(client.isStop(), word == kStopped);
+    EXPECT_EQ(client.isMaintenanceStop(), word == kMaintenanceStop);
+    EXPECT_EQ(client.getLastStatus(), word);
   }
 }
 
 TEST(CVuqRmgLibStatus, EachPredicateQueriesAndRemembers) {
   FakeKelcom fake;
   CVuqRmgLib client;
-  EXPECT_EQ(0, client.getLastStatus());
+  EXPECT_EQ(client.getLastStatus(), 0);
   fake.status = 1;
   client.isOperate();
-  EXPECT_EQ(1, client.getLastStatus());
+  EXPECT_EQ(client.getLastStatus(), 1);
   fake.status = 2;
   client.isMaintenance();
-  EXPECT_EQ(2, client.getLastStatus());
+  EXPECT_EQ(client.getLastStatus(), 2);
   fake.status = 3;
   client.isStop();
-  EXPECT_EQ(3, client.getLastStatus());
+  EXPECT_EQ(client.getLastStatus(), 3);
   fake.status = 4;
   client.isMaintenanceStop();
-  EXPECT_EQ(4, client.getLastStatus());
-  EXPECT_EQ(Calls(4, "GetStatus(0)"), fake.calls) << "asking for the last status queries nothing";
+  EXPECT_EQ(client.getLastStatus(), 4);
+  EXPECT_EQ(fake.calls, Calls(4, "GetStatus(0)")) << "asking for the last status queries nothing";
 }
 
 TEST(CVuqRmgLibStatus, FailedQueryIsNoStateButKeepsTheWord) {
@@ -60,7 +60,7 @@ TEST(CVuqRmgLibStatus, FailedQueryIsNoStateButKeepsTheWord) {
       EXPECT_FALSE(client.isMaintenance());
       EXPECT_FALSE(client.isStop());
       EXPECT_FALSE(client.isMaintenanceStop());
-      EXPECT_EQ(word, client.getLastStatus());
+      EXPECT_EQ(client.getLastStatus(), word);
     }
   }
 }
@@ -70,7 +70,7 @@ TEST(CVuqRmgLibStatus, FailedQueryWithOperatingWordIsNotOperating) {
   fake.statusResult = 1;
   CVuqRmgLib client;
   EXPECT_FALSE(client.isOperate());
-  EXPECT_EQ(0x20, client.getLastStatus());
+  EXPECT_EQ(client.getLastStatus(), 0x20);
 }
 
 TEST(CVuqRmgLibStatus, OperatingWithMaintenanceBitIsNothing) {
@@ -89,7 +89,7 @@ TEST(CVuqRmgLibStatus, QueryConnectionTellsSuccess) {
   CVuqRmgLib client;
   int word = 5;
   EXPECT_TRUE(client.queryConnection(word));
-  EXPECT_EQ(77, word);
+  EXPECT_EQ(word, 77);
   fake.statusResult = 1;
   EXPECT_FALSE(client.queryConnection(word));
   fake.statusResult = -1;
@@ -102,9 +102,9 @@ TEST(CVuqRmgLibStatus, GetStatusGivesResultAndRemembers) {
   fake.statusResult = -4;
   CVuqRmgLib client;
   int word = 0;
-  EXPECT_EQ(-4, client.GetStatus(word));
-  EXPECT_EQ(kMaintenance, word);
-  EXPECT_EQ(kMaintenance, client.getLastStatus());
+  EXPECT_EQ(client.GetStatus(word), -4);
+  EXPECT_EQ(word, kMaintenance);
+  EXPECT_EQ(client.getLastStatus(), kMaintenance);
 }
 
 TEST(CVuqRmgLibStatus, PredicatesStartFromZero) {
@@ -118,13 +118,13 @@ TEST(CVuqRmgLibStatus, PredicatesStartFromZero) {
   } client;
   int word = kOperating;
   client.GetStatus(word);
-  EXPECT_EQ(kOperating, client.getLastStatus());
+  EXPECT_EQ(client.getLastStatus(), kOperating);
   EXPECT_FALSE(client.isOperate());
-  EXPECT_EQ(0, client.getLastStatus());
+  EXPECT_EQ(client.getLastStatus(), 0);
   EXPECT_FALSE(client.isMaintenance());
   EXPECT_FALSE(client.isStop());
   EXPECT_FALSE(client.isMaintenanceStop());
-  EXPECT_EQ((std::vector<int>{kOperating, 0, 0, 0, 0}), client.given);
+  EXPECT_EQ(client.given, (std::vector<int>{kOperating, 0, 0, 0, 0}));
 }
 
 }  // namespace

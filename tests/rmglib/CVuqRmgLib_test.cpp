@@ -52,17 +52,17 @@ TEST(CVuqRmgLibTree, BasesStandInOrder) {
 
 TEST(CVuqRmgLibTree, OperationsStandInSlotOrder) {
   // The destructor takes the first two slots of each table.
-  EXPECT_EQ(2U, slotOf(static_cast<void (MLog::*)(std::string)>(&MLog::LOGDEBUG)));
-  EXPECT_EQ(3U, slotOf(static_cast<void (MLog::*)(const char*)>(&MLog::LOGDEBUG)));
-  EXPECT_EQ(4U, slotOf(&CVuqRmgLibImpl::RMG_GetStatus));
-  EXPECT_EQ(5U, slotOf(&CVuqRmgLibImpl::RMG_GetID));
-  EXPECT_EQ(0U, slotOf(&ICVuqRmg::getFuncEntry)) << "no destructor there";
-  EXPECT_EQ(2U, slotOf(&ICVuqRmgLib::isDovraInstalled));
-  EXPECT_EQ(3U, slotOf(&ICVuqRmgLib::loadLibrary));
-  EXPECT_EQ(4U, slotOf(&ICVuqRmgLib::scenarioLoadLibraries));
-  EXPECT_EQ(5U, slotOf(&ICVuqRmgLib::scenarioUnloadLibraries));
-  EXPECT_EQ(2U, slotOf(&CVuqRmgLib::CVuqRmgLibException::what));
-  EXPECT_EQ(3U, slotOf(&CVuqRmgLib::CVuqRmgLibException::code));
+  EXPECT_EQ(slotOf(static_cast<void (MLog::*)(std::string)>(&MLog::LOGDEBUG)), 2U);
+  EXPECT_EQ(slotOf(static_cast<void (MLog::*)(const char*)>(&MLog::LOGDEBUG)), 3U);
+  EXPECT_EQ(slotOf(&CVuqRmgLibImpl::RMG_GetStatus), 4U);
+  EXPECT_EQ(slotOf(&CVuqRmgLibImpl::RMG_GetID), 5U);
+  EXPECT_EQ(slotOf(&ICVuqRmg::getFuncEntry), 0U) << "no destructor there";
+  EXPECT_EQ(slotOf(&ICVuqRmgLib::isDovraInstalled), 2U);
+  EXPECT_EQ(slotOf(&ICVuqRmgLib::loadLibrary), 3U);
+  EXPECT_EQ(slotOf(&ICVuqRmgLib::scenarioLoadLibraries), 4U);
+  EXPECT_EQ(slotOf(&ICVuqRmgLib::scenarioUnloadLibraries), 5U);
+  EXPECT_EQ(slotOf(&CVuqRmgLib::CVuqRmgLibException::what), 2U);
+  EXPECT_EQ(slotOf(&CVuqRmgLib::CVuqRmgLibException::code), 3U);
 
   const std::vector<std::size_t> own = {
       slotOf(&CVuqRmgLib::GetStatus),      slotOf(&CVuqRmgLib::queryConnection),
@@ -77,7 +77,7 @@ TEST(CVuqRmgLibTree, OperationsStandInSlotOrder) {
       slotOf(&CVuqRmgLib::CheckUrl),       slotOf(&CVuqRmgLib::getCenterCode),
       slotOf(&CVuqRmgLib::getFuncEntry),
   };
-  for (std::size_t i = 0; i < own.size(); ++i) EXPECT_EQ(6 + i, own[i]) << "operation " << i;
+  for (std::size_t i = 0; i < own.size(); ++i) EXPECT_EQ(own[i], 6 + i) << "operation " << i;
 }
 
 TEST(CVuqRmgLibTree, FieldsOfTheClientStandInOrder) {
@@ -88,34 +88,34 @@ TEST(CVuqRmgLibTree, FieldsOfTheClientStandInOrder) {
   const std::string empty = made.bytes(0, sizeof(CVuqRmgLib));
   const char* start = reinterpret_cast<const char*>(&client);
   const auto id = static_cast<std::size_t>(client.getMachineID() - start);
-  EXPECT_EQ(empty.substr(id, 4096 + sizeof(int) + 1), std::string(4096 + sizeof(int) + 1, '\0'));
+  EXPECT_EQ(std::string(4096 + sizeof(int) + 1, '\0'), empty.substr(id, 4096 + sizeof(int) + 1));
 
   client.isOperate();
   client.startCom();
   int status = 0;
   std::memcpy(&status, made.bytes(id + 4096, sizeof status).data(), sizeof status);
-  EXPECT_EQ(made.bytes(id, 5), std::string("4711\0", 5));
-  EXPECT_EQ(status, kMaintenance);
-  EXPECT_EQ(made.bytes(id + 4096 + sizeof status, 1), "\1");
+  EXPECT_EQ(std::string("4711\0", 5), made.bytes(id, 5));
+  EXPECT_EQ(kMaintenance, status);
+  EXPECT_EQ("\1", made.bytes(id + 4096 + sizeof status, 1));
 }
 
 TEST(CVuqRmgLibExceptions, CarryTheirCode) {
   for (const int code : {0, 1, -1, 33, 2147483647, -2147483647 - 1}) {
-    EXPECT_EQ(code, CVuqRmgLib::CVuqRmgLibException(code).code());
-    EXPECT_EQ(code, CVuqRmgLib::FailRM_StartCommException(code).code());
-    EXPECT_EQ(code, CVuqRmgLib::FailRM_SetEnvException(code).code());
-    EXPECT_EQ(code, CVuqRmgLib::FailGetStatusRmsLibException(code).code());
-    EXPECT_EQ(code, CVuqRmgLib::UnsupportCenterCodeException(code).code());
+    EXPECT_EQ(CVuqRmgLib::CVuqRmgLibException(code).code(), code);
+    EXPECT_EQ(CVuqRmgLib::FailRM_StartCommException(code).code(), code);
+    EXPECT_EQ(CVuqRmgLib::FailRM_SetEnvException(code).code(), code);
+    EXPECT_EQ(CVuqRmgLib::FailGetStatusRmsLibException(code).code(), code);
+    EXPECT_EQ(CVuqRmgLib::UnsupportCenterCodeException(code).code(), code);
   }
 }
 
 TEST(CVuqRmgLibExceptions, OnlyTheStartNamesItself) {
   const std::string standard = std::exception().what();
-  EXPECT_STREQ("FailRM_StartCommException", CVuqRmgLib::FailRM_StartCommException(1).what());
-  EXPECT_EQ(standard, CVuqRmgLib::CVuqRmgLibException(1).what());
-  EXPECT_EQ(standard, CVuqRmgLib::FailRM_SetEnvException(1).what());
-  EXPECT_EQ(standard, CVuqRmgLib::FailGetStatusRmsLibException(1).what());
-  EXPECT_EQ(standard, CVuqRmgLib::UnsupportCenterCodeException(1).what());
+  EXPECT_STREQ(CVuqRmgLib::FailRM_StartCommException(1).what(), "FailRM_StartCommException");
+  EXPECT_EQ(CVuqRmgLib::CVuqRmgLibException(1).what(), standard);
+  EXPECT_EQ(CVuqRmgLib::FailRM_SetEnvException(1).what(), standard);
+  EXPECT_EQ(CVuqRmgLib::FailGetStatusRmsLibException(1).what(), standard);
+  EXPECT_EQ(CVuqRmgLib::UnsupportCenterCodeException(1).what(), standard);
 }
 
 TEST(CVuqRmgLibExceptions, CodeIsVirtual) {
@@ -125,7 +125,7 @@ TEST(CVuqRmgLibExceptions, CodeIsVirtual) {
   };
   const Other other(1);
   const CVuqRmgLib::CVuqRmgLibException& base = other;
-  EXPECT_EQ(7, base.code());
+  EXPECT_EQ(base.code(), 7);
 }
 
 // --- virtual slots -------------------------------------------------------------------------------
@@ -138,7 +138,7 @@ TEST(CVuqRmgLibSlots, BindingOfTheStatusCanBeReplaced) {
     }
   } client;
   EXPECT_TRUE(client.isStop());
-  EXPECT_EQ(kStopped, client.getLastStatus());
+  EXPECT_EQ(client.getLastStatus(), kStopped);
 }
 
 TEST(CVuqRmgLibSlots, StatusQueryCanBeReplaced) {
@@ -154,7 +154,7 @@ TEST(CVuqRmgLibSlots, StatusQueryCanBeReplaced) {
   EXPECT_TRUE(client.isMaintenanceStop());
   client.result = 1;
   EXPECT_FALSE(client.queryConnection(word));
-  EXPECT_EQ(0, client.getLastStatus()) << "only the replaced query would have remembered";
+  EXPECT_EQ(client.getLastStatus(), 0) << "only the replaced query would have remembered";
 }
 
 TEST(CVuqRmgLibSlots, ConnectionQueryCanBeReplacedForEachPredicate) {
@@ -182,7 +182,7 @@ TEST(CVuqRmgLibSlots, BindingOfTheIdCanBeReplaced) {
       return 0;
     }
   } client;
-  EXPECT_STREQ("binding", client.getMachineID());
+  EXPECT_STREQ(client.getMachineID(), "binding");
 }
 
 TEST(CVuqRmgLibSlots, IdQueryCanBeReplaced) {
@@ -192,7 +192,7 @@ TEST(CVuqRmgLibSlots, IdQueryCanBeReplaced) {
       return 0;
     }
   } client;
-  EXPECT_STREQ("query", client.getMachineID());
+  EXPECT_STREQ(client.getMachineID(), "query");
 }
 
 TEST(CVuqRmgLibSlots, ExchangeCanBeReplacedForNotifyAndData) {
@@ -206,11 +206,11 @@ TEST(CVuqRmgLibSlots, ExchangeCanBeReplacedForNotifyAndData) {
   } client;
   char text[] = "text";
   char reply[] = "reply";
-  EXPECT_EQ(-11, client.sendNotify(5, text, reply));
-  EXPECT_EQ(-11, client.sendNotify(6, nullptr, nullptr));
-  EXPECT_EQ(-11, client.sendData(7, text, 3, reply));
-  EXPECT_EQ((Calls{"5 0 0 data", "6 0 0 null", "7 0 3 data"}), client.calls);
-  EXPECT_STREQ("reply", reply);
+  EXPECT_EQ(client.sendNotify(5, text, reply), -11);
+  EXPECT_EQ(client.sendNotify(6, nullptr, nullptr), -11);
+  EXPECT_EQ(client.sendData(7, text, 3, reply), -11);
+  EXPECT_EQ(client.calls, (Calls{"5 0 0 data", "6 0 0 null", "7 0 3 data"}));
+  EXPECT_STREQ(reply, "reply");
 }
 
 TEST(CVuqRmgLibSlots, PointerFormOfTheDebugLineCanBeReplaced) {
@@ -220,7 +220,7 @@ TEST(CVuqRmgLibSlots, PointerFormOfTheDebugLineCanBeReplaced) {
     void LOGDEBUG(const char* msg) override { seen = msg; }
   } log;
   log.LOGDEBUG(std::string("a text"));
-  EXPECT_EQ("a text", log.seen);
+  EXPECT_EQ(log.seen, "a text");
 }
 
 TEST(CVuqRmgLibSlots, DestructorUsesTheClientsOwnStop) {
@@ -234,8 +234,8 @@ TEST(CVuqRmgLibSlots, DestructorUsesTheClientsOwnStop) {
     Client client;
     client.startCom();
   }
-  EXPECT_EQ(0, replaced);
-  EXPECT_EQ((Calls{"StartComm(0)", "StopComm"}), fake.calls);
+  EXPECT_EQ(replaced, 0);
+  EXPECT_EQ(fake.calls, (Calls{"StartComm(0)", "StopComm"}));
 }
 
 // --- identifier and state text -------------------------------------------------------------------
@@ -243,10 +243,10 @@ TEST(CVuqRmgLibSlots, DestructorUsesTheClientsOwnStop) {
 TEST(CVuqRmgLibMachineId, IsTheLibrarysNumber) {
   FakeKelcom fake;
   CVuqRmgLib client;
-  EXPECT_STREQ("4711", client.getMachineID());
+  EXPECT_STREQ(client.getMachineID(), "4711");
   fake.id = 12;
-  EXPECT_STREQ("12", client.getMachineID()) << "asked anew";
-  EXPECT_EQ((Calls{"GetID", "GetID"}), fake.calls);
+  EXPECT_STREQ(client.getMachineID(), "12") << "asked anew";
+  EXPECT_EQ(fake.calls, (Calls{"GetID", "GetID"}));
 }
 
 TEST(CVuqRmgLibMachineId, LibraryThatFailsAndStoresNothingGivesZero) {
@@ -254,14 +254,14 @@ TEST(CVuqRmgLibMachineId, LibraryThatFailsAndStoresNothingGivesZero) {
   fake.idResult = -1;
   fake.storesId = false;
   CVuqRmgLib client;
-  EXPECT_STREQ("0", client.getMachineID());
+  EXPECT_STREQ(client.getMachineID(), "0");
 }
 
 TEST(CVuqRmgLibMachineId, ResultOfTheQueryIsIgnored) {
   FakeKelcom fake;
   fake.idResult = -1;
   CVuqRmgLib client;
-  EXPECT_STREQ("4711", client.getMachineID());
+  EXPECT_STREQ(client.getMachineID(), "4711");
 }
 
 TEST(CVuqRmgLibMachineId, BufferIsAllZeroBeforeTheQuery) {
@@ -274,9 +274,9 @@ TEST(CVuqRmgLibMachineId, BufferIsAllZeroBeforeTheQuery) {
       return 0;
     }
   } client;
-  EXPECT_EQ(std::string(4095, 'x'), client.getMachineID());
+  EXPECT_EQ(client.getMachineID(), std::string(4095, 'x'));
   client.getMachineID();
-  EXPECT_EQ(std::string(4096, '\0'), client.found);
+  EXPECT_EQ(client.found, std::string(4096, '\0'));
 }
 
 TEST(CVuqRmgLibMachineId, IntegerThrownByTheLibraryLeavesItEmpty) {
@@ -286,15 +286,15 @@ TEST(CVuqRmgLibMachineId, IntegerThrownByTheLibraryLeavesItEmpty) {
   fake.onCall = [](const std::string&) { throw 3; };
   EXPECT_THROW(client.getMachineID(), int);
   EXPECT_EQ(
-      "\n    m_machineID       = \n    m_lastStatus      = 0\n    m_startedCom      = false\n",
-      client.to_s());
+      client.to_s(),
+      "\n    m_machineID       = \n    m_lastStatus      = 0\n    m_startedCom      = false\n");
 }
 
 TEST(CVuqRmgLibToS, FreshInstance) {
   CVuqRmgLib client;
   EXPECT_EQ(
-      "\n    m_machineID       = \n    m_lastStatus      = 0\n    m_startedCom      = false\n",
-      client.to_s());
+      client.to_s(),
+      "\n    m_machineID       = \n    m_lastStatus      = 0\n    m_startedCom      = false\n");
 }
 
 TEST(CVuqRmgLibToS, StartedInstance) {
@@ -304,10 +304,9 @@ TEST(CVuqRmgLibToS, StartedInstance) {
   client.getMachineID();
   client.isOperate();
   client.startCom();
-  EXPECT_EQ(
-      "\n    m_machineID       = 4711\n    m_lastStatus      = 65536\n"
-      "    m_startedCom      = true\n",
-      client.to_s());
+  EXPECT_EQ(client.to_s(),
+            "\n    m_machineID       = 4711\n    m_lastStatus      = 65536\n"
+            "    m_startedCom      = true\n");
 }
 
 TEST(CVuqRmgLibToS, NegativeStatusAndLongIdentifier) {
@@ -321,9 +320,8 @@ TEST(CVuqRmgLibToS, NegativeStatusAndLongIdentifier) {
   fake.status = -1;
   client.isStop();
   client.getMachineID();
-  EXPECT_EQ("\n    m_machineID       = " + std::string(4095, '9') +
-                "\n    m_lastStatus      = -1\n    m_startedCom      = false\n",
-            client.to_s());
+  EXPECT_EQ(client.to_s(), "\n    m_machineID       = " + std::string(4095, '9') +
+                               "\n    m_lastStatus      = -1\n    m_startedCom      = false\n");
 }
 
 // --- what does nothing ---------------------------------------------------------------------------
@@ -334,15 +332,15 @@ TEST(CVuqRmgLibQuiet, OperationsWithoutEffectCallNothing) {
   const std::string before = client.to_s();
   client.setEnv();
   client.setMailTimeout(60);
-  EXPECT_EQ(0, client.html_CheckUrl(1));
-  EXPECT_EQ(0, client.CheckUrl(1));
-  EXPECT_EQ(0, client.getCenterCode());
-  EXPECT_EQ(0, client.loadLibrary("/nowhere"));
-  EXPECT_EQ(0, client.loadLibrary(nullptr));
+  EXPECT_EQ(client.html_CheckUrl(1), 0);
+  EXPECT_EQ(client.CheckUrl(1), 0);
+  EXPECT_EQ(client.getCenterCode(), 0);
+  EXPECT_EQ(client.loadLibrary("/nowhere"), 0);
+  EXPECT_EQ(client.loadLibrary(nullptr), 0);
   client.scenarioLoadLibraries();
   client.scenarioUnloadLibraries();
-  EXPECT_EQ(before, client.to_s());
-  EXPECT_EQ(Calls(), fake.calls);
+  EXPECT_EQ(client.to_s(), before);
+  EXPECT_EQ(fake.calls, Calls());
 }
 
 TEST(CVuqRmgLibQuiet, FuncEntryThrows33) {
@@ -352,7 +350,7 @@ TEST(CVuqRmgLibQuiet, FuncEntryThrows33) {
       client.getFuncEntry(name);
       ADD_FAILURE() << "an entry";
     } catch (int code) {
-      EXPECT_EQ(33, code);
+      EXPECT_EQ(code, 33);
     }
   }
 }
@@ -369,8 +367,8 @@ TEST(MLogDebug, GoesToStandardErrorWithALineFeed) {
     log.LOGDEBUG(std::string("cut\0off", 7));
     return 0;
   });
-  EXPECT_EQ("pointer\ntext\n100%s %n\n\ncut\n", child.err);
-  EXPECT_EQ("", child.out);
+  EXPECT_EQ(child.err, "pointer\ntext\n100%s %n\n\ncut\n");
+  EXPECT_EQ(child.out, "");
 }
 
 TEST(MLogDebug, NullIsAnEmptyText) {
@@ -378,8 +376,8 @@ TEST(MLogDebug, NullIsAnEmptyText) {
     MLog().LOGDEBUG(static_cast<const char*>(nullptr));
     return 0;
   });
-  EXPECT_EQ(0, child.exitCode());
-  EXPECT_EQ("\n", child.err);
+  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(child.err, "\n");
 }
 
 }  // namespace

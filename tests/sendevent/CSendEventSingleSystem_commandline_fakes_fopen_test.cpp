@@ -46,10 +46,10 @@ TEST(ParseCommandLine, FewerThanThreeArguments) {
     const CapturedLog log;
     TestSingleSystem event;
     event.m_eventType = 3;
-    EXPECT_EQ(68, parse(event, words)) << words.size();
-    EXPECT_EQ(Texts{kCountError}, log.texts());
-    EXPECT_EQ(0, event.getEventType());
-    EXPECT_EQ(Texts(), event.getSendFileList()) << "the list was not read";
+    EXPECT_EQ(parse(event, words), 68) << words.size();
+    EXPECT_EQ(log.texts(), Texts{kCountError});
+    EXPECT_EQ(event.getEventType(), 0);
+    EXPECT_EQ(event.getSendFileList(), Texts()) << "the list was not read";
   }
 }
 
@@ -57,17 +57,17 @@ TEST(ParseCommandLine, ListMissing) {
   const ScratchDir dir;
   const CapturedLog log;
   TestSingleSystem event;
-  EXPECT_EQ(68, parse(event, {"tanexics", dir / "missing", "-i", "1"}));
-  EXPECT_EQ(Texts{(dir / "missing") + kListNotFound}, log.texts());
-  EXPECT_EQ(0, event.getEventType());
-  EXPECT_EQ(Params(), event.m_params);
+  EXPECT_EQ(parse(event, {"tanexics", dir / "missing", "-i", "1"}), 68);
+  EXPECT_EQ(log.texts(), Texts{(dir / "missing") + kListNotFound});
+  EXPECT_EQ(event.getEventType(), 0);
+  EXPECT_EQ(event.m_params, Params());
 }
 
 TEST(ParseCommandLine, ListEmptyName) {
   const CapturedLog log;
   TestSingleSystem event;
-  EXPECT_EQ(68, parse(event, {"tanexics", "", "-i", "1"}));
-  EXPECT_EQ(Texts{kListNotFound}, log.texts());
+  EXPECT_EQ(parse(event, {"tanexics", "", "-i", "1"}), 68);
+  EXPECT_EQ(log.texts(), Texts{kListNotFound});
 }
 
 TEST(ParseCommandLine, ListNullCountsAsAnEmptyName) {
@@ -76,16 +76,16 @@ TEST(ParseCommandLine, ListNullCountsAsAnEmptyName) {
   char option[] = "-i";
   char* argv[] = {program, nullptr, option, option, nullptr};
   TestSingleSystem event;
-  EXPECT_EQ(68, event.parseCommandLine(4, argv));
-  EXPECT_EQ(Texts{kListNotFound}, log.texts());
+  EXPECT_EQ(event.parseCommandLine(4, argv), 68);
+  EXPECT_EQ(log.texts(), Texts{kListNotFound});
 }
 
 TEST(ParseCommandLine, ListIsADirectory) {
   const ScratchDir dir;
   const CapturedLog log;
   TestSingleSystem event;
-  EXPECT_EQ(68, parse(event, {"tanexics", dir.path(), "-i", "1"}));
-  EXPECT_EQ(Texts{dir.path() + kListNotFound}, log.texts());
+  EXPECT_EQ(parse(event, {"tanexics", dir.path(), "-i", "1"}), 68);
+  EXPECT_EQ(log.texts(), Texts{dir.path() + kListNotFound});
 }
 
 TEST(ParseCommandLine, ListCannotBeOpened) {
@@ -93,16 +93,16 @@ TEST(ParseCommandLine, ListCannotBeOpened) {
   const std::string socket = makeSocketFile(dir);
   const CapturedLog log;
   TestSingleSystem event;
-  EXPECT_EQ(68, parse(event, {"tanexics", socket, "-i", "1"}));
-  EXPECT_EQ(Texts{socket + kListOpenError}, log.texts());
-  EXPECT_EQ(0, event.getEventType());
+  EXPECT_EQ(parse(event, {"tanexics", socket, "-i", "1"}), 68);
+  EXPECT_EQ(log.texts(), Texts{socket + kListOpenError});
+  EXPECT_EQ(event.getEventType(), 0);
 }
 
 TEST(ParseCommandLine, ListOfWhichNothingCanBeReadIsAReadError) {
   const CapturedLog log;
   TestSingleSystem event;
-  EXPECT_EQ(68, parse(event, {"tanexics", "/proc/self/mem", "-i", "1"}));
-  EXPECT_EQ(Texts{"/proc/self/mem" + kListReadError}, log.texts());
+  EXPECT_EQ(parse(event, {"tanexics", "/proc/self/mem", "-i", "1"}), 68);
+  EXPECT_EQ(log.texts(), Texts{"/proc/self/mem" + kListReadError});
 }
 
 TEST(ParseCommandLine, ListReadInPartIsRejected) {
@@ -110,16 +110,16 @@ TEST(ParseCommandLine, ListReadInPartIsRejected) {
     const CapturedLog log;
     const BrokenFile list(bytes);
     TestSingleSystem event;
-    EXPECT_EQ(68, parse(event, {"tanexics", list.path(), "-i", "1"})) << bytes;
-    EXPECT_EQ(Texts{list.path() + kListReadError}, log.texts()) << bytes;
+    EXPECT_EQ(parse(event, {"tanexics", list.path(), "-i", "1"}), 68) << bytes;
+    EXPECT_EQ(log.texts(), Texts{list.path() + kListReadError}) << bytes;
   }
 }
 
 TEST(ParseCommandLine, ListIsCheckedBeforeTheOption) {
   const CapturedLog log;
   TestSingleSystem event;
-  EXPECT_EQ(68, parse(event, {"tanexics", "/nowhere/list", "-x"}));
-  EXPECT_EQ(Texts{"/nowhere/list" + kListNotFound}, log.texts());
+  EXPECT_EQ(parse(event, {"tanexics", "/nowhere/list", "-x"}), 68);
+  EXPECT_EQ(log.texts(), Texts{"/nowhere/list" + kListNotFound});
 }
 
 TEST(ParseCommandLine, ListWithoutALineIsRejectedInEveryMode) {
@@ -129,10 +129,10 @@ TEST(ParseCommandLine, ListWithoutALineIsRejectedInEveryMode) {
     for (const char* option : {"-i", "-ifoo", "-r", "-x"}) {
       const CapturedLog log;
       TestSingleSystem event;
-      EXPECT_EQ(68, parse(event, {"tanexics", list, option, "ABC"})) << option;
-      EXPECT_EQ(Texts{kNoSendFile}, log.texts()) << option;
-      EXPECT_EQ(0, event.getEventType());
-      EXPECT_EQ(Params(), event.m_params);
+      EXPECT_EQ(parse(event, {"tanexics", list, option, "ABC"}), 68) << option;
+      EXPECT_EQ(log.texts(), Texts{kNoSendFile}) << option;
+      EXPECT_EQ(event.getEventType(), 0);
+      EXPECT_EQ(event.m_params, Params());
     }
   }
 }
@@ -152,9 +152,9 @@ TEST_P(SendFileList, Entries) {
   const std::string list = dir.write("list", GetParam().bytes);
   const CapturedLog log(CapturedLog::Level::kTrace);
   TestSingleSystem event;
-  EXPECT_EQ(0, parse(event, {"tanexics", list, "-i", "1"}));
-  EXPECT_EQ(GetParam().entries, event.getSendFileList());
-  EXPECT_EQ(Texts(), log.texts());
+  EXPECT_EQ(parse(event, {"tanexics", list, "-i", "1"}), 0);
+  EXPECT_EQ(event.getSendFileList(), GetParam().entries);
+  EXPECT_EQ(log.texts(), Texts());
 }
 
 const ListCase kListCases[] = {
@@ -191,8 +191,8 @@ TEST(ParseCommandLine, ListIsAFifo) {
   const ScratchDir dir;
   const FilledFifo fifo(dir, "/a\n/b");
   TestSingleSystem event;
-  EXPECT_EQ(0, parse(event, {"tanexics", fifo.path(), "-i", "1"}));
-  EXPECT_EQ((Texts{"/a", "/b"}), event.getSendFileList());
+  EXPECT_EQ(parse(event, {"tanexics", fifo.path(), "-i", "1"}), 0);
+  EXPECT_EQ(event.getSendFileList(), (Texts{"/a", "/b"}));
 }
 
 TEST(ParseCommandLine, HundredThousandListedFiles) {
@@ -201,9 +201,9 @@ TEST(ParseCommandLine, HundredThousandListedFiles) {
   const ScratchDir dir;
   const std::string list = dir.write("list", bytes);
   TestSingleSystem event;
-  EXPECT_EQ(0, parse(event, {"tanexics", list, "-i", "1"}));
-  ASSERT_EQ(100000U, event.getSendFileList().size());
-  EXPECT_EQ("/file99999", event.getSendFileList().back());
+  EXPECT_EQ(parse(event, {"tanexics", list, "-i", "1"}), 0);
+  ASSERT_EQ(event.getSendFileList().size(), 100000U);
+  EXPECT_EQ(event.getSendFileList().back(), "/file99999");
 }
 
 TEST(ParseCommandLine, UnreadableListForAnotherUser) {
@@ -211,9 +211,9 @@ TEST(ParseCommandLine, UnreadableListForAnotherUser) {
   const ScratchDir dir;
   const std::string list = dir.write("list", "/a\n");
   const std::string logFile = dir.write("log", "");
-  ASSERT_EQ(0, ::chmod(dir.path().c_str(), 0755));
-  ASSERT_EQ(0, ::chmod(list.c_str(), 0200));
-  ASSERT_EQ(0, ::chmod(logFile.c_str(), 0666));
+  ASSERT_EQ(::chmod(dir.path().c_str(), 0755), 0);
+  ASSERT_EQ(::chmod(list.c_str(), 0200), 0);
+  ASSERT_EQ(::chmod(logFile.c_str(), 0666), 0);
   const EnvironmentGuard guard("TANEX_LOG", logFile.c_str());
   const ChildResult child = runInChild([&] {
     gLog.init("unit-test", nullptr);
@@ -221,9 +221,9 @@ TEST(ParseCommandLine, UnreadableListForAnotherUser) {
     CSendEventSingleSystem event;
     return parse(event, {"tanexics", list, "-i", "1"});
   });
-  EXPECT_EQ(68, child.exitCode());
-  EXPECT_EQ(Texts{list + kListOpenError}, logTexts(readFile(logFile)));
-  EXPECT_EQ("", child.out + child.err);
+  EXPECT_EQ(child.exitCode(), 68);
+  EXPECT_EQ(logTexts(readFile(logFile)), Texts{list + kListOpenError});
+  EXPECT_EQ(child.out + child.err, "");
 }
 
 // --- options -------------------------------------------------------------------------------------
@@ -252,19 +252,19 @@ class CommandLine : public testing::Test {
   }
 
   void expectRejection(int status, const std::string& text, int eventType) {
-    EXPECT_EQ(68, status);
-    EXPECT_EQ(Texts{text}, m_log.take());
-    EXPECT_EQ(eventType, m_event.getEventType());
-    EXPECT_EQ(Texts{"/a"}, m_event.getSendFileList()) << "the list is read before the option";
-    EXPECT_EQ(Params(), m_event.m_params);
+    EXPECT_EQ(status, 68);
+    EXPECT_EQ(m_log.take(), Texts{text});
+    EXPECT_EQ(m_event.getEventType(), eventType);
+    EXPECT_EQ(m_event.getSendFileList(), Texts{"/a"}) << "the list is read before the option";
+    EXPECT_EQ(m_event.m_params, Params());
     m_event.m_sendFileList.clear();
   }
 
   void expectIncident(const Texts& options, const std::string& number) {
-    EXPECT_EQ(0, parse(options)) << options.front();
-    EXPECT_EQ(2, m_event.getEventType());
-    EXPECT_EQ((Params{{"IncidentNumber", number}}), m_event.m_params);
-    EXPECT_EQ(Texts(), m_log.take());
+    EXPECT_EQ(parse(options), 0) << options.front();
+    EXPECT_EQ(m_event.getEventType(), 2);
+    EXPECT_EQ(m_event.m_params, (Params{{"IncidentNumber", number}}));
+    EXPECT_EQ(m_log.take(), Texts());
     m_event.m_params.clear();
   }
 
@@ -317,30 +317,30 @@ TEST_F(CommandLine, ValueNullIsMissing) {
 
 TEST_F(CommandLine, JoinedEventHasNoUseForAValue) {
   Arguments arguments({"tanexics", m_list, "-r" + m_definition});
-  EXPECT_EQ(0, m_event.parseCommandLine(4, arguments.argv()));
-  EXPECT_EQ(eventParams(), m_event.m_params);
+  EXPECT_EQ(m_event.parseCommandLine(4, arguments.argv()), 0);
+  EXPECT_EQ(m_event.m_params, eventParams());
 }
 
 TEST_F(CommandLine, EventReadsTheNextArgument) {
-  EXPECT_EQ(0, parse({"-r", m_definition}));
-  EXPECT_EQ(3, m_event.getEventType());
-  EXPECT_EQ(eventParams(), m_event.m_params);
-  EXPECT_EQ(Texts{"/a"}, m_event.getSendFileList());
-  EXPECT_EQ(Texts(), m_log.texts());
+  EXPECT_EQ(parse({"-r", m_definition}), 0);
+  EXPECT_EQ(m_event.getEventType(), 3);
+  EXPECT_EQ(m_event.m_params, eventParams());
+  EXPECT_EQ(m_event.getSendFileList(), Texts{"/a"});
+  EXPECT_EQ(m_log.texts(), Texts());
 }
 
 TEST_F(CommandLine, EventIgnoresFurtherArguments) {
-  EXPECT_EQ(0, parse({"-r", m_definition, "extra"}));
-  EXPECT_EQ(3, m_event.getEventType());
-  EXPECT_EQ(Texts(), m_log.texts());
+  EXPECT_EQ(parse({"-r", m_definition, "extra"}), 0);
+  EXPECT_EQ(m_event.getEventType(), 3);
+  EXPECT_EQ(m_log.texts(), Texts());
 }
 
 TEST_F(CommandLine, EventWithoutFile) { expectRejected({"-r"}, kCountError, 0); }
 
 TEST_F(CommandLine, JoinedEventReadsItsOwnTail) {
-  EXPECT_EQ(0, parse({"-r" + m_definition}));
-  EXPECT_EQ(3, m_event.getEventType());
-  EXPECT_EQ(eventParams(), m_event.m_params);
+  EXPECT_EQ(parse({"-r" + m_definition}), 0);
+  EXPECT_EQ(m_event.getEventType(), 3);
+  EXPECT_EQ(m_event.m_params, eventParams());
 }
 
 TEST_F(CommandLine, JoinedEventReadsARelativeFile) {
@@ -349,8 +349,8 @@ TEST_F(CommandLine, JoinedEventReadsARelativeFile) {
     if (parse({"-rmy.def", "/nowhere"}) != 0) return 2;
     return m_event.m_params == eventParams() ? 0 : 3;
   });
-  EXPECT_EQ(0, child.exitCode());
-  EXPECT_EQ(Texts(), m_log.texts());
+  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(m_log.texts(), Texts());
 }
 
 TEST_F(CommandLine, EventFileMissing) {
@@ -377,19 +377,19 @@ TEST_F(CommandLine, OtherOptionsAreRejected) {
 }
 
 TEST_F(CommandLine, SecondCallAddsToTheListAndTheParameters) {
-  EXPECT_EQ(0, parse({"-i", "77"}));
-  EXPECT_EQ(0, parse({"-r", m_definition}));
-  EXPECT_EQ((Texts{"/a", "/a"}), m_event.getSendFileList());
+  EXPECT_EQ(parse({"-i", "77"}), 0);
+  EXPECT_EQ(parse({"-r", m_definition}), 0);
+  EXPECT_EQ(m_event.getSendFileList(), (Texts{"/a", "/a"}));
   Params expected = eventParams();
   expected["IncidentNumber"] = "77";
-  EXPECT_EQ(expected, m_event.m_params);
+  EXPECT_EQ(m_event.m_params, expected);
 }
 
 TEST_F(CommandLine, LibraryIsNotAsked) {
   const FakeKelcom fake;
-  EXPECT_EQ(0, parse({"-i", "77"}));
-  EXPECT_EQ(0, parse({"-r", m_definition}));
-  EXPECT_EQ(Texts(), fake.calls);
+  EXPECT_EQ(parse({"-i", "77"}), 0);
+  EXPECT_EQ(parse({"-r", m_definition}), 0);
+  EXPECT_EQ(fake.calls, Texts());
 }
 
 TEST_F(CommandLine, NothingIsPrinted) {
@@ -399,8 +399,8 @@ TEST_F(CommandLine, NothingIsPrinted) {
     }
     return 0;
   });
-  EXPECT_EQ("", child.out);
-  EXPECT_EQ("", child.err);
+  EXPECT_EQ(child.out, "");
+  EXPECT_EQ(child.err, "");
 }
 
 }  // namespace

@@ -86,17 +86,17 @@ class SingleSystem : public testing::Test {
 
 TEST_F(SingleSystem, IdentifierIsAskedTwiceBeforeTheSession) {
   TestSingleSystem event = eventOf(3);
-  EXPECT_EQ(0, event.sendEvent());
-  EXPECT_EQ(kEmptySession, m_fake.calls);
-  EXPECT_EQ(kEmptyEventLog, m_log.texts());
+  EXPECT_EQ(event.sendEvent(), 0);
+  EXPECT_EQ(m_fake.calls, kEmptySession);
+  EXPECT_EQ(m_log.texts(), kEmptyEventLog);
 }
 
 TEST_F(SingleSystem, FailingIdentifierIsIgnored) {
   m_fake.idResult = -1;
   m_fake.storesId = false;
   TestSingleSystem event = eventOf(3);
-  EXPECT_EQ(0, event.sendEvent());
-  EXPECT_EQ(kEmptySession, m_fake.calls);
+  EXPECT_EQ(event.sendEvent(), 0);
+  EXPECT_EQ(m_fake.calls, kEmptySession);
 }
 
 TEST_F(SingleSystem, Thrown0IsTracedAndTheEventIsSent) {
@@ -108,12 +108,12 @@ TEST_F(SingleSystem, Thrown0IsTracedAndTheEventIsSent) {
       if (call == "GetID" && ++asked == thrower) throw 0;
     };
     TestSingleSystem event = eventOf(3);
-    EXPECT_EQ(0, event.sendEvent());
-    EXPECT_EQ((Texts{"(CSendInfo::CommSendInfo) caught error code=0",
-                     "[T](SendEventBase:491):final_total='0' bytes. \n", kStarted, kOk}),
-              log.texts());
-    EXPECT_EQ(thrower, asked) << "the second question is not made after a thrown first";
-    EXPECT_EQ("StopComm", m_fake.calls.back());
+    EXPECT_EQ(event.sendEvent(), 0);
+    EXPECT_EQ(log.texts(),
+              (Texts{"(CSendInfo::CommSendInfo) caught error code=0",
+                     "[T](SendEventBase:491):final_total='0' bytes. \n", kStarted, kOk}));
+    EXPECT_EQ(asked, thrower) << "the second question is not made after a thrown first";
+    EXPECT_EQ(m_fake.calls.back(), "StopComm");
   }
 }
 
@@ -123,36 +123,36 @@ TEST_F(SingleSystem, ThrownIntegerIsTheResultAndNothingIsSent) {
     m_fake.calls.clear();
     m_fake.onCall = [code](const std::string&) { throw code; };
     TestSingleSystem event = incident();
-    EXPECT_EQ(code, event.sendEvent());
-    EXPECT_EQ(Texts{"(CSendInfo::CommSendInfo) caught error code=" + std::to_string(code)},
-              log.texts());
-    EXPECT_EQ(Texts{"GetID"}, m_fake.calls);
-    EXPECT_EQ((Params{{"IncidentNumber", "77"}}), event.m_params) << "no host name is asked for";
+    EXPECT_EQ(event.sendEvent(), code);
+    EXPECT_EQ(log.texts(),
+              Texts{"(CSendInfo::CommSendInfo) caught error code=" + std::to_string(code)});
+    EXPECT_EQ(m_fake.calls, Texts{"GetID"});
+    EXPECT_EQ(event.m_params, (Params{{"IncidentNumber", "77"}})) << "no host name is asked for";
   }
 }
 
 TEST_F(SingleSystem, ThrownIntegerIsSilentAtInformationLevel) {
   m_fake.onCall = [](const std::string&) { throw 5; };
   TestSingleSystem event = eventOf(3);
-  EXPECT_EQ(5, event.sendEvent());
-  EXPECT_EQ(Texts(), m_log.texts());
+  EXPECT_EQ(event.sendEvent(), 5);
+  EXPECT_EQ(m_log.texts(), Texts());
 }
 
 TEST_F(SingleSystem, ThrownObjectPasses) {
   m_fake.onCall = [](const std::string&) { throw std::runtime_error("identifier"); };
   TestSingleSystem event = eventOf(3);
   EXPECT_THROW(event.sendEvent(), std::runtime_error);
-  EXPECT_EQ(Texts{"GetID"}, m_fake.calls);
-  EXPECT_EQ(Texts(), m_log.texts());
+  EXPECT_EQ(m_fake.calls, Texts{"GetID"});
+  EXPECT_EQ(m_log.texts(), Texts());
 }
 
 // --- host name -----------------------------------------------------------------------------------
 
 TEST_F(SingleSystem, HostNameOfTheDefinitionIsKept) {
   TestSingleSystem event = eventOf(3);
-  EXPECT_EQ(0, event.sendEvent());
-  EXPECT_STREQ("db01", event.getParam("HostName"));
-  EXPECT_EQ(kEmptyEventLog, m_log.texts()) << "the machine's name is not asked for";
+  EXPECT_EQ(event.sendEvent(), 0);
+  EXPECT_STREQ(event.getParam("HostName"), "db01");
+  EXPECT_EQ(m_log.texts(), kEmptyEventLog) << "the machine's name is not asked for";
 }
 
 TEST_F(SingleSystem, EmptyOrAbsentHostNameIsTheMachines) {
@@ -160,9 +160,9 @@ TEST_F(SingleSystem, EmptyOrAbsentHostNameIsTheMachines) {
     TestSingleSystem event = eventOf(4);
     event.m_params["HostName"] = "";
     if (isAbsent) event.m_params.erase("HostName");
-    EXPECT_EQ(0, event.sendEvent());
-    EXPECT_EQ(nodeName(), event.m_params["HostName"]);
-    EXPECT_EQ(inOrder({kHostNameLog, kEmptyEventLog}), steady(m_log.take()));
+    EXPECT_EQ(event.sendEvent(), 0);
+    EXPECT_EQ(event.m_params["HostName"], nodeName());
+    EXPECT_EQ(steady(m_log.take()), inOrder({kHostNameLog, kEmptyEventLog}));
   }
 }
 
@@ -171,22 +171,22 @@ TEST_F(SingleSystem, HostNameIsFilledInBeforeTheTransmission) {
   TestSingleSystem event = eventOf(3);
   event.m_params.erase("HostName");
   event.m_sendFileList = {file};
-  EXPECT_EQ(0, event.sendEvent());
-  EXPECT_EQ("Communicate(0x40204, 0, 0, \"2026/11/20 12:00:00\",,\"disk\",\"" + nodeName() +
-                "\",\"Linux\",\"Debian\",\"12\",\"kernel\",\"E\",\"M0815\",\"Software Log\")",
-            m_fake.calls.at(5));
+  EXPECT_EQ(event.sendEvent(), 0);
+  EXPECT_EQ(m_fake.calls.at(5),
+            "Communicate(0x40204, 0, 0, \"2026/11/20 12:00:00\",,\"disk\",\"" + nodeName() +
+                "\",\"Linux\",\"Debian\",\"12\",\"kernel\",\"E\",\"M0815\",\"Software Log\")");
 }
 
 TEST_F(SingleSystem, MachineWithoutANameStoresAnEmptyHostName) {
   const EnvironmentGuard path("PATH", "/nowhere");
   TestSingleSystem event = eventOf(3);
   event.m_params.erase("HostName");
-  EXPECT_EQ(0, event.sendEvent());
-  ASSERT_EQ(1U, event.m_params.count("HostName"));
-  EXPECT_EQ("", event.m_params["HostName"]);
-  EXPECT_EQ(inOrder({{"VUQ90004L : com=" + kUname, "VUQ90004L : pid=<pid>,wstat=00007f00"},
-                     kEmptyEventLog}),
-            steady(m_log.texts()));
+  EXPECT_EQ(event.sendEvent(), 0);
+  ASSERT_EQ(event.m_params.count("HostName"), 1U);
+  EXPECT_EQ(event.m_params["HostName"], "");
+  EXPECT_EQ(steady(m_log.texts()),
+            inOrder({{"VUQ90004L : com=" + kUname, "VUQ90004L : pid=<pid>,wstat=00007f00"},
+                     kEmptyEventLog}));
 }
 
 // --- event mode ----------------------------------------------------------------------------------
@@ -197,26 +197,26 @@ TEST_F(SingleSystem, EventMakesNoTemporaryDirectoryWhateverTheResult) {
   for (const int type : {3, 4}) {
     m_fake.status = 0x20;
     TestSingleSystem sent = eventOf(type);
-    EXPECT_EQ(0, sent.sendEvent());
-    EXPECT_EQ(kEmptyEventLog, m_log.take());
+    EXPECT_EQ(sent.sendEvent(), 0);
+    EXPECT_EQ(m_log.take(), kEmptyEventLog);
 
     m_fake.status = 0x20000;
     TestSingleSystem stopped = eventOf(type);
-    EXPECT_EQ(1, stopped.sendEvent());
-    EXPECT_EQ(1U, m_log.take().size());
+    EXPECT_EQ(stopped.sendEvent(), 1);
+    EXPECT_EQ(m_log.take().size(), 1U);
   }
 }
 
 TEST_F(SingleSystem, TypeThatIsNoIncidentMakesNoTemporaryDirectory) {
   const EnvironmentGuard unusable("TMPDIR", "/proc");
   TestSingleSystem event = eventOf(1);
-  EXPECT_EQ(0, event.sendEvent());
-  EXPECT_EQ(kEmptyEventLog, m_log.take());
+  EXPECT_EQ(event.sendEvent(), 0);
+  EXPECT_EQ(m_log.take(), kEmptyEventLog);
 
   m_fake.startResult = -1;
   TestSingleSystem unknown = eventOf(0);
-  EXPECT_EQ(1, unknown.sendEvent());
-  EXPECT_EQ(1U, m_log.take().size());
+  EXPECT_EQ(unknown.sendEvent(), 1);
+  EXPECT_EQ(m_log.take().size(), 1U);
 }
 
 TEST_F(SingleSystem, ResultOfTheTransmissionIsReturned) {
@@ -225,12 +225,12 @@ TEST_F(SingleSystem, ResultOfTheTransmissionIsReturned) {
       if (call == "StopComm") throw code;
     };
     TestSingleSystem event = eventOf(3);
-    EXPECT_EQ(code, event.sendEvent());
-    EXPECT_EQ((Texts{kStarted, kError}), m_log.take());
+    EXPECT_EQ(event.sendEvent(), code);
+    EXPECT_EQ(m_log.take(), (Texts{kStarted, kError}));
   }
   m_fake.onCall = nullptr;
   TestSingleSystem unknown = eventOf(5);
-  EXPECT_EQ(68, unknown.sendEvent());
+  EXPECT_EQ(unknown.sendEvent(), 68);
 }
 
 // --- incident mode -------------------------------------------------------------------------------
@@ -256,7 +256,7 @@ class Collection : public SingleSystem {
       m_dir.write("host", event.m_params["HostName"]);
       return status;
     });
-    EXPECT_NE(200, child.exitCode()) << "no private mounts";
+    EXPECT_NE(child.exitCode(), 200) << "no private mounts";
     return child;
   }
 
@@ -297,17 +297,17 @@ class Collection : public SingleSystem {
 
 TEST_F(Collection, RunsAfterASuccessfulTransmission) {
   const ChildResult child = send(incident());
-  EXPECT_EQ(0, child.exitCode());
-  EXPECT_EQ(kBothStarted, started()) << "both run, though the first failed, on one directory";
-  EXPECT_EQ("tanexcc collects\ntanexcs collects\n", child.out);
-  EXPECT_EQ("", child.err);
-  EXPECT_EQ(kEmptySession, calls());
-  EXPECT_EQ(inOrder({kHostNameLog, kEmptyEventLog, kMakeDirLog}), steady(m_log.texts()));
+  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(started(), kBothStarted) << "both run, though the first failed, on one directory";
+  EXPECT_EQ(child.out, "tanexcc collects\ntanexcs collects\n");
+  EXPECT_EQ(child.err, "");
+  EXPECT_EQ(calls(), kEmptySession);
+  EXPECT_EQ(steady(m_log.texts()), inOrder({kHostNameLog, kEmptyEventLog, kMakeDirLog}));
 }
 
 TEST_F(Collection, WholeRunAtTraceLevel) {
   const CapturedLog log(CapturedLog::Level::kTrace);
-  EXPECT_EQ(0, send(incident()).exitCode());
+  EXPECT_EQ(send(incident()).exitCode(), 0);
   const Texts expected = inOrder({{"[T](common:1345):execGetLines():count=1," + kUname},
                                   kHostNameLog,
                                   tracedExit(0),
@@ -321,22 +321,22 @@ TEST_F(Collection, WholeRunAtTraceLevel) {
                                    "[T](common:469):getCanonicalPath():/tmp/DIR,/tmp/DIR",
                                    "[T](common:520):/bin/rm -fr /tmp/DIR >/dev/null 2>&1"},
                                   tracedExit(0)});
-  EXPECT_EQ(expected, steady(log.texts()));
+  EXPECT_EQ(steady(log.texts()), expected);
 }
 
 TEST_F(Collection, TemporaryDirectoryIsGoneAfterwards) {
-  EXPECT_EQ(0, send(incident()).exitCode());
+  EXPECT_EQ(send(incident()).exitCode(), 0);
   started();
-  ASSERT_NE("", directory());
-  EXPECT_NE(0, ::access(directory().c_str(), F_OK)) << directory();
+  ASSERT_NE(directory(), "");
+  EXPECT_NE(::access(directory().c_str(), F_OK), 0) << directory();
 }
 
 TEST_F(Collection, TemporaryDirectoryStaysWhenAskedTo) {
   const EnvironmentGuard keep("TANEX_NOT_DEL_TEMP", "1");
-  EXPECT_EQ(0, send(incident()).exitCode());
+  EXPECT_EQ(send(incident()).exitCode(), 0);
   started();
-  ASSERT_NE("", directory());
-  EXPECT_EQ((Texts{"tanexcc", "tanexcs"}), namesIn(directory()));
+  ASSERT_NE(directory(), "");
+  EXPECT_EQ(namesIn(directory()), (Texts{"tanexcc", "tanexcs"}));
   std::filesystem::remove_all(directory());
 }
 
@@ -344,22 +344,21 @@ TEST_F(Collection, IncidentHasNumberAndHostNameWhenItIsSent) {
   const std::string file = m_dir.write("a", "a");
   TestSingleSystem event = incident();
   event.m_sendFileList = {file};
-  EXPECT_EQ(0, send(event).exitCode());
-  EXPECT_EQ(nodeName(), readFile(m_dir / "host"));
-  EXPECT_EQ("Communicate(0x40017, 0, 0, INCNO=\"77\",HOSTNAME=\"" + nodeName() +
-                "\",PART=\"1\",TOTAL=\"1\")",
-            calls().at(5));
+  EXPECT_EQ(send(event).exitCode(), 0);
+  EXPECT_EQ(readFile(m_dir / "host"), nodeName());
+  EXPECT_EQ(calls().at(5), "Communicate(0x40017, 0, 0, INCNO=\"77\",HOSTNAME=\"" + nodeName() +
+                               "\",PART=\"1\",TOTAL=\"1\")");
 }
 
 TEST_F(Collection, RunsAfterATransmissionThatReturned1) {
   m_fake.status = 0x20000;
-  EXPECT_EQ(1, send(incident()).exitCode());
-  EXPECT_EQ(kBothStarted, started());
+  EXPECT_EQ(send(incident()).exitCode(), 1);
+  EXPECT_EQ(started(), kBothStarted);
 
   m_fake.status = 0x20;
   m_fake.startResult = -1;
-  EXPECT_EQ(1, send(incident()).exitCode());
-  EXPECT_EQ(kBothStarted, started());
+  EXPECT_EQ(send(incident()).exitCode(), 1);
+  EXPECT_EQ(started(), kBothStarted);
 }
 
 TEST_F(Collection, DoesNotRunAfterATransmissionThatReturned68) {
@@ -367,10 +366,10 @@ TEST_F(Collection, DoesNotRunAfterATransmissionThatReturned68) {
     if (call == "StopComm") throw 68;
   };
   const ChildResult child = send(incident());
-  EXPECT_EQ(68, child.exitCode());
-  EXPECT_EQ("", started());
-  EXPECT_EQ("", child.out);
-  EXPECT_EQ(inOrder({kHostNameLog, {kStarted, kError}}), steady(m_log.texts()));
+  EXPECT_EQ(child.exitCode(), 68);
+  EXPECT_EQ(started(), "");
+  EXPECT_EQ(child.out, "");
+  EXPECT_EQ(steady(m_log.texts()), inOrder({kHostNameLog, {kStarted, kError}}));
 }
 
 TEST_F(Collection, DoesNotRunAfterAnyOtherResult) {
@@ -378,8 +377,8 @@ TEST_F(Collection, DoesNotRunAfterAnyOtherResult) {
     m_fake.onCall = [code](const std::string& call) {
       if (call == "StopComm") throw code;
     };
-    EXPECT_EQ(code, send(incident()).exitCode());
-    EXPECT_EQ("", started());
+    EXPECT_EQ(send(incident()).exitCode(), code);
+    EXPECT_EQ(started(), "");
   }
 }
 
@@ -388,8 +387,8 @@ TEST_F(Collection, DoesNotRunAfterANegativeResult) {
     m_fake.onCall = [code](const std::string& call) {
       if (call == "StopComm") throw code;
     };
-    EXPECT_EQ(code & 0xff, send(incident()).exitCode());
-    EXPECT_EQ("", started()) << code;
+    EXPECT_EQ(send(incident()).exitCode(), code & 0xff);
+    EXPECT_EQ(started(), "") << code;
   }
 }
 
@@ -397,9 +396,9 @@ TEST_F(Collection, DoesNotRunWhenTheIdentifierThrows) {
   m_fake.onCall = [](const std::string& call) {
     if (call == "GetID") throw 5;
   };
-  EXPECT_EQ(5, send(incident()).exitCode());
-  EXPECT_EQ("", started());
-  EXPECT_EQ(Texts(), m_log.texts());
+  EXPECT_EQ(send(incident()).exitCode(), 5);
+  EXPECT_EQ(started(), "");
+  EXPECT_EQ(m_log.texts(), Texts());
 }
 
 TEST_F(Collection, DoesNotRunInEventMode) {
@@ -407,9 +406,9 @@ TEST_F(Collection, DoesNotRunInEventMode) {
     for (const int status : {0x20, 0x20000}) {
       m_fake.status = status;
       const ChildResult child = send(eventOf(type));
-      EXPECT_EQ(status == 0x20 ? 0 : 1, child.exitCode());
-      EXPECT_EQ("", started());
-      EXPECT_EQ("", child.out);
+      EXPECT_EQ(child.exitCode(), status == 0x20 ? 0 : 1);
+      EXPECT_EQ(started(), "");
+      EXPECT_EQ(child.out, "");
     }
   }
 }
@@ -418,8 +417,8 @@ TEST_F(Collection, RunsOnlyAfterTheTransmissionHasReturned) {
   m_fake.onCall = [this](const std::string& call) {
     if (call == "StopComm" && ::access((m_dir / "started").c_str(), F_OK) == 0) throw 99;
   };
-  EXPECT_EQ(0, send(incident()).exitCode());
-  EXPECT_EQ(kBothStarted, started());
+  EXPECT_EQ(send(incident()).exitCode(), 0);
+  EXPECT_EQ(started(), kBothStarted);
 }
 
 TEST_F(Collection, NoTemporaryDirectoryEndsWith78) {
@@ -427,9 +426,9 @@ TEST_F(Collection, NoTemporaryDirectoryEndsWith78) {
   for (const int status : {0x20, 0x20000}) {
     m_fake.status = status;
     const ChildResult child = send(incident());
-    EXPECT_EQ(78, child.exitCode()) << "the transmission's result is dropped";
-    EXPECT_EQ("", started());
-    EXPECT_EQ("", child.out);
+    EXPECT_EQ(child.exitCode(), 78) << "the transmission's result is dropped";
+    EXPECT_EQ(started(), "");
+    EXPECT_EQ(child.out, "");
     Texts log = steady(m_log.take());
     if (status == 0x20) {
       Texts expected = inOrder({kHostNameLog, kEmptyEventLog});
@@ -440,7 +439,7 @@ TEST_F(Collection, NoTemporaryDirectoryEndsWith78) {
                              "VUQ90103L : failed to create dir:/proc/DIR"}});
       }
       expected.emplace_back("make tempname error (CSendEventSingleSystem::SendEvent)");
-      EXPECT_EQ(expected, log);
+      EXPECT_EQ(log, expected);
     }
   }
 }
@@ -450,22 +449,21 @@ TEST_F(Collection, MissingCommandsDoNotMatter) {
     if (!enterPrivateMounts() || !mountTmpfs("/opt")) return 200;
     return incident().sendEvent();
   });
-  EXPECT_EQ(0, child.exitCode());
-  EXPECT_EQ("", child.out);
-  EXPECT_EQ("", child.err);
-  EXPECT_EQ(inOrder({kHostNameLog, kEmptyEventLog, kMakeDirLog}), steady(m_log.texts()));
+  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(child.out, "");
+  EXPECT_EQ(child.err, "");
+  EXPECT_EQ(steady(m_log.texts()), inOrder({kHostNameLog, kEmptyEventLog, kMakeDirLog}));
 }
 
 TEST_F(Collection, DirectoryReachesTheShellUnquoted) {
   // The blank in the path makes two arguments of it.
   const std::string parent = m_dir / "two words";
-  ASSERT_EQ(0, ::mkdir(parent.c_str(), 0700));
+  ASSERT_EQ(::mkdir(parent.c_str(), 0700), 0);
   const EnvironmentGuard place("TMPDIR", parent.c_str());
-  EXPECT_EQ(0, send(incident()).exitCode());
+  EXPECT_EQ(send(incident()).exitCode(), 0);
   const std::string arguments = (m_dir / "two") + " words/DIR";
-  EXPECT_EQ("/opt/dovra/tanex/bin/tanexcc 2 " + arguments + " 0\n/opt/dovra/tanex/bin/tanexcs 2 " +
-                arguments + " 0\n",
-            started());
+  EXPECT_EQ(started(), "/opt/dovra/tanex/bin/tanexcc 2 " + arguments +
+                           " 0\n/opt/dovra/tanex/bin/tanexcs 2 " + arguments + " 0\n");
 }
 
 TEST_F(Collection, CommandLineIsBoundedTo1022Characters) {
@@ -480,13 +478,13 @@ TEST_F(Collection, CommandLineIsBoundedTo1022Characters) {
   std::filesystem::create_directories(parent);
   const EnvironmentGuard place("TMPDIR", parent.c_str());
   const ChildResult child = send(incident());
-  EXPECT_EQ(0, child.exitCode());
+  EXPECT_EQ(child.exitCode(), 0);
 
   const Texts lines = linesOf(readFile(m_dir / "started"));
-  ASSERT_EQ(2U, lines.size());
-  EXPECT_EQ(program + " 1 " + parent + "/swcon", lines[0].substr(0, program.size() + length + 9));
-  EXPECT_EQ(1022 + std::string("1  0").size(), lines[0].size());
-  EXPECT_NE(std::string::npos, child.err.find("tanexcc complains\n"));
+  ASSERT_EQ(lines.size(), 2U);
+  EXPECT_EQ(lines[0].substr(0, program.size() + length + 9), program + " 1 " + parent + "/swcon");
+  EXPECT_EQ(lines[0].size(), 1022 + std::string("1  0").size());
+  EXPECT_NE(child.err.find("tanexcc complains\n"), std::string::npos);
 }
 
 }  // namespace

@@ -59,10 +59,10 @@ class Definition : public testing::Test {
     SCOPED_TRACE(line.substr(0, 80));
     m_event.m_params.clear();
     m_log.take();
-    EXPECT_EQ(68, readEvent("Label=disk\n" + line + "\nOSType=Linux\n"));
-    EXPECT_EQ(Texts{text}, m_log.take()) << "and nothing is traced";
-    EXPECT_EQ((Params{{"Label", "disk"}}), m_event.m_params) << "what stood before stays";
-    EXPECT_EQ(0, m_event.getEventType());
+    EXPECT_EQ(readEvent("Label=disk\n" + line + "\nOSType=Linux\n"), 68);
+    EXPECT_EQ(m_log.take(), Texts{text}) << "and nothing is traced";
+    EXPECT_EQ(m_event.m_params, (Params{{"Label", "disk"}})) << "what stood before stays";
+    EXPECT_EQ(m_event.getEventType(), 0);
   }
 
   /// Reads a good definition with `line` at its end, which changes `key` to `value`.
@@ -72,8 +72,8 @@ class Definition : public testing::Test {
     m_event.m_params.clear();
     Params expected = eventParams();
     expected[key] = value;
-    EXPECT_EQ(0, readEvent(definitionOf(eventParams()) + line));
-    EXPECT_EQ(expected, m_event.m_params);
+    EXPECT_EQ(readEvent(definitionOf(eventParams()) + line), 0);
+    EXPECT_EQ(m_event.m_params, expected);
   }
 
   ScratchDir m_dir;
@@ -90,13 +90,13 @@ Texts traceOf(const Params& params) {
 }
 
 TEST_F(Definition, CompleteEvent) {
-  EXPECT_EQ(0, readEvent(definitionOf(eventParams())));
-  EXPECT_EQ(eventParams(), m_event.m_params);
-  EXPECT_EQ(3, m_event.getEventType());
-  EXPECT_EQ((Texts{"EventID=e1", "HostName=db01", "Label=disk", "MsgID=M0815", "MsgType=E",
+  EXPECT_EQ(readEvent(definitionOf(eventParams())), 0);
+  EXPECT_EQ(m_event.m_params, eventParams());
+  EXPECT_EQ(m_event.getEventType(), 3);
+  EXPECT_EQ(m_log.texts(),
+            (Texts{"EventID=e1", "HostName=db01", "Label=disk", "MsgID=M0815", "MsgType=E",
                    "OSName=Debian", "OSType=Linux", "OSVersion=12", "PartitionName=p0",
-                   "PkgName=kernel", "SendType=err", "Time=2026/11/20 12:00:00"}),
-            m_log.texts());
+                   "PkgName=kernel", "SendType=err", "Time=2026/11/20 12:00:00"}));
 }
 
 TEST_F(Definition, TraceHasTheWholeMapInByteOrder) {
@@ -105,14 +105,14 @@ TEST_F(Definition, TraceHasTheWholeMapInByteOrder) {
   m_event.setParam("IncidentNumber", "100%s");
   Params expected = eventParams();
   expected.insert({{"zebra", "z"}, {"Zebra", "Z"}, {"IncidentNumber", "100%s"}});
-  EXPECT_EQ(0, readEvent(definitionOf(eventParams())));
-  EXPECT_EQ(traceOf(expected), m_log.texts());
+  EXPECT_EQ(readEvent(definitionOf(eventParams())), 0);
+  EXPECT_EQ(m_log.texts(), traceOf(expected));
 }
 
 TEST_F(Definition, SilentAtInformationLevel) {
   const CapturedLog log(CapturedLog::Level::kInfo);
-  EXPECT_EQ(0, readEvent(definitionOf(eventParams())));
-  EXPECT_EQ(Texts(), log.texts());
+  EXPECT_EQ(readEvent(definitionOf(eventParams())), 0);
+  EXPECT_EQ(log.texts(), Texts());
 }
 
 TEST_F(Definition, LineOrderDoesNotMatter) {
@@ -120,14 +120,14 @@ TEST_F(Definition, LineOrderDoesNotMatter) {
   std::reverse(lines.begin(), lines.end());
   std::string bytes;
   for (const std::string& line : lines) bytes += line + "\n";
-  EXPECT_EQ(0, readEvent(bytes));
-  EXPECT_EQ(eventParams(), m_event.m_params);
+  EXPECT_EQ(readEvent(bytes), 0);
+  EXPECT_EQ(m_event.m_params, eventParams());
 }
 
 TEST_F(Definition, CrLfReadsTheSame) {
-  EXPECT_EQ(0, readEvent(definitionOf(eventParams(), "\r\n")));
-  EXPECT_EQ(eventParams(), m_event.m_params);
-  EXPECT_EQ(3, m_event.getEventType());
+  EXPECT_EQ(readEvent(definitionOf(eventParams(), "\r\n")), 0);
+  EXPECT_EQ(m_event.m_params, eventParams());
+  EXPECT_EQ(m_event.getEventType(), 3);
 }
 
 TEST_F(Definition, LastLineWithoutEndIsRead) {
@@ -144,53 +144,53 @@ TEST_F(Definition, SendTypeDecidesTheEventType) {
                         Case{"er", 4}, Case{"err ", 4}, Case{" err", 4}, Case{"info", 4}}) {
     SCOPED_TRACE(c.sendType);
     expectLineAccepted(std::string("SendType=") + c.sendType + "\n", "SendType", c.sendType);
-    EXPECT_EQ(c.eventType, m_event.getEventType());
+    EXPECT_EQ(m_event.getEventType(), c.eventType);
   }
 }
 
 TEST_F(Definition, RejectionSetsTheEventTypeToZero) {
   for (const char* bytes : {"", "nonsense\n", "Label=\n"}) {
     m_event.m_eventType = 3;
-    EXPECT_EQ(68, readEvent(bytes));
-    EXPECT_EQ(0, m_event.getEventType());
+    EXPECT_EQ(readEvent(bytes), 68);
+    EXPECT_EQ(m_event.getEventType(), 0);
   }
 }
 
 TEST_F(Definition, NotFound) {
   for (const std::string& path : {m_dir / "missing", m_dir.path(), std::string()}) {
     m_event.m_eventType = 3;
-    EXPECT_EQ(68, parseEventFile(m_event, path));
-    EXPECT_EQ(Texts{path + kNotFound}, m_log.take());
-    EXPECT_EQ(0, m_event.getEventType());
-    EXPECT_EQ(Params(), m_event.m_params);
+    EXPECT_EQ(parseEventFile(m_event, path), 68);
+    EXPECT_EQ(m_log.take(), Texts{path + kNotFound});
+    EXPECT_EQ(m_event.getEventType(), 0);
+    EXPECT_EQ(m_event.m_params, Params());
   }
 }
 
 TEST_F(Definition, NullPathIsNotFound) {
-  EXPECT_EQ(68, m_event.parseTanexEventMsg(nullptr));
-  EXPECT_EQ(Texts{kNotFound}, m_log.take());
-  EXPECT_EQ(68, m_event.parseTanexMsg(nullptr));
-  EXPECT_EQ(Texts{kNotFound}, m_log.take());
+  EXPECT_EQ(m_event.parseTanexEventMsg(nullptr), 68);
+  EXPECT_EQ(m_log.take(), Texts{kNotFound});
+  EXPECT_EQ(m_event.parseTanexMsg(nullptr), 68);
+  EXPECT_EQ(m_log.take(), Texts{kNotFound});
 }
 
 TEST_F(Definition, PathThatIsAParameterIsNamedAsItWas) {
   const std::string time = "Time=" + std::string(200, 't');
   m_event.setParam("Time", C(write(time + "\n")));
-  EXPECT_EQ(68, m_event.parseTanexEventMsg(C(m_event.m_params["Time"])));
-  EXPECT_EQ((Texts{time, m_path + kParameterError}), m_log.texts());
+  EXPECT_EQ(m_event.parseTanexEventMsg(C(m_event.m_params["Time"])), 68);
+  EXPECT_EQ(m_log.texts(), (Texts{time, m_path + kParameterError}));
 }
 
 TEST_F(Definition, CannotBeOpened) {
   const std::string socket = makeSocketFile(m_dir);
-  EXPECT_EQ(68, parseEventFile(m_event, socket));
-  EXPECT_EQ(Texts{socket + kOpenError}, m_log.take());
-  EXPECT_EQ(68, parseIncidentFile(m_event, socket));
-  EXPECT_EQ(Texts{socket + kOpenError}, m_log.take());
+  EXPECT_EQ(parseEventFile(m_event, socket), 68);
+  EXPECT_EQ(m_log.take(), Texts{socket + kOpenError});
+  EXPECT_EQ(parseIncidentFile(m_event, socket), 68);
+  EXPECT_EQ(m_log.take(), Texts{socket + kOpenError});
 }
 
 TEST_F(Definition, NothingCanBeReadIsAReadError) {
-  EXPECT_EQ(68, parseEventFile(m_event, "/proc/self/mem"));
-  EXPECT_EQ(Texts{"/proc/self/mem" + kReadError}, m_log.texts());
+  EXPECT_EQ(parseEventFile(m_event, "/proc/self/mem"), 68);
+  EXPECT_EQ(m_log.texts(), Texts{"/proc/self/mem" + kReadError});
 }
 
 /// Reading fails after the lines of `params`, which is all that is logged.
@@ -200,9 +200,9 @@ void expectReadError(const Params& params) {
     const BrokenFile file(definitionOf(params));
     TestEvent event;
     std::string path = file.path();
-    EXPECT_EQ(68, (event.*parse)(C(path)));
-    EXPECT_EQ(Texts{path + kReadError}, log.texts()) << "nothing is traced";
-    EXPECT_EQ(params, event.m_params) << "what was read stays, and no key is inserted";
+    EXPECT_EQ((event.*parse)(C(path)), 68);
+    EXPECT_EQ(log.texts(), Texts{path + kReadError}) << "nothing is traced";
+    EXPECT_EQ(event.m_params, params) << "what was read stays, and no key is inserted";
   }
 }
 
@@ -213,9 +213,9 @@ TEST_F(Definition, ReadErrorIsToldBeforeAnyMissingKey) {
 
 TEST_F(Definition, ReadInPartIsRejectedEvenWhenItLooksComplete) {
   const BrokenFile file(definitionOf(eventParams()));
-  EXPECT_EQ(68, parseEventFile(m_event, file.path()));
-  EXPECT_EQ(Texts{file.path() + kReadError}, m_log.texts());
-  EXPECT_EQ(0, m_event.getEventType());
+  EXPECT_EQ(parseEventFile(m_event, file.path()), 68);
+  EXPECT_EQ(m_log.texts(), Texts{file.path() + kReadError});
+  EXPECT_EQ(m_event.getEventType(), 0);
 }
 
 TEST_F(Definition, BadLineIsToldAndNotTheReadErrorBehindIt) {
@@ -226,29 +226,29 @@ TEST_F(Definition, BadLineIsToldAndNotTheReadErrorBehindIt) {
   };
   for (const auto& [line, text] : table) {
     const BrokenFile file("HostName=db01\n" + line);
-    EXPECT_EQ(68, parseEventFile(m_event, file.path()));
-    EXPECT_EQ(Texts{text}, m_log.take());
+    EXPECT_EQ(parseEventFile(m_event, file.path()), 68);
+    EXPECT_EQ(m_log.take(), Texts{text});
   }
 }
 
 TEST_F(Definition, PartOfALineBeforeTheReadErrorIsNotLookedAt) {
   const BrokenFile file("HostName=db01\nnonsense");
-  EXPECT_EQ(68, parseEventFile(m_event, file.path()));
-  EXPECT_EQ(Texts{file.path() + kReadError}, m_log.texts());
+  EXPECT_EQ(parseEventFile(m_event, file.path()), 68);
+  EXPECT_EQ(m_log.texts(), Texts{file.path() + kReadError});
 }
 
 TEST_F(Definition, Fifo) {
   const FilledFifo fifo(m_dir, definitionOf(eventParams()));
-  EXPECT_EQ(0, parseEventFile(m_event, fifo.path()));
-  EXPECT_EQ(eventParams(), m_event.m_params);
+  EXPECT_EQ(parseEventFile(m_event, fifo.path()), 0);
+  EXPECT_EQ(m_event.m_params, eventParams());
 }
 
 TEST_F(Definition, EmptyOrBlankFileMissesTheFirstKey) {
   for (const char* bytes : {"", "\n", "\n\r\n\n", "# only this\n"}) {
     m_event.m_params.clear();
-    EXPECT_EQ(68, readEvent(bytes));
-    EXPECT_EQ(Texts{m_path + kParameterError}, m_log.take());
-    EXPECT_EQ((Params{{"Time", ""}}), m_event.m_params)
+    EXPECT_EQ(readEvent(bytes), 68);
+    EXPECT_EQ(m_log.take(), Texts{m_path + kParameterError});
+    EXPECT_EQ(m_event.m_params, (Params{{"Time", ""}}))
         << "only the first missing key is looked at";
   }
 }
@@ -305,24 +305,24 @@ TEST_F(Definition, EmptyMsgIdIsAccepted) {
   expectLineAccepted("MsgID=\n", "MsgID", "");
   Params expected = eventParams();
   expected["MsgID"] = "";
-  EXPECT_EQ(traceOf(expected), m_log.texts());
+  EXPECT_EQ(m_log.texts(), traceOf(expected));
 }
 
 TEST_F(Definition, AbsentMsgIdIsInsertedEmptyAndNotTraced) {
   const Params given = without(eventParams(), "MsgID");
   Params expected = eventParams();
   expected["MsgID"] = "";
-  EXPECT_EQ(0, readEvent(definitionOf(given)));
-  EXPECT_EQ(expected, m_event.m_params);
-  EXPECT_EQ(3, m_event.getEventType());
-  EXPECT_EQ(traceOf(given), m_log.texts()) << "the trace comes before the check";
+  EXPECT_EQ(readEvent(definitionOf(given)), 0);
+  EXPECT_EQ(m_event.m_params, expected);
+  EXPECT_EQ(m_event.getEventType(), 3);
+  EXPECT_EQ(m_log.texts(), traceOf(given)) << "the trace comes before the check";
 }
 
 TEST_F(Definition, KeyGivenTwiceKeepsTheLaterValue) {
   expectLineAccepted("Label=later\n", "Label", "later");
   Params expected = eventParams();
   expected["Label"] = "later";
-  EXPECT_EQ(traceOf(expected), m_log.texts()) << "the trace shows only the later one";
+  EXPECT_EQ(m_log.texts(), traceOf(expected)) << "the trace shows only the later one";
 }
 
 TEST_F(Definition, EachMissingKeyIsReportedAfterTheTrace) {
@@ -332,39 +332,39 @@ TEST_F(Definition, EachMissingKeyIsReportedAfterTheTrace) {
     m_event.m_params.clear();
     m_event.m_eventType = 3;
     const Params given = without(eventParams(), key);
-    EXPECT_EQ(68, readEvent(definitionOf(given)));
+    EXPECT_EQ(readEvent(definitionOf(given)), 68);
     Texts expected = traceOf(given);
     expected.push_back(m_path + kParameterError);
-    EXPECT_EQ(expected, m_log.take());
-    EXPECT_EQ(0, m_event.getEventType());
+    EXPECT_EQ(m_log.take(), expected);
+    EXPECT_EQ(m_event.getEventType(), 0);
   }
 }
 
 TEST_F(Definition, MissingLabel) {
   const CapturedLog log;
-  EXPECT_EQ(68, readEvent(definitionOf(without(eventParams(), "Label"))));
-  EXPECT_EQ(Texts{m_path + kParameterError}, log.texts());
+  EXPECT_EQ(readEvent(definitionOf(without(eventParams(), "Label"))), 68);
+  EXPECT_EQ(log.texts(), Texts{m_path + kParameterError});
 }
 
 TEST_F(Definition, CheckStopsAtTheFirstMissingKeyOfTheList) {
   const Params given = {{"Label", "disk"}, {"OSType", "Linux"}};
   Params expected = given;
   expected["Time"] = "";
-  EXPECT_EQ(68, readEvent(definitionOf(given)));
-  EXPECT_EQ(expected, m_event.m_params);
+  EXPECT_EQ(readEvent(definitionOf(given)), 68);
+  EXPECT_EQ(m_event.m_params, expected);
 
   // In list order: HostName is asked for before EventID, which the map has first.
   m_event.m_params.clear();
   m_log.take();
-  EXPECT_EQ(68, readEvent("Time=now\nLabel=disk\n"));
-  EXPECT_EQ((Params{{"HostName", ""}, {"Label", "disk"}, {"Time", "now"}}), m_event.m_params);
-  EXPECT_EQ((Texts{"Label=disk", "Time=now", m_path + kParameterError}), m_log.texts());
+  EXPECT_EQ(readEvent("Time=now\nLabel=disk\n"), 68);
+  EXPECT_EQ(m_event.m_params, (Params{{"HostName", ""}, {"Label", "disk"}, {"Time", "now"}}));
+  EXPECT_EQ(m_log.texts(), (Texts{"Label=disk", "Time=now", m_path + kParameterError}));
 }
 
 TEST_F(Definition, ParameterThatIsAlreadyThereSatisfiesTheCheck) {
   m_event.setParam("HostName", "kept");
-  EXPECT_EQ(0, readEvent(definitionOf(without(eventParams(), "HostName"))));
-  EXPECT_STREQ("kept", m_event.getParam("HostName"));
+  EXPECT_EQ(readEvent(definitionOf(without(eventParams(), "HostName"))), 0);
+  EXPECT_STREQ(m_event.getParam("HostName"), "kept");
 }
 
 TEST_F(Definition, EmptyParameterThatIsAlreadyThereIsMissing) {
@@ -372,15 +372,15 @@ TEST_F(Definition, EmptyParameterThatIsAlreadyThereIsMissing) {
   const Params given = without(eventParams(), "HostName");
   Params traced = given;
   traced["HostName"] = "";
-  EXPECT_EQ(68, readEvent(definitionOf(given)));
+  EXPECT_EQ(readEvent(definitionOf(given)), 68);
   Texts expected = traceOf(traced);
   expected.push_back(m_path + kParameterError);
-  EXPECT_EQ(expected, m_log.texts());
+  EXPECT_EQ(m_log.texts(), expected);
 }
 
 TEST_F(Definition, ReadingStopsAtTheFirstBadLine) {
-  EXPECT_EQ(68, readEvent("Label=disk\nfirst\nsecond\nTime=\n"));
-  EXPECT_EQ(Texts{"first" + kFormatError}, m_log.texts());
+  EXPECT_EQ(readEvent("Label=disk\nfirst\nsecond\nTime=\n"), 68);
+  EXPECT_EQ(m_log.texts(), Texts{"first" + kFormatError});
 }
 
 // --- long lines: rules apply to each piece of 1,023 bytes ----------------------------------------
@@ -395,9 +395,9 @@ TEST_F(Definition, LinesAroundThePieceLength) {
 }
 
 TEST_F(Definition, SecondPieceIsLookedAtLikeALine) {
-  EXPECT_EQ(68, readEvent(hostLine(1024)));
-  EXPECT_EQ(Texts{"x" + kFormatError}, m_log.take());
-  EXPECT_EQ((Params{{"HostName", x(1023 - 9)}}), m_event.m_params);
+  EXPECT_EQ(readEvent(hostLine(1024)), 68);
+  EXPECT_EQ(m_log.take(), Texts{"x" + kFormatError});
+  EXPECT_EQ(m_event.m_params, (Params{{"HostName", x(1023 - 9)}}));
 
   expectLineAccepted("HostName=" + x(1023 - 9) + "Label=cut\nHostName=db01\n", "Label", "cut");
 }
@@ -407,14 +407,14 @@ TEST_F(Definition, SecondPieceMayBeAComment) {
 }
 
 TEST_F(Definition, LongLine) {
-  EXPECT_EQ(68, readEvent(hostLine(5000)));
-  EXPECT_EQ(Texts{x(1023) + kFormatError}, m_log.texts());
-  EXPECT_EQ((Params{{"HostName", x(1023 - 9)}}), m_event.m_params);
+  EXPECT_EQ(readEvent(hostLine(5000)), 68);
+  EXPECT_EQ(m_log.texts(), Texts{x(1023) + kFormatError});
+  EXPECT_EQ(m_event.m_params, (Params{{"HostName", x(1023 - 9)}}));
 }
 
 TEST_F(Definition, LongCommentsSecondPieceIsNoComment) {
-  EXPECT_EQ(68, readEvent("#" + x(1022) + "rest\n"));
-  EXPECT_EQ(Texts{"rest" + kFormatError}, m_log.take());
+  EXPECT_EQ(readEvent("#" + x(1022) + "rest\n"), 68);
+  EXPECT_EQ(m_log.take(), Texts{"rest" + kFormatError});
   expectLineAccepted("#" + x(1021) + "\n", "HostName", "db01");
   expectLineAccepted("#" + x(1022) + "\n", "HostName", "db01");
   expectLineAccepted("#" + x(1022) + "#" + x(100) + "\n", "HostName", "db01");
@@ -431,23 +431,22 @@ TEST_F(Definition, ZeroByteCutsItsPieceOnly) {
 // --- incident definition files -------------------------------------------------------------------
 
 TEST_F(Definition, CompleteIncident) {
-  EXPECT_EQ(0, readIncident(definitionOf(incidentParams())));
-  EXPECT_EQ(2, m_event.getEventType());
-  EXPECT_EQ(incidentParams(), m_event.m_params);
-  EXPECT_EQ((Texts{"CollectionTime=2026/11/20 12:00:00", "HostName=db01", "IncidentNumber=77",
-                   "PartitionName=p0"}),
-            m_log.texts());
+  EXPECT_EQ(readIncident(definitionOf(incidentParams())), 0);
+  EXPECT_EQ(m_event.getEventType(), 2);
+  EXPECT_EQ(m_event.m_params, incidentParams());
+  EXPECT_EQ(m_log.texts(), (Texts{"CollectionTime=2026/11/20 12:00:00", "HostName=db01",
+                                  "IncidentNumber=77", "PartitionName=p0"}));
 }
 
 TEST_F(Definition, IncidentKeepsItsTypeWhenRejected) {
   for (const char* bytes : {"", "nonsense\n", "HostName=\n"}) {
     m_event.m_eventType = 0;
-    EXPECT_EQ(68, readIncident(bytes));
-    EXPECT_EQ(2, m_event.getEventType());
+    EXPECT_EQ(readIncident(bytes), 68);
+    EXPECT_EQ(m_event.getEventType(), 2);
   }
   m_event.m_eventType = 0;
-  EXPECT_EQ(68, parseIncidentFile(m_event, "/nowhere"));
-  EXPECT_EQ(2, m_event.getEventType());
+  EXPECT_EQ(parseIncidentFile(m_event, "/nowhere"), 68);
+  EXPECT_EQ(m_event.getEventType(), 2);
 }
 
 TEST_F(Definition, IncidentNeedsEachOfItsKeys) {
@@ -455,43 +454,43 @@ TEST_F(Definition, IncidentNeedsEachOfItsKeys) {
     SCOPED_TRACE(key);
     m_event.m_params.clear();
     const Params given = without(incidentParams(), key);
-    EXPECT_EQ(68, readIncident(definitionOf(given)));
+    EXPECT_EQ(readIncident(definitionOf(given)), 68);
     Texts expected = traceOf(given);
     expected.push_back(m_path + kParameterError);
-    EXPECT_EQ(expected, m_log.take());
+    EXPECT_EQ(m_log.take(), expected);
 
     m_event.m_params.clear();
-    EXPECT_EQ(68, readIncident(key + "=\n"));
-    EXPECT_EQ(Texts{key + kValueError}, m_log.take());
+    EXPECT_EQ(readIncident(key + "=\n"), 68);
+    EXPECT_EQ(m_log.take(), Texts{key + kValueError});
   }
 }
 
 TEST_F(Definition, IncidentChecksItsKeysInOrder) {
-  EXPECT_EQ(68, readIncident("IncidentNumber=77\n"));
-  EXPECT_EQ((Params{{"IncidentNumber", "77"}, {"HostName", ""}}), m_event.m_params);
+  EXPECT_EQ(readIncident("IncidentNumber=77\n"), 68);
+  EXPECT_EQ(m_event.m_params, (Params{{"IncidentNumber", "77"}, {"HostName", ""}}));
 }
 
 TEST_F(Definition, IncidentKnowsNoOtherKey) {
   for (const std::string& key : kEventKeys) {
     if (std::count(kIncidentKeys.begin(), kIncidentKeys.end(), key) != 0) continue;
-    EXPECT_EQ(68, readIncident(key + "=x\n"));
-    EXPECT_EQ(Texts{key + kKeywordError}, m_log.take());
+    EXPECT_EQ(readIncident(key + "=x\n"), 68);
+    EXPECT_EQ(m_log.take(), Texts{key + kKeywordError});
   }
 }
 
 TEST_F(Definition, AnyKeyList) {
   std::string path = write("b=1\nMsgID=\na=2\n");
   Texts keys = {"a", "b", "MsgID"};
-  EXPECT_EQ(0, m_event.parseMsgCommon(C(path), keys));
-  EXPECT_EQ((Params{{"MsgID", ""}, {"a", "2"}, {"b", "1"}}), m_event.m_params);
-  EXPECT_EQ(0, m_event.getEventType()) << "the common reader leaves the type alone";
-  EXPECT_EQ((Texts{"a", "b", "MsgID"}), keys);
+  EXPECT_EQ(m_event.parseMsgCommon(C(path), keys), 0);
+  EXPECT_EQ(m_event.m_params, (Params{{"MsgID", ""}, {"a", "2"}, {"b", "1"}}));
+  EXPECT_EQ(m_event.getEventType(), 0) << "the common reader leaves the type alone";
+  EXPECT_EQ(keys, (Texts{"a", "b", "MsgID"}));
 
   Texts none;
   path = write("# nothing\n");
   m_event.m_params.clear();
-  EXPECT_EQ(0, m_event.parseMsgCommon(C(path), none));
-  EXPECT_EQ(Params(), m_event.m_params);
+  EXPECT_EQ(m_event.parseMsgCommon(C(path), none), 0);
+  EXPECT_EQ(m_event.m_params, Params());
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ using Texts = std::vector<std::string>;
 TEST(SendEventObject, DerivedClassAddsNoFieldAndOverridesOnlyTheDestructor) {
   EXPECT_TRUE((std::is_convertible_v<CSendEventSingleSystem*, CSendEventBase*>));
   EXPECT_TRUE(std::has_virtual_destructor_v<CSendEventBase>);
-  EXPECT_EQ(sizeof(CSendEventBase), sizeof(CSendEventSingleSystem));
+  EXPECT_EQ(sizeof(CSendEventSingleSystem), sizeof(CSendEventBase));
 }
 
 /// Whether an operation is virtual, as the C++ ABI marks it in a pointer to a member: by the lowest
@@ -62,15 +62,15 @@ TEST(SendEventObject, FieldsAreTypeListAndParametersInThisOrder) {
 
 TEST(SendEventObject, StartsEmpty) {
   TestSingleSystem event;
-  EXPECT_EQ(0, event.getEventType());
-  EXPECT_EQ(Texts(), event.getSendFileList());
-  EXPECT_EQ(Params(), event.m_params);
+  EXPECT_EQ(event.getEventType(), 0);
+  EXPECT_EQ(event.getSendFileList(), Texts());
+  EXPECT_EQ(event.m_params, Params());
 }
 
 TEST(SendEventObject, GetParamInsertsAnAbsentKeyEmpty) {
   TestEvent event;
-  EXPECT_STREQ("", event.getParam("Label"));
-  EXPECT_EQ((Params{{"Label", ""}}), event.m_params);
+  EXPECT_STREQ(event.getParam("Label"), "");
+  EXPECT_EQ(event.m_params, (Params{{"Label", ""}}));
 }
 
 TEST(SendEventObject, GetParamGivesTheValueUntilItChanges) {
@@ -79,15 +79,15 @@ TEST(SendEventObject, GetParamGivesTheValueUntilItChanges) {
   const char* value = event.getParam("Label");
   event.setParam("Time", "now");
   event.getParam("Absent");
-  EXPECT_STREQ("disk", value);
-  EXPECT_STREQ("", event.getParam("label")) << "keys are case-sensitive";
-  EXPECT_STREQ("", event.getParam("Lab")) << "keys are compared whole";
+  EXPECT_STREQ(value, "disk");
+  EXPECT_STREQ(event.getParam("label"), "") << "keys are case-sensitive";
+  EXPECT_STREQ(event.getParam("Lab"), "") << "keys are compared whole";
 }
 
 TEST(SendEventObject, GetParamOfNullInsertsNothing) {
   TestEvent event;
-  EXPECT_STREQ("", event.getParam(nullptr));
-  EXPECT_EQ(Params(), event.m_params);
+  EXPECT_STREQ(event.getParam(nullptr), "");
+  EXPECT_EQ(event.m_params, Params());
 }
 
 TEST(SendEventObject, SetParamInsertsAndOverwrites) {
@@ -95,7 +95,7 @@ TEST(SendEventObject, SetParamInsertsAndOverwrites) {
   event.setParam("Label", "disk");
   event.setParam("any key", "");
   event.setParam("Label", "a=b ");
-  EXPECT_EQ((Params{{"Label", "a=b "}, {"any key", ""}}), event.m_params);
+  EXPECT_EQ(event.m_params, (Params{{"Label", "a=b "}, {"any key", ""}}));
 }
 
 TEST(SendEventObject, SetParamTakesAValueOfItsOwn) {
@@ -105,22 +105,22 @@ TEST(SendEventObject, SetParamTakesAValueOfItsOwn) {
   event.setParam("Label", event.getParam("Label") + 2);
   event.setParam("Time", event.getParam("Label"));
   event.setParam(event.getParam("Label"), "x");
-  EXPECT_EQ((Params{{"Label", value}, {"Time", value}, {value, "x"}}), event.m_params);
+  EXPECT_EQ(event.m_params, (Params{{"Label", value}, {"Time", value}, {value, "x"}}));
 }
 
 TEST(SendEventObject, SetParamWithNullDoesNothing) {
   TestEvent event;
   event.setParam(nullptr, "value");
   event.setParam("Label", nullptr);
-  EXPECT_EQ(Params(), event.m_params);
+  EXPECT_EQ(event.m_params, Params());
 }
 
 TEST(SendEventObject, SendFileListIsACopy) {
   TestEvent event(2, {"/a", "/b"});
   Texts copy = event.getSendFileList();
-  EXPECT_EQ((Texts{"/a", "/b"}), copy);
+  EXPECT_EQ(copy, (Texts{"/a", "/b"}));
   copy.clear();
-  EXPECT_EQ((Texts{"/a", "/b"}), event.getSendFileList());
+  EXPECT_EQ(event.getSendFileList(), (Texts{"/a", "/b"}));
 }
 
 }  // namespace

@@ -21,17 +21,17 @@ using Texts = std::vector<std::string>;
 TEST_F(Transmission, MaintenanceAllowsSending) {
   m_fake.status = 0x10000;
   TestEvent event = incident({});
-  EXPECT_EQ(0, send(event));
-  EXPECT_EQ(session({}), m_fake.calls);
-  EXPECT_EQ((Texts{kStarted, kOk}), m_log.texts());
+  EXPECT_EQ(send(event), 0);
+  EXPECT_EQ(m_fake.calls, session({}));
+  EXPECT_EQ(m_log.texts(), (Texts{kStarted, kOk}));
 }
 
 TEST_F(Transmission, StoppedReturns1) {
   m_fake.status = 0x20000;
   TestEvent event = incident({m_a});
-  EXPECT_EQ(1, send(event));
-  EXPECT_EQ(Texts{notReachable(131072)}, m_log.texts());
-  EXPECT_EQ((Texts{kQuery, kQuery}), m_fake.calls) << "nothing started, nothing stopped";
+  EXPECT_EQ(send(event), 1);
+  EXPECT_EQ(m_log.texts(), Texts{notReachable(131072)});
+  EXPECT_EQ(m_fake.calls, (Texts{kQuery, kQuery})) << "nothing started, nothing stopped";
 }
 
 TEST_F(Transmission, OtherStatusWordsReturn1) {
@@ -39,18 +39,18 @@ TEST_F(Transmission, OtherStatusWordsReturn1) {
     m_fake.calls.clear();
     m_fake.status = status;
     TestEvent event = incident({m_a});
-    EXPECT_EQ(1, send(event));
-    EXPECT_EQ(Texts{notReachable(status)}, m_log.take());
-    EXPECT_EQ((Texts{kQuery, kQuery}), m_fake.calls);
+    EXPECT_EQ(send(event), 1);
+    EXPECT_EQ(m_log.take(), Texts{notReachable(status)});
+    EXPECT_EQ(m_fake.calls, (Texts{kQuery, kQuery}));
   }
 }
 
 TEST_F(Transmission, FailedQueryShowsTheWordThatTheLibraryLeft) {
   m_fake.statusResult = -1;
   TestEvent event = incident({m_a});
-  EXPECT_EQ(1, send(event));
-  EXPECT_EQ(Texts{notReachable(32)}, m_log.texts());
-  EXPECT_EQ((Texts{kQuery, kQuery}), m_fake.calls);
+  EXPECT_EQ(send(event), 1);
+  EXPECT_EQ(m_log.texts(), Texts{notReachable(32)});
+  EXPECT_EQ(m_fake.calls, (Texts{kQuery, kQuery}));
 }
 
 TEST_F(Transmission, EachQuestionHasItsOwnQuery) {
@@ -71,9 +71,9 @@ TEST_F(Transmission, EachQuestionHasItsOwnQuery) {
       if (call == "GetStatus") m_fake.status = ++queries == 1 ? c.first : c.second;
     };
     TestEvent event = incident({});
-    EXPECT_EQ(c.result, send(event)) << c.first << " " << c.second;
-    EXPECT_EQ(c.result == 0 ? (Texts{kStarted, kOk}) : (Texts{notReachable(c.second)}),
-              m_log.take());
+    EXPECT_EQ(send(event), c.result) << c.first << " " << c.second;
+    EXPECT_EQ(m_log.take(),
+              c.result == 0 ? (Texts{kStarted, kOk}) : (Texts{notReachable(c.second)}));
   }
 }
 
@@ -82,18 +82,18 @@ TEST_F(Transmission, RefusedStart) {
     m_fake.calls.clear();
     m_fake.startResult = result;
     TestEvent event = incident({m_a});
-    EXPECT_EQ(1, send(event));
-    EXPECT_EQ(Texts{"(CSendInfo::SendInfo) CRMSenderBase::RM_StartComm() error(code=" +
-                    std::to_string(result) + ")"},
-              m_log.take());
-    EXPECT_EQ((Texts{kQuery, kQuery, kStart}), m_fake.calls);
+    EXPECT_EQ(send(event), 1);
+    EXPECT_EQ(m_log.take(),
+              Texts{"(CSendInfo::SendInfo) CRMSenderBase::RM_StartComm() error(code=" +
+                    std::to_string(result) + ")"});
+    EXPECT_EQ(m_fake.calls, (Texts{kQuery, kQuery, kStart}));
   }
 }
 
 TEST_F(Transmission, TypeIsLookedAtOnlyAfterTheStart) {
   m_fake.startResult = -5;
   TestEvent event = eventOf(5, {});
-  EXPECT_EQ(1, send(event));
+  EXPECT_EQ(send(event), 1);
 }
 
 // --- environment of the client -------------------------------------------------------------------
@@ -121,12 +121,12 @@ struct Client : CVuqRmgLib {
   void stopCom() override { asked.emplace_back("stopCom"); }
   int sendNotify(unsigned long param, char* data, char* reply) override {
     asked.emplace_back("sendNotify");
-    EXPECT_STREQ("", reply);
+    EXPECT_STREQ(reply, "");
     return CVuqRmgLib::sendNotify(param, data, reply);
   }
   int sendData(unsigned long param, void* list, int count, char* reply) override {
     asked.emplace_back("sendData");
-    EXPECT_STREQ("", reply);
+    EXPECT_STREQ(reply, "");
     return CVuqRmgLib::sendData(param, list, count, reply);
   }
 
@@ -156,20 +156,20 @@ TEST_F(Transmission, FailedEnvironmentReturns1) {
     const CapturedLog log(CapturedLog::Level::kTrace);
     TestEvent event = incident({m_a});
     Client client(c.fail);
-    EXPECT_EQ(1, event.sendThrough(client));
-    EXPECT_EQ(Texts{c.log}, log.texts()) << "the files are not even measured";
-    EXPECT_EQ(Texts{"setEnv"}, client.asked);
-    EXPECT_EQ(Texts(), m_fake.calls);
+    EXPECT_EQ(event.sendThrough(client), 1);
+    EXPECT_EQ(log.texts(), Texts{c.log}) << "the files are not even measured";
+    EXPECT_EQ(client.asked, Texts{"setEnv"});
+    EXPECT_EQ(m_fake.calls, Texts());
   }
 }
 
 TEST_F(Transmission, EnvironmentThatThrows0GoesOn) {
   TestEvent event = incident({m_a});
   Client client([] { throw 0; });
-  EXPECT_EQ(0, event.sendThrough(client));
-  EXPECT_EQ((Texts{"setEnv", "isOperate", "isMaintenance", "startCom", "sendNotify", "sendData"}),
-            client.asked);
-  EXPECT_EQ(kOk, m_log.texts().back());
+  EXPECT_EQ(event.sendThrough(client), 0);
+  EXPECT_EQ(client.asked,
+            (Texts{"setEnv", "isOperate", "isMaintenance", "startCom", "sendNotify", "sendData"}));
+  EXPECT_EQ(m_log.texts().back(), kOk);
 }
 
 TEST_F(Transmission, EnvironmentThatThrowsSomethingElsePasses) {
@@ -178,7 +178,7 @@ TEST_F(Transmission, EnvironmentThatThrowsSomethingElsePasses) {
   EXPECT_THROW(event.sendThrough(other), std::runtime_error);
   Client base([] { throw CVuqRmgLib::CVuqRmgLibException(1); });
   EXPECT_THROW(event.sendThrough(base), CVuqRmgLib::CVuqRmgLibException);
-  EXPECT_EQ(Texts(), m_log.texts());
+  EXPECT_EQ(m_log.texts(), Texts());
 }
 
 TEST_F(Transmission, StartThatThrowsSomethingElsePasses) {
@@ -188,23 +188,22 @@ TEST_F(Transmission, StartThatThrowsSomethingElsePasses) {
   TestEvent event = incident({m_a});
   StartlessClient client;
   EXPECT_THROW(event.sendThrough(client), std::runtime_error);
-  EXPECT_EQ((Texts{kQuery, kQuery}), m_fake.calls);
-  EXPECT_EQ(Texts(), m_log.texts());
+  EXPECT_EQ(m_fake.calls, (Texts{kQuery, kQuery}));
+  EXPECT_EQ(m_log.texts(), Texts());
 }
 
 TEST_F(Transmission, StepsGoThroughTheClientsSlotsButTheStopIsDirect) {
   TestEvent event = incident({m_a, m_b});
   {
     Client client([] {});
-    EXPECT_EQ(0, event.sendThrough(client));
-    EXPECT_EQ((Texts{"setEnv", "isOperate", "isMaintenance", "startCom", "sendNotify", "sendData",
-                     "sendNotify", "sendData"}),
-              client.asked);
-    EXPECT_EQ(kStop, m_fake.calls.back());
-    EXPECT_EQ(8U, m_fake.calls.size());
+    EXPECT_EQ(event.sendThrough(client), 0);
+    EXPECT_EQ(client.asked, (Texts{"setEnv", "isOperate", "isMaintenance", "startCom", "sendNotify",
+                                   "sendData", "sendNotify", "sendData"}));
+    EXPECT_EQ(m_fake.calls.back(), kStop);
+    EXPECT_EQ(m_fake.calls.size(), 8U);
   }
-  EXPECT_EQ(9U, m_fake.calls.size()) << "the client was still marked as started";
-  EXPECT_EQ(kStop, m_fake.calls.back());
+  EXPECT_EQ(m_fake.calls.size(), 9U) << "the client was still marked as started";
+  EXPECT_EQ(m_fake.calls.back(), kStop);
 }
 
 }  // namespace

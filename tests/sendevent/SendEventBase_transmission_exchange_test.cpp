@@ -40,40 +40,40 @@ TEST_F(Transmission, ReplyIsOneBufferThatEachCallIsHandedAndThatIsLogged) {
     TestEvent event = incident({m_a});
     event.m_eventType = type;
     ReplyingClient client("1 reply");
-    EXPECT_EQ(0, event.sendThrough(client));
-    EXPECT_EQ((Texts{"", "1 reply"}), client.found);
+    EXPECT_EQ(event.sendThrough(client), 0);
+    EXPECT_EQ(client.found, (Texts{"", "1 reply"}));
     const Texts log = m_log.take();
     const std::string notification =
         type == 1 ? plainNotifyCall("0x40016") : notifyCall("0x40017", incidentText(1, 1));
     const std::string codes = type == 1 ? "0x4010a" : "0x4010b";
-    EXPECT_EQ((Texts{kStarted, loop(1, 1), notification, kDone,
+    EXPECT_EQ(log,
+              (Texts{kStarted, loop(1, 1), notification, kDone,
                      "RM_Communicate call (param=" + codes + " ? 1 " + m_a + " NULL 1 reply NULL)",
-                     kDone, kOk}),
-              log);
+                     kDone, kOk}));
   }
 }
 
 TEST_F(Transmission, ReplyOfOneFileIsLoggedWithTheNext) {
   TestEvent event(1, {m_a, m_b});
   ReplyingClient client("1 reply");
-  EXPECT_EQ(0, event.sendThrough(client));
-  EXPECT_EQ("RM_Communicate call (param=0x40016 0 0 NULL NULL 2 reply NULL)", m_log.texts().at(7));
+  EXPECT_EQ(event.sendThrough(client), 0);
+  EXPECT_EQ(m_log.texts().at(7), "RM_Communicate call (param=0x40016 0 0 NULL NULL 2 reply NULL)");
 
   TestEvent other = incident({m_a, m_b});
   m_log.take();
   ReplyingClient another("1 reply");
-  EXPECT_EQ(0, other.sendThrough(another));
-  EXPECT_EQ("RM_Communicate call (param=0x40017 0 0 " + incidentText(2, 2) + " NULL 2 reply NULL)",
-            m_log.texts().at(7));
+  EXPECT_EQ(other.sendThrough(another), 0);
+  EXPECT_EQ(m_log.texts().at(7),
+            "RM_Communicate call (param=0x40017 0 0 " + incidentText(2, 2) + " NULL 2 reply NULL)");
 }
 
 TEST_F(Transmission, ReplyHasRoomFor2047CharactersAndItsEnd) {
   TestEvent event(1, {m_a});
   const std::string longest(2047, '1');
   ReplyingClient client(longest);
-  EXPECT_EQ(0, event.sendThrough(client));
-  EXPECT_EQ((Texts{"", longest}), client.found);
-  EXPECT_EQ(kOk, m_log.texts().back());
+  EXPECT_EQ(event.sendThrough(client), 0);
+  EXPECT_EQ(client.found, (Texts{"", longest}));
+  EXPECT_EQ(m_log.texts().back(), kOk);
 }
 
 // --- what the library may do with what it is handed ----------------------------------------------
@@ -101,7 +101,7 @@ template <class Client>
 std::pair<Texts, Texts> runOn(TestEvent& event, FakeKelcom& fake, CapturedLog& log) {
   {
     Client client;
-    EXPECT_EQ(0, event.sendThrough(client));
+    EXPECT_EQ(event.sendThrough(client), 0);
   }
   return {std::exchange(fake.calls, {}), log.take()};
 }
@@ -110,9 +110,9 @@ TEST_F(Transmission, LibraryThatWritesIntoWhatItIsHanded_ChangesNoLaterRequest) 
   for (const int type : {1, 2, 3, 4}) {
     TestEvent event = type == 2 ? incident({m_a, m_b, m_a}) : eventOf(type, {m_a, m_b, m_a});
     const auto undisturbed = runOn<CVuqRmgLib>(event, m_fake, m_log);
-    EXPECT_EQ(undisturbed, runOn<ScribblingClient>(event, m_fake, m_log)) << type;
-    EXPECT_EQ(undisturbed, runOn<ScribblingClient>(event, m_fake, m_log)) << type;
-    EXPECT_EQ((Texts{m_a, m_b, m_a}), event.getSendFileList());
+    EXPECT_EQ(runOn<ScribblingClient>(event, m_fake, m_log), undisturbed) << type;
+    EXPECT_EQ(runOn<ScribblingClient>(event, m_fake, m_log), undisturbed) << type;
+    EXPECT_EQ(event.getSendFileList(), (Texts{m_a, m_b, m_a}));
   }
 }
 
@@ -124,24 +124,24 @@ TEST_F(Transmission, ResultsOfTheLibraryAreOnlyLogged) {
     return code == 0x40017 ? FakeKelcom::Reply{-74, 1, -10} : FakeKelcom::Reply{-52, 2, 404};
   };
   TestEvent event = incident({m_a});
-  EXPECT_EQ(0, send(event));
+  EXPECT_EQ(send(event), 0);
   EXPECT_EQ(
+      m_log.texts(),
       (Texts{kStarted, loop(1, 1), notifyCall("0x40017", incidentText(1, 1)),
              "RM_Communicate done (code='-74', msg='(SMTP) RL:-74,ZW-Agent:-10,Mailsvr:\"\"') ",
              dataCall("0x4010b", 1, m_a),
              "RM_Communicate done (code='-52', msg='(HTTP) RL:-52,ZW-Agent:404,Mailsvr:\"\"') ",
-             kOk}),
-      m_log.texts());
+             kOk}));
 }
 
 TEST_F(Transmission, ResultWithoutAgentErrorHasNoMessage) {
   m_fake.reply.result = 7;
   for (const int type : {1, 3}) {
     TestEvent event = eventOf(type, {m_a});
-    EXPECT_EQ(0, send(event));
+    EXPECT_EQ(send(event), 0);
     const Texts texts = m_log.take();
-    EXPECT_EQ(done(7), texts.at(3));
-    EXPECT_EQ(done(7), texts.at(5));
+    EXPECT_EQ(texts.at(3), done(7));
+    EXPECT_EQ(texts.at(5), done(7));
   }
 }
 

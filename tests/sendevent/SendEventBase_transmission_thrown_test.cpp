@@ -43,12 +43,12 @@ TEST_F(Transmission, LastThrownIntegerWinsAnd0Resets) {
       if (!thrown.empty()) throw std::stoi(thrown);
     };
     TestEvent event(1, {m_a, m_b});
-    EXPECT_EQ(c.result, send(event));
-    EXPECT_EQ((Texts{kStarted, loop(1, 2), plainNotifyCall("0x40016"), kDone,
+    EXPECT_EQ(send(event), c.result);
+    EXPECT_EQ(m_log.take(),
+              (Texts{kStarted, loop(1, 2), plainNotifyCall("0x40016"), kDone,
                      dataCall("0x4010a", 1, m_a), kDone, loop(2, 2), plainNotifyCall("0x40016"),
-                     kDone, dataCall("0x4010a", 1, m_b), kDone, c.result == 0 ? kOk : kError}),
-              m_log.take());
-    EXPECT_EQ(9U, m_fake.calls.size()) << "the loop goes on, and both stops are made";
+                     kDone, dataCall("0x4010a", 1, m_b), kDone, c.result == 0 ? kOk : kError}));
+    EXPECT_EQ(m_fake.calls.size(), 9U) << "the loop goes on, and both stops are made";
   }
 }
 
@@ -56,23 +56,22 @@ TEST_F(Transmission, ThrowingCallKeepsThePreviousResult) {
   m_fake.onCommunicate = [this](unsigned) { return FakeKelcom::Reply{10 + m_exchanges, 0, 0}; };
   throwAtExchange(9, {2, 3});
   TestEvent event(1, {m_a, m_b});
-  EXPECT_EQ(9, send(event));
-  EXPECT_EQ((Texts{kStarted, loop(1, 2), plainNotifyCall("0x40016"), done(11),
+  EXPECT_EQ(send(event), 9);
+  EXPECT_EQ(m_log.texts(),
+            (Texts{kStarted, loop(1, 2), plainNotifyCall("0x40016"), done(11),
                    dataCall("0x4010a", 1, m_a), done(11), loop(2, 2), plainNotifyCall("0x40016"),
-                   done(11), dataCall("0x4010a", 1, m_b), done(14), kError}),
-            m_log.texts());
+                   done(11), dataCall("0x4010a", 1, m_b), done(14), kError}));
 }
 
 TEST_F(Transmission, ThrowingCallHasNoErrorMessage) {
   m_fake.reply = {-74, 1, -10};
   throwAtExchange(9, {2});
   TestEvent event(1, {m_a});
-  EXPECT_EQ(9, send(event));
-  EXPECT_EQ((Texts{kStarted, loop(1, 1), plainNotifyCall("0x40016"),
-                   "RM_Communicate done (code='-74', msg='(SMTP) "
-                   "RL:-74,ZW-Agent:-10,Mailsvr:\"\"') ",
-                   dataCall("0x4010a", 1, m_a), done(-74), kError}),
-            m_log.texts());
+  EXPECT_EQ(send(event), 9);
+  EXPECT_EQ(m_log.texts(), (Texts{kStarted, loop(1, 1), plainNotifyCall("0x40016"),
+                                  "RM_Communicate done (code='-74', msg='(SMTP) "
+                                  "RL:-74,ZW-Agent:-10,Mailsvr:\"\"') ",
+                                  dataCall("0x4010a", 1, m_a), done(-74), kError}));
 }
 
 TEST_F(Transmission, EventTypesRememberThrownIntegersToo) {
@@ -81,9 +80,9 @@ TEST_F(Transmission, EventTypesRememberThrownIntegersToo) {
     m_fake.calls.clear();
     throwAtExchange(5, {1});
     TestEvent event = eventOf(type, {m_a});
-    EXPECT_EQ(5, send(event));
-    EXPECT_EQ(kError, m_log.take().back());
-    EXPECT_EQ(7U, m_fake.calls.size()) << "the data call follows all the same";
+    EXPECT_EQ(send(event), 5);
+    EXPECT_EQ(m_log.take().back(), kError);
+    EXPECT_EQ(m_fake.calls.size(), 7U) << "the data call follows all the same";
   }
 }
 
@@ -97,24 +96,24 @@ TEST_F(Transmission, IntegerThrownByTheStopIsTheResult) {
   TestEvent event(1, {m_a});
   for (const int code : {6, -6, 68}) {
     thrown = code;
-    EXPECT_EQ(code, send(event));
-    EXPECT_EQ(kError, m_log.take().back());
+    EXPECT_EQ(send(event), code);
+    EXPECT_EQ(m_log.take().back(), kError);
   }
   failsExchange = true;
   thrown = 6;
-  EXPECT_EQ(6, send(event)) << "the last one";
-  EXPECT_EQ(kError, m_log.take().back());
+  EXPECT_EQ(send(event), 6) << "the last one";
+  EXPECT_EQ(m_log.take().back(), kError);
   thrown = 0;
-  EXPECT_EQ(0, send(event)) << "0 resets";
-  EXPECT_EQ(kOk, m_log.take().back());
-  EXPECT_EQ(kStop, m_fake.calls.back());
+  EXPECT_EQ(send(event), 0) << "0 resets";
+  EXPECT_EQ(m_log.take().back(), kOk);
+  EXPECT_EQ(m_fake.calls.back(), kStop);
 }
 
 TEST_F(Transmission, IntegerThrownByTheQueryPasses) {
   m_fake.onCall = [](const std::string&) { throw 5; };
   TestEvent event = incident({m_a});
   EXPECT_THROW(send(event), int);
-  EXPECT_EQ(Texts{kQuery}, m_fake.calls);
+  EXPECT_EQ(m_fake.calls, Texts{kQuery});
 }
 
 // --- thrown objects ------------------------------------------------------------------------------
@@ -126,11 +125,11 @@ TEST_F(Transmission, ObjectThrownByAnExchangePassesAfterTheStop) {
     throwAtExchange(std::runtime_error("exchange"), {number});
     TestEvent event(1, {m_a, m_b});
     EXPECT_THROW(send(event), std::runtime_error);
-    EXPECT_EQ(3U + static_cast<unsigned>(number) + 1U, m_fake.calls.size());
-    EXPECT_EQ(kStop, m_fake.calls.back());
+    EXPECT_EQ(m_fake.calls.size(), 3U + static_cast<unsigned>(number) + 1U);
+    EXPECT_EQ(m_fake.calls.back(), kStop);
     Texts expected = {kStarted, loop(1, 2), plainNotifyCall("0x40016")};
     if (number == 2) expected.insert(expected.end(), {kDone, dataCall("0x4010a", 1, m_a)});
-    EXPECT_EQ(expected, m_log.take());
+    EXPECT_EQ(m_log.take(), expected);
   }
 }
 
@@ -138,7 +137,7 @@ TEST_F(Transmission, ObjectThrownByTheQueryPassesWithoutAStop) {
   m_fake.onCall = [](const std::string&) { throw std::runtime_error("query"); };
   TestEvent event = incident({m_a});
   EXPECT_THROW(send(event), std::runtime_error);
-  EXPECT_EQ(Texts{kQuery}, m_fake.calls);
+  EXPECT_EQ(m_fake.calls, Texts{kQuery});
 }
 
 TEST_F(Transmission, ObjectThrownByTheStopPassesAfterTheSecondStop) {
@@ -148,8 +147,8 @@ TEST_F(Transmission, ObjectThrownByTheStopPassesAfterTheSecondStop) {
   };
   TestEvent event = incident({});
   EXPECT_THROW(send(event), std::runtime_error);
-  EXPECT_EQ(session({}), m_fake.calls);
-  EXPECT_EQ(Texts{kStarted}, m_log.texts());
+  EXPECT_EQ(m_fake.calls, session({}));
+  EXPECT_EQ(m_log.texts(), Texts{kStarted});
 }
 
 TEST_F(Transmission, ObjectThrownByBothStopsEndsTheProcess) {
@@ -162,8 +161,8 @@ TEST_F(Transmission, ObjectThrownByBothStopsEndsTheProcess) {
     send(event);
     return 0;
   });
-  EXPECT_EQ(SIGABRT, child.signal()) << child.status;
-  EXPECT_EQ("GetStatus\nGetStatus\nStartComm\nStopComm\nStopComm\n", child.out);
+  EXPECT_EQ(child.signal(), SIGABRT) << child.status;
+  EXPECT_EQ(child.out, "GetStatus\nGetStatus\nStartComm\nStopComm\nStopComm\n");
 }
 
 TEST_F(Transmission, ObjectThrownInsideTheStartEndsTheProcess) {
@@ -176,8 +175,8 @@ TEST_F(Transmission, ObjectThrownInsideTheStartEndsTheProcess) {
     send(event);
     return 0;
   });
-  EXPECT_EQ(SIGABRT, child.signal()) << child.status;
-  EXPECT_EQ("GetStatus\nGetStatus\nStartComm\n", child.out);
+  EXPECT_EQ(child.signal(), SIGABRT) << child.status;
+  EXPECT_EQ(child.out, "GetStatus\nGetStatus\nStartComm\n");
 }
 
 TEST_F(Transmission, UncaughtObjectStopsCommunicationBeforeTheProcessEnds) {
@@ -191,8 +190,8 @@ TEST_F(Transmission, UncaughtObjectStopsCommunicationBeforeTheProcessEnds) {
     std::thread([&] { send(event); }).join();
     return 0;
   });
-  EXPECT_EQ(SIGABRT, child.signal()) << child.status;
-  EXPECT_EQ("GetStatus\nGetStatus\nStartComm\nCommunicate\nStopComm\n", child.out);
+  EXPECT_EQ(child.signal(), SIGABRT) << child.status;
+  EXPECT_EQ(child.out, "GetStatus\nGetStatus\nStartComm\nCommunicate\nStopComm\n");
 }
 
 }  // namespace

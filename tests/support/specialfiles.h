@@ -21,7 +21,7 @@ inline std::string makeSocketFile(const ScratchDir& dir) {
   address.sun_family = AF_UNIX;
   std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
   const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-  EXPECT_EQ(0, ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+  EXPECT_EQ(::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
   ::close(fd);
   return path;
 }
@@ -30,7 +30,7 @@ inline std::string makeSocketFile(const ScratchDir& dir) {
 class FilledFifo {
  public:
   FilledFifo(const ScratchDir& dir, const std::string& bytes) : m_path(dir / "fifo") {
-    EXPECT_EQ(0, ::mkfifo(m_path.c_str(), 0600));
+    EXPECT_EQ(::mkfifo(m_path.c_str(), 0600), 0);
     m_writer = std::thread([path = m_path, bytes] { std::ofstream(path) << bytes; });
   }
   ~FilledFifo() { m_writer.join(); }

@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstring>
 #include <exception>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -25,7 +27,7 @@ struct OpenClient : CVuqRmgLib {
   using CVuqRmgLib::m_lastZWErrCode;
   using CVuqRmgLib::m_lastZWErrType;
 
-  void fillRecord() {
+  OpenClient() {
     m_lastRMErrCode = -1;
     m_lastZWErrType = 1;
     m_lastZWErrCode = -2;
@@ -34,123 +36,230 @@ struct OpenClient : CVuqRmgLib {
 
   /// The record, with the number of bytes of the message that are not zero.
   std::vector<int> record() const {
-    int used = 0;
-    for (const char byte : m_lastSmtpMsg) used += byte != '\0' ? 1 : 0;
-    return {m_lastRMErrCode, m_lastZWErrType, m_lastZWErrCode, used};
+    const auto zeros = std::count(std::begin(m_lastSmtpMsg), std::end(m_lastSmtpMsg), '\0');
+    return {m_lastRMErrCode, m_lastZWErrType, m_lastZWErrCode, 256 - static_cast<int>(zeros)};
   }
+};
+
+const std::vector<int> kEmptyRecord = {0, 0, 0, 0};
+
+/// The fake library, and a client on it.
+class CVuqRmgLibTest : public testing::Test {
+ protected:
+  FakeKelcom m_fake;
+  CVuqRmgLib m_client;
 };
 
 // --- binding -------------------------------------------------------------------------------------
 
-TEST(CVuqRmgLibBinding, StartAndStopGiveTheLibrarysResult) {
-  FakeKelcom fake;
-  fake.startResult = -5;
-  fake.stopResult = -6;
-  CVuqRmgLib client;
+TEST_F(CVuqRmgLibTest, StartAndStop_GiveTheLibrarysResult) {
+  m_fake.startResult = -5;
+  m_fake.stopResult = -6;
   int value = 0;
-  EXPECT_EQ(client.RM_StartComm(value), -5);
-  EXPECT_EQ(client.RM_StopComm(), -6);
-  EXPECT_EQ(fake.calls, (Calls{"StartComm(0)", "StopComm"}));
+  EXPECT_EQ(m_client.RM_StartComm(value), -5);
+  EXPECT_EQ(m_client.RM_StopComm(), -6);
+  EXPECT_EQ(m_fake.calls, (Calls{"StartComm(0)", "StopComm"}));
 }
 
-TEST(CVuqRmgLibBinding, CommunicatePassesEveryArgument) {
-  FakeKelcom fake;
-  fake.reply = {-79, 1, -25};
-  CVuqRmgLib client;
+TEST_F(CVuqRmgLibTest, ExchangeOfTheBinding_PassesEveryArgument) {
+  m_fake.reply = {-79, 1, -25};
   char text[] = "hello";
   char first[] = "/a";
   char second[] = "/b";
   char* paths[] = {first, second};
   int block[3] = {};
-  EXPECT_EQ(client.RM_Communicate(0x40016, 0, 0, text, block), -79);
+  EXPECT_EQ(m_client.RM_Communicate(0x40016, 0, 0, text, block), -79);
   EXPECT_EQ(block[0], 1);
   EXPECT_EQ(block[1], -25);
-  EXPECT_EQ(client.RM_Communicate(0x4010d, 3, 2, paths, block), -79);
-  EXPECT_EQ(client.RM_Communicate(0xffffffffUL, 0, 0, nullptr, block), -79);
-  EXPECT_EQ(fake.calls,
+  EXPECT_EQ(m_client.RM_Communicate(0x4010d, 3, 2, paths, block), -79);
+  EXPECT_EQ(m_client.RM_Communicate(0xffffffffUL, 0, 0, nullptr, block), -79);
+  EXPECT_EQ(m_fake.calls,
             (Calls{"Communicate(0x40016, 0, 0, hello)", "Communicate(0x4010d, 3, 2, [/a /b])",
                    "Communicate(0xffffffff, 0, 0, NULL)"}));
 }
 
-TEST(CVuqRmgLibBinding, GetIdWritesDecimal) {
-  struct Case {
+TEST_F(CVuqRmgLibTest, Identifier_IsWrittenInDecimalWhateverTheResult) {
+  using Ask = int (CVuqRmgLib::*)(char*);
+  struct Row {
+    int result;
+    bool isStored;
     int id;
     const char* text;
   };
-  const Case cases[] = {{0, "0"},
-                        {4711, "4711"},
-                        {-1, "-1"},
-                        {2147483647, "2147483647"},
-                        {-2147483647 - 1, "-2147483648"}};
-  FakeKelcom fake;
-  CVuqRmgLib client;
-  for (const Case& c : cases) {
-    char text[4096];
-    std::memset(text, 'x', sizeof text);
-    fake.id = c.id;
-    EXPECT_EQ(client.RMG_GetID(text), 0);
-    EXPECT_STREQ(text, c.text);
-    EXPECT_EQ(client.GetID(text), 0);
-    EXPECT_STREQ(text, c.text);
+  const Row rows[] = {
+      {0, true, 0, "0"},
+      {0, true, 4711, "4711"},
+      {0, true, -1, "-1"},
+      {0, true, 2147483647, "2147483647"},
+      {0, true, -2147483647 - 1, "-2147483648"},
+      {-3, true, 4711, "4711"},
+      {-3, false, 4711, "0"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.text);
+    m_fake.calls.clear();
+    m_fake.idResult = row.result;
+    m_fake.storesId = row.isStored;
+    m_fake.id = row.id;
+    for (const Ask ask : {Ask{&CVuqRmgLib::RMG_GetID}, Ask{&CVuqRmgLib::GetID}}) {
+      char text[4096];
+      std::memset(text, 'x', sizeof text);
+      EXPECT_EQ((m_client.*ask)(text), row.result);
+      EXPECT_STREQ(text, row.text);
+    }
+    EXPECT_STREQ(m_client.getMachineID(), row.text);
+    EXPECT_EQ(m_fake.calls, Calls(3, "GetID"));
   }
 }
 
-TEST(CVuqRmgLibBinding, GetIdWritesAlsoWhenTheLibraryFails) {
-  FakeKelcom fake;
-  fake.idResult = -3;
-  CVuqRmgLib client;
-  char text[4096] = "old";
-  EXPECT_EQ(client.RMG_GetID(text), -3);
-  EXPECT_STREQ(text, "4711");
-  fake.storesId = false;
-  EXPECT_EQ(client.GetID(text), -3);
-  EXPECT_STREQ(text, "0");
+TEST_F(CVuqRmgLibTest, IdentifierWithoutABuffer_IsOnlyAskedFor) {
+  m_fake.idResult = -3;
+  EXPECT_EQ(m_client.RMG_GetID(nullptr), -3);
+  EXPECT_EQ(m_client.GetID(nullptr), -3);
+  EXPECT_EQ(m_fake.calls, (Calls{"GetID", "GetID"}));
 }
 
-TEST(CVuqRmgLibBinding, GetIdWithoutBufferOnlyAsks) {
-  FakeKelcom fake;
-  fake.idResult = -3;
-  CVuqRmgLib client;
-  EXPECT_EQ(client.RMG_GetID(nullptr), -3);
-  EXPECT_EQ(client.GetID(nullptr), -3);
-  EXPECT_EQ(fake.calls, (Calls{"GetID", "GetID"}));
-}
-
-TEST(CVuqRmgLibBinding, GetStatusGivesWordAndResult) {
-  FakeKelcom fake;
-  fake.status = kStopped;
-  fake.statusResult = -8;
-  CVuqRmgLib client;
+TEST_F(CVuqRmgLibTest, StatusOfTheBinding_IsNotRemembered) {
+  m_fake.status = kStopped;
+  m_fake.statusResult = -8;
   int word = 0;
-  EXPECT_EQ(client.RMG_GetStatus(word), -8);
+  EXPECT_EQ(m_client.RMG_GetStatus(word), -8);
   EXPECT_EQ(word, kStopped);
-  EXPECT_EQ(client.getLastStatus(), 0) << "the binding alone remembers nothing";
-  EXPECT_EQ(fake.calls, (Calls{"GetStatus(0)"}));
+  EXPECT_EQ(m_client.getLastStatus(), 0);
+  EXPECT_EQ(m_fake.calls, Calls{"GetStatus(0)"});
+}
+
+// --- status --------------------------------------------------------------------------------------
+
+struct State {
+  bool (CVuqRmgLib::*isInIt)();
+  int word;
+};
+
+const State kStates[] = {
+    {&CVuqRmgLib::isOperate, kOperating},
+    {&CVuqRmgLib::isMaintenance, kMaintenance},
+    {&CVuqRmgLib::isStop, kStopped},
+    {&CVuqRmgLib::isMaintenanceStop, kMaintenanceStop},
+};
+
+TEST(CVuqRmgLibStatus, EveryState_IsItsWordOfASuccessfulQueryOfItsOwn) {
+  const int words[] = {0,       1,       kOperating, kMaintenance, kStopped, kMaintenanceStop,
+                       0x10020, 0x20020, 0x30020,    0x21,         0x1f,     0x10001,
+                       0x20001, 0x30001, 0x40000,    -1,           32768};
+  FakeKelcom fake;
+  for (const State& state : kStates) {
+    for (const int word : words) {
+      for (const int result : {0, 1, -1, 32}) {
+        SCOPED_TRACE(testing::Message() << state.word << ' ' << word << ' ' << result);
+        fake.calls.clear();
+        fake.status = word;
+        fake.statusResult = result;
+        CVuqRmgLib client;
+        EXPECT_EQ(client.getLastStatus(), 0);
+        EXPECT_EQ((client.*state.isInIt)(), result == 0 && word == state.word);
+        EXPECT_EQ(client.getLastStatus(), word) << "also of a query that failed";
+        EXPECT_EQ(fake.calls, Calls{"GetStatus(0)"});
+      }
+    }
+  }
+}
+
+TEST_F(CVuqRmgLibTest, ConnectionQuery_TellsSuccess) {
+  for (const int result : {0, 1, -1}) {
+    m_fake.status = 77 + result;
+    m_fake.statusResult = result;
+    int word = 5;
+    EXPECT_EQ(m_client.queryConnection(word), result == 0);
+    EXPECT_EQ(word, 77 + result);
+  }
+}
+
+TEST_F(CVuqRmgLibTest, StatusQuery_GivesTheResultAndRemembersTheWord) {
+  m_fake.status = kMaintenance;
+  m_fake.statusResult = -4;
+  int word = 0;
+  EXPECT_EQ(m_client.GetStatus(word), -4);
+  EXPECT_EQ(word, kMaintenance);
+  EXPECT_EQ(m_client.getLastStatus(), kMaintenance);
+}
+
+TEST(CVuqRmgLibStatus, LibraryThatStoresNoWord_LeavesTheZeroThatItIsGiven) {
+  struct Client : CVuqRmgLib {
+    std::vector<int> given;
+    int RMG_GetStatus(int& st) override {
+      given.push_back(st);
+      return 0;
+    }
+  } client;
+  int word = kOperating;
+  client.GetStatus(word);
+  EXPECT_EQ(client.getLastStatus(), kOperating);
+  for (const State& state : kStates) {
+    EXPECT_FALSE((client.*state.isInIt)());
+    EXPECT_EQ(client.getLastStatus(), 0);
+  }
+  EXPECT_EQ(client.given, (std::vector<int>{kOperating, 0, 0, 0, 0}));
 }
 
 // --- start and stop ------------------------------------------------------------------------------
 
-TEST(CVuqRmgLibCom, StartedAndStopped) {
-  FakeKelcom fake;
-  CVuqRmgLib client;
-  client.startCom();
-  EXPECT_NE(client.to_s().find("m_startedCom      = true\n"), std::string::npos);
-  client.stopCom();
-  EXPECT_NE(client.to_s().find("m_startedCom      = false\n"), std::string::npos);
-  EXPECT_EQ(fake.calls, (Calls{"StartComm(0)", "StopComm"}));
+TEST(CVuqRmgLibCom, EveryLife_StopsWhatIsMarkedAsStarted) {
+  struct Row {
+    const char* name;
+    std::function<void(CVuqRmgLib&)> steps;
+    bool isStarted;
+    Calls calls;
+  };
+  const Row rows[] = {
+      {"fresh", [](CVuqRmgLib&) {}, false, {}},
+      {"started",
+       [](CVuqRmgLib& client) { client.startCom(); },
+       true,
+       {"StartComm(0)", "StopComm"}},
+      {"started and stopped",
+       [](CVuqRmgLib& client) {
+         client.startCom();
+         client.stopCom();
+       },
+       false,
+       {"StartComm(0)", "StopComm"}},
+      {"stopped by the binding",
+       [](CVuqRmgLib& client) {
+         client.startCom();
+         client.RM_StopComm();
+       },
+       true,
+       {"StartComm(0)", "StopComm", "StopComm"}},
+      {"stopped without a start",
+       [](CVuqRmgLib& client) { client.stopCom(); },
+       false,
+       {"StopComm"}},
+  };
+  for (const int stopResult : {0, -9}) {
+    for (const Row& row : rows) {
+      SCOPED_TRACE(row.name);
+      FakeKelcom fake;
+      fake.stopResult = stopResult;
+      {
+        CVuqRmgLib client;
+        row.steps(client);
+        const std::string text = row.isStarted ? "= true\n" : "= false\n";
+        EXPECT_NE(client.to_s().find("m_startedCom      " + text), std::string::npos);
+      }
+      EXPECT_EQ(fake.calls, row.calls);
+    }
+  }
 }
 
-TEST(CVuqRmgLibCom, StartHandsOverAZero) {
-  FakeKelcom fake;
-  CVuqRmgLib client;
-  client.startCom();
-  EXPECT_EQ(fake.startValue, 0);
+TEST_F(CVuqRmgLibTest, Start_HandsOverAZero) {
+  m_client.startCom();
+  EXPECT_EQ(m_fake.startValue, 0);
 }
 
-TEST(CVuqRmgLibCom, RefusedStartThrowsItsResult) {
-  FakeKelcom fake;
+TEST(CVuqRmgLibCom, RefusedStart_ThrowsItsResultAndStopsNothing) {
   for (const int result : {1, -1, -62}) {
-    fake.calls.clear();
+    FakeKelcom fake;
     fake.startResult = result;
     {
       CVuqRmgLib client;
@@ -163,68 +272,11 @@ TEST(CVuqRmgLibCom, RefusedStartThrowsItsResult) {
       }
       EXPECT_NE(client.to_s().find("m_startedCom      = false\n"), std::string::npos);
     }
-    EXPECT_EQ(fake.calls, (Calls{"StartComm(0)"})) << "nothing was started, nothing is stopped";
+    EXPECT_EQ(fake.calls, Calls{"StartComm(0)"});
   }
 }
 
-TEST(CVuqRmgLibCom, DestroyingAStartedInstanceStopsOnce) {
-  FakeKelcom fake;
-  {
-    CVuqRmgLib client;
-    client.startCom();
-  }
-  EXPECT_EQ(fake.calls, (Calls{"StartComm(0)", "StopComm"}));
-}
-
-TEST(CVuqRmgLibCom, DestroyingAfterStopStopsNoMore) {
-  FakeKelcom fake;
-  {
-    CVuqRmgLib client;
-    client.startCom();
-    client.stopCom();
-  }
-  EXPECT_EQ(fake.calls, (Calls{"StartComm(0)", "StopComm"}));
-}
-
-TEST(CVuqRmgLibCom, DestroyingAFreshInstanceCallsNothing) {
-  FakeKelcom fake;
-  { CVuqRmgLib client; }
-  EXPECT_EQ(fake.calls, Calls());
-}
-
-TEST(CVuqRmgLibCom, DirectStopLeavesTheSecondOneToTheDestructor) {
-  FakeKelcom fake;
-  {
-    CVuqRmgLib client;
-    client.startCom();
-    client.CVuqRmgLibImpl::RM_StopComm();
-    EXPECT_NE(client.to_s().find("m_startedCom      = true\n"), std::string::npos);
-  }
-  EXPECT_EQ(fake.calls, (Calls{"StartComm(0)", "StopComm", "StopComm"}));
-}
-
-TEST(CVuqRmgLibCom, ResultOfTheStopIsDropped) {
-  FakeKelcom fake;
-  fake.stopResult = -9;
-  {
-    CVuqRmgLib client;
-    client.startCom();
-    client.stopCom();
-    EXPECT_NE(client.to_s().find("m_startedCom      = false\n"), std::string::npos);
-  }
-  EXPECT_EQ(fake.calls, (Calls{"StartComm(0)", "StopComm"}));
-}
-
-TEST(CVuqRmgLibCom, StopWithoutStartReachesTheLibrary) {
-  FakeKelcom fake;
-  {
-    CVuqRmgLib client;
-    client.stopCom();
-  }
-  EXPECT_EQ(fake.calls, (Calls{"StopComm"}));
-}
-
-TEST(CVuqRmgLibCom, IntegerThrownByTheStopPassesAndLeavesItStarted) {
+TEST(CVuqRmgLibCom, IntegerThrownByTheStop_PassesAndLeavesItStarted) {
   FakeKelcom fake;
   int throws = 1;
   fake.onCall = [&throws](const std::string& call) {
@@ -238,7 +290,7 @@ TEST(CVuqRmgLibCom, IntegerThrownByTheStopPassesAndLeavesItStarted) {
   EXPECT_EQ(fake.calls, (Calls{"StartComm(0)", "StopComm", "StopComm"}));
 }
 
-TEST(CVuqRmgLibCom, IntegerThrownByTheDestructorsStopIsDropped) {
+TEST(CVuqRmgLibCom, IntegerThrownByTheDestructorsStop_IsDropped) {
   FakeKelcom fake;
   fake.onCall = [](const std::string& call) {
     if (call == "StopComm") throw 12;
@@ -250,7 +302,7 @@ TEST(CVuqRmgLibCom, IntegerThrownByTheDestructorsStopIsDropped) {
   EXPECT_EQ(fake.calls, (Calls{"StartComm(0)", "StopComm"}));
 }
 
-TEST(CVuqRmgLibCom, ObjectThrownByTheDestructorsStopEndsTheProcess) {
+TEST(CVuqRmgLibCom, ObjectThrownByTheDestructorsStop_EndsTheProcess) {
   const ChildResult child = runInChild([] {
     FakeKelcom fake;
     fake.onCall = [](const std::string& call) {
@@ -265,145 +317,92 @@ TEST(CVuqRmgLibCom, ObjectThrownByTheDestructorsStopEndsTheProcess) {
   EXPECT_EQ(child.out, "StartComm\nStopComm\n");
 }
 
-/// How a child ends in which the start throws `thrown`, everything being caught around it.
-template <class Thrown>
-int signalOfThrowingStart(const Thrown& thrown) {
-  return runInChild([&thrown] {
-           FakeKelcom fake;
-           fake.onCall = [&thrown](const std::string&) { throw thrown; };
-           CVuqRmgLib client;
-           try {
-             client.startCom();
-           } catch (...) {
-             return 1;
-           }
-           return 0;
-         })
-      .signal();
-}
-
-TEST(CVuqRmgLibCom, StartLetsNoOtherExceptionOut) {
-  EXPECT_EQ(signalOfThrowingStart(5), SIGABRT);
-  EXPECT_EQ(signalOfThrowingStart(0), SIGABRT);
-  EXPECT_EQ(signalOfThrowingStart(std::runtime_error("start")), SIGABRT);
-  EXPECT_EQ(signalOfThrowingStart(CVuqRmgLib::CVuqRmgLibException(1)), SIGABRT);
-  EXPECT_EQ(signalOfThrowingStart(CVuqRmgLib::FailRM_SetEnvException(1)), SIGABRT);
-}
-
-TEST(CVuqRmgLibCom, StartEndsThroughTerminate) {
-  const ChildResult child = runInChild([] {
-    FakeKelcom fake;
-    fake.onCall = [](const std::string&) { throw 5; };
-    std::set_terminate([] {
-      ::dprintf(STDOUT_FILENO, "terminate\n");
-      ::_exit(3);
+TEST(CVuqRmgLibCom, AnyOtherExceptionInTheStart_EndsTheProcessByTerminate) {
+  const std::function<void()> throwers[] = {
+      [] { throw 5; },
+      [] { throw 0; },
+      [] { throw std::runtime_error("start"); },
+      [] { throw CVuqRmgLib::CVuqRmgLibException(1); },
+      [] { throw CVuqRmgLib::FailRM_SetEnvException(1); },
+  };
+  for (const auto& thrower : throwers) {
+    const ChildResult child = runInChild([&thrower] {
+      FakeKelcom fake;
+      fake.onCall = [&thrower](const std::string&) { thrower(); };
+      std::set_terminate([] {
+        ::dprintf(STDOUT_FILENO, "terminate\n");
+        ::_exit(3);
+      });
+      CVuqRmgLib client;
+      try {
+        client.startCom();
+      } catch (...) {
+        return 1;
+      }
+      return 0;
     });
-    CVuqRmgLib client;
-    client.startCom();
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 3);
-  EXPECT_EQ(child.out, "terminate\n");
+    EXPECT_EQ(child.exitCode(), 3) << &thrower - throwers;
+    EXPECT_EQ(child.out, "terminate\n");
+  }
 }
 
 // --- exchange ------------------------------------------------------------------------------------
 
-TEST(CVuqRmgLibCommunicate, FillsTheRecord) {
-  FakeKelcom fake;
-  fake.reply = {-79, 1, -25};
-  OpenClient client;
-  client.fillRecord();
-  char text[] = "hello";
-  EXPECT_EQ(client.Communicate(0x40016, 0, 0, text), -79);
-  EXPECT_EQ(client.record(), (std::vector<int>{-79, 1, -25, 0}));
-  EXPECT_STREQ(client.toString1line(), "(SMTP) RL:-79,ZW-Agent:-25,Mailsvr:\"\"");
-  EXPECT_EQ(fake.calls, (Calls{"Communicate(0x40016, 0, 0, hello)"}));
+TEST(CVuqRmgLibCommunicate, Outcome_ReplacesTheRecordThatIsEmptyMeanwhile) {
+  struct Row {
+    FakeKelcom::Reply reply;
+    std::vector<int> record;
+    const char* text;
+  };
+  const Row rows[] = {
+      {{-79, 1, -25}, {-79, 1, -25, 0}, "(SMTP) RL:-79,ZW-Agent:-25,Mailsvr:\"\""},
+      {{-1, 2, 3}, {-1, 2, 3, 0}, "(HTTP) RL:-1,ZW-Agent:3,Mailsvr:\"\""},
+      {{0, 0, 0}, kEmptyRecord, ""},
+  };
+  for (const Row& row : rows) {
+    FakeKelcom fake;
+    fake.reply = row.reply;
+    OpenClient client;
+    fake.onCall = [&](const std::string&) { EXPECT_EQ(client.record(), kEmptyRecord); };
+    EXPECT_EQ(client.Communicate(0x40016, 0, 0, nullptr), row.reply.result);
+    EXPECT_EQ(client.record(), row.record);
+    EXPECT_STREQ(client.toString1line(), row.text);
+    EXPECT_EQ(fake.calls, Calls{"Communicate(0x40016, 0, 0, NULL)"});
+  }
 }
 
-TEST(CVuqRmgLibCommunicate, ErrorWordsAreZeroBeforeTheCall) {
-  FakeKelcom fake;
-  fake.storesError = false;
-  CVuqRmgLib client;
-  EXPECT_EQ(client.Communicate(1, 0, 0, nullptr), 0);
-  for (const int word : fake.errorBefore) EXPECT_EQ(word, 0);
-  EXPECT_EQ(client.getLastZWErrType(), 0);
+TEST_F(CVuqRmgLibTest, ErrorWords_AreZeroBeforeTheCall) {
+  m_fake.storesError = false;
+  EXPECT_EQ(m_client.Communicate(1, 0, 0, nullptr), 0);
+  for (const int word : m_fake.errorBefore) EXPECT_EQ(word, 0);
+  EXPECT_EQ(m_client.getLastZWErrType(), 0);
 }
 
-TEST(CVuqRmgLibCommunicate, SuccessClearsTheRecord) {
-  FakeKelcom fake;
-  OpenClient client;
-  client.fillRecord();
-  EXPECT_EQ(client.Communicate(0x40016, 0, 0, nullptr), 0);
-  EXPECT_EQ(client.record(), (std::vector<int>{0, 0, 0, 0}));
-  EXPECT_STREQ(client.toString1line(), "");
-}
-
-TEST(CVuqRmgLibCommunicate, PassesTheReservedWordOn) {
-  FakeKelcom fake;
-  CVuqRmgLib client;
-  char path[] = "/a";
-  char* paths[] = {path};
-  client.Communicate(1, 2, 1, paths);
-  EXPECT_EQ(fake.calls, (Calls{"Communicate(0x1, 2, 1, [/a])"}));
-}
-
-TEST(CVuqRmgLibCommunicate, RecordIsClearedBeforeTheCall) {
-  FakeKelcom fake;
-  OpenClient client;
-  client.fillRecord();
-  std::vector<int> during;
-  fake.onCall = [&](const std::string&) { during = client.record(); };
-  fake.reply = {-1, 2, 3};
-  client.Communicate(1, 0, 0, nullptr);
-  EXPECT_EQ(during, (std::vector<int>{0, 0, 0, 0}));
-  EXPECT_EQ(client.record(), (std::vector<int>{-1, 2, 3, 0}));
-}
-
-TEST(CVuqRmgLibCommunicate, RecordIsClearedWhenTheLibraryThrows) {
+TEST(CVuqRmgLibCommunicate, LibraryThatThrows_LeavesTheRecordEmpty) {
   FakeKelcom fake;
   fake.onCall = [](const std::string&) { throw 17; };
   OpenClient client;
-  client.fillRecord();
   EXPECT_THROW(client.Communicate(1, 0, 0, nullptr), int);
-  EXPECT_EQ(client.record(), (std::vector<int>{0, 0, 0, 0}));
+  EXPECT_EQ(client.record(), kEmptyRecord);
 }
 
-TEST(CVuqRmgLibCommunicate, NotifySendsTextWithoutItems) {
-  FakeKelcom fake;
-  fake.reply.result = -2;
-  CVuqRmgLib client;
+TEST_F(CVuqRmgLibTest, EveryKindOfExchange_ReachesTheLibraryWithItsItems) {
+  m_fake.reply.result = -2;
   char text[] = "INCNO=\"1\"";
-  char reply[] = "reply";
-  EXPECT_EQ(client.sendNotify(0x40017, text, reply), -2);
-  EXPECT_EQ(client.sendNotify(0x40016, nullptr, nullptr), -2);
-  EXPECT_EQ(fake.calls,
-            (Calls{"Communicate(0x40017, 0, 0, INCNO=\"1\")", "Communicate(0x40016, 0, 0, NULL)"}));
-  EXPECT_STREQ(reply, "reply");
-}
-
-TEST(CVuqRmgLibCommunicate, DataSendsItsItems) {
-  FakeKelcom fake;
-  fake.reply.result = -2;
-  CVuqRmgLib client;
   char first[] = "/a";
   char second[] = "/b c";
   char* paths[] = {first, second};
   char reply[] = "reply";
-  EXPECT_EQ(client.sendData(0x4010d, paths, 2, reply), -2);
-  EXPECT_EQ(client.sendData(0x4010b, paths, 1, nullptr), -2);
-  EXPECT_EQ(fake.calls,
-            (Calls{"Communicate(0x4010d, 0, 2, [/a /b c])", "Communicate(0x4010b, 0, 1, [/a])"}));
+  EXPECT_EQ(m_client.Communicate(1, 2, 1, paths), -2);
+  EXPECT_EQ(m_client.sendNotify(0x40017, text, reply), -2);
+  EXPECT_EQ(m_client.sendNotify(0x40016, nullptr, nullptr), -2);
+  EXPECT_EQ(m_client.sendData(0x4010d, paths, 2, reply), -2);
+  EXPECT_EQ(m_client.sendData(0x4010b, paths, 1, nullptr), -2);
+  EXPECT_EQ(m_fake.calls,
+            (Calls{"Communicate(0x1, 2, 1, [/a])", "Communicate(0x40017, 0, 0, INCNO=\"1\")",
+                   "Communicate(0x40016, 0, 0, NULL)", "Communicate(0x4010d, 0, 2, [/a /b c])",
+                   "Communicate(0x4010b, 0, 1, [/a])"}));
   EXPECT_STREQ(reply, "reply");
-}
-
-TEST(CVuqRmgLibCommunicate, ExchangesAreAllowedBeforeTheStart) {
-  FakeKelcom fake;
-  {
-    CVuqRmgLib client;
-    client.Communicate(1, 0, 0, nullptr);
-    client.isOperate();
-  }
-  EXPECT_EQ(fake.calls, (Calls{"Communicate(0x1, 0, 0, NULL)", "GetStatus(0)"}));
 }
 
 }  // namespace

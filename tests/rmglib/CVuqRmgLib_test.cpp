@@ -1,17 +1,19 @@
 #include "rmglib/CVuqRmgLib.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <cstring>
 #include <exception>
+#include <new>
 #include <string>
 #include <type_traits>
 #include <vector>
 
 #include "support/FakeKelcom.h"
 #include "support/childrun.h"
-#include "support/overones.h"
+#include "support/scratch.h"
 #include "support/slots.h"
 #include "support/statuswords.h"
 
@@ -19,30 +21,44 @@ namespace {
 
 using Calls = std::vector<std::string>;
 
+/// An object made over memory that is not zero, so that a field which nobody sets shows.
+template <class Object>
+class OverOnes {
+ public:
+  OverOnes() {
+    std::memset(m_memory, 0xff, sizeof m_memory);
+    m_object = new (m_memory) Object;
+  }
+  ~OverOnes() { m_object->~Object(); }
+  OverOnes(const OverOnes&) = delete;
+  OverOnes& operator=(const OverOnes&) = delete;
+
+  Object& object() { return *m_object; }
+
+  /// `count` bytes of the object, as they stand in memory.
+  std::string bytes(std::size_t offset, std::size_t count) const {
+    return {reinterpret_cast<const char*>(m_memory) + offset, count};
+  }
+
+ private:
+  alignas(Object) unsigned char m_memory[sizeof(Object)];
+  Object* m_object;
+};
+
 // --- class tree ----------------------------------------------------------------------------------
 
-TEST(CVuqRmgLibTree, BasesAndExceptions) {
-  using Client = CVuqRmgLib;
-  EXPECT_TRUE((std::is_convertible_v<Client*, CVuqRmgLibImpl*>));
-  EXPECT_TRUE((std::is_convertible_v<Client*, ICVuqRmgLib*>));
-  EXPECT_TRUE((std::is_convertible_v<Client*, IExtKelError*>));
-  EXPECT_TRUE((std::is_convertible_v<CVuqRmgLibImpl*, MLog*>));
-  EXPECT_TRUE((std::is_base_of_v<ICVuqRmg, CVuqRmgLibImpl>));
-  EXPECT_FALSE((std::is_convertible_v<CVuqRmgLibImpl*, ICVuqRmg*>)) << "the base is not public";
-  EXPECT_TRUE(std::is_abstract_v<ICVuqRmg>);
-  EXPECT_TRUE(std::is_abstract_v<CVuqRmgLibImpl>);
-  EXPECT_TRUE(std::has_virtual_destructor_v<MLog>);
-  EXPECT_TRUE(std::has_virtual_destructor_v<ICVuqRmgLib>);
+static_assert(std::is_convertible_v<CVuqRmgLib*, CVuqRmgLibImpl*>);
+static_assert(std::is_convertible_v<CVuqRmgLib*, ICVuqRmgLib*>);
+static_assert(std::is_convertible_v<CVuqRmgLib*, IExtKelError*>);
+static_assert(std::is_convertible_v<CVuqRmgLibImpl*, MLog*>);
+static_assert(std::is_base_of_v<ICVuqRmg, CVuqRmgLibImpl>);
+static_assert(!std::is_convertible_v<CVuqRmgLibImpl*, ICVuqRmg*>, "the base is not public");
+static_assert(std::is_abstract_v<ICVuqRmg>);
+static_assert(std::is_abstract_v<CVuqRmgLibImpl>);
+static_assert(std::has_virtual_destructor_v<MLog>);
+static_assert(std::has_virtual_destructor_v<ICVuqRmgLib>);
 
-  using Base = Client::CVuqRmgLibException;
-  EXPECT_TRUE((std::is_convertible_v<Base*, std::exception*>));
-  EXPECT_TRUE((std::is_convertible_v<Client::FailRM_StartCommException*, Base*>));
-  EXPECT_TRUE((std::is_convertible_v<Client::FailRM_SetEnvException*, Base*>));
-  EXPECT_TRUE((std::is_convertible_v<Client::FailGetStatusRmsLibException*, Base*>));
-  EXPECT_TRUE((std::is_convertible_v<Client::UnsupportCenterCodeException*, Base*>));
-}
-
-TEST(CVuqRmgLibTree, BasesStandInOrder) {
+TEST(CVuqRmgLib, Bases_StandInOrder) {
   CVuqRmgLib client;
   const auto place = [](const void* base) { return static_cast<const char*>(base); };
   EXPECT_LT(place(static_cast<CVuqRmgLibImpl*>(&client)),
@@ -50,75 +66,71 @@ TEST(CVuqRmgLibTree, BasesStandInOrder) {
   EXPECT_LT(place(static_cast<ICVuqRmgLib*>(&client)), place(static_cast<IExtKelError*>(&client)));
 }
 
-TEST(CVuqRmgLibTree, OperationsStandInSlotOrder) {
-  // The destructor takes the first two slots of each table.
-  EXPECT_EQ(slotOf(static_cast<void (MLog::*)(std::string)>(&MLog::LOGDEBUG)), 2U);
-  EXPECT_EQ(slotOf(static_cast<void (MLog::*)(const char*)>(&MLog::LOGDEBUG)), 3U);
-  EXPECT_EQ(slotOf(&CVuqRmgLibImpl::RMG_GetStatus), 4U);
-  EXPECT_EQ(slotOf(&CVuqRmgLibImpl::RMG_GetID), 5U);
+TEST(CVuqRmgLib, Operations_StandInSlotOrder) {
+  using Client = CVuqRmgLib;
+  // The destructor takes the first two slots of each table but one.
+  EXPECT_EQ(slotsOf(static_cast<void (MLog::*)(std::string)>(&MLog::LOGDEBUG),
+                    static_cast<void (MLog::*)(const char*)>(&MLog::LOGDEBUG),
+                    &CVuqRmgLibImpl::RMG_GetStatus, &CVuqRmgLibImpl::RMG_GetID),
+            slotsFrom(2, 4));
   EXPECT_EQ(slotOf(&ICVuqRmg::getFuncEntry), 0U) << "no destructor there";
-  EXPECT_EQ(slotOf(&ICVuqRmgLib::isDovraInstalled), 2U);
-  EXPECT_EQ(slotOf(&ICVuqRmgLib::loadLibrary), 3U);
-  EXPECT_EQ(slotOf(&ICVuqRmgLib::scenarioLoadLibraries), 4U);
-  EXPECT_EQ(slotOf(&ICVuqRmgLib::scenarioUnloadLibraries), 5U);
-  EXPECT_EQ(slotOf(&CVuqRmgLib::CVuqRmgLibException::what), 2U);
-  EXPECT_EQ(slotOf(&CVuqRmgLib::CVuqRmgLibException::code), 3U);
-
-  const std::vector<std::size_t> own = {
-      slotOf(&CVuqRmgLib::GetStatus),      slotOf(&CVuqRmgLib::queryConnection),
-      slotOf(&CVuqRmgLib::isOperate),      slotOf(&CVuqRmgLib::isMaintenance),
-      slotOf(&CVuqRmgLib::isStop),         slotOf(&CVuqRmgLib::isMaintenanceStop),
-      slotOf(&CVuqRmgLib::getLastStatus),  slotOf(&CVuqRmgLib::startCom),
-      slotOf(&CVuqRmgLib::stopCom),        slotOf(&CVuqRmgLib::sendNotify),
-      slotOf(&CVuqRmgLib::sendData),       slotOf(&CVuqRmgLib::Communicate),
-      slotOf(&CVuqRmgLib::setMailTimeout), slotOf(&CVuqRmgLib::setEnv),
-      slotOf(&CVuqRmgLib::to_s),           slotOf(&CVuqRmgLib::GetID),
-      slotOf(&CVuqRmgLib::getMachineID),   slotOf(&CVuqRmgLib::html_CheckUrl),
-      slotOf(&CVuqRmgLib::CheckUrl),       slotOf(&CVuqRmgLib::getCenterCode),
-      slotOf(&CVuqRmgLib::getFuncEntry),
-  };
-  for (std::size_t i = 0; i < own.size(); ++i) EXPECT_EQ(own[i], 6 + i) << "operation " << i;
+  EXPECT_EQ(slotsOf(&ICVuqRmgLib::isDovraInstalled, &ICVuqRmgLib::loadLibrary,
+                    &ICVuqRmgLib::scenarioLoadLibraries, &ICVuqRmgLib::scenarioUnloadLibraries),
+            slotsFrom(2, 4));
+  EXPECT_EQ(slotsOf(&Client::CVuqRmgLibException::what, &Client::CVuqRmgLibException::code),
+            slotsFrom(2, 2));
+  EXPECT_EQ(
+      slotsOf(&Client::GetStatus, &Client::queryConnection, &Client::isOperate,
+              &Client::isMaintenance, &Client::isStop, &Client::isMaintenanceStop,
+              &Client::getLastStatus, &Client::startCom, &Client::stopCom, &Client::sendNotify,
+              &Client::sendData, &Client::Communicate, &Client::setMailTimeout, &Client::setEnv,
+              &Client::to_s, &Client::GetID, &Client::getMachineID, &Client::html_CheckUrl,
+              &Client::CheckUrl, &Client::getCenterCode, &Client::getFuncEntry),
+      slotsFrom(6, 21));
 }
 
-TEST(CVuqRmgLibTree, FieldsOfTheClientStandInOrder) {
+TEST(CVuqRmgLib, Fields_StandInOrder) {
   FakeKelcom fake;
   fake.status = kMaintenance;
   OverOnes<CVuqRmgLib> made;
   CVuqRmgLib& client = made.object();
-  const std::string empty = made.bytes(0, sizeof(CVuqRmgLib));
   const char* start = reinterpret_cast<const char*>(&client);
+  const std::string fresh = made.bytes(0, sizeof(CVuqRmgLib));
   const auto id = static_cast<std::size_t>(client.getMachineID() - start);
-  EXPECT_EQ(std::string(4096 + sizeof(int) + 1, '\0'), empty.substr(id, 4096 + sizeof(int) + 1));
+  EXPECT_EQ(fresh.substr(id, 4096 + sizeof(int) + 1), std::string(4096 + sizeof(int) + 1, '\0'));
 
   client.isOperate();
   client.startCom();
   int status = 0;
   std::memcpy(&status, made.bytes(id + 4096, sizeof status).data(), sizeof status);
-  EXPECT_EQ(std::string("4711\0", 5), made.bytes(id, 5));
-  EXPECT_EQ(kMaintenance, status);
-  EXPECT_EQ("\1", made.bytes(id + 4096 + sizeof status, 1));
+  EXPECT_EQ(made.bytes(id, 5), std::string("4711\0", 5));
+  EXPECT_EQ(status, kMaintenance);
+  EXPECT_EQ(made.bytes(id + 4096 + sizeof status, 1), "\1");
 }
 
-TEST(CVuqRmgLibExceptions, CarryTheirCode) {
+// --- exceptions ----------------------------------------------------------------------------------
+
+/// Whether an exception of this class is one of the client's, carries its code and says `what`.
+template <class Exception>
+void expectException(const std::string& what) {
+  static_assert(std::is_convertible_v<Exception*, CVuqRmgLib::CVuqRmgLibException*>);
+  static_assert(std::is_convertible_v<Exception*, std::exception*>);
   for (const int code : {0, 1, -1, 33, 2147483647, -2147483647 - 1}) {
-    EXPECT_EQ(CVuqRmgLib::CVuqRmgLibException(code).code(), code);
-    EXPECT_EQ(CVuqRmgLib::FailRM_StartCommException(code).code(), code);
-    EXPECT_EQ(CVuqRmgLib::FailRM_SetEnvException(code).code(), code);
-    EXPECT_EQ(CVuqRmgLib::FailGetStatusRmsLibException(code).code(), code);
-    EXPECT_EQ(CVuqRmgLib::UnsupportCenterCodeException(code).code(), code);
+    EXPECT_EQ(Exception(code).code(), code);
+    EXPECT_EQ(Exception(code).what(), what);
   }
 }
 
-TEST(CVuqRmgLibExceptions, OnlyTheStartNamesItself) {
+TEST(CVuqRmgLibException, EveryClass_CarriesItsCodeAndOnlyTheStartNamesItself) {
   const std::string standard = std::exception().what();
-  EXPECT_STREQ(CVuqRmgLib::FailRM_StartCommException(1).what(), "FailRM_StartCommException");
-  EXPECT_EQ(CVuqRmgLib::CVuqRmgLibException(1).what(), standard);
-  EXPECT_EQ(CVuqRmgLib::FailRM_SetEnvException(1).what(), standard);
-  EXPECT_EQ(CVuqRmgLib::FailGetStatusRmsLibException(1).what(), standard);
-  EXPECT_EQ(CVuqRmgLib::UnsupportCenterCodeException(1).what(), standard);
+  expectException<CVuqRmgLib::CVuqRmgLibException>(standard);
+  expectException<CVuqRmgLib::FailRM_StartCommException>("FailRM_StartCommException");
+  expectException<CVuqRmgLib::FailRM_SetEnvException>(standard);
+  expectException<CVuqRmgLib::FailGetStatusRmsLibException>(standard);
+  expectException<CVuqRmgLib::UnsupportCenterCodeException>(standard);
 }
 
-TEST(CVuqRmgLibExceptions, CodeIsVirtual) {
+TEST(CVuqRmgLibException, Code_CanBeReplaced) {
   struct Other : CVuqRmgLib::FailRM_StartCommException {
     using FailRM_StartCommException::FailRM_StartCommException;
     int code() const override { return 7; }
@@ -130,18 +142,7 @@ TEST(CVuqRmgLibExceptions, CodeIsVirtual) {
 
 // --- virtual slots -------------------------------------------------------------------------------
 
-TEST(CVuqRmgLibSlots, BindingOfTheStatusCanBeReplaced) {
-  struct Client : CVuqRmgLib {
-    int RMG_GetStatus(int& st) override {
-      st = kStopped;
-      return 0;
-    }
-  } client;
-  EXPECT_TRUE(client.isStop());
-  EXPECT_EQ(client.getLastStatus(), kStopped);
-}
-
-TEST(CVuqRmgLibSlots, StatusQueryCanBeReplaced) {
+TEST(CVuqRmgLibSlots, StatusQuery_CanBeReplaced) {
   struct Client : CVuqRmgLib {
     int result = 0;
     int GetStatus(int& st) override {
@@ -157,7 +158,7 @@ TEST(CVuqRmgLibSlots, StatusQueryCanBeReplaced) {
   EXPECT_EQ(client.getLastStatus(), 0) << "only the replaced query would have remembered";
 }
 
-TEST(CVuqRmgLibSlots, ConnectionQueryCanBeReplacedForEachPredicate) {
+TEST(CVuqRmgLibSlots, ConnectionQuery_CanBeReplacedForEachState) {
   struct Client : CVuqRmgLib {
     int word = 0;
     bool queryConnection(int& st) override {
@@ -175,7 +176,7 @@ TEST(CVuqRmgLibSlots, ConnectionQueryCanBeReplacedForEachPredicate) {
   EXPECT_TRUE(client.isMaintenanceStop());
 }
 
-TEST(CVuqRmgLibSlots, BindingOfTheIdCanBeReplaced) {
+TEST(CVuqRmgLibSlots, BindingOfTheId_CanBeReplaced) {
   struct Client : CVuqRmgLib {
     int RMG_GetID(char* buf) override {
       std::strcpy(buf, "binding");
@@ -185,17 +186,7 @@ TEST(CVuqRmgLibSlots, BindingOfTheIdCanBeReplaced) {
   EXPECT_STREQ(client.getMachineID(), "binding");
 }
 
-TEST(CVuqRmgLibSlots, IdQueryCanBeReplaced) {
-  struct Client : CVuqRmgLib {
-    int GetID(char* buf) override {
-      std::strcpy(buf, "query");
-      return 0;
-    }
-  } client;
-  EXPECT_STREQ(client.getMachineID(), "query");
-}
-
-TEST(CVuqRmgLibSlots, ExchangeCanBeReplacedForNotifyAndData) {
+TEST(CVuqRmgLibSlots, Exchange_CanBeReplacedForNotifyAndData) {
   struct Client : CVuqRmgLib {
     Calls calls;
     int Communicate(unsigned long param, int a, int b, void* data) override {
@@ -213,7 +204,7 @@ TEST(CVuqRmgLibSlots, ExchangeCanBeReplacedForNotifyAndData) {
   EXPECT_STREQ(reply, "reply");
 }
 
-TEST(CVuqRmgLibSlots, PointerFormOfTheDebugLineCanBeReplaced) {
+TEST(CVuqRmgLibSlots, PointerFormOfTheDebugLine_CanBeReplaced) {
   struct Log : MLog {
     using MLog::LOGDEBUG;
     std::string seen;
@@ -223,7 +214,7 @@ TEST(CVuqRmgLibSlots, PointerFormOfTheDebugLineCanBeReplaced) {
   EXPECT_EQ(log.seen, "a text");
 }
 
-TEST(CVuqRmgLibSlots, DestructorUsesTheClientsOwnStop) {
+TEST(CVuqRmgLibSlots, Destructor_UsesTheClientsOwnStop) {
   FakeKelcom fake;
   static int replaced;
   replaced = 0;
@@ -240,33 +231,8 @@ TEST(CVuqRmgLibSlots, DestructorUsesTheClientsOwnStop) {
 
 // --- identifier and state text -------------------------------------------------------------------
 
-TEST(CVuqRmgLibMachineId, IsTheLibrarysNumber) {
-  FakeKelcom fake;
-  CVuqRmgLib client;
-  EXPECT_STREQ(client.getMachineID(), "4711");
-  fake.id = 12;
-  EXPECT_STREQ(client.getMachineID(), "12") << "asked anew";
-  EXPECT_EQ(fake.calls, (Calls{"GetID", "GetID"}));
-}
-
-TEST(CVuqRmgLibMachineId, LibraryThatFailsAndStoresNothingGivesZero) {
-  FakeKelcom fake;
-  fake.idResult = -1;
-  fake.storesId = false;
-  CVuqRmgLib client;
-  EXPECT_STREQ(client.getMachineID(), "0");
-}
-
-TEST(CVuqRmgLibMachineId, ResultOfTheQueryIsIgnored) {
-  FakeKelcom fake;
-  fake.idResult = -1;
-  CVuqRmgLib client;
-  EXPECT_STREQ(client.getMachineID(), "4711");
-}
-
-TEST(CVuqRmgLibMachineId, BufferIsAllZeroBeforeTheQuery) {
+TEST(CVuqRmgLibMachineId, Buffer_IsAllZeroBeforeTheQuery) {
   struct Client : CVuqRmgLib {
-    std::string fill;
     std::string found;
     int GetID(char* buf) override {
       found.assign(buf, 4096);
@@ -279,37 +245,33 @@ TEST(CVuqRmgLibMachineId, BufferIsAllZeroBeforeTheQuery) {
   EXPECT_EQ(client.found, std::string(4096, '\0'));
 }
 
-TEST(CVuqRmgLibMachineId, IntegerThrownByTheLibraryLeavesItEmpty) {
+/// What a client says of its state.
+std::string stateText(const std::string& id, const std::string& status, const char* started) {
+  return "\n    m_machineID       = " + id + "\n    m_lastStatus      = " + status +
+         "\n    m_startedCom      = " + started + "\n";
+}
+
+TEST(CVuqRmgLibMachineId, IntegerThrownByTheLibrary_LeavesItEmpty) {
   FakeKelcom fake;
   CVuqRmgLib client;
   client.getMachineID();
   fake.onCall = [](const std::string&) { throw 3; };
   EXPECT_THROW(client.getMachineID(), int);
-  EXPECT_EQ(
-      client.to_s(),
-      "\n    m_machineID       = \n    m_lastStatus      = 0\n    m_startedCom      = false\n");
+  EXPECT_EQ(client.to_s(), stateText("", "0", "false"));
 }
 
-TEST(CVuqRmgLibToS, FreshInstance) {
-  CVuqRmgLib client;
-  EXPECT_EQ(
-      client.to_s(),
-      "\n    m_machineID       = \n    m_lastStatus      = 0\n    m_startedCom      = false\n");
-}
-
-TEST(CVuqRmgLibToS, StartedInstance) {
+TEST(CVuqRmgLibToS, EveryField_IsShown) {
   FakeKelcom fake;
   fake.status = kMaintenance;
   CVuqRmgLib client;
+  EXPECT_EQ(client.to_s(), stateText("", "0", "false"));
   client.getMachineID();
   client.isOperate();
   client.startCom();
-  EXPECT_EQ(client.to_s(),
-            "\n    m_machineID       = 4711\n    m_lastStatus      = 65536\n"
-            "    m_startedCom      = true\n");
+  EXPECT_EQ(client.to_s(), stateText("4711", "65536", "true"));
 }
 
-TEST(CVuqRmgLibToS, NegativeStatusAndLongIdentifier) {
+TEST(CVuqRmgLibToS, NegativeStatusAndLongIdentifier_AreShownWhole) {
   struct Client : CVuqRmgLib {
     int GetID(char* buf) override {
       std::memset(buf, '9', 4095);
@@ -320,13 +282,12 @@ TEST(CVuqRmgLibToS, NegativeStatusAndLongIdentifier) {
   fake.status = -1;
   client.isStop();
   client.getMachineID();
-  EXPECT_EQ(client.to_s(), "\n    m_machineID       = " + std::string(4095, '9') +
-                               "\n    m_lastStatus      = -1\n    m_startedCom      = false\n");
+  EXPECT_EQ(client.to_s(), stateText(std::string(4095, '9'), "-1", "false"));
 }
 
 // --- what does nothing ---------------------------------------------------------------------------
 
-TEST(CVuqRmgLibQuiet, OperationsWithoutEffectCallNothing) {
+TEST(CVuqRmgLib, OperationsWithoutEffect_CallNothing) {
   FakeKelcom fake;
   CVuqRmgLib client;
   const std::string before = client.to_s();
@@ -343,7 +304,7 @@ TEST(CVuqRmgLibQuiet, OperationsWithoutEffectCallNothing) {
   EXPECT_EQ(fake.calls, Calls());
 }
 
-TEST(CVuqRmgLibQuiet, FuncEntryThrows33) {
+TEST(CVuqRmgLib, FuncEntry_Throws33) {
   CVuqRmgLib client;
   for (const char* name : {"KEL_GetID", "", static_cast<const char*>(nullptr)}) {
     try {
@@ -355,9 +316,7 @@ TEST(CVuqRmgLibQuiet, FuncEntryThrows33) {
   }
 }
 
-// --- debug output --------------------------------------------------------------------------------
-
-TEST(MLogDebug, GoesToStandardErrorWithALineFeed) {
+TEST(MLog, DebugOutput_GoesToStandardErrorWithALineFeed) {
   const ChildResult child = runInChild([] {
     MLog log;
     log.LOGDEBUG("pointer");
@@ -365,19 +324,73 @@ TEST(MLogDebug, GoesToStandardErrorWithALineFeed) {
     log.LOGDEBUG("100%s %n");
     log.LOGDEBUG("");
     log.LOGDEBUG(std::string("cut\0off", 7));
-    return 0;
-  });
-  EXPECT_EQ(child.err, "pointer\ntext\n100%s %n\n\ncut\n");
-  EXPECT_EQ(child.out, "");
-}
-
-TEST(MLogDebug, NullIsAnEmptyText) {
-  const ChildResult child = runInChild([] {
-    MLog().LOGDEBUG(static_cast<const char*>(nullptr));
+    log.LOGDEBUG(static_cast<const char*>(nullptr));
     return 0;
   });
   EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(child.err, "\n");
+  EXPECT_EQ(child.err, "pointer\ntext\n100%s %n\n\ncut\n\n");
+  EXPECT_EQ(child.out, "");
+}
+
+// --- presence of the library ---------------------------------------------------------------------
+
+/// Points the probe at `path` for the life of the object.
+class LibraryPath {
+ public:
+  explicit LibraryPath(const char* path) : m_old(REPRESENTLIB) { REPRESENTLIB = path; }
+  ~LibraryPath() { REPRESENTLIB = m_old; }
+  LibraryPath(const LibraryPath&) = delete;
+  LibraryPath& operator=(const LibraryPath&) = delete;
+
+ private:
+  const char* m_old;
+};
+
+TEST(IsKelExist, Path_IsTheMakersUntilItIsChanged) {
+  EXPECT_STREQ(REPRESENTLIB, "/opt/QZKBkel/lib/libkelcom.so");
+}
+
+TEST(IsKelExist, EveryKindOfPath_IsThereWhenItLeadsToAFile) {
+  const ScratchDir dir;
+  const std::string file = dir.write("lib.so", "");
+  const std::string toFile = dir / "to-file";
+  const std::string toDir = dir / "to-dir";
+  const std::string toNothing = dir / "to-nothing";
+  const std::string missing = dir / "missing";
+  ASSERT_EQ(::symlink(file.c_str(), toFile.c_str()), 0);
+  ASSERT_EQ(::symlink("/tmp", toDir.c_str()), 0);
+  ASSERT_EQ(::symlink("/nowhere/at/all", toNothing.c_str()), 0);
+  struct Row {
+    const char* path;
+    bool isThere;
+  };
+  const Row rows[] = {
+      {file.c_str(), true},   {toFile.c_str(), true},   {dir.path().c_str(), false},
+      {toDir.c_str(), false}, {missing.c_str(), false}, {toNothing.c_str(), false},
+      {nullptr, false},
+  };
+  for (const Row& row : rows) {
+    const LibraryPath path(row.path);
+    EXPECT_EQ(isKelExist(), row.isThere) << (row.path == nullptr ? "null" : row.path);
+  }
+}
+
+TEST(IsDovraInstalled, AnswerOfTheMoment_IsTheFifthOfFiveFlags) {
+  const ScratchDir dir;
+  const std::string file = dir.write("lib.so", "");
+  const LibraryPath path(file.c_str());
+  OverOnes<ICVuqRmgLib> made;
+  constexpr std::size_t kFlags = sizeof(void*);  // after the table of operations
+  constexpr std::size_t kHandles = 2 * sizeof(void*);
+  const std::string noHandles(sizeof(std::vector<void*>), '\0');
+  EXPECT_EQ(made.bytes(kFlags, 5), std::string(5, '\0'));
+  EXPECT_EQ(made.bytes(kHandles, noHandles.size()), noHandles);
+  EXPECT_TRUE(made.object().isDovraInstalled());
+  EXPECT_EQ(made.bytes(kFlags, 5), std::string("\0\0\0\0\1", 5));
+  ::unlink(file.c_str());
+  EXPECT_FALSE(made.object().isDovraInstalled());
+  EXPECT_EQ(made.bytes(kFlags, 5), std::string(5, '\0'));
+  EXPECT_EQ(made.bytes(kHandles, noHandles.size()), noHandles) << "nothing is ever loaded";
 }
 
 }  // namespace

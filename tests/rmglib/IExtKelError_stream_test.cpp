@@ -20,13 +20,8 @@ namespace {
 
 // --- setData -------------------------------------------------------------------------------------
 
-struct SetDataCase {
-  std::list<std::string> values;
-  std::string fields;
-};
-
-TEST(IExtKelErrorSetData, StopsWhereTheListEnds) {
-  const std::vector<SetDataCase> table = {
+TEST(IExtKelErrorSetData, EveryList_SetsTheFieldsThatItReaches) {
+  const std::vector<std::pair<std::list<std::string>, std::string>> table = {
       {{}, "1|2|3|old"},
       {{"10"}, "10|2|3|old"},
       {{"10", "20"}, "10|20|3|old"},
@@ -35,14 +30,14 @@ TEST(IExtKelErrorSetData, StopsWhereTheListEnds) {
       {{"10", "20", "30", "new", "more"}, "10|20|30|new"},
       {{"10", "20", "30", ""}, "10|20|30|"},
   };
-  for (const SetDataCase& row : table) {
+  for (const auto& [values, expected] : table) {
     Record record(1, 2, 3, "old");
-    record.setData(row.values);
-    EXPECT_EQ(fields(record), row.fields);
+    record.setData(values);
+    EXPECT_EQ(fields(record), expected);
   }
 }
 
-TEST(IExtKelErrorSetData, NumbersAreConvertedAsAtoi) {
+TEST(IExtKelErrorSetData, Numbers_AreConvertedAsByAtoi) {
   const std::vector<std::pair<std::string, int>> table = {
       {"", 0},
       {"abc", 0},
@@ -64,54 +59,45 @@ TEST(IExtKelErrorSetData, NumbersAreConvertedAsAtoi) {
   }
 }
 
-TEST(IExtKelErrorSetData, NumbersBeyondIntWrapAsInTheCLibrary) {
+TEST(IExtKelErrorSetData, NumbersBeyondInt_WrapAsInTheCLibrary) {
   if (sizeof(long) != 8) GTEST_SKIP() << "the values below are those of a 64-bit long";
   Record record;
   record.setData({"4294967297", "99999999999999999999", "-99999999999999999999"});
   EXPECT_EQ(fields(record), "1|-1|0|");
 }
 
-TEST(IExtKelErrorSetData, MessageOf255BytesIsTerminated) {
-  Record record(0, 0, 0, std::string(256, 'o'));
-  record.setData({"0", "0", "0", std::string(255, 'n')});
-  EXPECT_EQ(std::string(record.m_lastSmtpMsg, 256), std::string(255, 'n') + '\0');
-}
-
-TEST(IExtKelErrorSetData, MessageOf256BytesFillsTheFieldUnterminated) {
-  Record record;
-  record.setData({"0", "0", "0", std::string(255, 'n') + "e"});
-  EXPECT_EQ(std::string(record.m_lastSmtpMsg, 256), std::string(255, 'n') + "e");
-}
-
-TEST(IExtKelErrorSetData, LongerMessageIsCutAndTheTextBufferUntouched) {
-  Record record;
-  record.m_text = "buffer";
-  record.setData({"0", "0", "0", std::string(256, 'n') + "rest"});
-  EXPECT_EQ(std::string(record.m_lastSmtpMsg, 256), std::string(256, 'n'));
-  EXPECT_EQ(record.m_text, "buffer");
-}
-
-TEST(IExtKelErrorSetData, ShorterMessageLeavesNothingOfTheEarlierOne) {
-  Record record(0, 0, 0, std::string(256, 'o'));
-  record.setData({"0", "0", "0", "new"});
-  EXPECT_EQ(std::string(record.m_lastSmtpMsg, 256), "new" + std::string(253, '\0'));
+TEST(IExtKelErrorSetData, Message_FillsItsFieldAndNothingElse) {
+  const std::string n255(255, 'n');
+  const std::vector<std::pair<std::string, std::string>> table = {
+      {"new", "new" + std::string(253, '\0')},
+      {n255, n255 + '\0'},
+      {n255 + "e", n255 + "e"},
+      {n255 + "erest", n255 + "e"},
+  };
+  for (const auto& [message, field] : table) {
+    Record record(0, 0, 0, std::string(256, 'o'));
+    record.m_text = "buffer";
+    record.setData({"0", "0", "0", message});
+    EXPECT_EQ(std::string(record.m_lastSmtpMsg, 256), field);
+    EXPECT_EQ(record.m_text, "buffer");
+  }
 }
 
 // --- operator<< ----------------------------------------------------------------------------------
 
-TEST(IExtKelErrorWrite, FourLines) {
-  Record record(-79, 1, -25, "535 no");
-  EXPECT_EQ(serialised(record), "-79\n1\n-25\n535 no\n");
-}
-
-TEST(IExtKelErrorWrite, EmptyRecord) {
-  Record record;
-  EXPECT_EQ(serialised(record), "0\n0\n0\n\n");
-}
-
-TEST(IExtKelErrorWrite, UnterminatedMessageIsReadToItsEnd) {
-  Record record(INT_MIN, 2, INT_MAX, std::string(256, 'm'));
-  EXPECT_EQ(serialised(record), "-2147483648\n2\n2147483647\n" + std::string(256, 'm') + "\n");
+TEST(IExtKelErrorWrite, EveryRecord_IsFourLines) {
+  const std::string m256(256, 'm');
+  const std::vector<std::pair<Record, std::string>> table = {
+      {{-79, 1, -25, "535 no"}, "-79\n1\n-25\n535 no\n"},
+      {{}, "0\n0\n0\n\n"},
+      {{INT_MIN, 2, INT_MAX, m256}, "-2147483648\n2\n2147483647\n" + m256 + "\n"},
+  };
+  for (const auto& [record, text] : table) {
+    Record written = record;
+    std::ostringstream out;
+    EXPECT_EQ(&(out << written), &out);
+    EXPECT_EQ(out.str(), text);
+  }
 }
 
 struct Grouping : std::numpunct<char> {
@@ -119,7 +105,7 @@ struct Grouping : std::numpunct<char> {
   std::string do_grouping() const override { return "\3"; }
 };
 
-TEST(IExtKelErrorWrite, FormatOfTheStreamDoesNotMatter) {
+TEST(IExtKelErrorWrite, FormatOfTheStream_DoesNotMatter) {
   Record record(1000000, 1, 255, "m");
   std::ostringstream out;
   out.imbue(std::locale(std::locale::classic(), new Grouping));
@@ -127,13 +113,7 @@ TEST(IExtKelErrorWrite, FormatOfTheStreamDoesNotMatter) {
   EXPECT_EQ(out.str(), "1000000\n1\n255\nm\n");
 }
 
-TEST(IExtKelErrorWrite, ReturnsTheStream) {
-  Record record;
-  std::ostringstream out;
-  EXPECT_EQ(&(out << record), &out);
-}
-
-TEST(IExtKelErrorWrite, NothingToAStreamThatIsNotGood) {
+TEST(IExtKelErrorWrite, StreamThatIsNotGood_GetsNothing) {
   Record record;
   for (const auto state : {std::ios::failbit, std::ios::badbit, std::ios::eofbit}) {
     std::ostringstream out;
@@ -164,7 +144,7 @@ struct ShortBuffer : std::streambuf {
   std::string taken;
 };
 
-TEST(IExtKelErrorWrite, StopsAtTheFirstLineThatIsRefused) {
+TEST(IExtKelErrorWrite, LineThatIsRefused_IsTheLast) {
   Record record(-79, 1, -25, "m");
   const std::string taken[] = {"", "-79\n", "-79\n1\n", "-79\n1\n-25\n"};
   for (int lines = 0; lines < 4; ++lines) {
@@ -179,17 +159,64 @@ TEST(IExtKelErrorWrite, StopsAtTheFirstLineThatIsRefused) {
 
 // --- operator>> ----------------------------------------------------------------------------------
 
-TEST(IExtKelErrorRead, FourLines) {
-  Record record(1, 1, 1, "old");
-  EXPECT_EQ(read(record, "-79\n2\n-25\n535 no\n"), "-79|2|-25|535 no");
+struct ReadCase {
+  std::string text;
+  std::string fields;
+  std::ios::iostate state;
+};
+
+/// What is read into the record "1|2|3|old", and how the stream stands then.
+const std::vector<ReadCase>& readCases() {
+  constexpr auto kEnded = std::ios::eofbit | std::ios::failbit;
+  static const std::vector<ReadCase> cases = {
+      {"-79\n2\n-25\n535 no\n", "-79|2|-25|535 no", std::ios::goodbit},
+      {"x\n\n12x\n\n", "0|0|12|", std::ios::goodbit},
+      {std::string("1\0002\n2\n3\nm\0n\n", 12), "1|2|3|m", std::ios::goodbit},
+      // Lines that are missing.
+      {"", "1|2|3|old", kEnded},
+      {"10\n", "10|2|3|old", kEnded},
+      {"10\n20\n", "10|20|3|old", kEnded},
+      {"10\n20\n30\n", "10|20|30|old", kEnded},
+      // A last line without its end.
+      {"10", "10|2|3|old", std::ios::eofbit},
+      {"10\n20", "10|20|3|old", std::ios::eofbit},
+      {"10\n20\n30\nnew", "10|20|30|new", std::ios::eofbit},
+      // Lines of 4,095 bytes, which fit, and of 4,096.
+      {std::string(4094, ' ') + "7\n2\n3\n" + std::string(4095, 'm') + "\n",
+       "7|2|3|" + std::string(256, 'm'), std::ios::goodbit},
+      {"10\n" + std::string(4095, ' ') + "7\n30\nnew\n", "10|2|3|old", std::ios::failbit},
+      {"10\n20\n30\n" + std::string(4096, 'm') + "\n", "10|20|30|old", std::ios::failbit},
+  };
+  return cases;
 }
 
-TEST(IExtKelErrorRead, LineThatIsNoNumberIsZero) {
-  Record record(1, 1, 1, "old");
-  EXPECT_EQ(read(record, "x\n\n12x\n\n"), "0|0|12|");
+TEST(IExtKelErrorRead, EveryText_SetsTheFieldsWhoseLinesItHas) {
+  for (const ReadCase& row : readCases()) {
+    SCOPED_TRACE(row.text);
+    Record record(1, 2, 3, "old");
+    std::istringstream in(row.text);
+    EXPECT_EQ(&(in >> record), &in);
+    EXPECT_EQ(fields(record), row.fields);
+    EXPECT_EQ(in.rdstate(), row.state);
+  }
 }
 
-TEST(IExtKelErrorRead, FurtherLinesStayInTheStream) {
+TEST(IExtKelErrorRead, StreamThatThrows_KeepsTheLinesBefore) {
+  for (const ReadCase& row : readCases()) {
+    SCOPED_TRACE(row.text);
+    Record record(1, 2, 3, "old");
+    std::istringstream in(row.text);
+    in.exceptions(std::ios::failbit);
+    if ((row.state & std::ios::failbit) != 0) {
+      EXPECT_THROW(in >> record, std::ios::failure);
+    } else {
+      EXPECT_NO_THROW(in >> record);
+    }
+    EXPECT_EQ(fields(record), row.fields);
+  }
+}
+
+TEST(IExtKelErrorRead, FurtherLines_StayInTheStream) {
   Record first;
   Record second;
   std::istringstream in("1\n2\n3\na\n4\n5\n6\nb\n");
@@ -199,36 +226,7 @@ TEST(IExtKelErrorRead, FurtherLinesStayInTheStream) {
   EXPECT_TRUE(in.good());
 }
 
-TEST(IExtKelErrorRead, MissingLinesLeaveTheirFields) {
-  const std::vector<std::pair<std::string, std::string>> table = {
-      {"", "1|2|3|old"},
-      {"10\n", "10|2|3|old"},
-      {"10\n20\n", "10|20|3|old"},
-      {"10\n20\n30\n", "10|20|30|old"},
-  };
-  for (const auto& [text, expected] : table) {
-    Record record(1, 2, 3, "old");
-    EXPECT_EQ(read(record, text), expected) << text;
-  }
-}
-
-TEST(IExtKelErrorRead, LastLineWithoutLineEndCounts) {
-  const std::vector<std::pair<std::string, std::string>> table = {
-      {"10", "10|2|3|old"}, {"10\n20", "10|20|3|old"}, {"10\n20\n30\nnew", "10|20|30|new"}};
-  for (const auto& [text, expected] : table) {
-    Record record(1, 2, 3, "old");
-    EXPECT_EQ(read(record, text), expected) << text;
-  }
-}
-
-TEST(IExtKelErrorRead, LastLineWithoutLineEndIsNoFailure) {
-  Record record;
-  std::istringstream in("10\n20");
-  in >> record;
-  EXPECT_EQ(in.rdstate(), std::ios::eofbit);
-}
-
-TEST(IExtKelErrorRead, NothingFromAStreamThatIsNotGood) {
+TEST(IExtKelErrorRead, StreamThatIsNotGood_GivesNothing) {
   for (const auto state : {std::ios::failbit, std::ios::badbit, std::ios::eofbit}) {
     Record record(1, 2, 3, "old");
     std::istringstream in("10\n20\n30\nnew\n");
@@ -237,59 +235,6 @@ TEST(IExtKelErrorRead, NothingFromAStreamThatIsNotGood) {
     EXPECT_EQ(fields(record), "1|2|3|old") << state;
     in.clear();
     EXPECT_EQ(in.tellg(), std::streampos(0)) << state;
-  }
-}
-
-TEST(IExtKelErrorRead, LineOf4095BytesFits) {
-  Record record;
-  const std::string number = std::string(4094, ' ') + "7";
-  EXPECT_EQ(read(record, number + "\n2\n3\n" + std::string(4095, 'm') + "\n"),
-            "7|2|3|" + std::string(256, 'm'));
-}
-
-TEST(IExtKelErrorRead, LineOf4096BytesIsAFailedRead) {
-  Record record(1, 2, 3, "old");
-  std::istringstream in("10\n" + std::string(4095, ' ') + "7\n30\nnew\n");
-  in >> record;
-  EXPECT_EQ(fields(record), "10|2|3|old");
-  EXPECT_TRUE(in.fail());
-}
-
-TEST(IExtKelErrorRead, MessageThatDoesNotFitALineLeavesTheMessage) {
-  Record record(1, 2, 3, "old");
-  EXPECT_EQ(read(record, "10\n20\n30\n" + std::string(4096, 'm') + "\n"), "10|20|30|old");
-}
-
-TEST(IExtKelErrorRead, ZeroByteEndsALine) {
-  Record record;
-  EXPECT_EQ(read(record, std::string("1\0002\n2\n3\nm\0n\n", 12)), "1|2|3|m");
-}
-
-TEST(IExtKelErrorRead, ReturnsTheStream) {
-  Record record;
-  std::istringstream in("1\n");
-  EXPECT_EQ(&(in >> record), &in);
-}
-
-/// What a record holds once a stream has thrown.
-std::string fieldsAfterThrow(std::istream& in) {
-  Record record(1, 2, 3, "old");
-  EXPECT_THROW(in >> record, std::ios::failure);
-  return fields(record);
-}
-
-TEST(IExtKelErrorRead, StreamThatThrowsKeepsTheLinesBefore) {
-  const std::vector<std::pair<std::string, std::string>> table = {
-      {"", "1|2|3|old"},
-      {"10\n", "10|2|3|old"},
-      {"10\n20\n", "10|20|3|old"},
-      {"10\n20\n30\n", "10|20|30|old"},
-      {"10\n20\n30\n" + std::string(4096, 'm') + "\n", "10|20|30|old"},
-  };
-  for (const auto& [text, expected] : table) {
-    std::istringstream in(text);
-    in.exceptions(std::ios::failbit);
-    EXPECT_EQ(fieldsAfterThrow(in), expected) << text;
   }
 }
 
@@ -302,23 +247,23 @@ struct ThrowingBuffer : std::streambuf {
   std::string text;
 };
 
-TEST(IExtKelErrorRead, BufferThatThrowsKeepsTheLinesBefore) {
-  ThrowingBuffer buffer("10\n20\n7");
-  std::istream in(&buffer);
-  in.exceptions(std::ios::badbit);
-  EXPECT_EQ(fieldsAfterThrow(in), "10|20|3|old");
+TEST(IExtKelErrorRead, BufferThatThrows_KeepsTheLinesBeforeWhetherOrNotItsStreamThrows) {
+  for (const bool isThrowing : {true, false}) {
+    ThrowingBuffer buffer("10\n20\n7");
+    std::istream in(&buffer);
+    Record record(1, 2, 3, "old");
+    if (isThrowing) {
+      in.exceptions(std::ios::badbit);
+      EXPECT_THROW(in >> record, std::ios::failure);
+    } else {
+      in >> record;
+      EXPECT_TRUE(in.bad());
+    }
+    EXPECT_EQ(fields(record), "10|20|3|old");
+  }
 }
 
-TEST(IExtKelErrorRead, BufferThatThrowsInAStreamThatDoesNotIsAFailedRead) {
-  ThrowingBuffer buffer("10\n20\n7");
-  std::istream in(&buffer);
-  Record record(1, 2, 3, "old");
-  in >> record;
-  EXPECT_EQ(fields(record), "10|20|3|old");
-  EXPECT_TRUE(in.bad());
-}
-
-TEST(IExtKelErrorRead, RestoresWhatWasWritten) {
+TEST(IExtKelErrorRead, WhatWasWritten_IsRestored) {
   for (const std::string& message : {std::string(), std::string("550 denied"),
                                      std::string("  blanks  "), std::string(255, '\xA4')}) {
     Record record(-79, 1, INT_MIN, message);
@@ -329,7 +274,7 @@ TEST(IExtKelErrorRead, RestoresWhatWasWritten) {
 
 // --- reportResult --------------------------------------------------------------------------------
 
-TEST(IExtKelErrorReport, PrintsCodeRecordAndEmptyLineOnStandardOutput) {
+TEST(IExtKelErrorReport, EveryReport_IsCodeRecordAndEmptyLineOnStandardOutput) {
   Record self(9, 9, 9, "self");
   Record other(-79, 1, -25, "535 no");
   testing::internal::CaptureStdout();

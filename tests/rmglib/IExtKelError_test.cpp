@@ -18,28 +18,20 @@ namespace {
 
 // --- declaration ---------------------------------------------------------------------------------
 
-TEST(IExtKelError, OperationsStandInSlotOrderAfterTheDestructor) {
+static_assert(std::is_abstract_v<IExtKelError>);
+static_assert(std::has_virtual_destructor_v<IExtKelError>);
+
+TEST(IExtKelError, Operations_StandInSlotOrderAfterTheDestructor) {
+  using Error = IExtKelError;
   // The destructor takes the first two slots.
-  EXPECT_EQ(slotOf(&IExtKelError::Communicate), 2U);
-  EXPECT_EQ(slotOf(&IExtKelError::reportResult), 3U);
-  EXPECT_EQ(slotOf(&IExtKelError::getLastSmtpMsg), 4U);
-  EXPECT_EQ(slotOf(&IExtKelError::getLastZWErrType), 5U);
-  EXPECT_EQ(slotOf(&IExtKelError::getLastZWErrTypeStr), 6U);
-  EXPECT_EQ(slotOf(&IExtKelError::getLastZWErrCode), 7U);
-  EXPECT_EQ(slotOf(&IExtKelError::getLastRMErrCode), 8U);
-  EXPECT_EQ(slotOf(&IExtKelError::toString), 9U);
-  EXPECT_EQ(slotOf(&IExtKelError::toString1line), 10U);
-  EXPECT_EQ(slotOf(&IExtKelError::formatExtRMError), 11U);
-  EXPECT_EQ(slotOf(&IExtKelError::lookup), 12U);
-  EXPECT_EQ(slotOf(&IExtKelError::setData), 13U);
+  EXPECT_EQ(slotsOf(&Error::Communicate, &Error::reportResult, &Error::getLastSmtpMsg,
+                    &Error::getLastZWErrType, &Error::getLastZWErrTypeStr, &Error::getLastZWErrCode,
+                    &Error::getLastRMErrCode, &Error::toString, &Error::toString1line,
+                    &Error::formatExtRMError, &Error::lookup, &Error::setData),
+            slotsFrom(2, 12));
 }
 
-TEST(IExtKelError, IsAbstractWithVirtualDestructor) {
-  EXPECT_TRUE(std::is_abstract_v<IExtKelError>);
-  EXPECT_TRUE(std::has_virtual_destructor_v<IExtKelError>);
-}
-
-TEST(IExtKelError, FieldsStandInOrder) {
+TEST(IExtKelError, Fields_StandInOrder) {
   Record record;
   const std::vector<const void*> addresses = {&record.m_lastRMErrCode, &record.m_lastZWErrType,
                                               &record.m_lastZWErrCode, record.m_lastSmtpMsg,
@@ -48,7 +40,7 @@ TEST(IExtKelError, FieldsStandInOrder) {
   EXPECT_EQ(sizeof record.m_lastSmtpMsg, 256U);
 }
 
-TEST(IExtKelError, NewRecordIsEmpty) {
+TEST(IExtKelError, NewRecord_IsEmpty) {
   Record record;
   EXPECT_EQ(fields(record), "0|0|0|");
   EXPECT_EQ(std::string(record.m_lastSmtpMsg, 256), std::string(256, '\0'));
@@ -57,7 +49,7 @@ TEST(IExtKelError, NewRecordIsEmpty) {
 
 // --- the fields ----------------------------------------------------------------------------------
 
-TEST(IExtKelError, GettersGiveTheFields) {
+TEST(IExtKelError, Getters_GiveTheFields) {
   Record record(-74, 1, -10, "550 denied");
   EXPECT_EQ(record.getLastRMErrCode(), -74);
   EXPECT_EQ(record.getLastZWErrType(), 1);
@@ -65,7 +57,7 @@ TEST(IExtKelError, GettersGiveTheFields) {
   EXPECT_EQ(record.getLastSmtpMsg(), record.m_lastSmtpMsg);
 }
 
-TEST(IExtKelError, TypeTextOfEveryType) {
+TEST(IExtKelError, EveryType_HasItsText) {
   Record record;
   const std::vector<std::pair<int, std::string>> table = {
       {0, ""}, {1, "SMTP"}, {2, "HTTP"}, {3, ""}, {-1, ""}, {INT_MAX, ""}, {INT_MIN, ""}};
@@ -75,85 +67,53 @@ TEST(IExtKelError, TypeTextOfEveryType) {
   }
 }
 
-// --- toString1line -------------------------------------------------------------------------------
+// --- toString1line and toString ------------------------------------------------------------------
 
-TEST(IExtKelErrorToString1line, SmtpErrorWithMessage) {
-  Record record(-74, 1, -10, "550 denied");
-  EXPECT_STREQ(record.toString1line(), "(SMTP) RL:-74,ZW-Agent:-10,Mailsvr:\"550 denied\"");
+struct TextCase {
+  Record record;
+  std::string text;
+};
+
+TEST(IExtKelErrorToString1line, EveryRecord_IsOneLineOrNone) {
+  const std::string m256(256, 'm');
+  const std::vector<TextCase> table = {
+      {{-74, 1, -10, "550 denied"}, "(SMTP) RL:-74,ZW-Agent:-10,Mailsvr:\"550 denied\""},
+      {{-52, 2, 404, ""}, "(HTTP) RL:-52,ZW-Agent:404,Mailsvr:\"\""},
+      {{INT_MIN, 7, INT_MAX, "x"}, "() RL:-2147483648,ZW-Agent:2147483647,Mailsvr:\"x\""},
+      {{-74, 0, -10, "550 denied"}, ""},
+      {{1, 1, 2, m256}, "(SMTP) RL:1,ZW-Agent:2,Mailsvr:\"" + m256 + "\""},
+      {{1, 1, 2, "100%s %n"}, "(SMTP) RL:1,ZW-Agent:2,Mailsvr:\"100%s %n\""},
+  };
+  for (TextCase row : table) {
+    row.record.m_text = "earlier";
+    EXPECT_EQ(row.record.toString1line(), row.text);
+  }
 }
 
-TEST(IExtKelErrorToString1line, HttpErrorWithoutMessage) {
-  Record record(-52, 2, 404, "");
-  EXPECT_STREQ(record.toString1line(), "(HTTP) RL:-52,ZW-Agent:404,Mailsvr:\"\"");
+TEST(IExtKelErrorToString, EveryRecord_IsWhatTheCatalogueSays) {
+  const std::vector<TextCase> table = {
+      {{-52, 0, 404, "550 denied"}, ""},
+      {{-52, 3, 404, ""}, "() RL:-52,ZW-Agent:404\n"},
+      {{-52, 2, 404, ""},
+       u8"(HTTP) 通信処理の動作異常(HTTPサーバ異常)が発生しました。\n"
+       u8"サポート要員に以下のエラーコードをお知らせください。\n"
+       u8"RL:-52,ZW-Agent:404\n"},
+      {{-79, 1, -25, "535 authentication failed"},
+       u8"(SMTP) メール（SMTP）サーバとの間でエラーが発生しました。\n"
+       u8"SMTPサーバで認証エラーが発生しました。\n"
+       u8"指定されたユーザ名、パスワードに誤りがあり、\n"
+       u8"SMTPサーバで認証できませんでした。\n"
+       u8"(SMTPサーバのエラーメッセージ)\n"
+       u8"535 authentication failed\n"
+       u8"RL:-79,ZW-Agent:-25\n"},
+  };
+  for (TextCase row : table) {
+    row.record.m_text = "earlier";
+    EXPECT_EQ(row.record.toString(), toEuc(row.text));
+  }
 }
 
-TEST(IExtKelErrorToString1line, UnknownTypeHasEmptyTypeText) {
-  Record record(INT_MIN, 7, INT_MAX, "x");
-  EXPECT_STREQ(record.toString1line(), "() RL:-2147483648,ZW-Agent:2147483647,Mailsvr:\"x\"");
-}
-
-TEST(IExtKelErrorToString1line, TypeNoneGivesEmptyText) {
-  Record record(-74, 0, -10, "550 denied");
-  record.m_text = "earlier";
-  EXPECT_STREQ(record.toString1line(), "");
-}
-
-TEST(IExtKelErrorToString1line, UnterminatedMessageIsReadToItsEnd) {
-  const std::string message(256, 'm');
-  Record record(1, 1, 2, message);
-  EXPECT_EQ(record.toString1line(), "(SMTP) RL:1,ZW-Agent:2,Mailsvr:\"" + message + "\"");
-}
-
-TEST(IExtKelErrorToString1line, PercentSignsInTheMessageStay) {
-  Record record(1, 1, 2, "100%s %n");
-  EXPECT_STREQ(record.toString1line(), "(SMTP) RL:1,ZW-Agent:2,Mailsvr:\"100%s %n\"");
-}
-
-// --- toString ------------------------------------------------------------------------------------
-
-TEST(IExtKelErrorToString, TypeNoneGivesEmptyText) {
-  Record record(-52, 0, 404, "550 denied");
-  record.m_text = "earlier";
-  EXPECT_STREQ(record.toString(), "");
-}
-
-TEST(IExtKelErrorToString, HigherWebStatusIsExplainedByTheRowOf259) {
-  Record record(-52, 2, 404, "");
-  EXPECT_EQ(record.toString(), toEuc(u8"(HTTP) 通信処理の動作異常(HTTPサーバ異常)が発生しました。\n"
-                                     u8"サポート要員に以下のエラーコードをお知らせください。\n"
-                                     u8"RL:-52,ZW-Agent:404\n"));
-}
-
-TEST(IExtKelErrorToString, SmtpErrorCarriesTheServersMessage) {
-  Record record(-79, 1, -25, "535 authentication failed");
-  EXPECT_EQ(record.toString(), toEuc(u8"(SMTP) メール（SMTP）サーバとの間でエラーが発生しました。\n"
-                                     u8"SMTPサーバで認証エラーが発生しました。\n"
-                                     u8"指定されたユーザ名、パスワードに誤りがあり、\n"
-                                     u8"SMTPサーバで認証できませんでした。\n"
-                                     u8"(SMTPサーバのエラーメッセージ)\n"
-                                     u8"535 authentication failed\n"
-                                     u8"RL:-79,ZW-Agent:-25\n"));
-}
-
-TEST(IExtKelErrorToString, Pop3ErrorCarriesTheServersMessage) {
-  Record record(-79, 1, -15, "-ERR no");
-  EXPECT_EQ(record.toString(), toEuc(u8"(SMTP) メール（POP3）サーバとの間でエラーが発生しました。\n"
-                                     u8"POP before SMTPの認証に失敗しました。\n"
-                                     u8"以下の原因が考えられます。\n"
-                                     u8"−　POP3サーバ名が間違っている\n"
-                                     u8"−　ユーザ名に誤りがある。\n"
-                                     u8"−　パスワードに誤りがある。\n"
-                                     u8"(POP3サーバのエラーメッセージ)\n"
-                                     u8"-ERR no\n"
-                                     u8"RL:-79,ZW-Agent:-15\n"));
-}
-
-TEST(IExtKelErrorToString, UnknownTypeGivesFirstAndLastPart) {
-  Record record(-52, 3, 404, "");
-  EXPECT_STREQ(record.toString(), "() RL:-52,ZW-Agent:404\n");
-}
-
-TEST(IExtKelErrorToString, BothTextsShareOneBuffer) {
+TEST(IExtKelErrorToString, BothTexts_ShareOneBuffer) {
   Record record(-1, 2, 5, "x");
   const char* lines = record.toString();
   EXPECT_EQ(lines, record.m_text.c_str());
@@ -163,7 +123,7 @@ TEST(IExtKelErrorToString, BothTextsShareOneBuffer) {
   EXPECT_EQ(record.m_text, "(HTTP) RL:-1,ZW-Agent:5,Mailsvr:\"x\"");
 }
 
-TEST(IExtKelErrorToString, PointerStaysValidWhileOtherOperationsRun) {
+TEST(IExtKelErrorToString, Pointer_StaysValidWhileOtherOperationsRun) {
   Record record(-1, 2, 5, "x");
   const char* text = record.toString();
   record.lookup("HTTP", -62, 54);
@@ -174,17 +134,7 @@ TEST(IExtKelErrorToString, PointerStaysValidWhileOtherOperationsRun) {
 
 // --- lookup --------------------------------------------------------------------------------------
 
-TEST(IExtKelErrorLookup, KnownKey) {
-  Record record;
-  EXPECT_EQ(record.lookup("HTTP", -58, 62),
-            toEuc(u8"(HTTP) Proxyサーバの認証に失敗しました。\n"
-                  u8"以下の環境設定を確認し再度操作を実施してください。\n"
-                  u8"・  ユーザ名\n"
-                  u8"・  パスワード\n"
-                  u8"RL:-58,ZW-Agent:62\n"));
-}
-
-TEST(IExtKelErrorLookup, EveryRowIsFoundUnderItsKey) {
+TEST(IExtKelErrorLookup, EveryRow_IsFoundUnderItsKey) {
   Record record(0, 0, 0, "message");
   int rows = 0;
   for (const EXTERR* row = catalogueRows(); !isClosingRow(*row); ++row, ++rows) {
@@ -197,54 +147,48 @@ TEST(IExtKelErrorLookup, EveryRowIsFoundUnderItsKey) {
   EXPECT_EQ(rows, 46);
 }
 
-TEST(IExtKelErrorLookup, UnknownKeyGivesFirstAndLastPart) {
-  Record record;
-  EXPECT_EQ(record.lookup("HTTP", -1, 2), "(HTTP) RL:-1,ZW-Agent:2\n");
-}
+/// What is said of every web status above 258.
+const char kHigherStatus[] =
+    u8"通信処理の動作異常(HTTPサーバ異常)が発生しました。\n"
+    u8"サポート要員に以下のエラーコードをお知らせください。\n";
 
-TEST(IExtKelErrorLookup, EveryPartOfTheKeyCounts) {
-  Record record;
-  EXPECT_EQ(record.lookup("SMTP", -58, 62), "(SMTP) RL:-58,ZW-Agent:62\n");
-  EXPECT_EQ(record.lookup("HTTP", -57, 62), "(HTTP) RL:-57,ZW-Agent:62\n");
-  EXPECT_EQ(record.lookup("HTTP", -58, 53), "(HTTP) RL:-58,ZW-Agent:53\n");
-}
-
-TEST(IExtKelErrorLookup, TypeIsComparedByteForByte) {
-  Record record;
-  EXPECT_EQ(record.lookup("http", -58, 62), "(http) RL:-58,ZW-Agent:62\n");
-  EXPECT_EQ(record.lookup("HTTP ", -58, 62), "(HTTP ) RL:-58,ZW-Agent:62\n");
-  EXPECT_EQ(record.lookup("http", -52, 404), "(http) RL:-52,ZW-Agent:404\n");
-}
-
-TEST(IExtKelErrorLookup, NullTypeCountsAsEmpty) {
-  Record record;
-  EXPECT_EQ(record.lookup(nullptr, -58, 62), "() RL:-58,ZW-Agent:62\n");
-  EXPECT_EQ(record.lookup("", -58, 62), "() RL:-58,ZW-Agent:62\n");
-}
-
-TEST(IExtKelErrorLookup, ClosingRowIsNoRow) {
-  Record record;
-  EXPECT_EQ(record.lookup("", 9999, 9999), "() RL:9999,ZW-Agent:9999\n");
-  EXPECT_EQ(record.lookup(nullptr, 9999, 9999), "() RL:9999,ZW-Agent:9999\n");
-}
-
-TEST(IExtKelErrorLookup, WebStatusLimits) {
-  Record record;
-  const std::string text = toEuc(
-      u8"(HTTP) 通信処理の動作異常(HTTPサーバ異常)が発生しました。\n"
-      u8"サポート要員に以下のエラーコードをお知らせください。\n");
-  EXPECT_EQ(record.lookup("HTTP", -52, 258), "(HTTP) RL:-52,ZW-Agent:258\n");
-  EXPECT_EQ(record.lookup("HTTP", -52, 259), text + "RL:-52,ZW-Agent:259\n");
-  EXPECT_EQ(record.lookup("HTTP", -52, 260), text + "RL:-52,ZW-Agent:260\n");
-  EXPECT_EQ(record.lookup("HTTP", -52, INT_MAX), text + "RL:-52,ZW-Agent:2147483647\n");
-  EXPECT_EQ(record.lookup("HTTP", -52, INT_MIN), "(HTTP) RL:-52,ZW-Agent:-2147483648\n");
-}
-
-TEST(IExtKelErrorLookup, HigherStatusNeedsTypeAndReturnCode) {
-  Record record;
-  EXPECT_EQ(record.lookup("SMTP", -52, 404), "(SMTP) RL:-52,ZW-Agent:404\n");
-  EXPECT_EQ(record.lookup("SMTP", -52, 259), "(SMTP) RL:-52,ZW-Agent:259\n");
-  EXPECT_EQ(record.lookup("HTTP", -53, 404), "(HTTP) RL:-53,ZW-Agent:404\n");
+TEST(IExtKelErrorLookup, KeyWithoutARow_GivesTheFirstAndTheLastPart) {
+  struct Row {
+    const char* type;
+    int rl;
+    int code;
+    const char* text;
+  };
+  const Row rows[] = {
+      {"HTTP", -1, 2, ""},
+      // Every part of the key counts.
+      {"SMTP", -58, 62, ""},
+      {"HTTP", -57, 62, ""},
+      {"HTTP", -58, 53, ""},
+      {"http", -58, 62, ""},
+      {"HTTP ", -58, 62, ""},
+      {"", -58, 62, ""},
+      {nullptr, -58, 62, ""},
+      // The closing row is no row.
+      {"", 9999, 9999, ""},
+      {nullptr, 9999, 9999, ""},
+      // Web statuses.
+      {"HTTP", -52, 258, ""},
+      {"HTTP", -52, 259, kHigherStatus},
+      {"HTTP", -52, 260, kHigherStatus},
+      {"HTTP", -52, INT_MAX, kHigherStatus},
+      {"HTTP", -52, INT_MIN, ""},
+      {"SMTP", -52, 404, ""},
+      {"SMTP", -52, 259, ""},
+      {"HTTP", -53, 404, ""},
+      {"http", -52, 404, ""},
+  };
+  for (const Row& row : rows) {
+    const std::string type = row.type == nullptr ? "" : row.type;
+    EXPECT_EQ(Record().lookup(row.type, row.rl, row.code),
+              "(" + type + ") " + toEuc(row.text) + "RL:" + std::to_string(row.rl) +
+                  ",ZW-Agent:" + std::to_string(row.code) + "\n");
+  }
 }
 
 // --- formatExtRMError ----------------------------------------------------------------------------
@@ -254,54 +198,39 @@ std::string formatRow(Record& record, int kind, const char* message) {
   return record.formatExtRMError(row);
 }
 
-TEST(IExtKelErrorFormat, PlainRowGivesItsMessage) {
-  Record record(0, 0, 0, "server");
-  EXPECT_EQ(formatRow(record, 0, "a\nb"), "a\nb\n");
+TEST(IExtKelErrorFormat, EveryRow_IsItsMessageAndForMailTheServers) {
+  const std::string smtp = u8"(SMTPサーバのエラーメッセージ)\n";
+  const std::string pop3 = u8"(POP3サーバのエラーメッセージ)\n";
+  const std::string m256(256, 'm');
+  struct Row {
+    int kind;
+    const char* message;
+    std::string server;
+    std::string text;
+  };
+  const Row rows[] = {
+      {0, "a\nb", "server", "a\nb\n"},
+      {1, "a", "server", "a\n" + smtp + "server\n"},
+      {2, "a", "server", "a\n" + pop3 + "server\n"},
+      {3, "a", "server", "a\n"},
+      {-1, "a", "server", "a\n"},
+      {1, "a", "", "a\n" + smtp + "\n"},
+      {0, "", "server", ""},
+      {2, "", "server", pop3 + "server\n"},
+      {0, nullptr, "server", ""},
+      {1, nullptr, "server", smtp + "server\n"},
+      {1, "", m256, smtp + m256 + "\n"},
+  };
+  for (const Row& row : rows) {
+    Record record(0, 0, 0, row.server);
+    EXPECT_EQ(formatRow(record, row.kind, row.message), toEuc(row.text));
+  }
 }
 
-TEST(IExtKelErrorFormat, SmtpRowAppendsTheServersMessage) {
-  Record record(0, 0, 0, "server");
-  EXPECT_EQ(formatRow(record, 1, "a"), toEuc(u8"a\n(SMTPサーバのエラーメッセージ)\nserver\n"));
-}
-
-TEST(IExtKelErrorFormat, Pop3RowAppendsTheServersMessage) {
-  Record record(0, 0, 0, "server");
-  EXPECT_EQ(formatRow(record, 2, "a"), toEuc(u8"a\n(POP3サーバのエラーメッセージ)\nserver\n"));
-}
-
-TEST(IExtKelErrorFormat, EmptyServerMessageGivesAnEmptyLine) {
-  Record record;
-  EXPECT_EQ(formatRow(record, 1, "a"), toEuc(u8"a\n(SMTPサーバのエラーメッセージ)\n\n"));
-}
-
-TEST(IExtKelErrorFormat, EmptyMessageGivesNoLine) {
-  Record record(0, 0, 0, "server");
-  EXPECT_EQ(formatRow(record, 0, ""), "");
-  EXPECT_EQ(formatRow(record, 2, ""), toEuc(u8"(POP3サーバのエラーメッセージ)\nserver\n"));
-}
-
-TEST(IExtKelErrorFormat, NullMessageCountsAsEmpty) {
-  Record record(0, 0, 0, "server");
-  EXPECT_EQ(formatRow(record, 0, nullptr), "");
-  EXPECT_EQ(formatRow(record, 1, nullptr), toEuc(u8"(SMTPサーバのエラーメッセージ)\nserver\n"));
-}
-
-TEST(IExtKelErrorFormat, NullTypeIsNotRead) {
+TEST(IExtKelErrorFormat, NullType_IsNotRead) {
   Record record;
   EXTERR row{nullptr, 0, 0, 0, "a"};
   EXPECT_EQ(record.formatExtRMError(row), "a\n");
-}
-
-TEST(IExtKelErrorFormat, UnknownKindIsPlain) {
-  Record record(0, 0, 0, "server");
-  EXPECT_EQ(formatRow(record, 3, "a"), "a\n");
-  EXPECT_EQ(formatRow(record, -1, "a"), "a\n");
-}
-
-TEST(IExtKelErrorFormat, UnterminatedServerMessageIsReadToItsEnd) {
-  const std::string message(256, 'm');
-  Record record(0, 0, 0, message);
-  EXPECT_EQ(formatRow(record, 1, ""), toEuc(u8"(SMTPサーバのエラーメッセージ)\n") + message + "\n");
 }
 
 // --- virtual slots -------------------------------------------------------------------------------
@@ -325,19 +254,19 @@ struct Replaced : Record {
   std::list<std::string> data = {"untouched"};
 };
 
-TEST(IExtKelErrorSlots, TypeTextAsksForTheType) {
+TEST(IExtKelErrorSlots, TypeText_AsksForTheType) {
   struct : Record {
     int getLastZWErrType() override { return 2; }
   } record;
   EXPECT_STREQ(record.getLastZWErrTypeStr(), "HTTP");
 }
 
-TEST(IExtKelErrorSlots, OneLineAsksForEveryField) {
+TEST(IExtKelErrorSlots, OneLine_AsksForEveryField) {
   Replaced record;
   EXPECT_STREQ(record.toString1line(), "(TYPE) RL:11,ZW-Agent:22,Mailsvr:\"slot\"");
 }
 
-TEST(IExtKelErrorSlots, OneLineAndTextAskForTheTypeFirst) {
+TEST(IExtKelErrorSlots, OneLineAndText_AskForTheTypeFirst) {
   Replaced record;
   record.type = 0;
   record.m_lastZWErrType = 1;
@@ -345,7 +274,7 @@ TEST(IExtKelErrorSlots, OneLineAndTextAskForTheTypeFirst) {
   EXPECT_STREQ(record.toString(), "");
 }
 
-TEST(IExtKelErrorSlots, TextAsksLookup) {
+TEST(IExtKelErrorSlots, Text_AsksLookup) {
   struct : Replaced {
     std::string lookup(const char* key, int rl, int code) override {
       return std::string(key) + ":" + std::to_string(rl) + ":" + std::to_string(code);
@@ -354,22 +283,20 @@ TEST(IExtKelErrorSlots, TextAsksLookup) {
   EXPECT_STREQ(record.toString(), "TYPE:11:22");
 }
 
-TEST(IExtKelErrorSlots, LookupAsksForTheFormattedRow) {
+TEST(IExtKelErrorSlots, Lookup_AsksForTheFormattedRow) {
   Replaced record;
   EXPECT_EQ(record.lookup("SMTP", -79, -25), "(SMTP) <-25>RL:-79,ZW-Agent:-25\n");
 }
 
-TEST(IExtKelErrorSlots, HigherWebStatusDoesNotAskForTheFormattedRow) {
+TEST(IExtKelErrorSlots, HigherWebStatus_DoesNotAskForTheFormattedRow) {
   Replaced record;
   for (const int code : {259, 300}) {
     EXPECT_EQ(record.lookup("HTTP", -52, code),
-              toEuc(u8"(HTTP) 通信処理の動作異常(HTTPサーバ異常)が発生しました。\n"
-                    u8"サポート要員に以下のエラーコードをお知らせください。\n") +
-                  "RL:-52,ZW-Agent:" + std::to_string(code) + "\n");
+              "(HTTP) " + toEuc(kHigherStatus) + "RL:-52,ZW-Agent:" + std::to_string(code) + "\n");
   }
 }
 
-TEST(IExtKelErrorSlots, FormattedRowAsksForTheMessage) {
+TEST(IExtKelErrorSlots, FormattedRow_AsksForTheMessage) {
   struct : Record {
     char* getLastSmtpMsg() override { return text; }
     char text[8] = "slot";
@@ -377,12 +304,12 @@ TEST(IExtKelErrorSlots, FormattedRowAsksForTheMessage) {
   EXPECT_EQ(formatRow(record, 1, "a"), toEuc(u8"a\n(SMTPサーバのエラーメッセージ)\nslot\n"));
 }
 
-TEST(IExtKelErrorSlots, WritingAsksForEveryField) {
+TEST(IExtKelErrorSlots, Writing_AsksForEveryField) {
   Replaced record;
   EXPECT_EQ(serialised(record), "11\n1\n22\nslot\n");
 }
 
-TEST(IExtKelErrorSlots, ReportAsksTheReportedRecordForEveryField) {
+TEST(IExtKelErrorSlots, Report_AsksTheReportedRecordForEveryField) {
   Record self;
   Replaced record;
   testing::internal::CaptureStdout();
@@ -390,13 +317,13 @@ TEST(IExtKelErrorSlots, ReportAsksTheReportedRecordForEveryField) {
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "7\n11\n1\n22\nslot\n\n");
 }
 
-TEST(IExtKelErrorSlots, ReadingSetsTheDataItRead) {
+TEST(IExtKelErrorSlots, Reading_SetsTheDataItRead) {
   Replaced record;
   read(record, "1\nx\n3");
   EXPECT_EQ(record.data, (std::list<std::string>{"1", "x", "3"}));
 }
 
-TEST(IExtKelErrorSlots, NullTextsOfADerivedClassCountAsEmpty) {
+TEST(IExtKelErrorSlots, NullTextsOfADerivedClass_CountAsEmpty) {
   Replaced record;
   record.message = nullptr;
   record.typeText = nullptr;

@@ -1,46 +1,25 @@
 // The build's catalogue generator, run as the build runs it. CATALOGUE_GENERATOR is its path.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "support/scratch.h"
+
 namespace {
 
-namespace fs = std::filesystem;
-
-std::string readFile(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-void writeFile(const fs::path& path, const std::string& content) {
-  std::ofstream(path, std::ios::binary) << content;
-}
+using Names = std::vector<std::string>;
 
 class CatalogueGenerator : public testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = testing::TempDir() + "/catalogueXXXXXX";
-    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp");
-    m_dir = pattern;
-    m_output = m_dir / "rows.inc";
-  }
-  void TearDown() override { fs::remove_all(m_dir); }
-
   /// Runs the generator after the shell text `before`, with these arguments, in the scratch
   /// folder.
   int run(const std::string& arguments, const std::string& before = "") {
-    const std::string command = "cd '" + m_dir.string() + "' && " + before +
+    const std::string command = "cd '" + m_dir.path() + "' && " + before +
                                 " '" CATALOGUE_GENERATOR "' " + arguments + " >stdout 2>stderr";
     const int status = std::system(command.c_str());  // NOLINT(cert-env33-c): a shell is wanted
     EXPECT_EQ(readFile(m_dir / "stdout"), "");
@@ -48,20 +27,14 @@ class CatalogueGenerator : public testing::Test {
   }
 
   int generate(const std::string& table, const std::string& before = "") {
-    writeFile(m_dir / "table.txt", table);
+    m_dir.write("table.txt", table);
     return run("table.txt rows.inc", before);
   }
 
   std::string errors() const { return readFile(m_dir / "stderr"); }
-  std::string output() const { return readFile(m_output); }
+  std::string output() const { return readFile(m_dir / "rows.inc"); }
 
-  /// Whether nothing but the files of the test itself is left in the scratch folder.
-  bool leftNothing() const {
-    return !fs::exists(m_output) && !fs::exists(m_dir / "rows.inc.draft");
-  }
-
-  fs::path m_dir;
-  fs::path m_output;
+  ScratchDir m_dir;
 };
 
 constexpr char kGoodTable[] =
@@ -103,41 +76,14 @@ constexpr char kGoodOutput[] =
     "    {0, \"\"},\n"
     "};\n";
 
-TEST_F(CatalogueGenerator, WritesRowsTextsAndHeadingsAsOctalEucJp) {
-  EXPECT_EQ(generate(kGoodTable), 0);
-  EXPECT_EQ(errors(), "");
-  EXPECT_EQ(output(), kGoodOutput);
-  EXPECT_FALSE(fs::exists(m_dir / "rows.inc.draft"));
-}
-
-TEST_F(CatalogueGenerator, WritesTheSameUnderEveryLocale) {
+TEST_F(CatalogueGenerator, GoodTable_BecomesTheSameOctalEucJpUnderEveryLocale) {
+  m_dir.write("rows.inc", "earlier");
   for (const char* locale : {"C", "C.UTF-8", "ja_JP.EUC-JP", "no_SUCH"}) {
     EXPECT_EQ(generate(kGoodTable, std::string("LANG=") + locale + " LC_ALL=" + locale), 0);
     EXPECT_EQ(errors(), "") << locale;
     EXPECT_EQ(output(), kGoodOutput) << locale;
+    EXPECT_EQ(namesIn(m_dir.path()), (Names{"rows.inc", "stderr", "stdout", "table.txt"}));
   }
-}
-
-TEST_F(CatalogueGenerator, ReplacesAnEarlierOutput) {
-  writeFile(m_output, "earlier");
-  EXPECT_EQ(generate(kGoodTable), 0);
-  EXPECT_EQ(output(), kGoodOutput);
-}
-
-struct BadTable {
-  const char* name;
-  std::string table;
-  std::string errors;
-};
-
-void PrintTo(const BadTable& bad, std::ostream* out) { *out << bad.name; }
-
-class BadCatalogue : public CatalogueGenerator, public testing::WithParamInterface<BadTable> {};
-
-TEST_P(BadCatalogue, IsReportedWithFileAndLineAndWritesNothing) {
-  EXPECT_EQ(generate(GetParam().table), 1);
-  EXPECT_EQ(errors(), GetParam().errors);
-  EXPECT_TRUE(leftNothing());
 }
 
 /// Line 2 is the row, line 4 the text's first line.
@@ -150,6 +96,12 @@ constexpr char kNotRow[] =
     "table.txt:2: not a row: it must have type, return code, agent code, kind and text name\n";
 constexpr char kNotSection[] =
     "table.txt:5: not a section: it must be [rows], [text NAME] or [heading N]\n";
+
+struct BadTable {
+  const char* name;
+  std::string table;
+  std::string errors;
+};
 
 const BadTable kBadTables[] = {
     {"CharacterWithoutEucForm", withLine(u8"|a😀b"), u8"table.txt:4: '😀' has no EUC-JP form\n"},
@@ -222,55 +174,56 @@ const BadTable kBadTables[] = {
      "table.txt:6: there is no [heading 3]\n"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Tables, BadCatalogue, testing::ValuesIn(kBadTables),
-                         [](const auto& bad) { return std::string(bad.param.name); });
+TEST_F(CatalogueGenerator, BadTable_IsReportedWithFileAndLineAndWritesNothing) {
+  for (const BadTable& bad : kBadTables) {
+    SCOPED_TRACE(bad.name);
+    EXPECT_EQ(generate(bad.table), 1);
+    EXPECT_EQ(errors(), bad.errors);
+    EXPECT_EQ(namesIn(m_dir.path()), (Names{"stderr", "stdout", "table.txt"}));
+  }
+}
 
-TEST_F(CatalogueGenerator, BadTableLeavesAnEarlierOutput) {
-  writeFile(m_output, "earlier");
+TEST_F(CatalogueGenerator, BadTable_LeavesAnEarlierOutput) {
+  m_dir.write("rows.inc", "earlier");
   EXPECT_EQ(generate("nonsense\n"), 1);
   EXPECT_EQ(output(), "earlier");
 }
 
-TEST_F(CatalogueGenerator, MissingTable) {
-  EXPECT_EQ(run("none.txt rows.inc"), 1);
-  EXPECT_EQ(errors(), "none.txt: cannot be read: No such file or directory\n");
-  EXPECT_TRUE(leftNothing());
+TEST_F(CatalogueGenerator, FileThatCannotBeUsed_IsReported) {
+  m_dir.write("table.txt", kGoodTable);
+  ASSERT_EQ(::mkdir((m_dir / "folder").c_str(), 0700), 0);
+  struct Row {
+    const char* arguments;
+    const char* error;
+  };
+  const Row rows[] = {
+      {"none.txt rows.inc", "none.txt: cannot be read: No such file or directory\n"},
+      {". rows.inc", ".: cannot be read: Is a directory\n"},
+      {"table.txt none/rows.inc", "none/rows.inc: cannot be written: No such file or directory\n"},
+      {"table.txt folder", "folder: cannot be written: Is a directory\n"},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(run(row.arguments), 1);
+    EXPECT_EQ(errors(), row.error);
+    EXPECT_EQ(namesIn(m_dir.path()), (Names{"folder", "stderr", "stdout", "table.txt"}));
+  }
 }
 
-TEST_F(CatalogueGenerator, TableIsAFolder) {
-  EXPECT_EQ(run(". rows.inc"), 1);
-  EXPECT_EQ(errors(), ".: cannot be read: Is a directory\n");
-  EXPECT_TRUE(leftNothing());
-}
-
-TEST_F(CatalogueGenerator, OutputFolderMissing) {
-  writeFile(m_dir / "table.txt", kGoodTable);
-  EXPECT_EQ(run("table.txt none/rows.inc"), 1);
-  EXPECT_EQ(errors(), "none/rows.inc: cannot be written: No such file or directory\n");
-}
-
-TEST_F(CatalogueGenerator, OutputIsAFolder) {
-  fs::create_directory(m_output);
-  EXPECT_EQ(generate(kGoodTable), 1);
-  EXPECT_EQ(errors(), "rows.inc: cannot be written: Is a directory\n");
-  EXPECT_FALSE(fs::exists(m_dir / "rows.inc.draft"));
-}
-
-TEST_F(CatalogueGenerator, NoRoomForTheOutput) {
-  writeFile(m_output, "earlier");
+TEST_F(CatalogueGenerator, DiskWithoutRoom_LeavesAnEarlierOutput) {
+  m_dir.write("rows.inc", "earlier");
+  m_dir.write("table.txt", kGoodTable);
   // No file may grow: a write then fails as on a full disk, also for the super-user. The messages
   // go through a pipe, which the limit does not touch.
-  writeFile(m_dir / "table.txt", kGoodTable);
   const std::string limited = "trap '' XFSZ; ulimit -f 0; '" CATALOGUE_GENERATOR
                               "' table.txt rows.inc 2>&1; echo \"status $?\"";
-  const std::string command = "cd '" + m_dir.string() + "' && (" + limited + ") | cat >stderr";
+  const std::string command = "cd '" + m_dir.path() + "' && (" + limited + ") | cat >stderr";
   EXPECT_EQ(std::system(command.c_str()), 0);  // NOLINT(cert-env33-c): a shell is wanted
   EXPECT_EQ(errors(), "rows.inc: cannot be written: File too large\nstatus 1\n");
   EXPECT_EQ(output(), "earlier");
-  EXPECT_FALSE(fs::exists(m_dir / "rows.inc.draft"));
+  EXPECT_EQ(namesIn(m_dir.path()), (Names{"rows.inc", "stderr", "table.txt"}));
 }
 
-TEST_F(CatalogueGenerator, WrongCallShowsTheUsage) {
+TEST_F(CatalogueGenerator, WrongCall_ShowsTheUsage) {
   for (const char* arguments : {"", "table.txt", "table.txt rows.inc more"}) {
     EXPECT_EQ(run(arguments), 2) << arguments;
     EXPECT_EQ(errors(), "usage: catalogue_generator CATALOGUE OUTPUT\n") << arguments;

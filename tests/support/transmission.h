@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/FakeKelcom.h"
@@ -16,30 +17,23 @@
 
 inline const std::string kStarted = "(CSendInfo::SendInfo) call startCom(RM_MODE_SYNC)=0";
 inline const std::string kOk = "commonSendEvent OK";
-inline const std::string kDone = "RM_Communicate done (code='0', msg='') ";
+inline const std::string kError = "commonSendEvent Error.";
 inline const std::string kQuery = "GetStatus(0)";
 inline const std::string kStart = "StartComm(0)";
 inline const std::string kStop = "StopComm";
 
-inline std::string loop(int number, int count) {
-  return "commonSendEvent Main Loop (" + std::to_string(number) + "/" + std::to_string(count) + ")";
+/// The notification text that `eventParams` gives for files without a log extract.
+inline const std::string kEventText =
+    "\"2026/11/20 12:00:00\",,\"disk\",\"db01\",\"Linux\",\"Debian\",\"12\",\"kernel\",\"E\","
+    "\"M0815\",\"Software Log\"";
+
+inline std::string incidentText(int number, int count) {
+  return "INCNO=\"77\",HOSTNAME=\"db01\",PART=\"" + std::to_string(number) + "\",TOTAL=\"" +
+         std::to_string(count) + "\"";
 }
 
-inline std::string notifyCall(const std::string& code, const std::string& text) {
-  return "RM_Communicate call (param=" + code + " 0 0 " + text + " NULL  NULL)";
-}
-
-inline std::string plainNotifyCall(const std::string& code) {
-  return "RM_Communicate call (param=" + code + " 0 0 NULL NULL  NULL)";
-}
-
-inline std::string dataCall(const std::string& code, int count, const std::string& path) {
-  return "RM_Communicate call (param=" + code + " ? " + std::to_string(count) + " " + path +
-         " NULL  NULL)";
-}
-
-inline std::string done(int rc) {
-  return "RM_Communicate done (code='" + std::to_string(rc) + "', msg='') ";
+inline std::string done(int rc, const std::string& message = "") {
+  return "RM_Communicate done (code='" + std::to_string(rc) + "', msg='" + message + "') ";
 }
 
 inline std::string notReachable(int status) {
@@ -48,39 +42,108 @@ inline std::string notReachable(int status) {
          std::to_string(status) + ") \n";
 }
 
-/// The calls of a whole session with `exchanges` in its middle.
-inline std::vector<std::string> session(const std::vector<std::string>& exchanges) {
-  std::vector<std::string> calls = {kQuery, kQuery, kStart};
-  calls.insert(calls.end(), exchanges.begin(), exchanges.end());
-  calls.insert(calls.end(), {kStop, kStop});
-  return calls;
+/// One turn of the loop: a notification and the data call after it.
+struct Turn {
+  int number;
+  int count;  // of all files
+  std::string notification;
+  std::string text;  // "NULL" for none
+  std::string data;
+  std::vector<std::string> paths;
+
+  std::string loop() const {
+    return "commonSendEvent Main Loop (" + std::to_string(number) + "/" + std::to_string(count) +
+           ")";
+  }
+  std::string notifyLine(const std::string& reply = "") const {
+    return "RM_Communicate call (param=" + notification + " 0 0 " + text + " NULL " + reply +
+           " NULL)";
+  }
+  std::string dataLine(const std::string& reply = "") const {
+    return "RM_Communicate call (param=" + data + " ? " + std::to_string(paths.size()) + " " +
+           paths.front() + " NULL " + reply + " NULL)";
+  }
+
+  /// The lines of log, for these results.
+  std::vector<std::string> log(const std::string& notified = done(0),
+                               const std::string& sent = done(0)) const {
+    return {loop(), notifyLine(), notified, dataLine(), sent};
+  }
+
+  /// The calls of the library.
+  std::vector<std::string> calls() const {
+    std::string list;
+    for (const std::string& path : paths) list += (list.empty() ? "" : " ") + path;
+    return {"Communicate(" + notification + ", 0, 0, " + text + ")",
+            "Communicate(" + data + ", 0, " + std::to_string(paths.size()) + ", [" + list + "])"};
+  }
+};
+
+using Turns = std::vector<Turn>;
+
+/// The lines of log of a whole session.
+inline std::vector<std::string> sessionLog(const Turns& turns, const std::string& end = kOk) {
+  std::vector<std::string> lines = {kStarted};
+  for (const Turn& turn : turns) {
+    for (const std::string& line : turn.log()) lines.push_back(line);
+  }
+  lines.push_back(end);
+  return lines;
 }
 
-inline std::string incidentText(int number, int count) {
-  return "INCNO=\"77\",HOSTNAME=\"db01\",PART=\"" + std::to_string(number) + "\",TOTAL=\"" +
-         std::to_string(count) + "\"";
+/// The calls of a whole session.
+inline std::vector<std::string> session(const Turns& turns) {
+  std::vector<std::string> calls = {kQuery, kQuery, kStart};
+  for (const Turn& turn : turns) {
+    for (const std::string& call : turn.calls()) calls.push_back(call);
+  }
+  calls.insert(calls.end(), {kStop, kStop});
+  return calls;
 }
 
 /// An event on the fake library, with a captured log and three files of 3, 5 and no bytes.
 class Transmission : public testing::Test {
  protected:
-  int send(TestEvent& event) { return event.commonSendEvent(0, nullptr); }
+  static int send(TestEvent& event) { return event.commonSendEvent(0, nullptr); }
 
-  TestEvent incident(const std::vector<std::string>& files) {
-    TestEvent event(2, files);
-    event.m_params = {{"IncidentNumber", "77"}, {"HostName", "db01"}};
+  /// An event of a type that sends these files, with all parameters of that type.
+  static TestEvent eventOf(int type, const std::vector<std::string>& files) {
+    TestEvent event(type, files);
+    event.m_params = eventParams();
+    event.m_params["IncidentNumber"] = "77";
     return event;
   }
 
-  TestEvent eventOf(int type, const std::vector<std::string>& files) {
-    TestEvent event(type, files);
-    event.m_params = eventParams();
-    return event;
+  /// What is exchanged for it.
+  static Turns turnsOf(int type, const std::vector<std::string>& files) {
+    const int count = static_cast<int>(files.size());
+    if (files.empty()) return {};
+    if (type == 3) return {{1, count, "0x40204", kEventText, "0x4010d", files}};
+    if (type == 4) return {{1, count, "0x40205", kEventText, "0x4010d", files}};
+    Turns turns;
+    for (const std::string& file : files) {
+      const int number = static_cast<int>(turns.size()) + 1;
+      turns.push_back(
+          type == 1
+              ? Turn{number, count, "0x40016", "NULL", "0x4010a", {file}}
+              : Turn{number, count, "0x40017", incidentText(number, count), "0x4010b", {file}});
+    }
+    return turns;
+  }
+
+  std::vector<std::string> takeCalls() { return std::exchange(m_fake.calls, {}); }
+
+  /// Sends the event, which must make these turns.
+  void expectSent(TestEvent event, const Turns& turns) {
+    EXPECT_EQ(send(event), 0);
+    EXPECT_EQ(m_log.take(), sessionLog(turns));
+    EXPECT_EQ(takeCalls(), session(turns));
   }
 
   /// Throws `value` at the exchanges of these numbers, counted from 1.
   template <class Value>
   void throwAtExchange(const Value& value, const std::vector<int>& numbers) {
+    m_exchanges = 0;
     m_fake.onCall = [this, value, numbers](const std::string& call) {
       if (call != "Communicate") return;
       ++m_exchanges;

@@ -1,0 +1,321 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <functional>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "rmglib/CVuqRmgLib.h"
+#include "support/childrun.h"
+#include "support/logtexts.h"
+#include "support/statuswords.h"
+#include "support/transmission.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+// --- connection and start ------------------------------------------------------------------------
+
+TEST_F(Transmission, ConnectionThatIsNotOperating_Returns1) {
+  struct Row {
+    int queryResult;
+    int first;  // what the query for operation is answered, and that for maintenance
+    int second;
+    bool isReachable;
+  };
+  const Row rows[] = {
+      {0, kOperating, kOperating, true},
+      {0, kMaintenance, kMaintenance, true},
+      {0, kStopped, kStopped, false},
+      {0, kMaintenanceStop, kMaintenanceStop, false},
+      {0, 0, 0, false},
+      {0, 0x10020, 0x10020, false},
+      {0, -1, -1, false},
+      {0, 0x21, 0x21, false},
+      {-1, kOperating, kOperating, false},
+      // Each question has a query of its own.
+      {0, kOperating, kStopped, true},
+      {0, kStopped, kMaintenance, true},
+      {0, kOperating, kMaintenance, true},
+      {0, kMaintenance, kOperating, false},
+      {0, kMaintenance, kStopped, false},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.queryResult << ' ' << row.first << ' ' << row.second);
+    int queries = 0;
+    m_fake.statusResult = row.queryResult;
+    m_fake.onCall = [&](const std::string& call) {
+      if (call == "GetStatus") m_fake.status = ++queries == 1 ? row.first : row.second;
+    };
+    const Turns turns = turnsOf(2, {m_a});
+    TestEvent event = eventOf(2, {m_a});
+    EXPECT_EQ(send(event), row.isReachable ? 0 : 1);
+    EXPECT_EQ(m_log.take(), row.isReachable ? sessionLog(turns) : Texts{notReachable(row.second)});
+    EXPECT_EQ(takeCalls(), row.isReachable ? session(turns) : Texts({kQuery, kQuery}));
+  }
+}
+
+TEST_F(Transmission, RefusedStart_Returns1BeforeTheTypeIsLookedAt) {
+  for (const int type : {2, 5}) {
+    for (const int result : {-5, 1, 68}) {
+      m_fake.startResult = result;
+      TestEvent event = eventOf(type, {m_a});
+      EXPECT_EQ(send(event), 1);
+      EXPECT_EQ(m_log.take(),
+                Texts{"(CSendInfo::SendInfo) CRMSenderBase::RM_StartComm() error(code=" +
+                      std::to_string(result) + ")"});
+      EXPECT_EQ(takeCalls(), (Texts{kQuery, kQuery, kStart}));
+    }
+  }
+}
+
+// --- environment of the client -------------------------------------------------------------------
+
+/// A client that sets its environment this way, and tells what it was asked.
+struct Client : CVuqRmgLib {
+  explicit Client(std::function<void()> environment) : m_environment(std::move(environment)) {}
+
+  void setEnv() override {
+    asked.emplace_back("setEnv");
+    m_environment();
+  }
+  bool isOperate() override {
+    asked.emplace_back("isOperate");
+    return CVuqRmgLib::isOperate();
+  }
+  bool isMaintenance() override {
+    asked.emplace_back("isMaintenance");
+    return CVuqRmgLib::isMaintenance();
+  }
+  void startCom() override {
+    asked.emplace_back("startCom");
+    CVuqRmgLib::startCom();
+  }
+  void stopCom() override { asked.emplace_back("stopCom"); }
+  int sendNotify(unsigned long param, char* data, char* reply) override {
+    asked.emplace_back("sendNotify");
+    EXPECT_STREQ(reply, "");
+    return CVuqRmgLib::sendNotify(param, data, reply);
+  }
+  int sendData(unsigned long param, void* list, int count, char* reply) override {
+    asked.emplace_back("sendData");
+    EXPECT_STREQ(reply, "");
+    return CVuqRmgLib::sendData(param, list, count, reply);
+  }
+
+  Texts asked;
+
+ private:
+  std::function<void()> m_environment;
+};
+
+TEST_F(Transmission, FailedEnvironment_Returns1) {
+  const std::pair<std::function<void()>, std::string> table[] = {
+      {[] { throw CVuqRmgLib::FailGetStatusRmsLibException(-3); }, "GetStatusRmsLib() error=-3"},
+      {[] { throw CVuqRmgLib::UnsupportCenterCodeException(9); },
+       "getCenterCode() unknown center code=9"},
+      {[] { throw CVuqRmgLib::FailRM_SetEnvException(0); }, "RM_SetEnv() error =0"},
+      {[] { throw 5; }, "RM_SetEnv error \"5\""},
+      {[] { throw -1; }, "RM_SetEnv error \"-1\""},
+  };
+  for (const auto& [fail, text] : table) {
+    const CapturedLog log(CapturedLog::Level::kTrace);
+    TestEvent event = eventOf(2, {m_a});
+    Client client(fail);
+    EXPECT_EQ(event.sendThrough(client), 1);
+    EXPECT_EQ(log.texts(), Texts{"(CSendInfo::SendInfo) " + text}) << "no file is even measured";
+    EXPECT_EQ(client.asked, Texts{"setEnv"});
+    EXPECT_EQ(m_fake.calls, Texts());
+  }
+}
+
+TEST_F(Transmission, Steps_GoThroughTheClientsSlotsButTheStopIsDirect) {
+  const std::function<void()> environments[] = {[] {}, [] { throw 0; }};
+  const Turns turns = turnsOf(2, {m_a, m_b});
+  for (const auto& environment : environments) {
+    TestEvent event = eventOf(2, {m_a, m_b});
+    {
+      Client client(environment);
+      EXPECT_EQ(event.sendThrough(client), 0);
+      EXPECT_EQ(client.asked, (Texts{"setEnv", "isOperate", "isMaintenance", "startCom",
+                                     "sendNotify", "sendData", "sendNotify", "sendData"}));
+      EXPECT_EQ(m_fake.calls.size(), 8U) << "the client is still marked as started";
+    }
+    EXPECT_EQ(takeCalls(), session(turns));
+    EXPECT_EQ(m_log.take(), sessionLog(turns));
+  }
+}
+
+TEST_F(Transmission, EnvironmentThatThrowsSomethingElse_Passes) {
+  TestEvent event = eventOf(2, {m_a});
+  Client other([] { throw std::runtime_error("environment"); });
+  EXPECT_THROW(event.sendThrough(other), std::runtime_error);
+  Client base([] { throw CVuqRmgLib::CVuqRmgLibException(1); });
+  EXPECT_THROW(event.sendThrough(base), CVuqRmgLib::CVuqRmgLibException);
+  EXPECT_EQ(m_log.texts(), Texts());
+}
+
+TEST_F(Transmission, StartThatThrowsSomethingElse_Passes) {
+  struct StartlessClient : CVuqRmgLib {
+    void startCom() override { throw std::runtime_error("start"); }
+  };
+  TestEvent event = eventOf(2, {m_a});
+  StartlessClient client;
+  EXPECT_THROW(event.sendThrough(client), std::runtime_error);
+  EXPECT_EQ(m_fake.calls, (Texts{kQuery, kQuery}));
+  EXPECT_EQ(m_log.texts(), Texts());
+}
+
+// --- thrown integers -----------------------------------------------------------------------------
+
+TEST_F(Transmission, LastThrownInteger_WinsAnd0Resets) {
+  constexpr auto kNone = std::nullopt;
+  struct Row {
+    int type;
+    std::vector<std::optional<int>> thrown;  // at each exchange
+    int result;
+  };
+  const Row rows[] = {
+      {1, {5, kNone, kNone, kNone}, 5},
+      {1, {kNone, 6, kNone, kNone}, 6},
+      {1, {5, 6, kNone, kNone}, 6},
+      {1, {5, 6, kNone, -8}, -8},
+      {1, {5, 0, kNone, kNone}, 0},
+      {1, {0, 5, kNone, kNone}, 5},
+      {1, {5, 6, 7, 0}, 0},
+      {1, {-1, kNone, kNone, kNone}, -1},
+      {2, {5, kNone, kNone, kNone}, 5},
+      {3, {5, kNone}, 5},
+      {4, {5, kNone}, 5},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    std::size_t exchange = 0;
+    m_fake.onCall = [&](const std::string& call) {
+      if (call != "Communicate") return;
+      const std::optional<int> thrown = row.thrown.at(exchange++);
+      if (thrown) throw *thrown;
+    };
+    TestEvent event = eventOf(row.type, {m_a, m_b});
+    const Turns turns = turnsOf(row.type, {m_a, m_b});
+    EXPECT_EQ(send(event), row.result);
+    EXPECT_EQ(m_log.take(), sessionLog(turns, row.result == 0 ? kOk : kError));
+    EXPECT_EQ(takeCalls(), session(turns)) << "the loop goes on, and both stops are made";
+  }
+}
+
+TEST_F(Transmission, ThrowingCall_KeepsThePreviousResult) {
+  m_fake.onCommunicate = [this](unsigned) { return FakeKelcom::Reply{10 + m_exchanges, 0, 0}; };
+  throwAtExchange(9, {2, 3});
+  TestEvent event(1, {m_a, m_b});
+  const Turns turns = turnsOf(1, {m_a, m_b});
+  EXPECT_EQ(send(event), 9);
+  EXPECT_EQ(m_log.texts(), inOrder({{kStarted},
+                                    turns[0].log(done(11), done(11)),
+                                    turns[1].log(done(11), done(14)),
+                                    {kError}}));
+}
+
+TEST_F(Transmission, ThrowingCall_HasNoErrorMessage) {
+  m_fake.reply = {-74, 1, -10};
+  throwAtExchange(9, {2});
+  TestEvent event(1, {m_a});
+  EXPECT_EQ(send(event), 9);
+  EXPECT_EQ(m_log.texts(),
+            inOrder({{kStarted},
+                     turnsOf(1, {m_a})[0].log(done(-74, "(SMTP) RL:-74,ZW-Agent:-10,Mailsvr:\"\""),
+                                              done(-74)),
+                     {kError}}));
+}
+
+TEST_F(Transmission, IntegerThrownByTheStop_IsTheResult) {
+  TestEvent event = eventOf(1, {m_a});
+  const Turns turns = turnsOf(1, {m_a});
+  for (const bool failsExchange : {false, true}) {
+    for (const int thrown : {6, -6, 68, 0}) {
+      m_fake.onCall = [=](const std::string& call) {
+        if (call == "Communicate" && failsExchange) throw 5;
+        if (call == "StopComm") throw thrown;
+      };
+      EXPECT_EQ(send(event), thrown);
+      EXPECT_EQ(m_log.take(), sessionLog(turns, thrown == 0 ? kOk : kError));
+      EXPECT_EQ(takeCalls(), session(turns));
+    }
+  }
+}
+
+// --- what passes ---------------------------------------------------------------------------------
+
+TEST_F(Transmission, AnythingThrownByTheQuery_PassesWithoutAStop) {
+  TestEvent event = eventOf(2, {m_a});
+  m_fake.onCall = [](const std::string&) { throw 5; };
+  EXPECT_THROW(send(event), int);
+  EXPECT_EQ(takeCalls(), Texts{kQuery});
+  m_fake.onCall = [](const std::string&) { throw std::runtime_error("query"); };
+  EXPECT_THROW(send(event), std::runtime_error);
+  EXPECT_EQ(takeCalls(), Texts{kQuery});
+}
+
+TEST_F(Transmission, ObjectThrownByAnExchange_PassesAfterTheStop) {
+  const Turn turn = turnsOf(1, {m_a, m_b})[0];
+  for (const int number : {1, 2}) {
+    throwAtExchange(std::runtime_error("exchange"), {number});
+    TestEvent event(1, {m_a, m_b});
+    EXPECT_THROW(send(event), std::runtime_error);
+    Texts calls = {kQuery, kQuery, kStart, turn.calls()[0]};
+    Texts lines = {kStarted, turn.loop(), turn.notifyLine()};
+    if (number == 2) {
+      calls.push_back(turn.calls()[1]);
+      lines.insert(lines.end(), {done(0), turn.dataLine()});
+    }
+    calls.push_back(kStop);
+    EXPECT_EQ(takeCalls(), calls);
+    EXPECT_EQ(m_log.take(), lines);
+  }
+}
+
+TEST_F(Transmission, ObjectThrownByTheStop_PassesAfterTheSecondStop) {
+  int stops = 0;
+  m_fake.onCall = [&](const std::string& call) {
+    if (call == "StopComm" && ++stops == 1) throw std::runtime_error("stop");
+  };
+  TestEvent event = eventOf(2, {});
+  EXPECT_THROW(send(event), std::runtime_error);
+  EXPECT_EQ(m_fake.calls, session({}));
+  EXPECT_EQ(m_log.texts(), Texts{kStarted});
+}
+
+TEST_F(Transmission, ObjectThatNobodyCatches_EndsTheProcess) {
+  struct Row {
+    const char* thrower;
+    bool isAlone;  // in a thread of its own, since somebody up this one's stack catches everything
+    const char* calls;
+  };
+  const Row rows[] = {
+      {"StopComm", false, "GetStatus\nGetStatus\nStartComm\nStopComm\nStopComm\n"},
+      {"StartComm", false, "GetStatus\nGetStatus\nStartComm\n"},
+      {"Communicate", true, "GetStatus\nGetStatus\nStartComm\nCommunicate\nStopComm\n"},
+  };
+  for (const Row& row : rows) {
+    const ChildResult child = runInChild([&] {
+      m_fake.onCall = [&row](const std::string& call) {
+        ::dprintf(STDOUT_FILENO, "%s\n", call.c_str());
+        if (call == row.thrower) throw std::runtime_error(call);
+      };
+      TestEvent event = eventOf(2, row.isAlone ? Texts{m_a} : Texts{});
+      if (!row.isAlone) return send(event);
+      std::thread([&event] { send(event); }).join();
+      return 0;
+    });
+    EXPECT_EQ(child.signal(), SIGABRT) << row.thrower << child.status;
+    EXPECT_EQ(child.out, row.calls);
+  }
+}
+
+}  // namespace

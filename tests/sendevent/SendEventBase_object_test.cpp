@@ -15,11 +15,9 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-TEST(SendEventObject, DerivedClassAddsNoFieldAndOverridesOnlyTheDestructor) {
-  EXPECT_TRUE((std::is_convertible_v<CSendEventSingleSystem*, CSendEventBase*>));
-  EXPECT_TRUE(std::has_virtual_destructor_v<CSendEventBase>);
-  EXPECT_EQ(sizeof(CSendEventSingleSystem), sizeof(CSendEventBase));
-}
+static_assert(std::is_convertible_v<CSendEventSingleSystem*, CSendEventBase*>);
+static_assert(std::has_virtual_destructor_v<CSendEventBase>);
+static_assert(sizeof(CSendEventSingleSystem) == sizeof(CSendEventBase), "it adds no field");
 
 /// Whether an operation is virtual, as the C++ ABI marks it in a pointer to a member: by the lowest
 /// bit of its first word, on some machines of its second.
@@ -31,27 +29,28 @@ bool isVirtual(Member member) {
   return ((words[0] | words[1]) & 1) != 0;
 }
 
-TEST(SendEventObject, OnlyTheDestructorIsVirtual) {
+/// How many of these operations are.
+template <class... Members>
+int countVirtual(Members... members) {
+  return (0 + ... + static_cast<int>(isVirtual(members)));
+}
+
+TEST(SendEventObject, Destructor_AloneIsVirtual) {
   struct Virtual {
     virtual ~Virtual() = default;
     virtual void operation() {}
   };
-  EXPECT_TRUE(isVirtual(&Virtual::operation)) << "the mark itself";
-  EXPECT_FALSE(isVirtual(&CSendEventBase::parseTanexEventMsg));
-  EXPECT_FALSE(isVirtual(&CSendEventBase::parseTanexMsg));
-  EXPECT_FALSE(isVirtual(&CSendEventBase::parseMsgCommon));
-  EXPECT_FALSE(isVirtual(&CSendEventBase::getEventType));
-  EXPECT_FALSE(isVirtual(&CSendEventBase::getSendFileList));
-  EXPECT_FALSE(isVirtual(&CSendEventBase::getParam));
-  EXPECT_FALSE(isVirtual(&CSendEventBase::setParam));
-  EXPECT_FALSE(isVirtual(&CSendEventBase::commonSendEvent));
-  EXPECT_FALSE(isVirtual(&CSendEventBase::getSyslogLine));
-  EXPECT_FALSE(isVirtual(&CSendEventBase::convStr));
-  EXPECT_FALSE(isVirtual(&CSendEventSingleSystem::parseCommandLine));
-  EXPECT_FALSE(isVirtual(&CSendEventSingleSystem::sendEvent));
+  using Base = CSendEventBase;
+  EXPECT_EQ(countVirtual(&Virtual::operation), 1) << "the mark itself";
+  EXPECT_EQ(
+      countVirtual(&Base::parseTanexEventMsg, &Base::parseTanexMsg, &Base::parseMsgCommon,
+                   &Base::getEventType, &Base::getSendFileList, &Base::getParam, &Base::setParam,
+                   &Base::commonSendEvent, &Base::getSyslogLine, &Base::convStr,
+                   &CSendEventSingleSystem::parseCommandLine, &CSendEventSingleSystem::sendEvent),
+      0);
 }
 
-TEST(SendEventObject, FieldsAreTypeListAndParametersInThisOrder) {
+TEST(SendEventObject, Fields_AreTypeListAndParametersInThisOrder) {
   const TestEvent event;
   const auto place = [&event](const auto& field) {
     return reinterpret_cast<const char*>(&field) - reinterpret_cast<const char*>(&event);
@@ -60,45 +59,45 @@ TEST(SendEventObject, FieldsAreTypeListAndParametersInThisOrder) {
   EXPECT_LT(place(event.m_sendFileList), place(event.m_params));
 }
 
-TEST(SendEventObject, StartsEmpty) {
+TEST(SendEventObject, NewEvent_IsEmpty) {
   TestSingleSystem event;
   EXPECT_EQ(event.getEventType(), 0);
   EXPECT_EQ(event.getSendFileList(), Texts());
   EXPECT_EQ(event.m_params, Params());
 }
 
-TEST(SendEventObject, GetParamInsertsAnAbsentKeyEmpty) {
-  TestEvent event;
-  EXPECT_STREQ(event.getParam("Label"), "");
-  EXPECT_EQ(event.m_params, (Params{{"Label", ""}}));
-}
-
-TEST(SendEventObject, GetParamGivesTheValueUntilItChanges) {
+TEST(SendEventObject, GetParam_GivesTheValueUntilItChanges) {
   TestEvent event;
   event.setParam("Label", "disk");
   const char* value = event.getParam("Label");
   event.setParam("Time", "now");
   event.getParam("Absent");
   EXPECT_STREQ(value, "disk");
-  EXPECT_STREQ(event.getParam("label"), "") << "keys are case-sensitive";
-  EXPECT_STREQ(event.getParam("Lab"), "") << "keys are compared whole";
 }
 
-TEST(SendEventObject, GetParamOfNullInsertsNothing) {
+TEST(SendEventObject, GetParamOfAnUnknownKey_InsertsItEmptyUnlessItIsNull) {
   TestEvent event;
-  EXPECT_STREQ(event.getParam(nullptr), "");
-  EXPECT_EQ(event.m_params, Params());
+  event.setParam("Label", "disk");
+  // Keys are case-sensitive and compared whole.
+  for (const char* key : {"Time", "label", "Lab", "", static_cast<const char*>(nullptr)}) {
+    EXPECT_STREQ(event.getParam(key), "");
+  }
+  EXPECT_EQ(event.m_params,
+            (Params{{"Label", "disk"}, {"Time", ""}, {"label", ""}, {"Lab", ""}, {"", ""}}));
 }
 
-TEST(SendEventObject, SetParamInsertsAndOverwrites) {
+TEST(SendEventObject, SetParam_InsertsAndOverwritesUnlessSomethingIsNull) {
   TestEvent event;
   event.setParam("Label", "disk");
   event.setParam("any key", "");
   event.setParam("Label", "a=b ");
+  event.setParam(nullptr, "value");
+  event.setParam("Label", nullptr);
+  event.setParam("Other", nullptr);
   EXPECT_EQ(event.m_params, (Params{{"Label", "a=b "}, {"any key", ""}}));
 }
 
-TEST(SendEventObject, SetParamTakesAValueOfItsOwn) {
+TEST(SendEventObject, SetParam_TakesAValueOfItsOwn) {
   TestEvent event;
   const std::string value(100, 'v');
   event.setParam("Label", ("ab" + value).c_str());
@@ -108,14 +107,7 @@ TEST(SendEventObject, SetParamTakesAValueOfItsOwn) {
   EXPECT_EQ(event.m_params, (Params{{"Label", value}, {"Time", value}, {value, "x"}}));
 }
 
-TEST(SendEventObject, SetParamWithNullDoesNothing) {
-  TestEvent event;
-  event.setParam(nullptr, "value");
-  event.setParam("Label", nullptr);
-  EXPECT_EQ(event.m_params, Params());
-}
-
-TEST(SendEventObject, SendFileListIsACopy) {
+TEST(SendEventObject, SendFileList_IsACopy) {
   TestEvent event(2, {"/a", "/b"});
   Texts copy = event.getSendFileList();
   EXPECT_EQ(copy, (Texts{"/a", "/b"}));

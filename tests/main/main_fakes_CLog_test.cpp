@@ -97,28 +97,32 @@ namespace {
 
 const std::regex kTime(R"(time='(\d+\.\d{6})')");
 
-/// A run of `main`: how it ended and what it printed, the elapsed time taken out.
+/// Runs `main` with these arguments.
+int callMain(std::vector<std::string> words) {
+  std::vector<char*> argv;
+  for (std::string& word : words) argv.push_back(word.data());
+  argv.push_back(nullptr);
+  return tanexicsMain(static_cast<int>(words.size()), argv.data());
+}
+
+/// A run of `main` in a child: how it ended and what it printed, the elapsed time taken out.
 struct MainRun : ChildResult {
+  explicit MainRun(const std::function<int()>& body) : ChildResult(runInChild(body)) {
+    std::smatch match;
+    if (std::regex_search(out, match, kTime)) elapsed = std::stod(match[1]);
+    out = std::regex_replace(out, kTime, "time='*'");
+  }
   double elapsed = -1.0;  // seconds
 };
 
-/// Runs `main` with these arguments in a child, once that has been prepared.
-MainRun runMain(
-    std::vector<std::string> words, const std::function<bool()>& prepare = [] { return true; }) {
-  MainRun run;
-  static_cast<ChildResult&>(run) = runInChild([&] {
-    std::vector<char*> argv;
-    for (std::string& word : words) argv.push_back(word.data());
-    argv.push_back(nullptr);
-    return prepare() ? tanexicsMain(static_cast<int>(words.size()), argv.data()) : 200;
-  });
-  std::smatch match;
-  if (std::regex_search(run.out, match, kTime)) run.elapsed = std::stod(match[1]);
-  run.out = std::regex_replace(run.out, kTime, "time='*'");
-  return run;
-}
+const std::vector<std::string> kIncident = {"tanexics", "list", "-i", "1"};
+const std::string kInit = "init tanexics null\n";
+const std::string kStarted = kInit + "### main : tanexics started.\n";
 
-constexpr char kElapsed[] = "ELAPSED:range='executing tanexics', time='*'\n";
+std::string ended(int status, const std::string& program = "tanexics") {
+  return "ELAPSED:range='executing tanexics', time='*'\n### main : " + program +
+         " exit. code = " + std::to_string(status) + "\n";
+}
 
 struct MainTest : testing::Test {
   MainTest() {
@@ -132,33 +136,31 @@ struct MainTest : testing::Test {
 TEST_F(MainTest, LogThatCannotBeOpened_IsSaidOnStandardErrorAndEndsWith66) {
   initResult = 1;
   const double before = elapsedTime();
-  const MainRun child = runMain({"tanexics", "list", "-i", "1"});
+  const MainRun child([] { return callMain(kIncident); });
   const double after = elapsedTime();
   EXPECT_EQ(child.exitCode(), 66);
   EXPECT_EQ(child.err, "Log init error");
+  EXPECT_EQ(child.out, kInit + ended(66));
   // The time is that since the epoch: the clock starts after the log.
   constexpr double kRounding = 0.00001;
   EXPECT_GE(child.elapsed, before - kRounding);
   EXPECT_LE(child.elapsed, after + kRounding);
-  EXPECT_EQ(child.out, std::string("init tanexics null\n") + kElapsed +
-                           "### main : tanexics exit. code = 66\n");
 }
 
-TEST_F(MainTest, NoArgumentsAtAll_AreNotReadBehindTheirEnd) {
-  const ChildResult child = runMain({});
-  const int status = ::getuid() == 0 ? 68 : 65;
-  EXPECT_EQ(child.exitCode(), status);
+TEST_F(MainTest, NoArgumentsAtAll_AreNotReadPastTheirEnd) {
+  const MainRun child([] { return callMain({}); });
+  const bool isRoot = ::getuid() == 0;
   const std::string reason =
-      ::getuid() == 0 ? "parameter count error.(CSendEventSingleSystem::parseCommandLine)\n"
-                      : "not Super-User\n";
-  EXPECT_EQ(child.out, "init  null\n### main :  started.\n" + reason + kElapsed +
-                           "### main :  exit. code = " + std::to_string(status) + "\n");
+      isRoot ? "parameter count error.(CSendEventSingleSystem::parseCommandLine)\n"
+             : "not Super-User\n";
+  EXPECT_EQ(child.exitCode(), isRoot ? 68 : 65);
+  EXPECT_EQ(child.out, "init  null\n### main :  started.\n" + reason + ended(isRoot ? 68 : 65, ""));
   EXPECT_EQ(child.err, "");
 }
 
 TEST_F(MainTest, StartLine_IsNotPartOfTheElapsedTime) {
   isStartLineSlow = true;
-  const MainRun child = runMain({"tanexics"});
+  const MainRun child([] { return callMain({"tanexics"}); });
   EXPECT_GE(child.elapsed, 0.0);
   EXPECT_LT(child.elapsed, kSlowSeconds);
 }
@@ -177,12 +179,10 @@ TEST_F(MainTest, CommandObject_IsParsedSentAndGoneBeforeTheTimeIsTaken) {
                       {{0, 256}, "send\n", 256}};
   for (const Row& row : rows) {
     answers = row.answers;
-    const MainRun child = runMain({"tanexics", "list", "-i", "1"});
+    const MainRun child([] { return callMain(kIncident); });
     EXPECT_EQ(child.exitCode(), row.status & 0xff);
-    EXPECT_EQ(child.out, "init tanexics null\n### main : tanexics started.\nmade\nparse 4 1\n" +
-                             row.told + "destroyed\n" + kElapsed +
-                             "### main : tanexics exit. code = " + std::to_string(row.status) +
-                             "\n");
+    EXPECT_EQ(child.out,
+              kStarted + "made\nparse 4 1\n" + row.told + "destroyed\n" + ended(row.status));
     EXPECT_GE(child.elapsed, kSlowSeconds) << "the object's end is part of the run";
   }
 }
@@ -190,51 +190,43 @@ TEST_F(MainTest, CommandObject_IsParsedSentAndGoneBeforeTheTimeIsTaken) {
 TEST_F(MainTest, OrdinaryUser_GetsNoCommandObject) {
   if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   answers = {0, 0};
-  const MainRun child = runMain({"tanexics", "list", "-i", "1"}, becomeNobody);
+  const MainRun child([] { return becomeNobody() ? callMain(kIncident) : 200; });
   EXPECT_EQ(child.exitCode(), 65);
-  EXPECT_EQ(child.out,
-            std::string("init tanexics null\n### main : tanexics started.\nnot Super-User\n") +
-                kElapsed + "### main : tanexics exit. code = 65\n");
+  EXPECT_EQ(child.out, kStarted + "not Super-User\n" + ended(65));
 }
 
 TEST_F(MainTest, FileCreationMask_Is022) {
-  const ChildResult child = runInChild([] {
+  initResult = 1;
+  const MainRun child([] {
     ::umask(0);
-    initResult = 1;
-    char program[] = "tanexics";
-    char* argv[] = {program, nullptr};
-    tanexicsMain(1, argv);
+    callMain({"tanexics"});
     return static_cast<int>(::umask(0));
   });
   EXPECT_EQ(child.exitCode(), 022);
 }
 
 TEST_F(MainTest, StandardDescriptorsThatAreClosed_AreOpened) {
-  const ChildResult child = runInChild([] {
+  initResult = 1;
+  const MainRun child([] {
     ::close(STDIN_FILENO);
-    initResult = 1;
-    char program[] = "tanexics";
-    char* argv[] = {program, nullptr};
-    tanexicsMain(1, argv);
+    callMain({"tanexics"});
     return ::close(STDIN_FILENO);
   });
   EXPECT_EQ(child.exitCode(), 0);
 }
 
 TEST_F(MainTest, OtherException_PassesWithoutAnExitLine) {
-  const ChildResult child = runInChild([] {
-    isLogThrowing = true;
-    char program[] = "tanexics";
-    char* argv[] = {program, nullptr};
+  isLogThrowing = true;
+  const MainRun child([] {
     try {
-      return tanexicsMain(1, argv);
+      return callMain({"tanexics"});
     } catch (const std::runtime_error& error) {
       std::printf("%s\n", error.what());
       return 99;
     }
   });
   EXPECT_EQ(child.exitCode(), 99);
-  EXPECT_EQ(child.out, "init tanexics null\nlog\n");
+  EXPECT_EQ(child.out, kInit + "log\n");
 }
 
 }  // namespace

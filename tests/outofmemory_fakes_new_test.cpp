@@ -99,50 +99,10 @@ int failEveryAllocation(const std::function<void()>& body) {
   }
 }
 
-/// A unit's function, and a call of it that allocates wherever it can.
-struct MemoryCase {
-  const char* name;
-  std::function<void()> body;
-};
-
-std::ostream& operator<<(std::ostream& out, const MemoryCase& c) { return out << c.name; }
-
-class OutOfMemory : public testing::TestWithParam<MemoryCase> {};
-
-TEST_P(OutOfMemory, FailureArrivesAndNothingLeaks) {
-  const CapturedLog log;
-  const EnvironmentGuard variable("TANEXICS_TEST_VALUE", kOther.c_str());
-  EXPECT_GT(failEveryAllocation(GetParam().body), 0);
-}
-
 /// From the end of its life on, allocations succeed.
 struct EnoughAgain {
   ~EnoughAgain() { allocationsLeft = -1; }
 };
-
-TEST(OutOfMemoryOnDisk, TemporaryItem_IsRemovedWhateverFails) {
-  const CapturedLog log;
-  const ScratchDir parent;
-  std::list<std::string> left;
-  const auto leaveNothing = [&](const std::function<void(CTemp&, std::string&)>& make) {
-    EXPECT_GT(failEveryAllocation([&] {
-                CTemp temp;
-                const EnoughAgain beforeTheRemoval;
-                std::string path;
-                make(temp, path);
-              }),
-              0);
-    getFileList(left, parent.path().c_str(), 0, 1, 0);
-    EXPECT_EQ(left, std::list<std::string>());
-  };
-  const char* dir = parent.path().c_str();
-  leaveNothing(
-      [dir](CTemp& temp, std::string& path) { temp.getTempFile(path, "f", dir, nullptr); });
-  leaveNothing([dir](CTemp& temp, std::string& path) { temp.getTempDir(path, "d", dir); });
-}
-
-// --- children
-// --------------------------------------------------------------------------------------
 
 /// Fails the test when, at the end of its life, a child or a descriptor is left over.
 struct NothingLeft {
@@ -154,16 +114,118 @@ struct NothingLeft {
   }
 };
 
-TEST(OutOfMemoryInACapture, Child_IsWaitedForWhateverFails) {
-  const CapturedLog log;
-  const std::string command = "for i in 1 2 3; do echo " + kLong + "; done";
-  EXPECT_GT(failEveryAllocation([&] {
-              const NothingLeft check;
-              std::list<std::string> lines;
-              execGetLines(lines, command.c_str(), -1, nullptr, -1);
-            }),
-            3);
+// --- calls that allocate wherever they can -------------------------------------------------------
+
+/// A record whose fields are long.
+struct LongRecord : CVuqRmgLib {
+  LongRecord() { setData({"-74", "1", "-10", kOther}); }
+};
+
+void serialise() {
+  LongRecord record;
+  std::ostringstream out;
+  out << static_cast<IExtKelError&>(record);
 }
+
+void listDirectory(int fullPath) {
+  static const ScratchDir dir;
+  static const std::string file = dir.write(kLong, "");
+  std::list<std::string> list;
+  getFileList(list, dir.path().c_str(), fullPath, 1, 0);
+  std::vector<std::string> vector;
+  getFileList(vector, dir.path().c_str(), fullPath, 1, 0);
+}
+
+void splitPath(const std::string& path) {
+  std::string dir;
+  __xpg_basename(path, dir);
+}
+
+void askParam(const char* key) {
+  TestEvent event;
+  event.setParam("Label", kLong.c_str());
+  event.getParam(key);
+}
+
+void readDefinition(int (CSendEventBase::*parse)(char*)) {
+  static const ScratchDir dir;
+  static std::string path = dir.write("event.def", definitionOf(eventParams()));
+  TestEvent event;
+  (event.*parse)(path.data());
+}
+
+/// Makes a temporary item, which must be gone at the end, whatever fails.
+void makeItem(const std::function<void(CTemp&, std::string&, const char*)>& make) {
+  static const ScratchDir parent;
+  struct Nothing {
+    ~Nothing() { EXPECT_EQ(namesIn(parent.path()), std::vector<std::string>()); }
+  };
+  const Nothing afterTheRemoval;
+  CTemp temp;
+  const EnoughAgain beforeTheRemoval;
+  std::string path;
+  make(temp, path, parent.path().c_str());
+}
+
+void capture() {
+  static const std::string command = "for i in 1 2 3; do echo " + kLong + "; done";
+  const NothingLeft check;
+  std::list<std::string> lines;
+  execGetLines(lines, command.c_str(), -1, nullptr, -1);
+}
+
+TEST(OutOfMemory, EveryFailure_ArrivesAndNothingLeaks) {
+  struct Row {
+    const char* name;
+    std::function<void()> body;
+  };
+  const Row rows[] = {
+      {"FormatOfALongText", [] { format("%s%s", kLong.c_str(), kOther.c_str()); }},
+      {"Dollar", [] { replaceEnvValue((kLong + "$TANEXICS_TEST_VALUE$" + kLong).c_str()); }},
+      {"DollarOfALongName", [] { replaceEnvValue((kLong + "$" + kLong).c_str()); }},
+      {"LoneDollar", [] { replaceEnvValue((std::string(15, 'x') + "$").c_str()); }},
+      {"Percent", [] { replaceEnvValue((kLong + "%TANEXICS_TEST_VALUE%" + kLong).c_str()); }},
+      {"PercentOfALongName", [] { replaceEnvValue((kLong + "%" + kLong + "%").c_str()); }},
+      {"LonePercent", [] { replaceEnvValue((std::string(15, 'x') + "%%").c_str()); }},
+      {"Names", [] { listDirectory(0); }},
+      {"Paths", [] { listDirectory(1); }},
+      {"HostName", [] { getHostname(); }},
+      {"Basename", [] { splitPath("/" + kOther + "/" + kLong); }},
+      {"BasenameBelowTheRoot", [] { splitPath("/" + kLong); }},
+      {"RelativePath", [] { getCanonicalPath(kLong + "/../" + kOther); }},
+      {"FullPath", [] { getCanonicalPath("/" + kLong + "/./" + kOther); }},
+      {"Quoted", [] { trimQuote(("\"" + kLong + "\"").c_str()); }},
+      {"Escaped", [] { shellEsc(kLong, 1); }},
+      {"Record", serialise},
+      {"RecordAsText", [] { LongRecord().toString(); }},
+      {"RecordInOneLine", [] { LongRecord().toString1line(); }},
+      {"KnownParam", [] { askParam("Label"); }},
+      {"LongParam", [] { askParam(kLong.c_str()); }},
+      {"EventDefinition", [] { readDefinition(&CSendEventBase::parseTanexEventMsg); }},
+      {"IncidentDefinition", [] { readDefinition(&CSendEventBase::parseTanexMsg); }},
+      {"TemporaryFile",
+       [] {
+         makeItem([](CTemp& temp, std::string& path, const char* dir) {
+           temp.getTempFile(path, "f", dir, nullptr);
+         });
+       }},
+      {"TemporaryDirectory",
+       [] {
+         makeItem([](CTemp& temp, std::string& path, const char* dir) {
+           temp.getTempDir(path, "d", dir);
+         });
+       }},
+      {"Capture", capture},
+  };
+  const CapturedLog log;
+  const EnvironmentGuard variable("TANEXICS_TEST_VALUE", kOther.c_str());
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    EXPECT_GT(failEveryAllocation(row.body), 0);
+  }
+}
+
+// --- children ------------------------------------------------------------------------------------
 
 TEST(OutOfMemoryInACapture, CommandThatPrintsForEver_EndsWithItsReader) {
   const CapturedLog log;
@@ -269,73 +331,6 @@ TEST(OutOfMemoryInATimeout, CommandThatCannotBeWaitedFor_IsLeftAlone) {
   });
   EXPECT_EQ(child.exitCode(), 0);
 }
-
-/// A record whose fields are long.
-struct LongRecord : CVuqRmgLib {
-  LongRecord() { setData({"-74", "1", "-10", kOther}); }
-};
-
-void serialise() {
-  LongRecord record;
-  std::ostringstream out;
-  out << static_cast<IExtKelError&>(record);
-}
-
-void listDirectory(int fullPath) {
-  static const ScratchDir dir;
-  static const std::string file = dir.write(kLong, "");
-  std::list<std::string> list;
-  getFileList(list, dir.path().c_str(), fullPath, 1, 0);
-  std::vector<std::string> vector;
-  getFileList(vector, dir.path().c_str(), fullPath, 1, 0);
-}
-
-void splitPath(const std::string& path) {
-  std::string dir;
-  __xpg_basename(path, dir);
-}
-
-void askParam(const char* key) {
-  TestEvent event;
-  event.setParam("Label", kLong.c_str());
-  event.getParam(key);
-}
-
-void readDefinition(int (CSendEventBase::*parse)(char*)) {
-  static const ScratchDir dir;
-  static std::string path = dir.write("event.def", definitionOf(eventParams()));
-  TestEvent event;
-  (event.*parse)(path.data());
-}
-
-const MemoryCase kCases[] = {
-    {"FormatOfALongText", [] { format("%s%s", kLong.c_str(), kOther.c_str()); }},
-    {"Dollar", [] { replaceEnvValue((kLong + "$TANEXICS_TEST_VALUE$" + kLong).c_str()); }},
-    {"DollarOfALongName", [] { replaceEnvValue((kLong + "$" + kLong).c_str()); }},
-    {"LoneDollar", [] { replaceEnvValue((std::string(15, 'x') + "$").c_str()); }},
-    {"Percent", [] { replaceEnvValue((kLong + "%TANEXICS_TEST_VALUE%" + kLong).c_str()); }},
-    {"PercentOfALongName", [] { replaceEnvValue((kLong + "%" + kLong + "%").c_str()); }},
-    {"LonePercent", [] { replaceEnvValue((std::string(15, 'x') + "%%").c_str()); }},
-    {"Names", [] { listDirectory(0); }},
-    {"Paths", [] { listDirectory(1); }},
-    {"HostName", [] { getHostname(); }},
-    {"Basename", [] { splitPath("/" + kOther + "/" + kLong); }},
-    {"BasenameBelowTheRoot", [] { splitPath("/" + kLong); }},
-    {"RelativePath", [] { getCanonicalPath(kLong + "/../" + kOther); }},
-    {"FullPath", [] { getCanonicalPath("/" + kLong + "/./" + kOther); }},
-    {"Quoted", [] { trimQuote(("\"" + kLong + "\"").c_str()); }},
-    {"Escaped", [] { shellEsc(kLong, 1); }},
-    {"Record", serialise},
-    {"RecordAsText", [] { LongRecord().toString(); }},
-    {"RecordInOneLine", [] { LongRecord().toString1line(); }},
-    {"KnownParam", [] { askParam("Label"); }},
-    {"LongParam", [] { askParam(kLong.c_str()); }},
-    {"EventDefinition", [] { readDefinition(&CSendEventBase::parseTanexEventMsg); }},
-    {"IncidentDefinition", [] { readDefinition(&CSendEventBase::parseTanexMsg); }},
-};
-
-INSTANTIATE_TEST_SUITE_P(Case, OutOfMemory, testing::ValuesIn(kCases),
-                         [](const auto& param) { return std::string(param.param.name); });
 
 }  // namespace
 

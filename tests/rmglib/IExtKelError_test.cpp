@@ -193,44 +193,35 @@ TEST(IExtKelErrorLookup, KeyWithoutARow_GivesTheFirstAndTheLastPart) {
 
 // --- formatExtRMError ----------------------------------------------------------------------------
 
-std::string formatRow(Record& record, int kind, const char* message) {
-  EXTERR row{"SMTP", 1, 2, kind, message};
-  return record.formatExtRMError(row);
-}
-
 TEST(IExtKelErrorFormat, EveryRow_IsItsMessageAndForMailTheServers) {
   const std::string smtp = u8"(SMTPサーバのエラーメッセージ)\n";
   const std::string pop3 = u8"(POP3サーバのエラーメッセージ)\n";
   const std::string m256(256, 'm');
   struct Row {
+    const char* type;
     int kind;
     const char* message;
     std::string server;
     std::string text;
   };
   const Row rows[] = {
-      {0, "a\nb", "server", "a\nb\n"},
-      {1, "a", "server", "a\n" + smtp + "server\n"},
-      {2, "a", "server", "a\n" + pop3 + "server\n"},
-      {3, "a", "server", "a\n"},
-      {-1, "a", "server", "a\n"},
-      {1, "a", "", "a\n" + smtp + "\n"},
-      {0, "", "server", ""},
-      {2, "", "server", pop3 + "server\n"},
-      {0, nullptr, "server", ""},
-      {1, nullptr, "server", smtp + "server\n"},
-      {1, "", m256, smtp + m256 + "\n"},
+      {"SMTP", 0, "a\nb", "server", "a\nb\n"},
+      {"SMTP", 1, "a", "server", "a\n" + smtp + "server\n"},
+      {"SMTP", 2, "a", "server", "a\n" + pop3 + "server\n"},
+      {"SMTP", 3, "a", "server", "a\n"},
+      {"SMTP", -1, "a", "server", "a\n"},
+      {"SMTP", 1, "a", "", "a\n" + smtp + "\n"},
+      {"SMTP", 0, "", "server", ""},
+      {"SMTP", 2, "", "server", pop3 + "server\n"},
+      {"SMTP", 0, nullptr, "server", ""},
+      {"SMTP", 1, nullptr, "server", smtp + "server\n"},
+      {"SMTP", 1, "", m256, smtp + m256 + "\n"},
+      {nullptr, 0, "a", "server", "a\n"},
   };
-  for (const Row& row : rows) {
-    Record record(0, 0, 0, row.server);
-    EXPECT_EQ(formatRow(record, row.kind, row.message), toEuc(row.text));
+  for (const Row& each : rows) {
+    EXTERR row{each.type, 1, 2, each.kind, each.message};
+    EXPECT_EQ(Record(0, 0, 0, each.server).formatExtRMError(row), toEuc(each.text));
   }
-}
-
-TEST(IExtKelErrorFormat, NullType_IsNotRead) {
-  Record record;
-  EXTERR row{nullptr, 0, 0, 0, "a"};
-  EXPECT_EQ(record.formatExtRMError(row), "a\n");
 }
 
 // --- virtual slots -------------------------------------------------------------------------------
@@ -254,71 +245,38 @@ struct Replaced : Record {
   std::list<std::string> data = {"untouched"};
 };
 
-TEST(IExtKelErrorSlots, TypeText_AsksForTheType) {
-  struct : Record {
-    int getLastZWErrType() override { return 2; }
-  } record;
-  EXPECT_STREQ(record.getLastZWErrTypeStr(), "HTTP");
-}
-
-TEST(IExtKelErrorSlots, OneLine_AsksForEveryField) {
+TEST(IExtKelErrorSlots, FieldsOfADerivedClass_AreAskedFor) {
   Replaced record;
   EXPECT_STREQ(record.toString1line(), "(TYPE) RL:11,ZW-Agent:22,Mailsvr:\"slot\"");
-}
-
-TEST(IExtKelErrorSlots, OneLineAndText_AskForTheTypeFirst) {
-  Replaced record;
+  EXPECT_EQ(serialised(record), "11\n1\n22\nslot\n");
+  EXTERR row{"SMTP", 1, 2, 1, "a"};
+  EXPECT_EQ(record.IExtKelError::formatExtRMError(row),
+            toEuc(u8"a\n(SMTPサーバのエラーメッセージ)\nslot\n"));
+  testing::internal::CaptureStdout();
+  Record().reportResult(7, record);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "7\n11\n1\n22\nslot\n\n");
+  record.type = 2;
+  EXPECT_STREQ(record.IExtKelError::getLastZWErrTypeStr(), "HTTP");
   record.type = 0;
   record.m_lastZWErrType = 1;
   EXPECT_STREQ(record.toString1line(), "");
   EXPECT_STREQ(record.toString(), "");
 }
 
-TEST(IExtKelErrorSlots, Text_AsksLookup) {
+TEST(IExtKelErrorSlots, OperationsOfADerivedClass_AreAskedFor) {
   struct : Replaced {
     std::string lookup(const char* key, int rl, int code) override {
       return std::string(key) + ":" + std::to_string(rl) + ":" + std::to_string(code);
     }
-  } record;
-  EXPECT_STREQ(record.toString(), "TYPE:11:22");
-}
-
-TEST(IExtKelErrorSlots, Lookup_AsksForTheFormattedRow) {
+  } looking;
+  EXPECT_STREQ(looking.toString(), "TYPE:11:22");
   Replaced record;
   EXPECT_EQ(record.lookup("SMTP", -79, -25), "(SMTP) <-25>RL:-79,ZW-Agent:-25\n");
-}
-
-TEST(IExtKelErrorSlots, HigherWebStatus_DoesNotAskForTheFormattedRow) {
-  Replaced record;
   for (const int code : {259, 300}) {
     EXPECT_EQ(record.lookup("HTTP", -52, code),
-              "(HTTP) " + toEuc(kHigherStatus) + "RL:-52,ZW-Agent:" + std::to_string(code) + "\n");
+              "(HTTP) " + toEuc(kHigherStatus) + "RL:-52,ZW-Agent:" + std::to_string(code) + "\n")
+        << "the rows of higher web statuses are not formatted";
   }
-}
-
-TEST(IExtKelErrorSlots, FormattedRow_AsksForTheMessage) {
-  struct : Record {
-    char* getLastSmtpMsg() override { return text; }
-    char text[8] = "slot";
-  } record;
-  EXPECT_EQ(formatRow(record, 1, "a"), toEuc(u8"a\n(SMTPサーバのエラーメッセージ)\nslot\n"));
-}
-
-TEST(IExtKelErrorSlots, Writing_AsksForEveryField) {
-  Replaced record;
-  EXPECT_EQ(serialised(record), "11\n1\n22\nslot\n");
-}
-
-TEST(IExtKelErrorSlots, Report_AsksTheReportedRecordForEveryField) {
-  Record self;
-  Replaced record;
-  testing::internal::CaptureStdout();
-  self.reportResult(7, record);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "7\n11\n1\n22\nslot\n\n");
-}
-
-TEST(IExtKelErrorSlots, Reading_SetsTheDataItRead) {
-  Replaced record;
   read(record, "1\nx\n3");
   EXPECT_EQ(record.data, (std::list<std::string>{"1", "x", "3"}));
 }

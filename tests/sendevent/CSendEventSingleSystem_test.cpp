@@ -96,36 +96,32 @@ TEST_F(SingleSystem, Identifier_IsAskedTwiceBeforeTheSessionWhateverTheLibraryAn
 }
 
 TEST_F(SingleSystem, IntegerThrownForTheIdentifier_IsTheResultUnlessItIs0) {
-  for (const auto level : {CapturedLog::Level::kInfo, CapturedLog::Level::kTrace}) {
-    const bool isTracing = level == CapturedLog::Level::kTrace;
-    for (const int thrower : {1, 2}) {
-      for (const int code : {0, 1, -1, 33, 68}) {
-        const CapturedLog log(level);
-        m_fake.calls.clear();
-        int asked = 0;
-        m_fake.onCall = [&](const std::string& call) {
-          if (call == "GetID" && ++asked == thrower) throw code;
-        };
-        const std::size_t queries = static_cast<std::size_t>(thrower);
-        TestSingleSystem event = code == 0 ? eventOf(3) : incident();
-        const Params params = event.m_params;
-        Texts calls(queries, "GetID");
-        Texts lines;
-        if (isTracing) {
-          lines = {"(CSendInfo::CommSendInfo) caught error code=" + std::to_string(code)};
-        }
-        if (code == 0) {
-          calls.insert(calls.end(), kEmptySession.begin() + 2, kEmptySession.end());
-          if (isTracing) lines.emplace_back("[T](SendEventBase:491):final_total='0' bytes. \n");
-          lines.insert(lines.end(), kEmptyEventLog.begin(), kEmptyEventLog.end());
-        }
-        EXPECT_EQ(event.sendEvent(), code);
-        EXPECT_EQ(m_fake.calls, calls);
-        EXPECT_EQ(log.texts(), lines);
-        EXPECT_EQ(event.m_params, params) << "no host name is asked for";
-      }
+  const Texts sent =
+      inOrder({{"[T](SendEventBase:491):final_total='0' bytes. \n"}, kEmptyEventLog});
+  for (const int thrower : {1, 2}) {
+    for (const int code : {0, 1, -1, 33, 68}) {
+      const CapturedLog log(CapturedLog::Level::kTrace);
+      m_fake.calls.clear();
+      int asked = 0;
+      m_fake.onCall = [&](const std::string& call) {
+        if (call == "GetID" && ++asked == thrower) throw code;
+      };
+      TestSingleSystem event = code == 0 ? eventOf(3) : incident();
+      const Params params = event.m_params;
+      const Texts questions(static_cast<std::size_t>(thrower), "GetID");
+      const Texts caught = {"(CSendInfo::CommSendInfo) caught error code=" + std::to_string(code)};
+      EXPECT_EQ(event.sendEvent(), code);
+      EXPECT_EQ(m_fake.calls, code == 0 ? inOrder({questions, session({})}) : questions);
+      EXPECT_EQ(log.texts(), code == 0 ? inOrder({caught, sent}) : caught);
+      EXPECT_EQ(event.m_params, params) << "no host name is asked for";
     }
   }
+}
+
+TEST_F(SingleSystem, IntegerThrownForTheIdentifier_IsSilentAtInformationLevel) {
+  m_fake.onCall = [](const std::string&) { throw 5; };
+  EXPECT_EQ(eventOf(3).sendEvent(), 5);
+  EXPECT_EQ(m_log.texts(), Texts());
 }
 
 TEST_F(SingleSystem, ObjectThrownForTheIdentifier_Passes) {

@@ -202,6 +202,34 @@ TEST(CVuqRmgLibStatus, LibraryThatStoresNoWord_LeavesTheZeroThatItIsGiven) {
   EXPECT_EQ(client.given, (std::vector<int>{kOperating, 0, 0, 0, 0}));
 }
 
+TEST(CVuqRmgLibStatus, EveryQuery_CanBeReplaced) {
+  struct Status : CVuqRmgLib {
+    int result = 0;
+    int GetStatus(int& st) override {
+      st = kMaintenanceStop;
+      return result;
+    }
+  } status;
+  int word = 0;
+  EXPECT_TRUE(status.queryConnection(word));
+  EXPECT_TRUE(status.isMaintenanceStop());
+  status.result = 1;
+  EXPECT_FALSE(status.queryConnection(word));
+  EXPECT_EQ(status.getLastStatus(), 0) << "only the replaced query would have remembered";
+
+  struct Connection : CVuqRmgLib {
+    int word = 0;
+    bool queryConnection(int& st) override {
+      st = word;
+      return true;
+    }
+  } connection;
+  for (const State& state : kStates) {
+    connection.word = state.word;
+    EXPECT_TRUE((connection.*state.isInIt)());
+  }
+}
+
 // --- start and stop ------------------------------------------------------------------------------
 
 TEST(CVuqRmgLibCom, EveryLife_StopsWhatIsMarkedAsStarted) {

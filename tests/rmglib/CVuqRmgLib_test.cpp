@@ -142,40 +142,6 @@ TEST(CVuqRmgLibException, Code_CanBeReplaced) {
 
 // --- virtual slots -------------------------------------------------------------------------------
 
-TEST(CVuqRmgLibSlots, StatusQuery_CanBeReplaced) {
-  struct Client : CVuqRmgLib {
-    int result = 0;
-    int GetStatus(int& st) override {
-      st = kMaintenanceStop;
-      return result;
-    }
-  } client;
-  int word = 0;
-  EXPECT_TRUE(client.queryConnection(word));
-  EXPECT_TRUE(client.isMaintenanceStop());
-  client.result = 1;
-  EXPECT_FALSE(client.queryConnection(word));
-  EXPECT_EQ(client.getLastStatus(), 0) << "only the replaced query would have remembered";
-}
-
-TEST(CVuqRmgLibSlots, ConnectionQuery_CanBeReplacedForEachState) {
-  struct Client : CVuqRmgLib {
-    int word = 0;
-    bool queryConnection(int& st) override {
-      st = word;
-      return true;
-    }
-  } client;
-  client.word = kOperating;
-  EXPECT_TRUE(client.isOperate());
-  client.word = kMaintenance;
-  EXPECT_TRUE(client.isMaintenance());
-  client.word = kStopped;
-  EXPECT_TRUE(client.isStop());
-  client.word = kMaintenanceStop;
-  EXPECT_TRUE(client.isMaintenanceStop());
-}
-
 TEST(CVuqRmgLibSlots, BindingOfTheId_CanBeReplaced) {
   struct Client : CVuqRmgLib {
     int RMG_GetID(char* buf) override {

@@ -165,23 +165,18 @@ TEST(CVuqRmgLibStatus, EveryState_IsItsWordOfASuccessfulQueryOfItsOwn) {
   }
 }
 
-TEST_F(CVuqRmgLibTest, ConnectionQuery_TellsSuccess) {
+TEST_F(CVuqRmgLibTest, EveryQuery_GivesTheWordAndRemembersIt) {
   for (const int result : {0, 1, -1}) {
-    m_fake.status = 77 + result;
+    m_fake.status = kMaintenance + result;
     m_fake.statusResult = result;
     int word = 5;
+    EXPECT_EQ(m_client.GetStatus(word), result);
+    EXPECT_EQ(word, kMaintenance + result);
+    EXPECT_EQ(m_client.getLastStatus(), kMaintenance + result);
+    word = 5;
     EXPECT_EQ(m_client.queryConnection(word), result == 0);
-    EXPECT_EQ(word, 77 + result);
+    EXPECT_EQ(word, kMaintenance + result);
   }
-}
-
-TEST_F(CVuqRmgLibTest, StatusQuery_GivesTheResultAndRemembersTheWord) {
-  m_fake.status = kMaintenance;
-  m_fake.statusResult = -4;
-  int word = 0;
-  EXPECT_EQ(m_client.GetStatus(word), -4);
-  EXPECT_EQ(word, kMaintenance);
-  EXPECT_EQ(m_client.getLastStatus(), kMaintenance);
 }
 
 TEST(CVuqRmgLibStatus, LibraryThatStoresNoWord_LeavesTheZeroThatItIsGiven) {

@@ -210,28 +210,19 @@ TEST_F(Transmission, LastThrownInteger_WinsAnd0Resets) {
   }
 }
 
-TEST_F(Transmission, ThrowingCall_KeepsThePreviousResult) {
-  m_fake.onCommunicate = [this](unsigned) { return FakeKelcom::Reply{10 + m_exchanges, 0, 0}; };
+TEST_F(Transmission, ThrowingCall_KeepsThePreviousResultWithoutItsMessage) {
+  m_fake.onCommunicate = [this](unsigned) { return FakeKelcom::Reply{10 + m_exchanges, 1, -5}; };
   throwAtExchange(9, {2, 3});
   TestEvent event(1, {m_a, m_b});
   const Turns turns = turnsOf(1, {m_a, m_b});
+  const auto message = [](const std::string& rc) {
+    return "(SMTP) RL:" + rc + ",ZW-Agent:-5,Mailsvr:\"\"";
+  };
   EXPECT_EQ(send(event), 9);
   EXPECT_EQ(m_log.texts(), inOrder({{kStarted},
-                                    turns[0].log(done(11), done(11)),
-                                    turns[1].log(done(11), done(14)),
+                                    turns[0].log(done(11, message("11")), done(11)),
+                                    turns[1].log(done(11), done(14, message("14"))),
                                     {kError}}));
-}
-
-TEST_F(Transmission, ThrowingCall_HasNoErrorMessage) {
-  m_fake.reply = {-74, 1, -10};
-  throwAtExchange(9, {2});
-  TestEvent event(1, {m_a});
-  EXPECT_EQ(send(event), 9);
-  EXPECT_EQ(m_log.texts(),
-            inOrder({{kStarted},
-                     turnsOf(1, {m_a})[0].log(done(-74, "(SMTP) RL:-74,ZW-Agent:-10,Mailsvr:\"\""),
-                                              done(-74)),
-                     {kError}}));
 }
 
 TEST_F(Transmission, IntegerThrownByTheStop_IsTheResult) {

@@ -29,41 +29,15 @@ TEST(IExtKelErrorSetData, EveryList_SetsTheFieldsThatItReaches) {
       {{"10", "20", "30", "new"}, "10|20|30|new"},
       {{"10", "20", "30", "new", "more"}, "10|20|30|new"},
       {{"10", "20", "30", ""}, "10|20|30|"},
+      // Numbers as atoi(3) takes them.
+      {{"-2147483648", " \t12x", std::string("1\0002", 3)}, "-2147483648|12|1|old"},
+      {{"abc", "", "+5"}, "0|0|5|old"},
   };
   for (const auto& [values, expected] : table) {
     Record record(1, 2, 3, "old");
     record.setData(values);
     EXPECT_EQ(fields(record), expected);
   }
-}
-
-TEST(IExtKelErrorSetData, Numbers_AreConvertedAsByAtoi) {
-  const std::vector<std::pair<std::string, int>> table = {
-      {"", 0},
-      {"abc", 0},
-      {"-79", -79},
-      {"+5", 5},
-      {" \t12x", 12},
-      {"0x10", 0},
-      {"010", 10},
-      {"2147483647", INT_MAX},
-      {"-2147483648", INT_MIN},
-      {std::string("1\0002", 3), 1},
-  };
-  for (const auto& [text, number] : table) {
-    Record record;
-    record.setData({text, text, text});
-    EXPECT_EQ(record.m_lastRMErrCode, number) << text;
-    EXPECT_EQ(record.m_lastZWErrType, number) << text;
-    EXPECT_EQ(record.m_lastZWErrCode, number) << text;
-  }
-}
-
-TEST(IExtKelErrorSetData, NumbersBeyondInt_WrapAsInTheCLibrary) {
-  if (sizeof(long) != 8) GTEST_SKIP() << "the values below are those of a 64-bit long";
-  Record record;
-  record.setData({"4294967297", "99999999999999999999", "-99999999999999999999"});
-  EXPECT_EQ(fields(record), "1|-1|0|");
 }
 
 TEST(IExtKelErrorSetData, Message_FillsItsFieldAndNothingElse) {

@@ -60,8 +60,6 @@ TEST_F(SyslogLine, FirstLineAfterTheComments_IsTakenInItsFirst1022Bytes) {
       {x(1021) + "\r\nnext\n", x(1021)},
       {x(1022) + "\nnext\n", x(1022)},
       {x(1023) + "\nnext\n", x(1022)},
-      {x(5000) + "\nnext\n", x(1022)},
-      {x(1022), x(1022)},
       // The second piece of a long comment is looked at like a line, its line end alone too.
       {"#" + x(1020) + "\nnext\n", "next"},
       {"#" + x(1021) + "\nnext\n", ""},

@@ -1,7 +1,6 @@
 #include "sendevent/CSendEventSingleSystem.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -145,15 +144,6 @@ TEST_F(CommandLine, ListThatIsAFifo_IsRead) {
   EXPECT_EQ(m_event.getSendFileList(), (Texts{"/a", "/b"}));
 }
 
-TEST_F(CommandLine, ListOfAHundredThousandFiles_IsRead) {
-  std::string bytes;
-  for (int i = 0; i < 100000; ++i) bytes += "/file" + std::to_string(i) + "\n";
-  m_dir.write("list", bytes);
-  EXPECT_EQ(parse({m_list, "-i", "1"}), 0);
-  ASSERT_EQ(m_event.getSendFileList().size(), 100000U);
-  EXPECT_EQ(m_event.getSendFileList().back(), "/file99999");
-}
-
 // --- options -------------------------------------------------------------------------------------
 
 TEST_F(CommandLine, Incident_TakesItsNumberAsItIs) {
@@ -177,16 +167,6 @@ TEST_F(CommandLine, Event_ReadsTheNextArgumentOrItsOwnTail) {
   expectAccepted({"-r", m_definition, "extra"}, 3, eventParams());
   expectAccepted({"-r" + m_definition}, 3, eventParams());
   expectAccepted({"-r" + m_definition}, 3, eventParams(), /*nulls=*/1);
-}
-
-TEST_F(CommandLine, JoinedEvent_ReadsARelativeFile) {
-  const ChildResult child = runInChild([this] {
-    if (::chdir(m_dir.path().c_str()) != 0) return 1;
-    if (parse(withList({"-rmy.def", "/nowhere"})) != 0) return 2;
-    return m_event.m_params == eventParams() ? 0 : 3;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(m_log.texts(), Texts());
 }
 
 TEST_F(CommandLine, BadOption_IsRejectedAfterTheListWasRead) {

@@ -220,7 +220,6 @@ class Collection : public SingleSystem {
       const int status = event.sendEvent();
       std::ofstream calls(m_dir / "calls");
       for (const std::string& call : m_fake.calls) calls << call << "\n";
-      m_dir.write("host", event.m_params["HostName"]);
       return status;
     });
     EXPECT_NE(child.exitCode(), 200) << "no private mounts";
@@ -298,16 +297,6 @@ TEST_F(Collection, TemporaryDirectory_StaysWhenAskedTo) {
   ASSERT_NE(directory(), "");
   EXPECT_EQ(namesIn(directory()), (Texts{"tanexcc", "tanexcs"}));
   std::filesystem::remove_all(directory());
-}
-
-TEST_F(Collection, Incident_HasNumberAndHostNameWhenItIsSent) {
-  const std::string file = m_dir.write("a", "a");
-  TestSingleSystem event = incident();
-  event.m_sendFileList = {file};
-  EXPECT_EQ(send(event).exitCode(), 0);
-  EXPECT_EQ(readFile(m_dir / "host"), nodeName());
-  EXPECT_EQ(calls().at(5), "Communicate(0x40017, 0, 0, INCNO=\"77\",HOSTNAME=\"" + nodeName() +
-                               "\",PART=\"1\",TOTAL=\"1\")");
 }
 
 TEST_F(Collection, Commands_RunAfterATransmissionThatReturned0Or1Alone) {

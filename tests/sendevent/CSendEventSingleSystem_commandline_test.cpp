@@ -6,11 +6,9 @@
 #include <vector>
 
 #include "support/actionlog.h"
-#include "support/bytes.h"
 #include "support/childrun.h"
-#include "support/definitionerrors.h"
+#include "support/inputfiles.h"
 #include "support/scratch.h"
-#include "support/specialfiles.h"
 #include "support/testevent.h"
 
 namespace {

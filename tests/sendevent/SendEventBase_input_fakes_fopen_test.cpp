@@ -10,7 +10,7 @@
 #include "common/base/format.h"
 #include "sendevent/CSendEventSingleSystem.h"
 #include "support/actionlog.h"
-#include "support/definitionerrors.h"
+#include "support/inputfiles.h"
 #include "support/scratch.h"
 #include "support/testevent.h"
 

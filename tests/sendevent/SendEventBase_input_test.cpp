@@ -8,10 +8,8 @@
 
 #include "common/base/format.h"
 #include "support/actionlog.h"
-#include "support/bytes.h"
-#include "support/definitionerrors.h"
+#include "support/inputfiles.h"
 #include "support/scratch.h"
-#include "support/specialfiles.h"
 #include "support/testevent.h"
 
 namespace {

@@ -1,11 +1,10 @@
 #include "loopback/rehearse/arguments.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
+#include <filesystem>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "support/scratch.h"
@@ -14,171 +13,115 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-/// What one command line makes of it, and what it prints.
-struct Parsed {
+/// The rehearsal's folder holds two situations.
+class ParseArguments : public ::testing::Test {
+ protected:
+  ParseArguments() {
+    std::filesystem::create_directories(scratch / "loopback/situations");
+    scratch.write("loopback/situations/busy.script", "# Busy.\ncommunicate * 1\n");
+    scratch.write("loopback/situations/a-b.script", "# Other.\n");
+  }
+
+  /// One command line: what it makes of it is in the members below.
+  void parse(const Words& line) {
+    std::vector<const char*> argv = {"tanexics-rehearse"};
+    for (const std::string& word : line) argv.push_back(word.c_str());
+    ::testing::internal::CaptureStdout();
+    ::testing::internal::CaptureStderr();
+    status = parseArguments(static_cast<int>(argv.size()), argv.data(), ownFolder, arguments);
+    output = ::testing::internal::GetCapturedStdout();
+    errors = ::testing::internal::GetCapturedStderr();
+  }
+
+  ScratchDir scratch;
+  std::string ownFolder = scratch / "loopback";
   std::optional<int> status;
   Arguments arguments;
   std::string output;
   std::string errors;
 };
 
-Parsed parse(const std::vector<const char*>& options,
-             const std::string& ownFolder = "/build/loopback") {
-  std::vector<const char*> argv = {"tanexics-rehearse"};
-  argv.insert(argv.end(), options.begin(), options.end());
-  Parsed parsed;
-  ::testing::internal::CaptureStdout();
-  ::testing::internal::CaptureStderr();
-  parsed.status =
-      parseArguments(static_cast<int>(argv.size()), argv.data(), ownFolder, parsed.arguments);
-  parsed.output = ::testing::internal::GetCapturedStdout();
-  parsed.errors = ::testing::internal::GetCapturedStderr();
-  return parsed;
-}
-
-TEST(Arguments, Defaults) {
-  const Parsed parsed = parse({"--"});
-  EXPECT_EQ(std::nullopt, parsed.status);
-  EXPECT_EQ("", parsed.arguments.outbox);
-  EXPECT_EQ("", parsed.arguments.script);
-  EXPECT_EQ("/build/tanexics", parsed.arguments.command);
-  EXPECT_EQ("/build/loopback", parsed.arguments.library);
-  EXPECT_FALSE(parsed.arguments.trace);
-  EXPECT_EQ(Words(), parsed.arguments.words);
-  EXPECT_EQ("", parsed.output + parsed.errors);
-}
-
-TEST(Arguments, EveryOption) {
-  const Parsed parsed = parse({"--outbox", "o", "--script=s", "--command", "c", "--library", "l",
-                               "--trace", "--", "list", "-i", "5"});
-  EXPECT_EQ(std::nullopt, parsed.status);
-  EXPECT_EQ("o", parsed.arguments.outbox);
-  EXPECT_EQ("s", parsed.arguments.script);
-  EXPECT_EQ("c", parsed.arguments.command);
-  EXPECT_EQ("l", parsed.arguments.library);
-  EXPECT_TRUE(parsed.arguments.trace);
-  EXPECT_EQ(Words({"list", "-i", "5"}), parsed.arguments.words);
-}
-
-TEST(Arguments, WordsBehindTheSeparatorAreNotLookedAt) {
-  const Parsed parsed = parse({"--", "--trace", "--", "", "-h", "--outbox", "x y"});
-  EXPECT_EQ(std::nullopt, parsed.status);
-  EXPECT_EQ(Words({"--trace", "--", "", "-h", "--outbox", "x y"}), parsed.arguments.words);
-  EXPECT_EQ("", parsed.arguments.outbox);
-}
-
-TEST(Arguments, WrongUsage) {
-  const std::vector<std::vector<const char*>> lines = {
-      {},
-      {"list", "-i", "5"},
-      {"--trace"},
-      {"list", "--"},
-      {"-i", "--"},
-      {"--unknown", "--"},
-      {"--outbox", "--"},
-      {"--outbox=", "--"},
-      {"--outbox", "", "--"},
-      {"--outbox", "a", "--outbox", "b", "--"},
-      {"--script", "", "--"},
-      {"--command", "", "--"},
-      {"--library", "", "--"},
-      {"--trace=maybe", "--"},
+TEST_F(ParseArguments, RightUsage_GivesWhatIsAskedFor) {
+  const std::string command = scratch / "tanexics";
+  const std::string busy = ownFolder + "/situations/busy.script";
+  const struct {
+    Words line;
+    Arguments expected;
+  } rows[] = {
+      {{"--"}, {"", "", command, ownFolder, false, {}}},
+      {{"--outbox", "o", "--script=s", "--command", "c", "--library", "l", "--trace", "--", "list"},
+       {"o", "s", "c", "l", true, {"list"}}},
+      {{"--situation", "busy", "--", "list", "-i", "5"},
+       {"", busy, command, ownFolder, false, {"list", "-i", "5"}}},
+      // Words after the separator are not looked at.
+      {{"--", "--trace", "--", "", "-h", "--outbox", "x y"},
+       {"", "", command, ownFolder, false, {"--trace", "--", "", "-h", "--outbox", "x y"}}},
   };
-  for (const auto& line : lines) {
-    const Parsed parsed = parse(line);
-    std::string words;
-    for (const char* word : line) words += std::string(" '") + word + "'";
-    EXPECT_EQ(kWrongUsage, parsed.status) << words;
-    EXPECT_EQ("", parsed.output) << words;
-    EXPECT_NE("", parsed.errors) << words;
+  for (const auto& [line, expected] : rows) {
+    SCOPED_TRACE(::testing::PrintToString(line));
+    parse(line);
+    EXPECT_EQ(status, std::nullopt);
+    EXPECT_EQ(arguments.outbox, expected.outbox);
+    EXPECT_EQ(arguments.script, expected.script);
+    EXPECT_EQ(arguments.command, expected.command);
+    EXPECT_EQ(arguments.library, expected.library);
+    EXPECT_EQ(arguments.trace, expected.trace);
+    EXPECT_EQ(arguments.words, expected.words);
+    EXPECT_EQ(output + errors, "");
   }
 }
 
-TEST(Arguments, MissingSeparatorIsNamed) {
-  EXPECT_EQ(
-      "-- and the command's arguments after it is required\n"
-      "Run with --help for more information.\n",
-      parse({"--trace"}).errors);
+/// The error text for a name that no situation has.
+std::string noSituation(const std::string& shown) {
+  return "--situation: there is none with the name '" + shown + "': --situations lists them all\n";
 }
 
-class SituationArguments : public ::testing::Test {
- protected:
-  SituationArguments() {
-    ::mkdir((own / "situations").c_str(), 0700);
-    own.write("situations/busy.script", "# Busy.\ncommunicate * 1\n");
-    own.write("situations/a-b.script", "# Other.\n");
-  }
-
-  ScratchDir own;
-};
-
-TEST_F(SituationArguments, NameStandsForItsScript) {
-  const Parsed parsed = parse({"--situation", "busy", "--", "list"}, own.path());
-  EXPECT_EQ(std::nullopt, parsed.status);
-  EXPECT_EQ(own / "situations/busy.script", parsed.arguments.script);
-  EXPECT_EQ(Words({"list"}), parsed.arguments.words);
-  EXPECT_EQ("", parsed.output + parsed.errors);
-}
-
-TEST_F(SituationArguments, UnknownNameIsWrongUsageThatNamesTheList) {
-  const std::vector<std::pair<const char*, std::string>> rows = {
-      {"nope", "nope"},
-      {"", ""},
-      {"bus", "bus"},
-      {"busy.script", "busy.script"},
-      {"../situations/busy", "../situations/busy"},
-      {"\x1b[0m", "\\x1b[0m"},
+TEST_F(ParseArguments, WrongUsage_IsToldOnStandardError) {
+  const std::string noSeparator = "-- and the command's arguments after it is required\n";
+  const struct {
+    Words line;
+    std::string expected = "";  // where the text is not the parser's own
+  } rows[] = {
+      {{}, noSeparator},
+      {{"--trace"}, noSeparator},
+      {{"list", "-i", "5"}},
+      {{"list", "--"}},
+      {{"-i", "--"}},
+      {{"--unknown", "--"}},
+      {{"--outbox", "--"}},
+      {{"--outbox=", "--"}},
+      {{"--outbox", "", "--"}},
+      {{"--outbox", "a", "--outbox", "b", "--"}},
+      {{"--script", "", "--"}},
+      {{"--command", "", "--"}},
+      {{"--library", "", "--"}},
+      {{"--trace=maybe", "--"}},
+      {{"--situation", "busy", "--situation", "busy", "--"}},
+      {{"--script", "s", "--situation", "busy", "--"}, "--situation excludes --script\n"},
+      {{"--situation", "busy", "--script", "s", "--"}, "--situation excludes --script\n"},
+      {{"--situation", "", "--"}, noSituation("")},
+      {{"--situation", "bus", "--"}, noSituation("bus")},
+      {{"--situation", "busy.script", "--"}, noSituation("busy.script")},
+      {{"--situation", "../situations/busy", "--"}, noSituation("../situations/busy")},
+      {{"--situation", "\x1b[0m", "--"}, noSituation("\\x1b[0m")},
   };
-  for (const auto& [name, shown] : rows) {
-    const Parsed parsed = parse({"--situation", name, "--", "list"}, own.path());
-    EXPECT_EQ(kWrongUsage, parsed.status) << shown;
-    EXPECT_EQ("", parsed.output) << shown;
-    EXPECT_EQ("--situation: there is none with the name '" + shown +
-                  "': --situations lists them all\nRun with --help for more information.\n",
-              parsed.errors);
+  for (const auto& [line, expected] : rows) {
+    SCOPED_TRACE(::testing::PrintToString(line));
+    parse(line);
+    EXPECT_EQ(status, kWrongUsage);
+    EXPECT_EQ(output, "");
+    EXPECT_NE(errors, "");
+    if (!expected.empty()) {
+      EXPECT_EQ(errors, expected + "Run with --help for more information.\n");
+    }
   }
 }
 
-TEST_F(SituationArguments, EitherSituationOrScript) {
-  for (const auto& line :
-       std::vector<std::vector<const char*>>{{"--script", "s", "--situation", "busy", "--"},
-                                             {"--situation", "busy", "--script", "s", "--"}}) {
-    const Parsed parsed = parse(line, own.path());
-    EXPECT_EQ(kWrongUsage, parsed.status);
-    EXPECT_EQ("--situation excludes --script\nRun with --help for more information.\n",
-              parsed.errors);
-  }
-  const Parsed twice = parse({"--situation", "busy", "--situation", "busy", "--"}, own.path());
-  EXPECT_EQ(kWrongUsage, twice.status);
-}
-
-TEST_F(SituationArguments, List) {
-  for (const auto& line : std::vector<std::vector<const char*>>{
-           {"--situations"}, {"--trace", "--situations", "--", "list"}}) {
-    const Parsed parsed = parse(line, own.path());
-    EXPECT_EQ(0, parsed.status);
-    EXPECT_EQ(
-        "a-b   Other.\n"
-        "busy  Busy.\n",
-        parsed.output);
-    EXPECT_EQ("", parsed.errors);
-  }
-}
-
-TEST_F(SituationArguments, MissingFolderIsNoEmptyList) {
-  EXPECT_EQ(std::nullopt, parse({"--"}).status);
-  for (const char* option : {"--situations", "--situation=busy"}) {
-    std::vector<const char*> argv = {"tanexics-rehearse", option, "--"};
-    Arguments arguments;
-    EXPECT_THROW(parseArguments(3, argv.data(), "/nonexistent", arguments), std::runtime_error);
-  }
-}
-
-TEST(Arguments, Help) {
-  const Parsed parsed = parse({"--help"});
-  EXPECT_EQ(0, parsed.status);
-  EXPECT_EQ("", parsed.errors);
-  EXPECT_EQ(
+TEST_F(ParseArguments, ListAndHelp_ArePrintedInsteadOfARun) {
+  const std::string list =
+      "a-b   Other.\n"
+      "busy  Busy.\n";
+  const std::string help =
       "Runs tanexics on a stand-in of the communication library, and shows what the\n"
       "support centre would have received, the action log and the exit status.\n"
       "\n"
@@ -195,8 +138,33 @@ TEST(Arguments, Help) {
       "  --command PATH              Run PATH instead of ../tanexics beside this one\n"
       "  --library DIR               Take the stand-in library from DIR\n"
       "  --trace                     Write the action log's trace lines too\n"
-      "\n",
-      parsed.output);
+      "\n";
+  const struct {
+    Words line;
+    std::string expected;
+  } rows[] = {
+      {{"--situations"}, list},
+      {{"--trace", "--situations", "--", "list"}, list},
+      {{"--help"}, help},
+  };
+  for (const auto& [line, expected] : rows) {
+    SCOPED_TRACE(::testing::PrintToString(line));
+    parse(line);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(output, expected);
+    EXPECT_EQ(errors, "");
+  }
+}
+
+TEST_F(ParseArguments, MissingFolderOfSituations_IsNoEmptyList) {
+  const std::string folder = "/nonexistent";
+  for (const char* option : {"--situations", "--situation=busy"}) {
+    const char* const argv[] = {"tanexics-rehearse", option, "--"};
+    EXPECT_THROW(parseArguments(3, argv, folder, arguments), std::runtime_error) << option;
+  }
+  // Nobody who asks for none needs it.
+  const char* const argv[] = {"tanexics-rehearse", "--"};
+  EXPECT_EQ(parseArguments(2, argv, folder, arguments), std::nullopt);
 }
 
 }  // namespace

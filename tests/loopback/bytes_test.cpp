@@ -10,60 +10,29 @@ namespace {
 
 using namespace std::string_literals;
 
-/// The bytes after the way through a JSON document and back.
-std::string throughJson(const std::string& bytes) {
-  const std::string document = nlohmann::json(escapeBytes(bytes)).dump();
-  return unescapeBytes(nlohmann::json::parse(document).get<std::string>())
-      .value_or("NOT AN ESCAPE");
-}
-
-struct LengthCase {
-  std::string bytes;
-  std::size_t length;
-};
-
-TEST(Bytes, LengthOfUtf8Characters) {
-  const LengthCase cases[] = {
-      {"", 0},
-      {"a", 1},
-      {"\0"s, 1},
-      {"\x7f", 1},
-      {"\x80", 0},
-      {"\xbf", 0},
-      {"\xc1\xbf", 0},
-      {"\xc2\x80", 2},
-      {"\xc2", 0},
-      {"\xc2\x7f", 0},
-      {"\xc2\xc0", 0},
-      {"\xdf\xbf", 2},
-      {"\xe0\x9f\xbf", 0},
-      {"\xe0\xa0\x80", 3},
-      {"\xe0\xa0", 0},
-      {"\xe0\xa0\x7f", 0},
-      {"\xed\x9f\xbf", 3},
-      {"\xed\xa0\x80", 0},
-      {"\xee\x80\x80", 3},
-      {"\xef\xbf\xbf", 3},
-      {"\xf0\x8f\xbf\xbf", 0},
-      {"\xf0\x90\x80\x80", 4},
-      {"\xf0\x90\x80", 0},
-      {"\xf4\x8f\xbf\xbf", 4},
-      {"\xf4\x90\x80\x80", 0},
-      {"\xf5\x80\x80\x80", 0},
-      {"\xff", 0},
-  };
-  for (const LengthCase& row : cases) {
-    EXPECT_EQ(row.length, utf8Length(row.bytes)) << escapeBytes(row.bytes);
+TEST(Utf8Length, WholeCharacter_IsItsLength) {
+  for (const std::string& bytes :
+       {"a"s, "\0"s, "\x7f"s, "\xc2\x80"s, "\xdf\xbf"s, "\xe0\xa0\x80"s, "\xed\x9f\xbf"s,
+        "\xee\x80\x80"s, "\xef\xbf\xbf"s, "\xf0\x90\x80\x80"s, "\xf4\x8f\xbf\xbf"s}) {
+    EXPECT_EQ(utf8Length(bytes), bytes.size()) << escapeBytes(bytes);
+    EXPECT_EQ(utf8Length(bytes + "\x80"), bytes.size()) << escapeBytes(bytes);
   }
 }
 
-struct EscapeCase {
-  std::string bytes;
-  std::string text;
-};
+TEST(Utf8Length, CutForeignOrForbiddenBytes_AreNoCharacter) {
+  for (const char* bytes :
+       {"", "\x80", "\xbf", "\xc1\xbf", "\xc2", "\xc2\x7f", "\xc2\xc0", "\xe0\x9f\xbf", "\xe0\xa0",
+        "\xe0\xa0\x7f", "\xed\xa0\x80", "\xf0\x8f\xbf\xbf", "\xf0\x90\x80", "\xf4\x90\x80\x80",
+        "\xf5\x80\x80\x80", "\xff"}) {
+    EXPECT_EQ(utf8Length(bytes), 0U) << escapeBytes(bytes);
+  }
+}
 
-TEST(Bytes, EscapedTexts) {
-  const EscapeCase cases[] = {
+TEST(EscapeBytes, Text_ComesBack) {
+  const struct {
+    std::string bytes;
+    std::string text;
+  } rows[] = {
       {"", ""},
       {"plain text, \"quoted\"", "plain text, \"quoted\""},
       {"line\nend\x01", "line\nend\x01"},
@@ -75,28 +44,35 @@ TEST(Bytes, EscapedTexts) {
       {"\xe6\x97", "\\xe6\\x97"},
       {"\x0f\xf0", "\x0f\\xf0"},
   };
-  for (const EscapeCase& row : cases) {
-    EXPECT_EQ(row.text, escapeBytes(row.bytes));
-    EXPECT_EQ(row.bytes, unescapeBytes(row.text)) << row.text;
+  for (const auto& [bytes, text] : rows) {
+    EXPECT_EQ(escapeBytes(bytes), text);
+    EXPECT_EQ(unescapeBytes(text), bytes) << text;
   }
 }
 
-TEST(Bytes, RejectedEscapes) {
+TEST(UnescapeBytes, WhatIsNoEscape_IsRejected) {
   for (const char* text : {"\\", "a\\", "\\n", "\\x", "\\xc", "\\xcg", "\\xgc", "\\xC6", "\\Xc6"}) {
-    EXPECT_EQ(std::nullopt, unescapeBytes(text)) << text;
+    EXPECT_EQ(unescapeBytes(text), std::nullopt) << text;
   }
 }
 
-TEST(Bytes, EveryPairOfBytesComesBackThroughJson) {
+/// The bytes after the way through a JSON document and back.
+std::string throughJson(const std::string& bytes) {
+  const std::string document = nlohmann::json(escapeBytes(bytes)).dump();
+  return unescapeBytes(nlohmann::json::parse(document).get<std::string>())
+      .value_or("NOT AN ESCAPE");
+}
+
+TEST(EscapeBytes, EveryPairOfBytes_ComesBackThroughJson) {
   for (int first = 0; first < 256; ++first) {
     for (int second = 0; second < 256; ++second) {
       const std::string bytes = {static_cast<char>(first), static_cast<char>(second)};
-      ASSERT_EQ(bytes, throughJson(bytes)) << first << " " << second;
+      ASSERT_EQ(throughJson(bytes), bytes) << first << " " << second;
     }
   }
 }
 
-TEST(Bytes, RandomBytesComeBackThroughJson) {
+TEST(EscapeBytes, RandomBytes_ComeBackThroughJson) {
   // Drawn from bytes that matter to the rule, so that whole, cut and forbidden characters, escapes
   // and what only looks like one all occur.
   const std::string pool =
@@ -108,13 +84,13 @@ TEST(Bytes, RandomBytesComeBackThroughJson) {
     std::string bytes;
     const std::size_t length = index(random);
     while (bytes.size() < length) bytes += pool[index(random)];
-    ASSERT_EQ(bytes, throughJson(bytes)) << escapeBytes(bytes);
+    ASSERT_EQ(throughJson(bytes), bytes) << escapeBytes(bytes);
   }
 }
 
-TEST(Bytes, VisibleTextsHaveNoControlCharacters) {
-  EXPECT_EQ("a\\x00\\x1b[31m\\x0a\\x7f\\xc2\\x9b\\xc6|\\|\xc2\xa0\xe6\x97\xa5",
-            visibleBytes("a\0\x1b[31m\n\x7f\xc2\x9b\xc6|\\|\xc2\xa0\xe6\x97\xa5"s));
+TEST(VisibleBytes, ControlCharactersAndOtherBytes_AreEscaped) {
+  EXPECT_EQ(visibleBytes("a\0\x1b[31m\n\x7f\xc2\x9b\xc6|\\|\xc2\xa0\xe6\x97\xa5"s),
+            "a\\x00\\x1b[31m\\x0a\\x7f\\xc2\\x9b\\xc6|\\|\xc2\xa0\xe6\x97\xa5");
 }
 
 }  // namespace

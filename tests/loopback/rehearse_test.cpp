@@ -1,14 +1,12 @@
 // The rehearsal as a person runs it.
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <map>
+#include <csignal>
 #include <string>
 #include <vector>
 
+#include "e2e/support/expectedlog.h"
 #include "support/childrun.h"
 #include "support/scratch.h"
 
@@ -19,16 +17,15 @@ using Names = std::vector<std::string>;
 class Rehearse : public ::testing::Test {
  protected:
   /// Temporary folders of the rehearsal are made in one of the test's own.
-  ChildResult rehearse(const std::vector<std::string>& words) {
+  ChildResult rehearse(const std::vector<std::string>& words) const {
     std::vector<std::string> all = {REHEARSE};
     all.insert(all.end(), words.begin(), words.end());
     return runProgram(all, {{"TMPDIR", temporary.path()}});
   }
 
-  /// The same with the player as the command.
-  ChildResult play(std::vector<std::string> options, const std::vector<std::string>& words) {
-    options.insert(options.end(), {"--command", LOOPBACK_PLAYER, "--"});
-    options.insert(options.end(), words.begin(), words.end());
+  /// The same with shell commands in the command's place.
+  ChildResult rehearseShell(std::vector<std::string> options, const std::string& commands) const {
+    options.insert(options.end(), {"--command", "/bin/sh", "--", "-c", commands});
     return rehearse(options);
   }
 
@@ -36,188 +33,143 @@ class Rehearse : public ::testing::Test {
   ScratchDir temporary;
 };
 
-TEST_F(Rehearse, WholeReportAfterTheCommandsOwnOutput) {
+TEST_F(Rehearse, Report_ComesAfterTheCommandsOwnOutput) {
   const std::string file = scratch.write("messages", "12345");
   const ChildResult child =
-      play({}, {"print", "collected", "log", "first line", "id", "status", "start", "notify",
-                "0x40017", "INCNO=\"1\"", "data", "0x4010b", "2", file, "/nonexistent", "stop"});
-  EXPECT_EQ(
-      "collected\n"
-      "What the centre would have received\n"
-      "-----------------------------------\n"
-      "    1  machine identifier (4711): result 0\n"
-      "    2  connection status (0x20, operating): result 0\n"
-      "    3  start: result 0\n"
-      "    4  0x40017, notification of an incident: result 0\n"
-      "       INCNO=\"1\"\n"
-      "    5  0x4010b, data of an incident, 2 files: result 0\n"
-      "                      5 bytes  " +
-          file +
-          "\n"
-          "                     not sent  /nonexistent (No such file or directory)\n"
-          "    6  stop: result 0\n"
-          "\n"
-          "Action log\n"
-          "----------\n"
-          "  first line\n"
-          "\n"
-          "Exit status\n"
-          "-----------\n"
-          "  0: the event was parsed, and nothing failed that the status tells of\n",
-      child.out);
-  EXPECT_EQ("", child.err);
-  EXPECT_EQ(0, child.status);
-  EXPECT_EQ(Names(), namesIn(temporary.path()));
+      rehearseShell({}, "echo collected; echo first line >\"$TANEX_LOG\"; exec " LOOPBACK_PLAYER
+                        " id status start notify 0x40017 'INCNO=\"1\"' data 0x4010b 2 " +
+                            file + " /nonexistent stop");
+  EXPECT_EQ(child.out,
+            lines({"collected",
+                   "What the centre would have received",
+                   "-----------------------------------",
+                   "    1  machine identifier (4711): result 0",
+                   "    2  connection status (0x20, operating): result 0",
+                   "    3  start: result 0",
+                   "    4  0x40017, notification of an incident: result 0",
+                   "       INCNO=\"1\"",
+                   "    5  0x4010b, data of an incident, 2 files: result 0",
+                   "                      5 bytes  " + file,
+                   "                     not sent  /nonexistent (No such file or directory)",
+                   "    6  stop: result 0",
+                   "",
+                   "Action log",
+                   "----------",
+                   "  first line",
+                   "",
+                   "Exit status",
+                   "-----------",
+                   "  0: the event was parsed, and nothing failed that the status tells of"}));
+  EXPECT_EQ(child.err, "");
+  EXPECT_EQ(child.status, 0);
+  EXPECT_EQ(namesIn(temporary.path()), Names());
 }
 
-TEST_F(Rehearse, KnownLogOfACommandThatIsNoUserOfTheLibrary) {
-  const std::string script = scratch.write(
-      "fake", "#!/bin/sh\necho \"$# $1 $2 $3\" >\"$TANEX_LOG\"\necho complaint >&2\nexit 68\n");
-  ASSERT_EQ(0, ::chmod(script.c_str(), 0755));
-  const ChildResult child = rehearse({"--command", script, "--", "a b", "-i", "--trace"});
-  EXPECT_EQ(
-      "What the centre would have received\n"
-      "-----------------------------------\n"
-      "  (no record: the command did not load the stand-in library)\n"
-      "\n"
-      "Action log\n"
-      "----------\n"
-      "  3 a b -i --trace\n"
-      "\n"
-      "Exit status\n"
-      "-----------\n"
-      "  68: the command line, the list of files or the definition file was rejected\n",
-      child.out);
-  EXPECT_EQ("complaint\n", child.err);
-  EXPECT_EQ(68, WEXITSTATUS(child.status));
+TEST_F(Rehearse, CommandsWords_StandAsTheyAre) {
+  const ChildResult child =
+      rehearse({"--command", "/bin/sh", "--", "-c",
+                "echo \"$# $0 $1 $2\" >\"$TANEX_LOG\"; echo complaint >&2; exit 68", "a b", "-i",
+                "--trace"});
+  EXPECT_EQ(child.out,
+            lines({"What the centre would have received", "-----------------------------------",
+                   "  (no record: the command did not load the stand-in library)", "", "Action log",
+                   "----------", "  2 a b -i --trace", "", "Exit status", "-----------",
+                   "  68: the command line, the send-file list or the event definition file was "
+                   "rejected"}));
+  EXPECT_EQ(child.err, "complaint\n");
+  EXPECT_EQ(child.exitCode(), 68);
 }
 
-TEST_F(Rehearse, ScriptAnswers) {
-  const std::string script = scratch.write("script", "stop 5\nstop 6\n");
-  const ChildResult child = play({"--script", script}, {"stop", "stop"});
-  EXPECT_EQ(0U, child.out.find("What the centre would have received\n"
-                               "-----------------------------------\n"
-                               "    1  stop: result 5\n"
-                               "    2  stop: result 6\n"
-                               "\n"))
-      << child.out;
+TEST_F(Rehearse, Script_Answers) {
+  const struct {
+    std::string text;
+    std::string result;
+    std::string complaint;
+  } rows[] = {
+      {"stop 5\n", "5", ""},
+      {"nonsense\n", "-1",
+       "libkelcom loopback: " + (scratch / "script") + ":1: 'nonsense' is no kind of line\n"},
+  };
+  for (const auto& [text, result, complaint] : rows) {
+    const std::string script = scratch.write("script", text);
+    const ChildResult child =
+        rehearse({"--script", script, "--command", LOOPBACK_PLAYER, "--", "stop"});
+    EXPECT_NE(child.out.find("\n    1  stop: result " + result + "\n"), std::string::npos)
+        << child.out;
+    EXPECT_EQ(child.err, complaint);
+  }
 }
 
-TEST_F(Rehearse, BadScriptIsSaidAndEveryCallFails) {
-  const std::string script = scratch.write("script", "nonsense\n");
-  const ChildResult child = play({"--script", script}, {"stop"});
-  EXPECT_EQ("libkelcom loopback: " + script + ":1: 'nonsense' is no kind of line\n", child.err);
-  EXPECT_NE(std::string::npos, child.out.find("    1  stop: result -1\n")) << child.out;
+TEST_F(Rehearse, Signal_IsPassedOn) {
+  const ChildResult killed = rehearseShell({}, "kill -9 $$");
+  EXPECT_EQ(killed.exitCode(), 128 + SIGKILL);
+  EXPECT_NE(killed.out.find("\n  none: ended by signal 9 (Killed)\n"), std::string::npos);
+  EXPECT_EQ(namesIn(temporary.path()), Names());
 }
 
-TEST_F(Rehearse, ExitStatusAndSignalArePassedOn) {
-  EXPECT_EQ(33, WEXITSTATUS(play({}, {"exit", "33"}).status));
-  const ChildResult killed = play({}, {"kill", "9"});
-  EXPECT_EQ(137, WEXITSTATUS(killed.status));
-  EXPECT_NE(std::string::npos, killed.out.find("\n  none: ended by signal 9 (Killed)\n"));
-  EXPECT_EQ(Names(), namesIn(temporary.path()));
-}
-
-TEST_F(Rehearse, KeptOutboxHoldsEverythingAndIsNeverOverwritten) {
+TEST_F(Rehearse, KeptOutbox_HoldsEverythingAndIsNeverOverwritten) {
   const std::string file = scratch.write("messages", "12345");
   const std::string outbox = scratch / "a/outbox";
-  EXPECT_EQ(0, play({"--outbox", outbox}, {"log", "line", "data", "1", "1", file}).status);
-  EXPECT_EQ(Names({"action.log", "exchanges.jsonl", "items"}), namesIn(outbox));
-  EXPECT_EQ("12345", readFile(outbox + "/items/0001-messages"));
-  EXPECT_EQ("line\n", readFile(outbox + "/action.log"));
+  const std::string commands =
+      "echo line >\"$TANEX_LOG\"; exec " LOOPBACK_PLAYER " data 1 1 " + file;
+  EXPECT_EQ(rehearseShell({"--outbox", outbox}, commands).status, 0);
+  EXPECT_EQ(namesIn(outbox), Names({"action.log", "exchanges.jsonl", "items"}));
+  EXPECT_EQ(readFile(outbox + "/items/0001-messages"), "12345");
+  EXPECT_EQ(readFile(outbox + "/action.log"), "line\n");
   const std::string record = readFile(outbox + "/exchanges.jsonl");
 
-  const ChildResult second = play({"--outbox", outbox}, {"stop"});
-  EXPECT_EQ(125, WEXITSTATUS(second.status));
-  EXPECT_EQ("tanexics-rehearse: the outbox " + outbox +
-                " already holds 'exchanges.jsonl' of an earlier rehearsal: name another one, or "
-                "remove it\n",
-            second.err);
-  EXPECT_EQ("", second.out);
-  EXPECT_EQ(record, readFile(outbox + "/exchanges.jsonl"));
+  const ChildResult second = rehearseShell({"--outbox", outbox}, commands);
+  EXPECT_EQ(second.exitCode(), 125);
+  EXPECT_EQ(second.err, "tanexics-rehearse: the outbox " + outbox +
+                            " already holds 'exchanges.jsonl' of an earlier rehearsal: name "
+                            "another one, or remove it\n");
+  EXPECT_EQ(second.out, "");
+  EXPECT_EQ(readFile(outbox + "/exchanges.jsonl"), record);
 }
 
-TEST_F(Rehearse, CommandThatIsMissingLeavesNoOutbox) {
-  const ChildResult child =
-      rehearse({"--outbox", scratch / "outbox", "--command", "/nonexistent/command", "--", "list"});
-  EXPECT_EQ(125, WEXITSTATUS(child.status));
-  EXPECT_EQ("tanexics-rehearse: no command: /nonexistent/command\n", child.err);
-  EXPECT_EQ(Names(), namesIn(scratch.path()));
-}
-
-TEST_F(Rehearse, LibraryThatIsMissingStopsItBeforeTheRealOneIsReached) {
-  const ChildResult child = play({"--library", scratch.path()}, {"stop"});
-  EXPECT_EQ(125, WEXITSTATUS(child.status));
-  EXPECT_EQ("tanexics-rehearse: no stand-in library: " + (scratch / "libkelcom.so") + "\n",
-            child.err);
-}
-
-TEST_F(Rehearse, WrongUsage) {
-  const ChildResult child = rehearse({"list", "-i", "5"});
-  EXPECT_EQ(2, WEXITSTATUS(child.status));
-  EXPECT_EQ("", child.out);
-}
-
-TEST_F(Rehearse, UnknownSituation) {
-  const ChildResult child = play({"--situation", "nope"}, {"stop"});
-  EXPECT_EQ(2, WEXITSTATUS(child.status));
-  EXPECT_EQ("", child.out);
-  EXPECT_EQ(
-      "--situation: there is none with the name 'nope': --situations lists them all\n"
-      "Run with --help for more information.\n",
-      child.err);
-}
-
-TEST_F(Rehearse, ListThatCannotBeWritten) {
-  const ChildResult child = runProgram({"/bin/sh", "-c", REHEARSE " --situations >/dev/full"});
-  EXPECT_EQ(125, WEXITSTATUS(child.status));
-  EXPECT_EQ("tanexics-rehearse: the output cannot be written\n", child.err);
-}
-
-TEST_F(Rehearse, ReportThatCannotBeWritten) {
-  const ChildResult child =
-      runProgram({"/bin/sh", "-c", REHEARSE " --command " LOOPBACK_PLAYER " -- stop >/dev/full"},
-                 {{"TMPDIR", temporary.path()}});
-  EXPECT_EQ(125, WEXITSTATUS(child.status));
-  EXPECT_EQ("tanexics-rehearse: the report cannot be written\n", child.err);
-}
-
-#ifdef TANEXICS_COMMAND
-
-TEST_F(Rehearse, RealCommandSendsAnIncident) {
-  const std::string file = scratch.write("messages", "12345");
-  const std::string list = scratch.write("list", file + "\n");
-  const ChildResult child = rehearse({"--command", TANEXICS_COMMAND, "--", list, "-i", "42"});
-  ASSERT_EQ("", child.err);
-  if (::getuid() != 0) {
-    EXPECT_EQ(65, WEXITSTATUS(child.status));
-    return;
+TEST_F(Rehearse, WhatCannotBeRun_LeavesNoOutbox) {
+  const struct {
+    std::vector<std::string> words;
+    int status;
+    std::string complaint;
+  } rows[] = {
+      {{"--command", "/nonexistent/command", "--", "list"},
+       125,
+       "tanexics-rehearse: no command: /nonexistent/command\n"},
+      // The real library is never reached.
+      {{"--library", scratch.path(), "--command", LOOPBACK_PLAYER, "--", "stop"},
+       125,
+       "tanexics-rehearse: no stand-in library: " + (scratch / "libkelcom.so") + "\n"},
+      {{"--situation", "nope", "--", "stop"},
+       2,
+       "--situation: there is none with the name 'nope': --situations lists them all\n"
+       "Run with --help for more information.\n"},
+  };
+  for (auto [words, status, complaint] : rows) {
+    words.insert(words.begin(), {"--outbox", scratch / "outbox"});
+    const ChildResult child = rehearse(words);
+    EXPECT_EQ(child.exitCode(), status) << complaint;
+    EXPECT_EQ(child.err, complaint);
+    EXPECT_EQ(child.out, "");
+    EXPECT_EQ(namesIn(scratch.path()), Names());
   }
-  char host[256] = {};
-  ASSERT_EQ(0, ::gethostname(host, sizeof host - 1));
-  EXPECT_EQ(
-      "What the centre would have received\n"
-      "-----------------------------------\n"
-      "    1  machine identifier (4711): result 0\n"
-      "    2  machine identifier (4711): result 0\n"
-      "    3  connection status (0x20, operating): result 0\n"
-      "    4  connection status (0x20, operating): result 0\n"
-      "    5  start: result 0\n"
-      "    6  0x40017, notification of an incident: result 0\n"
-      "       INCNO=\"42\",HOSTNAME=\"" +
-          std::string(host) +
-          "\",PART=\"1\",TOTAL=\"1\"\n"
-          "    7  0x4010b, data of an incident, 1 file: result 0\n"
-          "                      5 bytes  " +
-          file +
-          "\n"
-          "    8  stop: result 0\n"
-          "    9  stop: result 0\n"
-          "\n",
-      child.out.substr(0, child.out.find("Action log")));
-  EXPECT_EQ(0, child.status);
 }
 
-#endif
+TEST_F(Rehearse, OutputThatCannotBeWritten_IsReported) {
+  const struct {
+    std::string words;
+    std::string complaint;
+  } rows[] = {
+      {"--situations", "tanexics-rehearse: the output cannot be written\n"},
+      {"--command " LOOPBACK_PLAYER " -- stop",
+       "tanexics-rehearse: the report cannot be written\n"},
+  };
+  for (const auto& [words, complaint] : rows) {
+    const ChildResult child = runProgram({"/bin/sh", "-c", REHEARSE " " + words + " >/dev/full"},
+                                         {{"TMPDIR", temporary.path()}});
+    EXPECT_EQ(child.exitCode(), 125) << words;
+    EXPECT_EQ(child.err, complaint);
+  }
+}
 
 }  // namespace

@@ -9,29 +9,38 @@
 #include <exception>
 #include <filesystem>
 #include <string>
-#include <vector>
 
+#include "e2e/support/expectedlog.h"
+#include "support/childrun.h"
 #include "support/scratch.h"
 
 namespace {
 
 const std::string kLibraryFolder = std::filesystem::path(LOOPBACK_LIBRARY).parent_path();
 
+/// Logs the variables that the rehearsal sees to, and one that it leaves alone.
+const char kLogEnvironment[] =
+    "for name in LD_LIBRARY_PATH KELCOM_LOOPBACK_OUTBOX KELCOM_LOOPBACK_SCRIPT TANEX_LOG "
+    "TANEX_LOG_LEVEL OTHER; do eval \"echo $name=\\${$name-unset}\" >>\"$TANEX_LOG\"; done";
+
 class Run : public ::testing::Test {
  protected:
   Run() {
-    arguments.command = LOOPBACK_PLAYER;
+    arguments.command = "/bin/sh";
     arguments.library = kLibraryFolder;
   }
 
-  int run(const std::vector<std::string>& words) {
-    arguments.words = words;
+  /// The wait status of shell commands in the command's place.
+  int runShell(const std::string& commands) {
+    arguments.words = {"-c", commands};
     return runCommand(arguments, folder);
   }
 
-  std::string requirementError() {
+  /// The error text of `body`.
+  template <class Body>
+  std::string errorOf(const Body& body) {
     try {
-      requireRunnable(arguments);
+      body();
       return "none";
     } catch (const std::exception& error) {
       return error.what();
@@ -43,101 +52,91 @@ class Run : public ::testing::Test {
   Arguments arguments;
 };
 
-TEST_F(Run, ExitStatusAndSignal) {
-  EXPECT_EQ(7, WEXITSTATUS(run({"exit", "7"})));
-  EXPECT_EQ(0, run({}));
-  EXPECT_EQ(SIGTERM, WTERMSIG(run({"kill", std::to_string(SIGTERM)})));
+TEST_F(Run, ExitStatusAndSignal_AreReturned) {
+  EXPECT_EQ(runShell("true"), 0);
+  EXPECT_EQ(WEXITSTATUS(runShell("exit 7")), 7);
+  EXPECT_EQ(WTERMSIG(runShell("kill -TERM $$")), SIGTERM);
 }
 
-TEST_F(Run, CallsReachTheOutbox) {
-  EXPECT_EQ(0, run({"stop"}));
-  EXPECT_EQ("{\"call\":\"KEL_StopComm\",\"result\":0}\n", readFile(folder.record()));
+TEST_F(Run, Environment_IsThatOfTheRehearsal) {
+  const ChildResult child = runInChild({{"KELCOM_LOOPBACK_SCRIPT", "/nonexistent/other"},
+                                        {"KELCOM_LOOPBACK_OUTBOX", "/nonexistent/other"},
+                                        {"TANEX_LOG", "/nonexistent/other"},
+                                        {"OTHER", "kept"}},
+                                       [&] {
+                                         ::unsetenv("TANEX_LOG_LEVEL");
+                                         ::unsetenv("LD_LIBRARY_PATH");
+                                         return WEXITSTATUS(runShell(kLogEnvironment));
+                                       });
+  EXPECT_EQ(child.status, 0);
+  EXPECT_EQ(readFile(folder.actionLog()),
+            lines({"LD_LIBRARY_PATH=" + kLibraryFolder, "KELCOM_LOOPBACK_OUTBOX=" + folder.path(),
+                   "KELCOM_LOOPBACK_SCRIPT=unset", "TANEX_LOG=" + folder.actionLog(),
+                   "TANEX_LOG_LEVEL=unset", "OTHER=kept"}));
 }
 
-TEST_F(Run, EnvironmentOfTheRehearsal) {
-  ::setenv("KELCOM_LOOPBACK_SCRIPT", "/nonexistent/other", 1);
-  ::setenv("KELCOM_LOOPBACK_OUTBOX", "/nonexistent/other", 1);
-  ::setenv("TANEX_LOG", "/nonexistent/other", 1);
-  ::setenv("RUN_TEST_OTHER", "kept", 1);
-  ::unsetenv("TANEX_LOG_LEVEL");
-  ::unsetenv("LD_LIBRARY_PATH");
-  EXPECT_EQ(0, run({"environment", "LD_LIBRARY_PATH", "environment", "KELCOM_LOOPBACK_OUTBOX",
-                    "environment", "KELCOM_LOOPBACK_SCRIPT", "environment", "TANEX_LOG",
-                    "environment", "TANEX_LOG_LEVEL", "environment", "RUN_TEST_OTHER"}));
-  EXPECT_EQ("LD_LIBRARY_PATH=" + kLibraryFolder +
-                "\n"
-                "KELCOM_LOOPBACK_OUTBOX=" +
-                folder.path() +
-                "\n"
-                "KELCOM_LOOPBACK_SCRIPT unset\n"
-                "TANEX_LOG=" +
-                folder.actionLog() +
-                "\n"
-                "TANEX_LOG_LEVEL unset\n"
-                "RUN_TEST_OTHER=kept\n",
-            readFile(folder.actionLog()));
-}
-
-TEST_F(Run, OptionsReachTheEnvironment) {
-  ASSERT_EQ(0, ::chdir(scratch.path().c_str()));
+TEST_F(Run, Options_ReachTheEnvironmentAsAbsolutePaths) {
   scratch.write("script", "id 3\n");
-  ASSERT_EQ(0, ::symlink(kLibraryFolder.c_str(), (scratch / "library").c_str()));
-  ::setenv("LD_LIBRARY_PATH", "/before", 1);
+  std::filesystem::create_symlink(kLibraryFolder, scratch / "library");
   arguments.script = "script";
   arguments.library = "library";
   arguments.trace = true;
-  const std::string here = std::filesystem::current_path();
-  EXPECT_EQ(0, run({"environment", "LD_LIBRARY_PATH", "environment", "KELCOM_LOOPBACK_SCRIPT",
-                    "environment", "TANEX_LOG_LEVEL", "id"}));
-  ::unsetenv("LD_LIBRARY_PATH");
-  EXPECT_EQ(0, ::chdir("/"));
-  EXPECT_EQ("LD_LIBRARY_PATH=" + here + "/library:/before\nKELCOM_LOOPBACK_SCRIPT=" + here +
-                "/script\nTANEX_LOG_LEVEL=LOG_LEVEL_TRACE\n",
-            readFile(folder.actionLog()));
-  EXPECT_EQ("{\"call\":\"KEL_GetID\",\"id\":3,\"result\":0}\n", readFile(folder.record()));
+  const ChildResult child = runInChild({{"LD_LIBRARY_PATH", "/before"}, {"OTHER", ""}}, [&] {
+    if (::chdir(scratch.path().c_str()) != 0) return 1;
+    return WEXITSTATUS(runShell(std::string(kLogEnvironment) + "; exec " LOOPBACK_PLAYER " id"));
+  });
+  EXPECT_EQ(child.status, 0);
+  EXPECT_EQ(
+      readFile(folder.actionLog()),
+      lines({"LD_LIBRARY_PATH=" + (scratch / "library") + ":/before",
+             "KELCOM_LOOPBACK_OUTBOX=" + folder.path(),
+             "KELCOM_LOOPBACK_SCRIPT=" + (scratch / "script"), "TANEX_LOG=" + folder.actionLog(),
+             "TANEX_LOG_LEVEL=LOG_LEVEL_TRACE", "OTHER="}));
+  EXPECT_EQ(readFile(folder.record()), "{\"call\":\"KEL_GetID\",\"id\":3,\"result\":0}\n");
 }
 
-TEST_F(Run, InterruptIsIgnoredHereAndDeadlyThere) {
-  arguments.command = "/bin/sh";
+TEST_F(Run, Interrupt_IsIgnoredHereAndDeadlyThere) {
   // The shell interrupts the rehearsal, which is its parent, then itself.
-  EXPECT_EQ(SIGINT, WTERMSIG(run({"-c", "kill -INT $PPID; kill -INT $$; sleep 5"})));
+  EXPECT_EQ(WTERMSIG(runShell("kill -INT $PPID; kill -INT $$; sleep 5")), SIGINT);
   struct sigaction after = {};
   ::sigaction(SIGINT, nullptr, &after);
-  EXPECT_EQ(SIG_DFL, after.sa_handler);
+  EXPECT_EQ(after.sa_handler, SIG_DFL);
 }
 
-TEST_F(Run, InterruptThatWasIgnoredBeforeStaysIgnored) {
+TEST_F(Run, InterruptThatWasIgnoredBefore_StaysIgnored) {
   ::signal(SIGINT, SIG_IGN);
-  arguments.command = "/bin/sh";
-  EXPECT_EQ(3, WEXITSTATUS(run({"-c", "kill -INT $$; exit 3"})));
+  EXPECT_EQ(WEXITSTATUS(runShell("kill -INT $$; exit 3")), 3);
   ::signal(SIGINT, SIG_DFL);
 }
 
-TEST_F(Run, CommandThatCannotBeStarted) {
+TEST_F(Run, CommandThatCannotBeStarted_IsNamedInTheError) {
   arguments.command = scratch.write("garbage", "no program");
-  ASSERT_EQ(0, ::chmod(arguments.command.c_str(), 0755));
-  try {
-    run({});
-    FAIL() << "started";
-  } catch (const std::exception& error) {
-    EXPECT_EQ("cannot run " + arguments.command + ": Exec format error", error.what());
-  }
+  ASSERT_EQ(::chmod(arguments.command.c_str(), 0755), 0);
+  EXPECT_EQ(errorOf([this] { runShell(""); }),
+            "cannot run " + arguments.command + ": Exec format error");
 }
 
-TEST_F(Run, WhatIsRequired) {
-  EXPECT_EQ("none", requirementError());
-  arguments.command = scratch / "missing";
-  EXPECT_EQ("no command: " + (scratch / "missing"), requirementError());
-  arguments.command = scratch.path();
-  EXPECT_EQ("the command cannot be used: " + scratch.path(), requirementError());
-  arguments.command = scratch.write("data", "");
-  EXPECT_EQ("the command cannot be used: " + (scratch / "data"), requirementError());
-  arguments.command = LOOPBACK_PLAYER;
-  arguments.library = scratch.path();
-  EXPECT_EQ("no stand-in library: " + (scratch / "libkelcom.so"), requirementError());
-  ASSERT_EQ(0, ::mkdir((scratch / "libkelcom.so").c_str(), 0700));
-  EXPECT_EQ("the stand-in library cannot be used: " + (scratch / "libkelcom.so"),
-            requirementError());
+TEST_F(Run, CommandAndLibrary_AreRequired) {
+  std::filesystem::create_directories(scratch / "folder/libkelcom.so");
+  const std::string data = scratch.write("data", "");
+  const struct {
+    std::string command;
+    std::string library;
+    std::string error;
+  } rows[] = {
+      {LOOPBACK_PLAYER, kLibraryFolder, "none"},
+      {scratch / "none", kLibraryFolder, "no command: " + (scratch / "none")},
+      {scratch.path(), kLibraryFolder, "the command cannot be used: " + scratch.path()},
+      {data, kLibraryFolder, "the command cannot be used: " + data},
+      {LOOPBACK_PLAYER, scratch.path(), "no stand-in library: " + (scratch / "libkelcom.so")},
+      {LOOPBACK_PLAYER, scratch / "folder",
+       "the stand-in library cannot be used: " + (scratch / "folder/libkelcom.so")},
+  };
+  for (const auto& row : rows) {
+    arguments.command = row.command;
+    arguments.library = row.library;
+    EXPECT_EQ(errorOf([this] { requireRunnable(arguments); }), row.error);
+  }
 }
 
 }  // namespace

@@ -10,22 +10,42 @@ namespace {
 
 std::string x(std::size_t count) { return std::string(count, 'x'); }
 
-TEST(Screen, ShortTextIsOneRow) {
-  EXPECT_EQ("\n", screenRows("", 2, 4));
-  EXPECT_EQ("  a b \n", screenRows("a b ", 2, 4));
-  EXPECT_EQ("  " + x(94) + "\n", screenRows(x(94), 2, 4));
+std::string repeated(const std::string& character, std::size_t count) {
+  std::string text;
+  for (std::size_t at = 0; at < count; ++at) text += character;
+  return text;
 }
 
-TEST(Screen, LongWordBreaksWhereTheRowIsFull) {
-  EXPECT_EQ("  " + x(94) + "\n    " + x(92) + "\n    x\n", screenRows(x(187), 2, 4));
+TEST(ScreenRows, Text_BreaksWhereARowIsFull) {
+  const std::string wide = "\xe6\x97\xa5";
+  const std::string narrow = "\xc3\xa9";
+  const struct {
+    const char* what;
+    std::string text;
+    std::size_t indent;
+    std::size_t hang;
+    std::string expected;
+  } rows[] = {
+      {"empty", "", 2, 4, "\n"},
+      {"short", "a b ", 2, 4, "  a b \n"},
+      {"full row", x(94), 2, 4, "  " + x(94) + "\n"},
+      {"long word", x(187), 2, 4, "  " + x(94) + "\n    " + x(92) + "\n    x\n"},
+      {"blank in the second half", x(50) + " " + x(60), 0, 2, x(50) + " \n  " + x(60) + "\n"},
+      {"blank in the first half", x(20) + " " + x(80), 0, 2,
+       x(20) + " " + x(75) + "\n  " + x(5) + "\n"},
+      {"control characters and other bytes", "a\n\x1b\xc6\xfc", 0, 0, "a\\x0a\\x1b\\xc6\\xfc\n"},
+      {"wide characters count twice", repeated(wide, 49), 0, 0,
+       repeated(wide, 48) + "\n" + wide + "\n"},
+      {"narrow characters of several bytes count once", repeated(narrow, 97), 0, 0,
+       repeated(narrow, 96) + "\n" + narrow + "\n"},
+  };
+  static_assert(kScreenColumns == 96);
+  for (const auto& [what, text, indent, hang, expected] : rows) {
+    EXPECT_EQ(screenRows(text, indent, hang), expected) << what;
+  }
 }
 
-TEST(Screen, RowsBreakBehindABlankOfTheirSecondHalf) {
-  EXPECT_EQ(x(50) + " \n  " + x(60) + "\n", screenRows(x(50) + " " + x(60), 0, 2));
-  EXPECT_EQ(x(20) + " " + x(75) + "\n  " + x(5) + "\n", screenRows(x(20) + " " + x(80), 0, 2));
-}
-
-TEST(Screen, NothingIsLostAndNoRowIsTooWide) {
+TEST(ScreenRows, TextOfAnyLength_LosesNothingAndHasNoRowTooWide) {
   for (std::size_t length = 1; length < 600; ++length) {
     std::string text;
     for (std::size_t at = 0; at < length; ++at) text += (at * at + length) % 11 < 2 ? ' ' : 'a';
@@ -36,35 +56,18 @@ TEST(Screen, NothingIsLostAndNoRowIsTooWide) {
       ASSERT_LE(row.size(), kScreenColumns);
       together += row.substr(indent);
     }
-    ASSERT_EQ(text, together);
+    ASSERT_EQ(together, text);
   }
 }
 
-TEST(Screen, ControlCharactersAndOtherBytesAreEscaped) {
-  EXPECT_EQ("a\\x0a\\x1b\\xc6\\xfc\n", screenRows("a\n\x1b\xc6\xfc", 0, 0));
-}
-
-TEST(Screen, WideCharactersCountTwice) {
-  const std::string wide = "\xe6\x97\xa5";
-  std::string text;
-  for (int count = 0; count < 49; ++count) text += wide;
-  EXPECT_EQ(text.substr(0, 144) + "\n" + wide + "\n", screenRows(text, 0, 0));
-}
-
-TEST(Screen, NarrowCharactersOfSeveralBytesCountOnce) {
-  std::string text;
-  for (std::size_t count = 0; count < kScreenColumns; ++count) text += "\xc3\xa9";
-  EXPECT_EQ(text + "\n", screenRows(text, 0, 0));
-}
-
-TEST(Screen, GroupedNumbers) {
-  EXPECT_EQ("0", groupedNumber(0));
-  EXPECT_EQ("999", groupedNumber(999));
-  EXPECT_EQ("1,000", groupedNumber(1000));
-  EXPECT_EQ("999,999", groupedNumber(999999));
-  EXPECT_EQ("1,234,567", groupedNumber(1234567));
-  EXPECT_EQ("18,446,744,073,709,551,615",
-            groupedNumber(std::numeric_limits<unsigned long long>::max()));
+TEST(GroupedNumber, EveryThreeDigits_AreAGroup) {
+  EXPECT_EQ(groupedNumber(0), "0");
+  EXPECT_EQ(groupedNumber(999), "999");
+  EXPECT_EQ(groupedNumber(1000), "1,000");
+  EXPECT_EQ(groupedNumber(999999), "999,999");
+  EXPECT_EQ(groupedNumber(1234567), "1,234,567");
+  EXPECT_EQ(groupedNumber(std::numeric_limits<unsigned long long>::max()),
+            "18,446,744,073,709,551,615");
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
 #include "loopback/rehearse/situationlist.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <exception>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -11,61 +11,50 @@
 
 namespace {
 
-std::string errorOf(const std::string& folder) {
+/// What is read from a folder, a line each: name, sentence and script, or the error.
+std::string listOf(const std::string& folder) {
   try {
-    readSituations(folder);
-    return "none";
+    std::string list;
+    for (const auto& [name, sentence, script] : readSituations(folder)) {
+      list.append(name).append("|").append(sentence).append("|").append(script).append("\n");
+    }
+    return list;
   } catch (const std::exception& error) {
     return error.what();
   }
 }
 
-TEST(SituationList, ScriptsInTheOrderOfTheirNames) {
+TEST(ReadSituations, Folder_GivesItsScriptsInTheOrderOfTheirNames) {
   const ScratchDir scratch;
+  EXPECT_EQ(listOf(scratch.path()), "");
   scratch.write("b.script", "# Second one.\nid 3\n# Not this.\n");
   scratch.write("a-long.name.script", "# First: #1.");
   scratch.write("README", "no script");
   scratch.write("script", "no script");
-  const std::vector<Situation> situations = readSituations(scratch.path());
-  ASSERT_EQ(2U, situations.size());
-  EXPECT_EQ("a-long.name", situations[0].name);
-  EXPECT_EQ("First: #1.", situations[0].sentence);
-  EXPECT_EQ(scratch / "a-long.name.script", situations[0].script);
-  EXPECT_EQ("b", situations[1].name);
-  EXPECT_EQ("Second one.", situations[1].sentence);
-  EXPECT_EQ(scratch / "b.script", situations[1].script);
+  EXPECT_EQ(listOf(scratch.path()), "a-long.name|First: #1.|" + (scratch / "a-long.name.script") +
+                                        "\n" + "b|Second one.|" + (scratch / "b.script") + "\n");
 }
 
-TEST(SituationList, EmptyFolder) {
+TEST(ReadSituations, WhatCannotBeRead_IsNamed) {
   const ScratchDir scratch;
-  EXPECT_TRUE(readSituations(scratch.path()).empty());
-  EXPECT_EQ("", situationRows({}));
-}
-
-TEST(SituationList, Rows) {
-  EXPECT_EQ(
-      "a    One.\n"
-      "bcd  Two.\n",
-      situationRows({{"a", "One.", ""}, {"bcd", "Two.", ""}}));
-}
-
-TEST(SituationList, WhatCannotBeRead) {
-  const ScratchDir scratch;
-  EXPECT_EQ(scratch / "none" + ": cannot be read: No such file or directory",
-            errorOf(scratch / "none"));
-  ASSERT_EQ(0, ::mkdir((scratch / "a.script").c_str(), 0700));
-  EXPECT_EQ(scratch / "a.script" + ": cannot be read", errorOf(scratch.path()));
-}
-
-TEST(SituationList, ScriptWithoutSentence) {
+  const std::string script = scratch / "a.script";
+  EXPECT_EQ(listOf(script), script + ": cannot be read: No such file or directory");
+  std::filesystem::create_directory(script);
+  EXPECT_EQ(listOf(scratch.path()), script + ": cannot be read");
+  std::filesystem::remove(script);
+  scratch.write("a.script", "");
+  EXPECT_EQ(listOf(scratch.path()), script + ": cannot be read");
   for (const char* text : {"id 3\n# Late.\n", "#None.\n", " # Late.\n", "\n"}) {
-    const ScratchDir scratch;
-    const std::string script = scratch.write("a.script", text);
-    EXPECT_EQ(script + ": does not begin with a comment", errorOf(scratch.path())) << text;
+    scratch.write("a.script", text);
+    EXPECT_EQ(listOf(scratch.path()), script + ": does not begin with a comment") << text;
   }
-  const ScratchDir scratch;
-  const std::string script = scratch.write("a.script", "");
-  EXPECT_EQ(script + ": cannot be read", errorOf(scratch.path()));
+}
+
+TEST(SituationRows, Names_AreAsWideAsTheLongest) {
+  EXPECT_EQ(situationRows({}), "");
+  EXPECT_EQ(situationRows({{"a", "One.", ""}, {"bcd", "Two.", ""}}),
+            "a    One.\n"
+            "bcd  Two.\n");
 }
 
 }  // namespace

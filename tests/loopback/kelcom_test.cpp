@@ -54,22 +54,21 @@ Library loadLibrary() {
   return library;
 }
 
-/// Sends files, given as texts, and prints result and error block.
-void sendFiles(const Library& library, unsigned code, std::vector<std::string> paths) {
-  std::vector<char*> pointers;
-  pointers.reserve(paths.size());
-  for (std::string& path : paths) pointers.push_back(path.data());
+/// Makes an exchange, and prints result and error block under `name`.
+void exchange(const Library& library, const char* name, unsigned code, int count, void* data) {
   int error[3] = {9, 9, 9};
-  const int result =
-      library.communicate(code, 0, static_cast<int>(paths.size()), pointers.data(), error);
-  std::printf("data %d %d %d %d\n", result, error[0], error[1], error[2]);
+  const int result = library.communicate(code, 0, count, data, error);
+  std::printf("%s %d %d %d %d\n", name, result, error[0], error[1], error[2]);
 }
 
-void sendText(const Library& library, unsigned code, const std::string& text) {
-  std::string data = text;
-  int error[3] = {9, 9, 9};
-  const int result = library.communicate(code, 0, 0, data.data(), error);
-  std::printf("text %d %d %d %d\n", result, error[0], error[1], error[2]);
+void sendFiles(const Library& library, unsigned code, std::vector<std::string> paths) {
+  std::vector<char*> pointers;
+  for (std::string& path : paths) pointers.push_back(path.data());
+  exchange(library, "data", code, static_cast<int>(pointers.size()), pointers.data());
+}
+
+void sendText(const Library& library, unsigned code, std::string text) {
+  exchange(library, "text", code, 0, text.data());
 }
 
 /// One of every call, with what the caller sees of it.
@@ -111,7 +110,7 @@ class Kelcom : public ::testing::Test {
 };
 
 /// The record of an exchange, of which `rest` is what follows its code.
-std::string exchange(const std::string& code, const std::string& rest) {
+std::string recorded(const std::string& code, const std::string& rest) {
   return R"({"call":"KEL_Communicate","code":")" + code + R"(","reserved":)" + rest + "}";
 }
 
@@ -157,7 +156,7 @@ TEST_F(Kelcom, EveryCall_IsAnsweredAndRecordedInOrder) {
               lines({R"({"call":"KEL_GetID","id":)" + row.id + "}",
                      R"({"call":"KEL_GetStatus","reserved":1,"status":)" + row.status + "}",
                      R"({"call":"KEL_StartComm","mode":2,"value":3,"result":)" + row.start + "}",
-                     exchange("0x40017", R"(0,"count":0,"text":"text","error":)" + row.error),
+                     recorded("0x40017", R"(0,"count":0,"text":"text","error":)" + row.error),
                      R"({"call":"KEL_StopComm","result":)" + row.stop + "}"}));
   }
 }
@@ -197,35 +196,31 @@ TEST_F(Kelcom, RecordThatCannotBeWritten_IsReported) {
             "libkelcom loopback: the record is incomplete: write: No space left on device\n");
 }
 
-TEST_F(Kelcom, Files_AreRecordedAndCopied) {
+TEST_F(Kelcom, TextsAndFiles_AreRecordedWithoutLossAndCopied) {
   const std::string one = scratch.write("one", "first");
   const std::string odd = scratch.write("\xc6\xfc\\", "second");
   const ChildResult child = playRecorded([&](const Library& library) {
+    sendText(library, 1, "\xc6\xfc \xe6\x97\xa5 \\ \" \n\x1b");
     sendFiles(library, 0x4010d, {one, "/nonexistent", odd});
     sendFiles(library, 0xffffffff, {one});
   });
-  EXPECT_EQ(child.out, "data 0 0 0 0\ndata 0 0 0 0\n");
+  EXPECT_EQ(child.out, "text 0 0 0 0\ndata 0 0 0 0\ndata 0 0 0 0\n");
+  const std::string text = R"("\\xc6\\xfc )"
+                           "\xe6\x97\xa5"
+                           R"( \\\\ \" \n\u001b")";
   const std::string head = R"({"path":")" + scratch.path();
   const std::string itemOne = head + R"(/one","copy":"items/0001-one"})";
   const std::string itemOdd = head + R"(/\\xc6\\xfc\\\\","copy":"items/0002-\\xc6\\xfc\\\\"})";
   const std::string itemThree = head + R"(/one","copy":"items/0003-one"})";
   const std::string missing = R"({"path":"/nonexistent","error":"No such file or directory"})";
-  const std::string sent = R"(],"error":[0,0,0],"result":0)";
+  const std::string sent = R"(,"error":[0,0,0],"result":0)";
   EXPECT_EQ(record(),
-            lines({exchange("0x4010d", R"(0,"count":3,"items":[)" + itemOne + "," + missing + "," +
-                                           itemOdd + sent),
-                   exchange("0xffffffff", R"(0,"count":1,"items":[)" + itemThree + sent)}));
+            lines({recorded("0x1", R"(0,"count":0,"text":)" + text + sent),
+                   recorded("0x4010d", R"(0,"count":3,"items":[)" + itemOne + "," + missing + "," +
+                                           itemOdd + "]" + sent),
+                   recorded("0xffffffff", R"(0,"count":1,"items":[)" + itemThree + "]" + sent)}));
   EXPECT_EQ(readFile(outbox + "/items/0001-one"), "first");
   EXPECT_EQ(readFile(outbox + "/items/0002-\xc6\xfc\\"), "second");
-}
-
-TEST_F(Kelcom, TextsOfAnyBytes_AreRecordedWithoutLoss) {
-  playRecorded(
-      [](const Library& library) { sendText(library, 1, "\xc6\xfc \xe6\x97\xa5 \\ \" \n\x1b"); });
-  EXPECT_EQ(record(), exchange("0x1", R"(0,"count":0,"text":)"
-                                      "\"\\\\xc6\\\\xfc \xe6\x97\xa5 \\\\\\\\ \\\" \\n\\u001b\","
-                                      R"("error":[0,0,0],"result":0)") +
-                          "\n");
 }
 
 TEST_F(Kelcom, NullPointers_AreRecordedAsNull) {
@@ -245,10 +240,10 @@ TEST_F(Kelcom, NullPointers_AreRecordedAsNull) {
       lines({R"({"call":"KEL_GetID","id":null,"result":0})",
              R"({"call":"KEL_GetStatus","reserved":0,"status":null,"result":0})",
              R"({"call":"KEL_StartComm","mode":0,"value":null,"result":0})",
-             exchange("0x1", R"(2,"count":0,"text":null,"error":null,"result":0)"),
-             exchange("0x1", R"(2,"count":5,"items":null,"error":null,"result":0)"),
-             exchange("0x1", R"(2,"count":-5,"items":null,"error":null,"result":0)"),
-             exchange("0x1", R"(2,"count":2,"items":[{"path":null,"error":"null path name"},)"
+             recorded("0x1", R"(2,"count":0,"text":null,"error":null,"result":0)"),
+             recorded("0x1", R"(2,"count":5,"items":null,"error":null,"result":0)"),
+             recorded("0x1", R"(2,"count":-5,"items":null,"error":null,"result":0)"),
+             recorded("0x1", R"(2,"count":2,"items":[{"path":null,"error":"null path name"},)"
                              R"({"path":")" +
                                  file + R"(","copy":"items/0001-f"}],"error":null,"result":0)")}));
 }
@@ -310,7 +305,7 @@ TEST_F(Kelcom, ClosedStandardDescriptors_AreNeverTaken) {
   EXPECT_EQ(child.status, 0);
   EXPECT_EQ(readFile(outbox + "/items/0001-f"), "content");
   // The complaint about the script went into none of the files.
-  EXPECT_EQ(record(), exchange("0x1", R"(0,"count":1,"items":[{"path":")" + file +
+  EXPECT_EQ(record(), recorded("0x1", R"(0,"count":1,"items":[{"path":")" + file +
                                           R"(","copy":"items/0001-f"}],"error":null,"result":-1)") +
                           "\n");
   EXPECT_EQ(readFile(script), "bad\n");

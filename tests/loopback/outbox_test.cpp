@@ -9,6 +9,7 @@
 
 #include <csignal>
 #include <exception>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,17 @@ class OutboxTest : public ::testing::Test {
  protected:
   std::string errorOf(const std::string& path) { return outbox.store(path.c_str()).error; }
 
+  /// A socket: opening it would fail with a reason of its own.
+  std::string makeSocket() const {
+    const std::string path = scratch / "socket";
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const Descriptor listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    EXPECT_EQ(::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    return path;
+  }
+
   ScratchDir scratch;
   const std::string folder = scratch / "a/b/out";
   Outbox outbox{folder};
@@ -38,152 +50,136 @@ std::string constructionError(const std::string& folder) {
   }
 }
 
-TEST_F(OutboxTest, MakesTheFolderWithItsParents) {
-  EXPECT_EQ(Names({"exchanges.jsonl", "items"}), namesIn(folder));
+TEST_F(OutboxTest, Folder_IsMadeWithItsParents) {
+  EXPECT_EQ(namesIn(folder), Names({"exchanges.jsonl", "items"}));
 }
 
-TEST_F(OutboxTest, AppendsLines) {
-  EXPECT_EQ("", outbox.append("one\n"));
+TEST_F(OutboxTest, FolderThatCannotBeUsed_IsNamed) {
+  const std::string file = scratch.write("file", "");
+  const std::string record = scratch / "exchanges.jsonl";
+  std::filesystem::create_directory(record);
+  EXPECT_EQ(constructionError(""), "the name of the outbox is empty");
+  EXPECT_EQ(constructionError(file),
+            "filesystem error: cannot create directories: Not a directory [" + file + "/items]");
+  EXPECT_EQ(constructionError(scratch.path()), "open(" + record + "): Is a directory");
+}
+
+TEST_F(OutboxTest, Lines_AreAppended) {
+  EXPECT_EQ(outbox.append("one\n"), "");
   Outbox second(folder);
-  EXPECT_EQ("", second.append("two\n"));
-  EXPECT_EQ("", outbox.append("three\n"));
-  EXPECT_EQ("one\ntwo\nthree\n", readFile(folder + "/exchanges.jsonl"));
+  EXPECT_EQ(second.append("two\n"), "");
+  EXPECT_EQ(outbox.append("three\n"), "");
+  EXPECT_EQ(readFile(folder + "/exchanges.jsonl"), "one\ntwo\nthree\n");
 }
 
-TEST_F(OutboxTest, FilesAreForTheirOwnerWhateverTheMask) {
+TEST_F(OutboxTest, Files_AreForTheirOwnerWhateverTheMask) {
   outbox.store(scratch.write("f", "x").c_str());
   for (const char* name : {"/exchanges.jsonl", "/items/0001-f"}) {
     struct stat status = {};
-    ASSERT_EQ(0, ::stat((folder + name).c_str(), &status));
-    EXPECT_EQ(0600U, status.st_mode & 07777U) << name;
+    ASSERT_EQ(::stat((folder + name).c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0600U) << name;
   }
 }
 
-TEST_F(OutboxTest, CopiesAreNumberedInOrderWithoutGaps) {
-  EXPECT_EQ("items/0001-one", outbox.store(scratch.write("one", "1").c_str()).copy);
-  EXPECT_EQ("", outbox.store("/nonexistent/two").copy);
-  EXPECT_EQ("items/0002-three", outbox.store(scratch.write("three", "3").c_str()).copy);
-  EXPECT_EQ("items/0003-three", outbox.store((scratch / "three").c_str()).copy);
-  EXPECT_EQ("1", readFile(folder + "/items/0001-one"));
-  EXPECT_EQ("3", readFile(folder + "/items/0002-three"));
-  EXPECT_EQ("3", readFile(folder + "/items/0003-three"));
+TEST_F(OutboxTest, RegularFiles_AreCopiedUnderNumbersWithoutGaps) {
+  const std::string one = scratch.write("one", "1");
+  const std::string three = scratch.write("three", "3");
+  const std::string longName = scratch.write(std::string(255, 'n'), "long");
+  std::filesystem::create_symlink(one, scratch / "link");
+  std::filesystem::create_symlink("nowhere", scratch / "dangling");
+  std::filesystem::create_symlink("loop", scratch / "loop");
+  ASSERT_EQ(::mkfifo((scratch / "fifo").c_str(), 0600), 0);
+  const struct {
+    std::string path;
+    std::string copy;
+    std::string error;
+  } rows[] = {
+      {one, "items/0001-one", ""},
+      {"/nonexistent/two", "", "No such file or directory"},
+      {three, "items/0002-three", ""},
+      {three, "items/0003-three", ""},
+      {longName, "items/0004-" + std::string(250, 'n'), ""},
+      {"", "", "No such file or directory"},
+      {scratch / "dangling", "", "No such file or directory"},
+      {scratch / "loop", "", "Too many levels of symbolic links"},
+      {"/dev/null/x", "", "Not a directory"},
+      {"/" + std::string(5000, 'x'), "", "File name too long"},
+      {scratch.path(), "", "not a regular file"},
+      {scratch.path() + "/", "", "not a regular file"},
+      {scratch / "fifo", "", "not a regular file"},
+      {makeSocket(), "", "not a regular file"},
+      {"/dev/null", "", "not a regular file"},
+      {scratch / "link", "items/0005-link", ""},
+  };
+  Names copies;
+  for (const auto& [path, copy, error] : rows) {
+    const StoredItem item = outbox.store(path.c_str());
+    EXPECT_EQ(item.copy, copy) << path;
+    EXPECT_EQ(item.error, error) << path;
+    if (copy.empty()) continue;
+    EXPECT_EQ(readFile(folder + "/" + copy), readFile(path));
+    copies.push_back(std::filesystem::path(copy).filename());
+  }
+  EXPECT_EQ(namesIn(folder + "/items"), copies);
 }
 
-TEST_F(OutboxTest, NumbersGoOnFromWhatIsThere) {
-  scratch.write("a/b/out/items/9998-old", "");
-  scratch.write("a/b/out/items/not-a-number", "");
-  scratch.write("a/b/out/items/99999x-y", "");
-  scratch.write("a/b/out/items/99999", "");
+TEST_F(OutboxTest, Numbers_GoOnFromWhatIsThere) {
+  for (const char* name : {"9998-old", "not-a-number", "99999x-y", "99999"}) {
+    scratch.write(std::string("a/b/out/items/") + name, "");
+  }
   Outbox next(folder);
   const std::string file = scratch.write("f", "x");
-  EXPECT_EQ("items/9999-f", next.store(file.c_str()).copy);
-  EXPECT_EQ("items/10000-f", next.store(file.c_str()).copy);
+  EXPECT_EQ(next.store(file.c_str()).copy, "items/9999-f");
+  EXPECT_EQ(next.store(file.c_str()).copy, "items/10000-f");
 }
 
-TEST_F(OutboxTest, CopyOfAnotherProcessIsNeverOverwritten) {
+TEST_F(OutboxTest, CopyOfAnotherProcess_IsNeverOverwritten) {
   Outbox other(folder);
   const std::string file = scratch.write("f", "other");
-  EXPECT_EQ("items/0001-f", other.store(file.c_str()).copy);
+  EXPECT_EQ(other.store(file.c_str()).copy, "items/0001-f");
   scratch.write("f", "own");
-  EXPECT_EQ("items/0002-f", outbox.store(file.c_str()).copy);
-  EXPECT_EQ("other", readFile(folder + "/items/0001-f"));
+  EXPECT_EQ(outbox.store(file.c_str()).copy, "items/0002-f");
+  EXPECT_EQ(readFile(folder + "/items/0001-f"), "other");
 }
 
-TEST_F(OutboxTest, LongNameIsCut) {
-  const std::string name(255, 'n');
-  const StoredItem item = outbox.store(scratch.write(name, "x").c_str());
-  EXPECT_EQ("items/0001-" + std::string(250, 'n'), item.copy);
-  EXPECT_EQ("x", readFile(folder + "/" + item.copy));
-}
-
-TEST_F(OutboxTest, LinksAreFollowed) {
-  const std::string file = scratch.write("file", "behind");
-  ASSERT_EQ(0, ::symlink(file.c_str(), (scratch / "link").c_str()));
-  const StoredItem item = outbox.store((scratch / "link").c_str());
-  EXPECT_EQ("items/0001-link", item.copy);
-  EXPECT_EQ("behind", readFile(folder + "/" + item.copy));
-}
-
-TEST_F(OutboxTest, FilesThatAreNotCopied) {
-  ASSERT_EQ(0, ::mkfifo((scratch / "fifo").c_str(), 0600));
-  ASSERT_EQ(0, ::symlink("nowhere", (scratch / "dangling").c_str()));
-  ASSERT_EQ(0, ::symlink("loop", (scratch / "loop").c_str()));
-  EXPECT_EQ("No such file or directory", errorOf(scratch / "missing"));
-  EXPECT_EQ("No such file or directory", errorOf(""));
-  EXPECT_EQ("No such file or directory", errorOf(scratch / "dangling"));
-  EXPECT_EQ("Too many levels of symbolic links", errorOf(scratch / "loop"));
-  EXPECT_EQ("Not a directory", errorOf("/dev/null/x"));
-  EXPECT_EQ("File name too long", errorOf("/" + std::string(5000, 'x')));
-  EXPECT_EQ("not a regular file", errorOf(scratch.path()));
-  EXPECT_EQ("not a regular file", errorOf(scratch.path() + "/"));
-  EXPECT_EQ("not a regular file", errorOf(scratch / "fifo"));
-  EXPECT_EQ("not a regular file", errorOf("/dev/null"));
-  EXPECT_EQ(Names(), namesIn(folder + "/items"));
-}
-
-TEST_F(OutboxTest, SocketIsNeverOpened) {
-  // Opening it would fail with a reason of its own.
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  const std::string path = scratch / "socket";
-  ASSERT_LT(path.size(), sizeof address.sun_path);
-  path.copy(address.sun_path, path.size());
-  const Descriptor listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  ASSERT_EQ(0, ::bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address));
-  EXPECT_EQ("not a regular file", errorOf(path));
-}
-
-TEST_F(OutboxTest, UnreadableFile) {
+TEST_F(OutboxTest, UnreadableFile_IsNotCopied) {
   if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const std::string file = scratch.write("secret", "x");
-  ASSERT_EQ(0, ::chmod(file.c_str(), 0));
+  ASSERT_EQ(::chmod(file.c_str(), 0), 0);
   // The super-user reads everything.
-  const ChildResult child = runInChild({}, [&] {
+  const ChildResult child = runInChild([&] {
     ::chmod(scratch.path().c_str(), 0755);
     if (!becomeNobody()) return 2;
     return errorOf(file) == "Permission denied" ? 0 : 1;
   });
-  EXPECT_EQ(0, child.status);
+  EXPECT_EQ(child.status, 0);
 }
 
-TEST_F(OutboxTest, FailedCopyLeavesNothingBehind) {
+/// Lets no file grow beyond `bytes`, as a full disk would. Returns whether that worked.
+bool limitFileSize(rlim_t bytes) {
+  const rlimit limit = {bytes, bytes};
+  ::signal(SIGXFSZ, SIG_IGN);
+  return ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
+}
+
+TEST_F(OutboxTest, FailedCopy_IsRemovedAgain) {
   const std::string file = scratch.write("big", std::string(100000, 'x'));
-  const ChildResult child = runInChild({}, [&] {
-    // A limited file size stands in for a full disk.
-    const rlimit limit = {50000, 50000};
-    ::signal(SIGXFSZ, SIG_IGN);
-    if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return 2;
+  const ChildResult child = runInChild([&] {
+    if (!limitFileSize(50000)) return 2;
     if (errorOf(file) != "the copy failed: write: File too large") return 1;
     return outbox.store(scratch.write("small", "x").c_str()).copy == "items/0001-small" ? 0 : 3;
   });
-  EXPECT_EQ(0, child.status);
-  EXPECT_EQ(Names({"0001-small"}), namesIn(folder + "/items"));
+  EXPECT_EQ(child.status, 0);
+  EXPECT_EQ(namesIn(folder + "/items"), Names({"0001-small"}));
 }
 
-TEST_F(OutboxTest, LineThatDoesNotFitIsReported) {
-  const ChildResult child = runInChild({}, [&] {
-    const rlimit limit = {4, 4};
-    ::signal(SIGXFSZ, SIG_IGN);
-    if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return 2;
+TEST_F(OutboxTest, LineThatDoesNotFit_IsReported) {
+  const ChildResult child = runInChild([&] {
+    if (!limitFileSize(4)) return 2;
     if (outbox.append("123456\n") != "write: only 4 of 7 bytes") return 3;
     return outbox.append("x\n") == "write: File too large" ? 0 : 1;
   });
-  EXPECT_EQ(0, child.status);
-}
-
-TEST(OutboxErrors, FoldersThatCannotBeUsed) {
-  const ScratchDir scratch;
-  const std::string file = scratch.write("file", "");
-  EXPECT_EQ("the name of the outbox is empty", constructionError(""));
-  EXPECT_EQ("filesystem error: cannot create directories: Not a directory [" + file + "/items]",
-            constructionError(file));
-}
-
-TEST(OutboxErrors, RecordThatCannotBeOpened) {
-  const ScratchDir scratch;
-  const std::string record = scratch / "exchanges.jsonl";
-  ASSERT_EQ(0, ::mkdir(record.c_str(), 0700));
-  EXPECT_EQ("open(" + record + "): Is a directory", constructionError(scratch.path()));
+  EXPECT_EQ(child.status, 0);
 }
 
 }  // namespace

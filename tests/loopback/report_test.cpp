@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "e2e/support/exchanges.h"
 #include "e2e/support/expectedlog.h"
 #include "support/scratch.h"
 
@@ -43,8 +44,8 @@ class MakeReport : public ::testing::Test {
   }
 
   /// Makes the report of a record, and compares what it shows of it.
-  void expectShown(const Lines& record, const Lines& rows) const {
-    write("exchanges.jsonl", lines(record));
+  void expectShown(const std::string& record, const Lines& rows) const {
+    write("exchanges.jsonl", record);
     EXPECT_EQ(makeReport(folder, 0), report(lines(rows)));
   }
 
@@ -54,7 +55,7 @@ class MakeReport : public ::testing::Test {
 TEST_F(MakeReport, NothingRecordedAndNothingLogged_IsSaid) {
   EXPECT_EQ(makeReport(folder, 9),
             report(kNoRecord, kNoLine, "  none: ended by signal 9 (Killed)\n"));
-  expectShown({}, {"  (no call)"});
+  expectShown("", {"  (no call)"});
 }
 
 TEST_F(MakeReport, KeptFolder_IsNamed) {
@@ -68,53 +69,43 @@ TEST_F(MakeReport, EveryKindOfCall_IsShown) {
   std::filesystem::create_directory(folder.path() + "/items");
   write("items/0001-messages", std::string(1234, 'x'));
   write("items/0002-\xc6\\", "");
-  expectShown(
-      {
-          R"({"call":"KEL_GetID","id":4711,"result":0})",
-          R"({"call":"KEL_GetStatus","reserved":0,"status":32,"result":0})",
-          R"({"call":"KEL_GetStatus","reserved":0,"status":-1,"result":0})",
-          R"({"call":"KEL_StartComm","mode":0,"value":0,"result":-7})",
-          R"({"call":"KEL_Communicate","code":"0x40017","reserved":0,"count":0,)"
-          R"("text":"INCNO=\"1\" \\xc6 \u001b[31m","error":[2,54,0],"result":-62})",
-          R"({"call":"KEL_Communicate","code":"0x4010b","reserved":0,"count":1,)"
-          R"("items":[{"path":"/var/log/messages","copy":"items/0001-messages"}],)"
-          R"("error":[0,0,0],"result":0})",
-          R"({"call":"KEL_Communicate","code":"0x4010d","reserved":0,"count":3,"items":[)"
-          R"({"path":"/nope","error":"No such file or directory"},)"
-          R"({"path":"/gone","copy":"items/0009-gone"},)"
-          R"({"path":"\\xc6\\\\","copy":"items/0002-\\xc6\\\\"}],"error":[0,0,0],"result":0})",
-          R"({"call":"KEL_StopComm","result":0})",
-      },
-      {
-          "    1  machine identifier (4711): result 0",
-          "    2  connection status (0x20, operating): result 0",
-          "    3  connection status (0xffffffff, unknown status word): result 0",
-          "    4  start: result -7",
-          "    5  0x40017, notification of an incident: result -62, agent error HTTP 54",
-          "       INCNO=\"1\" \\xc6 \\x1b[31m",
-          "       (HTTP) 接続異常が発生しました。",
-          "       サポート要員に以下のエラーコードをお知らせください。",
-          "       RL:-62,ZW-Agent:54",
-          "    6  0x4010b, data of an incident, 1 file: result 0",
-          "                  1,234 bytes  /var/log/messages",
-          "    7  0x4010d, data of an event, 3 files: result 0",
-          "                     not sent  /nope (No such file or directory)",
-          "                    copy gone  /gone",
-          "                      0 bytes  \\xc6\\",
-          "    8  stop: result 0",
-      });
+  expectShown(getId() + getStatus() + getStatus(-1) + startComm(-7) +
+                  notify("0x40017", "INCNO=\"1\" \\xc6 \x1b[31m", {-62, 2, 54}) +
+                  sendItems("0x4010b", {{"/var/log/messages", "=items/0001-messages"}}) +
+                  sendItems("0x4010d", {{"/nope", "No such file or directory"},
+                                        {"/gone", "=items/0009-gone"},
+                                        {"\\xc6\\\\", "=items/0002-\\xc6\\\\"}}) +
+                  stopComm(),
+              {
+                  "    1  machine identifier (4711): result 0",
+                  "    2  connection status (0x20, operating): result 0",
+                  "    3  connection status (0xffffffff, unknown status word): result 0",
+                  "    4  start: result -7",
+                  "    5  0x40017, notification of an incident: result -62, agent error HTTP 54",
+                  "       INCNO=\"1\" \\xc6 \\x1b[31m",
+                  "       (HTTP) 接続異常が発生しました。",
+                  "       サポート要員に以下のエラーコードをお知らせください。",
+                  "       RL:-62,ZW-Agent:54",
+                  "    6  0x4010b, data of an incident, 1 file: result 0",
+                  "                  1,234 bytes  /var/log/messages",
+                  "    7  0x4010d, data of an event, 3 files: result 0",
+                  "                     not sent  /nope (No such file or directory)",
+                  "                    copy gone  /gone",
+                  "                      0 bytes  \\xc6\\",
+                  "    8  stop: result 0",
+              });
 }
 
 TEST_F(MakeReport, Nulls_AreSaidInWords) {
   expectShown(
-      {
+      lines({
           R"({"call":"KEL_GetID","id":null,"result":-1})",
           R"({"call":"KEL_GetStatus","reserved":0,"status":null,"result":-1})",
           R"({"call":"KEL_Communicate","code":"0x1","count":0,"text":null,"error":null,"result":-1})",
           R"({"call":"KEL_Communicate","code":"0x1","count":2,"items":null,"error":null,"result":0})",
           R"({"call":"KEL_Communicate","code":"0x1","count":1,)"
           R"("items":[{"path":null,"error":"null path name"}],"error":null,"result":0})",
-      },
+      }),
       {
           "    1  machine identifier (nothing stored): result -1",
           "    2  connection status (nothing stored): result -1",
@@ -128,42 +119,35 @@ TEST_F(MakeReport, Nulls_AreSaidInWords) {
 }
 
 TEST_F(MakeReport, EveryAgentError_IsExplained) {
-  expectShown(
-      {
-          R"({"call":"KEL_Communicate","code":"0x1","count":0,"text":"","error":[1,-6,0],"result":-72})",
-          R"({"call":"KEL_Communicate","code":"0x1","count":1,"items":[{"path":"/a","error":"why"}],)"
-          R"("error":[3,4,0],"result":0})",
-          R"({"call":"KEL_Communicate","code":"0x1","count":0,"text":"","error":[0,-6,0],"result":-72})",
-      },
-      {
-          "    1  0x1, unknown request code: result -72, agent error SMTP -6",
-          "",
-          "       (SMTP) メール（ＳＭＴＰ）サーバ上のエラーです。",
-          "       以下のメッセージを参照して、環境を見直してください。",
-          "       (SMTPサーバのエラーメッセージ)",
-          "",
-          "       RL:-72,ZW-Agent:-6",
-          "    2  0x1, unknown request code, 1 file: result 0, agent error type 3 4",
-          "                     not sent  /a (why)",
-          "       () RL:0,ZW-Agent:4",
-          "    3  0x1, unknown request code: result -72",
-          "",
-      });
+  expectShown(notify("0x1", "a", {-72, 1, -6}) + sendItems("0x1", {{"/a", "why"}}, {0, 3, 4}) +
+                  notify("0x1", "b", {-72, 0, -6}),
+              {
+                  "    1  0x1, unknown request code: result -72, agent error SMTP -6",
+                  "       a",
+                  "       (SMTP) メール（ＳＭＴＰ）サーバ上のエラーです。",
+                  "       以下のメッセージを参照して、環境を見直してください。",
+                  "       (SMTPサーバのエラーメッセージ)",
+                  "",
+                  "       RL:-72,ZW-Agent:-6",
+                  "    2  0x1, unknown request code, 1 file: result 0, agent error type 3 4",
+                  "                     not sent  /a (why)",
+                  "       () RL:0,ZW-Agent:4",
+                  "    3  0x1, unknown request code: result -72",
+                  "       b",
+              });
 }
 
 TEST_F(MakeReport, LinesThatAreNoCalls_AreShownAsTheyAre) {
   const Lines noCalls = {R"({"call":"KEL_St)", "7", R"({"call":"KEL_StartComm"})",
                          R"({"call":"KEL_Other","result":0})"};
-  expectShown(
-      {noCalls[0], noCalls[1], noCalls[2], noCalls[3], R"({"call":"KEL_StopComm","result":0})"},
-      {"  ???  " + noCalls[0], "  ???  " + noCalls[1], "  ???  " + noCalls[2],
-       "  ???  " + noCalls[3], "    5  stop: result 0"});
+  expectShown(lines(noCalls) + stopComm(),
+              {"  ???  " + noCalls[0], "  ???  " + noCalls[1], "  ???  " + noCalls[2],
+               "  ???  " + noCalls[3], "    5  stop: result 0"});
 }
 
 TEST_F(MakeReport, LongText_IsBrokenIntoRows) {
   const std::string text(200, 'x');
-  expectShown({R"({"call":"KEL_Communicate","code":"0x1","count":0,"text":")" + text +
-               R"(","error":[0,0,0],"result":0})"},
+  expectShown(notify("0x1", text),
               {"    1  0x1, unknown request code: result 0", "       " + text.substr(0, 89),
                "         " + text.substr(0, 87), "         " + text.substr(0, 24)});
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -62,22 +63,29 @@ TEST_F(Rehearse, Report_ComesAfterTheCommandsOwnOutput) {
   EXPECT_EQ(namesIn(temporary.path()), Names());
 }
 
-TEST_F(Rehearse, Script_Answers) {
+TEST_F(Rehearse, Script_AnswersAndAgentErrorsAreExplained) {
   const struct {
     std::string text;
-    std::string result;
+    std::string rows;
     std::string complaint;
   } rows[] = {
-      {"stop 6\n", "6", ""},
-      {"nonsense\n", "-1",
+      {"start 9\ncommunicate * -62 2 54\nstop 6\n",
+       "    3  start: result 9\n"
+       "    4  0x40017, notification of an incident: result -62, agent error HTTP 54\n"
+       "       INCNO=\"1\"\n"
+       "       (HTTP) 接続異常が発生しました。\n"
+       "       サポート要員に以下のエラーコードをお知らせください。\n"
+       "       RL:-62,ZW-Agent:54\n"
+       "    5  stop: result 6\n",
+       ""},
+      {"nonsense\n", "    5  stop: result -1\n",
        "libkelcom loopback: " + (scratch / "script") + ":1: 'nonsense' is no kind of line\n"},
   };
-  for (const auto& [text, result, complaint] : rows) {
-    const std::string script = scratch.write("script", text);
+  for (const auto& row : rows) {
+    const std::string script = scratch.write("script", row.text);
     const ChildResult child = rehearse({"--script", script, "--command", LOOPBACK_PLAYER, "--"});
-    EXPECT_NE(child.out.find("\n    5  stop: result " + result + "\n"), std::string::npos)
-        << child.out;
-    EXPECT_EQ(child.err, complaint);
+    EXPECT_NE(child.out.find("\n" + row.rows + "\n"), std::string::npos) << child.out;
+    EXPECT_EQ(child.err, row.complaint);
   }
 }
 
@@ -88,45 +96,37 @@ TEST_F(Rehearse, Signal_IsPassedOn) {
   EXPECT_EQ(namesIn(temporary.path()), Names());
 }
 
-TEST_F(Rehearse, OutboxOfAnEarlierRehearsal_IsNotOverwritten) {
-  const std::vector<std::string> words = {"--outbox", scratch / "outbox", "--command",
-                                          LOOPBACK_PLAYER, "--"};
-  EXPECT_EQ(rehearse(words).status, 0);
-  const std::string record = readFile(scratch / "outbox/exchanges.jsonl");
-  const ChildResult second = rehearse(words);
-  EXPECT_EQ(second.exitCode(), 125);
-  EXPECT_EQ(second.err, "tanexics-rehearse: the outbox " + (scratch / "outbox") +
-                            " already holds 'exchanges.jsonl' of an earlier rehearsal: name "
-                            "another one, or remove it\n");
-  EXPECT_EQ(second.out, "");
-  EXPECT_EQ(readFile(scratch / "outbox/exchanges.jsonl"), record);
-}
-
-TEST_F(Rehearse, WhatCannotBeRun_LeavesNoOutbox) {
+TEST_F(Rehearse, WhatCannotBeRun_LeavesNoOutboxAndAnEarlierOneAsItIs) {
+  const std::string earlier = scratch / "earlier";
+  std::filesystem::create_directory(earlier);
+  scratch.write("earlier/exchanges.jsonl", "record\n");
   const struct {
     std::vector<std::string> words;
     int status;
     std::string complaint;
   } rows[] = {
-      {{"--command", "/nonexistent/command", "--", "list"},
+      {{"--outbox", earlier, "--command", LOOPBACK_PLAYER, "--"},
        125,
-       "tanexics-rehearse: no command: /nonexistent/command\n"},
+       "tanexics-rehearse: the outbox " + earlier +
+           " already holds 'exchanges.jsonl' of an earlier rehearsal: name another one, or remove "
+           "it\n"},
       // The real library is never reached.
-      {{"--library", scratch.path(), "--command", LOOPBACK_PLAYER, "--"},
+      {{"--outbox", scratch / "new", "--library", earlier, "--command", LOOPBACK_PLAYER, "--"},
        125,
-       "tanexics-rehearse: no stand-in library: " + (scratch / "libkelcom.so") + "\n"},
-      {{"--situation", "nope", "--", "stop"},
+       "tanexics-rehearse: no stand-in library: " + earlier + "/libkelcom.so\n"},
+      {{"--outbox", scratch / "new", "--situation", "nope", "--", "stop"},
        2,
        "--situation: there is none with the name 'nope': --situations lists them all\n"
        "Run with --help for more information.\n"},
   };
-  for (auto [words, status, complaint] : rows) {
-    words.insert(words.begin(), {"--outbox", scratch / "outbox"});
+  for (const auto& [words, status, complaint] : rows) {
     const ChildResult child = rehearse(words);
     EXPECT_EQ(child.exitCode(), status) << complaint;
     EXPECT_EQ(child.err, complaint);
     EXPECT_EQ(child.out, "");
-    EXPECT_EQ(namesIn(scratch.path()), Names());
+    EXPECT_EQ(namesIn(scratch.path()), Names({"earlier"}));
+    EXPECT_EQ(namesIn(earlier), Names({"exchanges.jsonl"}));
+    EXPECT_EQ(readFile(earlier + "/exchanges.jsonl"), "record\n");
   }
 }
 

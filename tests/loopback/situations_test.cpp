@@ -133,7 +133,7 @@ std::vector<Row> namedRows() {
 }
 
 /// The situation of a row of the message catalogue: every exchange fails so. Its name is the row's
-/// key, for which "http-62-54" stands.
+/// key, as "http-62-54".
 Row explained(const EXTERR& row) {
   const bool isSmtp = row.type == std::string("SMTP");
   const std::string name = (isSmtp ? "smtp" : "http") + std::to_string(row.rc) + "-" +
@@ -222,23 +222,20 @@ class Situation : public CommandTest, public testing::WithParamInterface<Row> {
  protected:
   Situation() { machine.write("/case/two", "/case/a.txt\n/case/b.syslog.txt\n"); }
 
-  RunResult rehearse(const std::string& situation, const std::vector<std::string>& event) const {
-    Call call;
-    // The command's path comes after the wrapper's words: as the value of its last option.
-    call.wrapper = {kRehearsal, "--situation", situation, "--outbox", "/case/outbox", "--command"};
-    call.arguments = {"--", "/case/two"};
-    call.arguments.insert(call.arguments.end(), event.begin(), event.end());
-    return machine.run(call);
-  }
-
   /// Rehearses the row's situation and compares the log as a whole, the record, the exit status and
   /// standard error. `head` and `tail` are what the log has around the communication.
   void play(const std::vector<std::string>& event, const Talk& passes, const std::string& head = "",
             const std::string& tail = "") const {
     const Row& row = GetParam();
+    Call call;
+    // The command's path comes after the wrapper's words: as the value of its last option.
+    call.wrapper = {kRehearsal, "--situation", row.name, "--outbox", "/case/outbox", "--command"};
+    call.arguments = {"--", "/case/two"};
+    call.arguments.insert(call.arguments.end(), event.begin(), event.end());
+    const RunResult result = machine.run(call);
+
     const Talk talk = talkOf(row, passes);
     const int status = refusalOf(row).empty() ? 0 : 1;
-    const RunResult result = rehearse(row.name, event);
     EXPECT_EQ(machine.log("/case/outbox/action.log"),
               framed(head + talk.log + tail, status, kCommand));
     EXPECT_EQ(result.exchanges, talk.calls);
@@ -302,30 +299,6 @@ TEST(SituationSet, List_ShowsExactlyTheScripts) {
   EXPECT_EQ(child.out, situationRows(readSituations(LOOPBACK_SITUATIONS)));
   EXPECT_EQ(child.err, "");
   EXPECT_EQ(child.exitCode(), 0);
-}
-
-// --- the report ---------------------------------------------------------------------------------
-
-TEST_F(Situation, OfFailedData_IsExplainedInTheReport) {
-  const RunResult result = rehearse("only-data-fails", {"-r", "/case/event.def"});
-  const std::string expected = lines({
-      "    5  start: result 0",
-      "    6  0x40204, notification of an event with send type err: result 0",
-      "       \"2026/10/05 12:00:00\",,\"disk\",\"db01\",\"Linux\",\"Debian\",\"12\",\"kernel\",\"E\","
-      "\"4001\",\"Jan  1 ",
-      "         host msg\"",
-      "    7  0x4010d, data of an event, 2 files: result -55, agent error HTTP 49",
-      "                      6 bytes  /case/a.txt",
-      "                     23 bytes  /case/b.syslog.txt",
-      "       (HTTP) 通信中に回線が切断されました。",
-      "       ネットワークが一時的に不安定になっている可能性があるため、",
-      "       時間をおいて再度操作を実施してください。",
-      "       問題が解決しない場合はシステム管理者にご確認ください。",
-      "       RL:-55,ZW-Agent:49",
-      "    8  stop: result 0",
-  });
-  EXPECT_EQ(result.child.err, "");
-  EXPECT_NE(result.child.out.find(expected), std::string::npos) << result.child.out;
 }
 
 }  // namespace

@@ -20,8 +20,6 @@
 namespace {
 
 constexpr mode_t kOwnerOnly = 0600;
-constexpr char kRecordName[] = "exchanges.jsonl";
-constexpr char kItemsName[] = "items";
 
 std::string systemText(const std::string& what, int error) {
   return what + ": " + std::strerror(error);

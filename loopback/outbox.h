@@ -5,6 +5,10 @@
 
 #include "loopback/descriptor.h"
 
+/// The names in an outbox: the record of the calls, and the folder of the copies.
+constexpr char kRecordName[] = "exchanges.jsonl";
+constexpr char kItemsName[] = "items";
+
 /// What became of one file that was sent: exactly one of the two texts is filled.
 struct StoredItem {
   std::string copy;   // the copy's path within the outbox

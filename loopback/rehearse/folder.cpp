@@ -24,7 +24,7 @@ std::string makeTemporary() {
 
 std::string makeKept(const std::string& folder) {
   const std::filesystem::path path = std::filesystem::absolute(folder).lexically_normal();
-  for (const char* name : {"exchanges.jsonl", "items", "action.log", "action.bak"}) {
+  for (const char* name : {kRecordName, kItemsName, kActionLogName, kActionLogBackupName}) {
     // Asked without following links: a dangling one is somebody's work too.
     if (!std::filesystem::exists(std::filesystem::symlink_status(path / name))) continue;
     throw std::runtime_error("the outbox " + path.string() + " already holds '" + name +

@@ -3,6 +3,12 @@
 
 #include <string>
 
+#include "loopback/outbox.h"
+
+/// The names that stand beside those of the outbox.
+constexpr char kActionLogName[] = "action.log";
+constexpr char kActionLogBackupName[] = "action.bak";
+
 /// The folder of one rehearsal: outbox of the stand-in library, and home of the action log. A
 /// temporary one is removed with the object.
 class RehearsalFolder {
@@ -24,11 +30,11 @@ class RehearsalFolder {
 
   /// Absolute paths.
   const std::string& path() const { return m_path; }
-  std::string record() const { return m_path + "/exchanges.jsonl"; }
-  std::string actionLog() const { return m_path + "/action.log"; }
+  std::string record() const { return m_path + "/" + kRecordName; }
+  std::string actionLog() const { return m_path + "/" + kActionLogName; }
 
   /// Where the command moves lines of a log that grows too large.
-  std::string actionLogBackup() const { return m_path + "/action.bak"; }
+  std::string actionLogBackup() const { return m_path + "/" + kActionLogBackupName; }
 
   bool isKept() const { return m_isKept; }
 

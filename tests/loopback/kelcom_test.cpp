@@ -14,6 +14,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "e2e/support/expectedlog.h"

@@ -67,7 +67,7 @@ TEST_F(OutboxTest, Files_AreForTheirOwnerWhateverTheMask) {
   }
 }
 
-TEST_F(OutboxTest, RegularFiles_AreCopiedUnderNumbersWithoutGaps) {
+TEST_F(OutboxTest, OnlyRegularFiles_AreCopiedUnderNumbersWithoutGaps) {
   const std::string one = scratch.write("one", "1");
   const std::string three = scratch.write("three", "3");
   const std::string longName = scratch.write(std::string(255, 'n'), "long");

@@ -37,7 +37,7 @@ TEST(AgentMeaning, Type_IsNamed) {
 int exited(int status) { return status * 256; }
 
 TEST(EndMeaning, WaitStatus_IsSaidInWordsAndPassedOn) {
-  const std::string code = ": an error code of the communication library, passed on";
+  const std::string code = ": an error code that the communication library threw";
   const struct {
     int waitStatus;
     int passedOn;
@@ -48,12 +48,11 @@ TEST(EndMeaning, WaitStatus_IsSaidInWordsAndPassedOn) {
       {exited(65), 65, "65: the caller is not the super-user"},
       {exited(66), 66, "66: the action log could not be initialised"},
       {exited(68), 68,
-       "68: the command line, the send-file list or the event definition file was rejected"},
-      {exited(78), 78,
-       "78: the temporary directory for the collected information could not be made"},
+       "68: the command line, the list of files or the definition file was rejected"},
+      {exited(78), 78, "78: the temporary directory of an incident could not be made"},
       {exited(127), 127, "127" + code + "; or the loader could not start the command"},
-      {exited(33), 33, "33" + code + " (its low 8 bits)"},
-      {exited(255), 255, "255" + code + " (its low 8 bits)"},
+      {exited(33), 33, "33" + code + " (its low eight bits)"},
+      {exited(255), 255, "255" + code + " (its low eight bits)"},
       {SIGABRT, 134, "none: ended by signal 6 (Aborted)"},
       {SIGKILL, 137, "none: ended by signal 9 (Killed)"},
       // With a core file.

@@ -36,28 +36,28 @@ TEST_F(Rehearse, Report_ComesAfterTheCommandsOwnOutput) {
       file + " /nonexistent; exit 68";
   const ChildResult child =
       rehearse({"--command", "/bin/sh", "--", "-c", commands, "a b", "-i", "--trace"});
-  EXPECT_EQ(child.out,
-            lines({"collected",
-                   "What the centre would have received",
-                   "-----------------------------------",
-                   "    1  machine identifier (4711): result 0",
-                   "    2  connection status (0x20, operating): result 0",
-                   "    3  start: result 0",
-                   "    4  0x40017, notification of an incident: result 0",
-                   "       INCNO=\"1\"",
-                   "    5  0x4010b, data of an incident, 2 files: result 0",
-                   "                      5 bytes  " + file,
-                   "                     not sent  /nonexistent (No such file or directory)",
-                   "    6  stop: result 0",
-                   "",
-                   "Action log",
-                   "----------",
-                   "  2 a b -i --trace",
-                   "",
-                   "Exit status",
-                   "-----------",
-                   "  68: the command line, the send-file list or the event definition file was "
-                   "rejected"}));
+  EXPECT_EQ(
+      child.out,
+      lines({"collected",
+             "What the centre would have received",
+             "-----------------------------------",
+             "    1  machine identifier (4711): result 0",
+             "    2  connection status (0x20, operating): result 0",
+             "    3  start: result 0",
+             "    4  0x40017, notification of an incident: result 0",
+             "       INCNO=\"1\"",
+             "    5  0x4010b, data of an incident, 2 files: result 0",
+             "                      5 bytes  " + file,
+             "                     not sent  /nonexistent (No such file or directory)",
+             "    6  stop: result 0",
+             "",
+             "Action log",
+             "----------",
+             "  2 a b -i --trace",
+             "",
+             "Exit status",
+             "-----------",
+             "  68: the command line, the list of files or the definition file was rejected"}));
   EXPECT_EQ(child.err, "complaint\n");
   EXPECT_EQ(child.exitCode(), 68);
   EXPECT_EQ(namesIn(temporary.path()), Names());

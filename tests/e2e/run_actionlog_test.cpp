@@ -8,19 +8,17 @@
 
 namespace {
 
-const std::string kDefaultLog = "/var/opt/QZKBsoftmsg/log/msg_action.log";
+constexpr char kLog[] = "/case/action.log";
+constexpr char kDefaultFolder[] = "/var/opt/QZKBsoftmsg/log";
+constexpr char kDefaultLog[] = "/var/opt/QZKBsoftmsg/log/msg_action.log";
+constexpr char kNoEntry[] = "No such file or directory";
 
-/// An event, and what it always logs and sends.
-Call event(const std::map<std::string, std::optional<std::string>>& environment) {
-  return {{"/case/list", "-r", "/case/event.def"}, "", false, environment};
-}
+Expected sentEvent() { return Sending().event(); }
 
-std::string eventLog() { return framed(standardEvent(), 0); }
-
-/// One standard-error line for each line of the log.
-std::string complaints(const std::string& path, const std::string& reason) {
+/// One standard-error line for each line of a log of the command.
+std::string complaints(const std::string& path, const std::string& reason, const LogText& log) {
   std::string text;
-  for (std::size_t line = 0; line < linesOf(eventLog()).size(); ++line) {
+  for (std::size_t line = 0; line < linesOf(log.info).size(); ++line) {
     text += "*** failed to open(" + path + "):" + reason + "\n";
   }
   return text;
@@ -32,80 +30,72 @@ mode_t permissionsOf(const Machine& machine, const std::string& path) {
   return status.st_mode & 07777;
 }
 
-class ActionLog : public CommandTest {
+class ActionLog : public MachineTest {
  protected:
-  Machine machine;
-
   /// The run went as ever, and left its log at `path`.
   void expectLogAt(const std::string& path, const RunResult& result) const {
-    EXPECT_EQ(machine.log(path), eventLog());
-    expectRun(result, {path == "/case/action.log" ? eventLog() : "", standardEventCalls()});
+    Expected expected = sentEvent();
+    EXPECT_EQ(machine.log(path), expected.log.info);
+    if (path != kLog) expected.log = "";
+    expectRun(result, expected);
   }
 
   /// The run went as ever, but for its log.
   void expectNoLog(const RunResult& result, const std::string& path,
                    const std::string& reason) const {
-    expectRun(result, {"", standardEventCalls(), 0, "", complaints(path, reason)});
+    const Expected sent = sentEvent();
+    expectRun(result, {"", sent.exchanges, 0, "", complaints(path, reason, sent.log)});
   }
 };
 
 // --- its place -----------------------------------------------------------------------------------
 
-TEST_F(ActionLog, DefaultPath) {
-  machine.makeFolder("/var/opt/QZKBsoftmsg/log");
-  expectLogAt(kDefaultLog, machine.run(event({{"TANEX_LOG", std::nullopt}})));
+/// Where the variable TANEX_LOG sends the log, and why it cannot be written there, "" when it can.
+struct Place {
+  std::string name;
+  std::optional<std::string> variable;
+  std::string path;
+  std::string reason;
+  bool hasDefaultFolder = false;
+};
+
+class LogPlace : public ActionLog, public testing::WithParamInterface<Place> {};
+
+TEST_P(LogPlace, GetsEveryLineOrStandardErrorDoes) {
+  const Place& row = GetParam();
+  if (row.hasDefaultFolder) machine.makeFolder(kDefaultFolder);
+  const RunResult result = machine.run(eventCall().with({{"TANEX_LOG", row.variable}}));
+  if (row.reason.empty()) {
+    expectLogAt(row.path, result);
+  } else {
+    expectNoLog(result, row.path, row.reason);
+  }
+  EXPECT_EQ(machine.names("/var/opt").empty(), !row.hasDefaultFolder);
+  if (row.hasDefaultFolder && row.path != kDefaultLog) {
+    EXPECT_TRUE(machine.names(kDefaultFolder).empty());
+  }
 }
 
-TEST_F(ActionLog, DefaultPathWithoutItsDirectoryGivesOneErrorLineForEachLine) {
-  expectNoLog(machine.run(event({{"TANEX_LOG", std::nullopt}})), kDefaultLog,
-              "No such file or directory");
-  EXPECT_TRUE(machine.names("/var/opt").empty());
-}
-
-TEST_F(ActionLog, VariableTakesPrecedenceOverTheDefaultPath) {
-  machine.makeFolder("/var/opt/QZKBsoftmsg/log");
-  expectLogAt("/case/action.log", machine.run(event({})));
-  EXPECT_TRUE(machine.names("/var/opt/QZKBsoftmsg/log").empty());
-}
-
-TEST_F(ActionLog, EmptyVariableSelectsAnEmptyPath) {
-  machine.makeFolder("/var/opt/QZKBsoftmsg/log");
-  expectNoLog(machine.run(event({{"TANEX_LOG", ""}})), "", "No such file or directory");
-  EXPECT_TRUE(machine.names("/var/opt/QZKBsoftmsg/log").empty());
-}
-
-TEST_F(ActionLog, RelativePath) {
-  expectLogAt("/case/here.log", machine.run(event({{"TANEX_LOG", "here.log"}})));
-}
-
-TEST_F(ActionLog, MissingDirectory) {
-  expectNoLog(machine.run(event({{"TANEX_LOG", "/case/no/a.log"}})), "/case/no/a.log",
-              "No such file or directory");
-}
-
-TEST_F(ActionLog, DirectoryAtThePath) {
-  expectNoLog(machine.run(event({{"TANEX_LOG", "/case"}})), "/case", "Is a directory");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Case, LogPlace,
+    testing::Values(Place{"Default", std::nullopt, kDefaultLog, "", true},
+                    Place{"DefaultWithoutItsDirectory", std::nullopt, kDefaultLog, kNoEntry},
+                    Place{"VariableBesideTheDefault", kLog, kLog, "", true},
+                    Place{"EmptyVariableIsAnEmptyPath", "", "", kNoEntry, true},
+                    Place{"RelativePath", "here.log", "/case/here.log", ""},
+                    Place{"MissingDirectory", "/case/no/a.log", "/case/no/a.log", kNoEntry},
+                    Place{"DirectoryAtThePath", "/case", "/case", "Is a directory"},
+                    Place{"PercentSignsInThePath", "/case/%s%n/x", "/case/%s%n/x", kNoEntry}),
+    [](const auto& row) { return row.param.name; });
 
 TEST_F(ActionLog, NotWritable) {
-  machine.write("/case/action.log", "", 0444);
-  Call call = event({});
-  call.prepare = obeyPermissions;
-  expectNoLog(machine.run(call), "/case/action.log", "Permission denied");
-}
-
-TEST_F(ActionLog, PercentSignsInThePath) {
-  expectNoLog(machine.run(event({{"TANEX_LOG", "/case/%s%n/x"}})), "/case/%s%n/x",
-              "No such file or directory");
+  machine.write(kLog, "", 0444);
+  expectNoLog(machine.run(eventCall().prepared(obeyPermissions)), kLog, "Permission denied");
 }
 
 TEST_F(ActionLog, RejectionWithoutALogKeepsItsStatus) {
-  std::string expected;
-  for (int line = 0; line < 4; ++line) {
-    expected += "*** failed to open(/no/log):No such file or directory\n";
-  }
-  const RunResult result = machine.run({{}, "", false, {{"TANEX_LOG", "/no/log"}}});
-  expectRun(result, {"", "", 68, "", expected});
+  const RunResult result = machine.run(Call().with({{"TANEX_LOG", "/no/log"}}));
+  expectRun(result, {"", "", 68, "", complaints("/no/log", kNoEntry, rejected("").log)});
 }
 
 // --- its level -----------------------------------------------------------------------------------
@@ -113,8 +103,9 @@ TEST_F(ActionLog, RejectionWithoutALogKeepsItsStatus) {
 TEST_F(ActionLog, OtherWordsThanTheTraceLevelLeaveTraceOff) {
   for (const std::string level :
        {"", "log_level_trace", "LOG_LEVEL_TRACE ", "LOG_LEVEL_TRAC", "LOG_LEVEL_INFO", "1"}) {
-    const Machine another;
-    EXPECT_EQ(another.run(event({{"TANEX_LOG_LEVEL", level}})).log, eventLog()) << level;
+    machine.clear();
+    const Call call = eventCall().with({{"TANEX_LOG_LEVEL", level}});
+    EXPECT_EQ(machine.run(call).log, sentEvent().log.info) << level;
   }
 }
 
@@ -122,20 +113,18 @@ TEST_F(ActionLog, OtherWordsThanTheTraceLevelLeaveTraceOff) {
 
 TEST_F(ActionLog, NewFileHasItsPermissionBitsUnderEveryMaskOfTheCaller) {
   for (const mode_t mask : {0U, 022U, 077U, 0777U}) {
-    const Machine another;
-    Call call = event({});
-    call.prepare = [=] { return ::umask(mask) != 01000; };
-    another.run(call);
-    EXPECT_EQ(permissionsOf(another, "/case/action.log"), 01204U) << mask;
+    machine.clear();
+    machine.run(eventCall().prepared([=] { return ::umask(mask) != 01000; }));
+    EXPECT_EQ(permissionsOf(machine, kLog), 01204U) << mask;
   }
 }
 
 TEST_F(ActionLog, OldFileKeepsItsPermissionBitsAndItsLines) {
   machine.write("/case/old.log", "an old line\n", 0640);
-  machine.run(event({{"TANEX_LOG", "/case/old.log"}}));
+  machine.run(eventCall().with({{"TANEX_LOG", "/case/old.log"}}));
   EXPECT_EQ(permissionsOf(machine, "/case/old.log"), 0640U);
   const std::vector<std::string> lines = linesOf(machine.read("/case/old.log"));
-  EXPECT_EQ(lines.size(), 1 + linesOf(eventLog()).size());
+  EXPECT_EQ(lines.size(), 1 + linesOf(sentEvent().log.info).size());
   EXPECT_EQ(lines.front(), "an old line");
 }
 
@@ -144,61 +133,57 @@ TEST_F(ActionLog, OldFileKeepsItsPermissionBitsAndItsLines) {
 TEST_F(ActionLog, NotRotatedAtExactly512000Bytes) {
   const std::string old = std::string(511999, 'o') + "\n";
   machine.write("/case/old.log", old);
-  machine.run({{}, "", false, {{"TANEX_LOG", "/case/old.log"}}});
+  machine.run(Call().with({{"TANEX_LOG", "/case/old.log"}}));
   // The first line was appended; it made the file too long for the second one.
   const std::string backup = machine.read("/case/old.bak");
   EXPECT_TRUE(backup.substr(0, old.size()) == old);
   machine.write("/case/first.log", backup.substr(old.size()));
   EXPECT_EQ(machine.log("/case/first.log") + machine.log("/case/old.log"),
-            rejected("parameter count error.(CSendEventSingleSystem::parseCommandLine)"));
+            rejected("parameter count error.(CSendEventSingleSystem::parseCommandLine)").log.info);
   EXPECT_EQ(machine.log("/case/first.log"), "### main : tanexics started.\n");
 }
 
-TEST_F(ActionLog, RotatedAt512001BytesBeforeTheFirstLine) {
+/// A log of 512,001 bytes, and where they are when the run is over, "" for nowhere.
+struct Rotation {
+  std::string name;
+  std::optional<std::string> variable;
+  std::string path;
+  std::string backup;
+  Arrange arrange = nullptr;
+};
+
+class LogRotation : public ActionLog, public testing::WithParamInterface<Rotation> {};
+
+TEST_P(LogRotation, HappensBeforeTheFirstLine) {
+  const Rotation& row = GetParam();
   const std::string old(512001, 'o');
-  machine.write("/case/action.log", old);
-  expectLogAt("/case/action.log", machine.run(event({})));
-  EXPECT_TRUE(machine.read("/case/action.bak") == old);
+  machine.write(row.path, old);
+  if (row.arrange) row.arrange(machine);
+  expectLogAt(row.path, machine.run(eventCall().with({{"TANEX_LOG", row.variable}})));
+  EXPECT_TRUE(machine.read(row.backup) == old);
 }
 
-TEST_F(ActionLog, RotationOverwritesTheBackup) {
-  const std::string old(512001, 'o');
-  machine.write("/case/action.log", old);
-  machine.write("/case/action.bak", std::string(600000, 'b'));
-  expectLogAt("/case/action.log", machine.run(event({})));
-  EXPECT_TRUE(machine.read("/case/action.bak") == old);
-}
-
-TEST_F(ActionLog, RotationOfTheDefaultLog) {
-  const std::string old(512001, 'o');
-  machine.write(kDefaultLog, old);
-  expectLogAt(kDefaultLog, machine.run(event({{"TANEX_LOG", std::nullopt}})));
-  EXPECT_TRUE(machine.read("/var/opt/QZKBsoftmsg/log/msg_action.bak") == old);
-}
-
-TEST_F(ActionLog, BackupReplacesTheLastExtensionOnly) {
-  const std::string old(512001, 'o');
-  machine.write("/case/b.c.log", old);
-  expectLogAt("/case/b.c.log", machine.run(event({{"TANEX_LOG", "/case/b.c.log"}})));
-  EXPECT_TRUE(machine.read("/case/b.c.bak") == old);
-}
-
-TEST_F(ActionLog, BackupOfALogWithoutDirectoryGoesToTheRoot) {
-  const std::string old(512001, 'o');
-  machine.write("/case/bare.log", old);
-  expectLogAt("/case/bare.log", machine.run(event({{"TANEX_LOG", "bare.log"}})));
-  EXPECT_TRUE(machine.read("/bare.bak") == old);
-}
+INSTANTIATE_TEST_SUITE_P(
+    Case, LogRotation,
+    testing::Values(
+        Rotation{"UsualLog", kLog, kLog, "/case/action.bak"},
+        Rotation{"OverwritesTheBackup", kLog, kLog, "/case/action.bak",
+                 [](const Machine& m) { m.write("/case/action.bak", std::string(600000, 'b')); }},
+        Rotation{"DefaultLog", std::nullopt, kDefaultLog,
+                 "/var/opt/QZKBsoftmsg/log/msg_action.bak"},
+        Rotation{"ReplacesTheLastExtensionOnly", "/case/b.c.log", "/case/b.c.log", "/case/b.c.bak"},
+        Rotation{"LogWithoutDirectoryGoesToTheRoot", "bare.log", "/case/bare.log", "/bare.bak"}),
+    [](const auto& row) { return row.param.name; });
 
 TEST_F(ActionLog, BackupThatCannotBeWrittenLosesTheOldLinesAlone) {
-  machine.write("/case/action.log", std::string(512001, 'o'));
+  machine.write(kLog, std::string(512001, 'o'));
   ASSERT_EQ(::symlink("/dev/full", machine.outside("/case/action.bak").c_str()), 0);
-  expectLogAt("/case/action.log", machine.run(event({})));
+  expectLogAt(kLog, machine.run(eventCall()));
 }
 
 TEST_F(ActionLog, BackupWithoutACopyCommandLosesTheOldLinesAlone) {
-  machine.write("/case/action.log", std::string(512001, 'o'));
-  expectLogAt("/case/action.log", machine.run(event({{"PATH", "/nowhere"}})));
+  machine.write(kLog, std::string(512001, 'o'));
+  expectLogAt(kLog, machine.run(eventCall().with({{"PATH", "/nowhere"}})));
   EXPECT_FALSE(machine.exists("/case/action.bak"));
 }
 
@@ -206,23 +191,19 @@ TEST_F(ActionLog, BackupWithoutACopyCommandLosesTheOldLinesAlone) {
 
 TEST_F(ActionLog, FullDiskChangesNothingButTheLog) {
   machine.makeFolder("/full");
-  constexpr int kFiles = 20;
+  Sending sending;
+  sending.files.assign(20, {"/dev/null", 0, "not a regular file"});
   std::string list;
-  std::string exchanges = asked() + startComm();
-  for (int part = 1; part <= kFiles; ++part) {
-    list += "/dev/null\n";
-    exchanges += notify("0x40017", incidentText("1", part, kFiles));
-    exchanges += sendItems("0x4010b", {{"/dev/null", "not a regular file"}});
-  }
+  for (const File& file : sending.files) list += file.path + "\n";
   machine.write("/case/list", list);
-  Call call = {{"/case/list", "-i", "1"}, "", false, {{"TANEX_LOG", "/full/action.log"}}};
+  Call call = incidentCall().with({{"TANEX_LOG", "/full/action.log"}});
   call.prepare = [] { return mountTmpfs("/full", "4k"); };
   // Carries the log out before the disk vanishes.
   call.wrapper = {"/bin/sh", "-c",
                   "\"$@\"; status=$?; cp /full/action.log /case/carried; exit $status", "sh"};
-  expectRun(machine.run(call), {"", exchanges + stopped()});
+  expectRun(machine.run(call), {"", sending.incident().exchanges});
   EXPECT_EQ(machine.read("/case/carried").size(), 4096U);
-  EXPECT_EQ(linesOf(machine.read("/case/collected")).size(), 2U);
+  EXPECT_EQ(machine.collected().size(), 2U);
 }
 
 }  // namespace

@@ -1,40 +1,31 @@
 // The two collection commands of an incident: what they print is relayed, and nothing that they do
 // changes the run.
 
+#include <sys/stat.h>
+
 #include <cstring>
 
 #include "e2e/support/cases.h"
 
 namespace {
 
-constexpr char kFirst[] = "/opt/dovra/tanex/bin/tanexcc";
-constexpr char kSecond[] = "/opt/dovra/tanex/bin/tanexcs";
-
-const Call kIncident = {{"/case/list", "-i", "1"}};
-
-std::string wholeLog(bool trace) {
-  return framed(standardIncident(trace) + collectionLines(trace), 0);
-}
-
-/// Both collection commands are this script.
-std::function<void(const Machine&)> running(const std::string& script) {
-  return [=](const Machine& machine) {
-    for (const char* path : {kFirst, kSecond}) machine.write(path, "#!/bin/sh\n" + script, 0755);
-  };
-}
-
 /// The first one prints these bytes, the second one nothing.
-std::function<void(const Machine&)> printing(const std::string& bytes) {
+Arrange printing(const std::string& bytes) {
   return [=](const Machine& machine) {
     machine.write("/case/bytes", bytes);
-    machine.write(kFirst, "#!/bin/sh\ncat /case/bytes\n", 0755);
-    machine.write(kSecond, "#!/bin/sh\n", 0755);
+    machine.setCollection("cat /case/bytes\n", "");
   };
 }
 
-Case collection(const std::string& name, const std::string& out,
-                std::function<void(const Machine&)> arrange) {
-  return {name, kIncident, {wholeLog(false), standardIncidentCalls(), 0, out}, std::move(arrange)};
+Arrange running(const std::string& script) {
+  return [=](const Machine& machine) { machine.setCollection(script); };
+}
+
+void makeUnexecutable(const Machine& machine) {
+  machine.setCollection("echo ran\n");
+  for (const char* name : {"tanexcc", "tanexcs"}) {
+    ::chmod(machine.outside(std::string("/opt/dovra/tanex/bin/") + name).c_str(), 0644);
+  }
 }
 
 std::string megabyte() {
@@ -45,14 +36,21 @@ std::string megabyte() {
   return text;
 }
 
+/// An incident goes as ever, and prints this.
+Case collection(const std::string& name, const std::string& out, Arrange arrange) {
+  Expected expected = Sending().incident();
+  expected.out = out;
+  return {name, incidentCall(), expected, std::move(arrange)};
+}
+
 std::vector<Case> cases() {
   const std::string x510(510, 'x');
-  std::vector<Case> rows = {
+  const std::string z1M(1048576, 'z');
+  return {
       collection("Silent", "", running("")),
       collection("Printing", "one\ntwo", printing("one\ntwo")),
       collection("PrintingOneMegabyte", megabyte(), printing(megabyte())),
-      collection("PrintingOneMegabyteWithoutLineEnd", std::string(1048576, 'z'),
-                 printing(std::string(1048576, 'z'))),
+      collection("PrintingOneMegabyteWithoutLineEnd", z1M, printing(z1M)),
       collection("PrintingBytesAbove0x7f", "\xa5\xed\xff\x80\n", printing("\xa5\xed\xff\x80\n")),
       collection("PrintingConversions", "%s %d %n %x %c %5$s %*d %lc %\n",
                  printing("%s %d %n %x %c %5$s %*d %lc %\n")),
@@ -70,10 +68,7 @@ std::vector<Case> cases() {
       collection("EndingByASignal", "", running("kill -KILL $$\n")),
       collection("PrintingBeforeItFails", "partpart", running("printf part; exit 255\n")),
       collection("Missing", "", [](const Machine& m) { m.remove("/opt/dovra"); }),
-      collection("NotExecutable", "",
-                 [](const Machine& m) {
-                   for (const char* path : {kFirst, kSecond}) m.write(path, "#!/bin/sh\n", 0644);
-                 }),
+      collection("NotExecutable", "", makeUnexecutable),
       collection("RemovingItsDirectory", "", running("rmdir \"$1\"\n")),
       collection(
           "FillingItsDirectory", "",
@@ -81,29 +76,22 @@ std::vector<Case> cases() {
       collection("RunningOneAfterTheOther", "in out in out ",
                  running("printf 'in '; sleep 0.1; printf 'out '\n")),
   };
-  const std::size_t count = rows.size();
-  for (std::size_t at = 0; at < count; ++at) rows.push_back(traced(rows[at], wholeLog(true)));
-  return rows;
 }
 
-}  // namespace
+TANEXICS_PLAY(Collection, atBothLevels(cases()));
 
-TANEXICS_PLAY(Collection, cases);
-
-class CollectionRun : public CommandTest {};
+using CollectionRun = MachineTest;
 
 TEST_F(CollectionRun, SecondRunsAfterTheFirstFailed) {
-  const Machine machine;
-  machine.write(kFirst, "#!/bin/sh\nexit 1\n", 0755);
-  const RunResult result = machine.run(kIncident);
-  EXPECT_EQ(machine.read("/case/collected").substr(0, 10), "tanexcs 1 ");
+  machine.setCollection("exit 1\n", "echo \"$0 $#\"\n");
+  const RunResult result = machine.run(incidentCall());
+  EXPECT_EQ(result.child.out, "/opt/dovra/tanex/bin/tanexcs 1\n");
   EXPECT_EQ(result.child.exitCode(), 0);
 }
 
 TEST_F(CollectionRun, PercentMGivesASystemErrorText) {
-  const Machine machine;
   printing("<%m>")(machine);
-  const std::string out = machine.run(kIncident).child.out;
+  const std::string out = machine.run(incidentCall()).child.out;
   bool isErrorText = false;
   for (int error = 0; error < 134; ++error) {
     if (out == std::string("<") + std::strerror(error) + ">") isErrorText = true;
@@ -114,16 +102,17 @@ TEST_F(CollectionRun, PercentMGivesASystemErrorText) {
 TEST_F(CollectionRun, CutConversionsAtEveryPlaceComeOutAsTheyAre) {
   // Whatever stands where the piece ends, no memory is printed.
   for (std::size_t before = 505; before <= 511; ++before) {
-    const Machine machine;
     const std::string text = std::string(before, 'x') + "%-08.3s%n%ld\n";
+    machine.clear();
     printing(text)(machine);
-    EXPECT_EQ(machine.run(kIncident).child.out, text) << before;
+    EXPECT_EQ(machine.run(incidentCall()).child.out, text) << before;
   }
 }
 
 TEST_F(CollectionRun, EveryChildHasBeenWaitedForBeforeTheNextOne) {
-  const Machine machine;
   // Those of the command's children that have ended and were not waited for.
-  running("ps --ppid \"$(cat /pid)\" -o stat= | grep -c Z\n")(machine);
-  EXPECT_EQ(machine.run(kIncident).child.out, "0\n0\n");
+  machine.setCollection("ps --ppid \"$(cat /pid)\" -o stat= | grep -c Z\n");
+  EXPECT_EQ(machine.run(incidentCall()).child.out, "0\n0\n");
 }
+
+}  // namespace

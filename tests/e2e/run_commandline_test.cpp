@@ -1,9 +1,6 @@
 // Every rejection of the command line and of the send-file list, and every list that is accepted
 // although it looks odd.
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "e2e/support/cases.h"
 
 namespace {
@@ -24,19 +21,23 @@ std::string readError(const std::string& path) {
   return path + " read error.(CSendEventSingleSystem::parseCommandLine)";
 }
 
-std::function<void(const Machine&)> withList(const std::string& bytes) {
+Arrange withList(const std::string& bytes) {
   return [=](const Machine& machine) { machine.write("/case/list", bytes); };
 }
 
 void makeSocket(const Machine& machine) { machine.makeSocket("/case/list"); }
 
+std::string zeroBytes(std::size_t count) { return std::string(count, '\0'); }
+
+// --- rejected ------------------------------------------------------------------------------------
+
 Case rejection(const std::string& name, const std::vector<std::string>& arguments,
-               const std::string& message, std::function<void(const Machine&)> arrange = nullptr) {
-  return {name, {arguments}, {rejected(message), "", 68}, std::move(arrange)};
+               const std::string& message, Arrange arrange = nullptr) {
+  return {name, {arguments}, rejected(message), std::move(arrange)};
 }
 
 std::vector<Case> rejections() {
-  std::vector<Case> rows = {
+  return {
       rejection("NoArguments", {}, kCountError),
       rejection("ListAlone", {"/case/list"}, kCountError),
       // The count is checked before the list is looked at.
@@ -73,53 +74,44 @@ std::vector<Case> rejections() {
       rejection("ListOfEmptyLinesWithCrLfOnly", {"/case/list", "-i", "1"}, kNoFile,
                 withList("\r\n\r\n")),
       rejection("ListOfZeroBytesOnly", {"/case/list", "-i", "1"}, kNoFile,
-                withList(std::string(3, '\0') + "\n" + std::string(2, '\0'))),
+                withList(zeroBytes(3) + "\n" + zeroBytes(2))),
       // It can be opened, but not read.
       rejection("ListCannotBeRead", {"/proc/self/mem", "-i", "1"}, readError("/proc/self/mem")),
       rejection("ListIsNull", {"/dev/null", "-i", "1"}, kNoFile),
   };
-  const std::size_t count = rows.size();
-  for (std::size_t at = 0; at < count; ++at)
-    rows.push_back(traced(rows[at], rows[at].expected.log));
-  return rows;
+}
+
+TANEXICS_PLAY(RejectedCommandLine, atBothLevels(rejections()));
+
+// --- accepted ------------------------------------------------------------------------------------
+
+/// An event with these files, of which those that every machine has are there.
+Sending sendingOf(const std::vector<std::string>& paths) {
+  Sending sending;
+  sending.text = eventText("Software Log");
+  sending.files.clear();
+  for (const std::string& path : paths) {
+    const bool isTooLong = path.size() > 255;
+    File file = {path, -1, isTooLong ? "File name too long" : "No such file or directory"};
+    for (const File& standard : standardFiles()) {
+      if (standard.path == path) file = standard;
+    }
+    sending.files.push_back(file);
+  }
+  return sending;
 }
 
 /// Accepted lists are shown by what an event traces and sends of them.
 Case accepted(const std::string& name, const std::string& list,
               const std::vector<std::string>& paths) {
-  std::string measures;
-  std::string failures;
-  std::vector<Item> items;
-  unsigned total = 0;
-  int copies = 0;
-  for (const std::string& path : paths) {
-    if (path == "/case/a.txt") {
-      measures += measured(std::to_string(total), path, "6");
-      total += 6;
-      items.push_back({path, "=items/000" + std::to_string(++copies) + "-a.txt"});
-    } else {
-      // No such file: -1, as an unsigned word, is one below what it was.
-      measures += "get file size error(" + path + ",No such file or directory)\n";
-      measures += measured(std::to_string(total), path, "-1");
-      total -= 1;
-      items.push_back({path, "No such file or directory"});
-    }
-  }
-  measures += measuredAll(std::to_string(total));
-  const std::string text = eventText("Software Log");
-  const int count = static_cast<int>(paths.size());
-  return {
-      name,
-      {{"/case/list", "-r", "/case/event.def"}, "", true},
-      {framed(parameterLines() + measures + startedLine() +
-                  eventPart("0x40204", text, count, paths.front()) + "commonSendEvent OK\n",
-              0),
-       asked() + startComm() + notify("0x40204", text) + sendItems("0x4010d", items) + stopped()},
-      withList(list)};
+  return {name, eventCall().traced(), sendingOf(paths).event(), withList(list)};
 }
 
 std::vector<Case> lists() {
   const std::string a = "/case/a.txt";
+  const std::string x1021(1021, 'x');
+  const std::string x1022(1022, 'x');
+  const std::string x1023(1023, 'x');
   return {
       accepted("NoLastLineEnd", a + "\n" + a, {a, a}),
       accepted("CrLfEnds", a + "\r\n" + a + "\r\n", {a, a}),
@@ -130,96 +122,39 @@ std::vector<Case> lists() {
       accepted("NumberSignIsAFileName", "#comment\n" + a + "\n", {"#comment", a}),
       accepted("BlanksAreKept", " \n" + a + " \n", {" ", a + " "}),
       accepted("PercentSignsAreKept", "%s%n%d\n" + a + "\n", {"%s%n%d", a}),
-      accepted("ZeroByteEndsTheLineTheNextIsWhole", a + std::string(1, '\0') + "lost\n" + a + "\n",
-               {a, a}),
-      accepted("ZeroByteFirstDropsTheLine", std::string(1, '\0') + a + "\n" + a + "\n", {a}),
+      accepted("BytesAbove0x7fAreKept", "\xa5\xed\xa5\xb0\xff\n", {"\xa5\xed\xa5\xb0\xff"}),
+      accepted("ZeroByteEndsTheLineTheNextIsWhole", a + zeroBytes(1) + "lost\n" + a + "\n", {a, a}),
+      accepted("ZeroByteFirstDropsTheLine", zeroBytes(1) + a + "\n" + a + "\n", {a}),
+      // A line of up to 1,023 bytes is one entry, whatever follows it.
+      accepted("LinesOf1021Bytes", x1021 + "\ny\n" + x1021, {x1021, "y", x1021}),
+      accepted("LinesOf1022Bytes", x1022 + "\ny\n" + x1022, {x1022, "y", x1022}),
+      accepted("LinesOf1023Bytes", x1023 + "\ny\n" + x1023, {x1023, "y", x1023}),
+      accepted("LastLineOf1021BytesWithItsEnd", "y\n" + x1021 + "\n", {"y", x1021}),
+      accepted("LastLineOf1022BytesWithItsEnd", "y\n" + x1022 + "\n", {"y", x1022}),
+      accepted("LastLineOf1023BytesWithItsEnd", "y\n" + x1023 + "\n", {"y", x1023}),
+      accepted("LineOf1025BytesBecomesTwoEntries", x1023 + "yz\nnext\n", {x1023, "yz", "next"}),
+      accepted("CarriageReturnAtTheBoundGoesWithItsPiece", x1022 + "\r\nnext\n", {x1022, "next"}),
+      accepted("LineOf5000BytesBecomesFiveEntries", std::string(5000, 'x') + "\n",
+               {x1023, x1023, x1023, x1023, std::string(908, 'x')}),
+      accepted("ZeroByteInALongLineLosesTheRestOfItsPieceAlone",
+               "a" + zeroBytes(1) + x1021 + "tail\nnext\n", {"a", "tail", "next"}),
   };
 }
 
-}  // namespace
+TANEXICS_PLAY(AcceptedList, lists());
 
-TANEXICS_PLAY(RejectedCommandLine, rejections);
-TANEXICS_PLAY(AcceptedList, lists);
-
-class ListRun : public CommandTest {
- protected:
-  /// The names of the data calls of an incident with this list.
-  static std::vector<std::string> sentFor(const std::string& list) {
-    const Machine machine;
-    machine.write("/case/list", list);
-    const RunResult result = machine.run({{"/case/list", "-i", "1"}});
-    EXPECT_EQ(result.child.exitCode(), 0);
-    EXPECT_EQ(result.child.out + result.child.err, "");
-    std::vector<std::string> names;
-    const std::string head = "RM_Communicate call (param=0x4010b ? 1 ";
-    for (const std::string& line : linesOf(result.log)) {
-      if (line.rfind(head, 0) == 0) {
-        names.push_back(line.substr(head.size(), line.size() - head.size() - 12));
-      }
-    }
-    return names;
-  }
-};
-
-TEST_F(ListRun, LineUpTo1023BytesIsOneEntry) {
-  for (const std::size_t length : {1021U, 1022U, 1023U}) {
-    const std::string name(length, 'x');
-    EXPECT_EQ(sentFor(name + "\n"), std::vector<std::string>{name}) << length;
-    EXPECT_EQ(sentFor(name), std::vector<std::string>{name}) << length;
-    EXPECT_EQ(sentFor(name + "\ny\n"), (std::vector<std::string>{name, "y"})) << length;
-  }
-}
-
-TEST_F(ListRun, LineOf1024BytesBecomesTwoEntries) {
-  EXPECT_EQ(sentFor(std::string(1023, 'x') + "yz\nnext\n"),
-            (std::vector<std::string>{std::string(1023, 'x'), "yz", "next"}));
-}
-
-TEST_F(ListRun, CarriageReturnAtTheBoundGoesWithItsPiece) {
-  EXPECT_EQ(sentFor(std::string(1022, 'x') + "\r\nnext\n"),
-            (std::vector<std::string>{std::string(1022, 'x'), "next"}));
-}
-
-TEST_F(ListRun, LineOf5000BytesBecomesFiveEntries) {
-  const std::string piece(1023, 'x');
-  EXPECT_EQ(sentFor(std::string(5000, 'x') + "\n"),
-            (std::vector<std::string>{piece, piece, piece, piece, std::string(908, 'x')}));
-}
-
-TEST_F(ListRun, ZeroByteInALongLineLosesTheRestOfItsPieceAlone) {
-  EXPECT_EQ(sentFor("a" + std::string(1, '\0') + std::string(1021, 'x') + "tail\nnext\n"),
-            (std::vector<std::string>{"a", "tail", "next"}));
-}
-
-TEST_F(ListRun, BytesAbove0x7fAreKept) {
-  EXPECT_EQ(sentFor("\xa5\xed\xa5\xb0\xff\n"), std::vector<std::string>{"\xa5\xed\xa5\xb0\xff"});
-}
+using ListRun = MachineTest;
 
 TEST_F(ListRun, ListFromAFifoIsReadToItsEnd) {
-  const Machine machine;
-  ASSERT_EQ(::mkfifo(machine.outside("/case/fifo").c_str(), 0600), 0);
-  const auto feed = [] {
-    if (::fork() == 0) {
-      ::execl("/bin/sh", "sh", "-c",
-              "{ echo /case/a.txt; sleep 0.1; echo /case/c.txt; } >/case/fifo", nullptr);
-      ::_exit(1);
-    }
-    return true;
-  };
-  const std::string text = eventText("Software Log");
-  expectRun(
-      machine.run({{"/case/fifo", "-r", "/case/event.def"}, "", false, {}, feed}),
-      {framed(startedLine() + eventPart("0x40204", text, 2, "/case/a.txt") + "commonSendEvent OK\n",
-              0),
-       asked() + startComm() + notify("0x40204", text) +
-           sendItems("0x4010d",
-                     {{"/case/a.txt", "=items/0001-a.txt"}, {"/case/c.txt", "=items/0002-c.txt"}}) +
-           stopped()});
+  Call call = {{"/case/fifo", "-r", "/case/event.def"}};
+  call.prepare = fifoFedBy("echo /case/a.txt; sleep 0.1; echo /case/c.txt");
+  expectRun(machine.run(call), sendingOf({"/case/a.txt", "/case/c.txt"}).event());
 }
 
 TEST_F(ListRun, UnreadableListIsAnOpenError) {
-  const Machine machine;
   machine.write("/case/list", "/case/a.txt\n", 0000);
-  expectRun(machine.run({{"/case/list", "-i", "1"}, "", false, {}, obeyPermissions}),
-            {rejected(openError("/case/list")), "", 68});
+  expectRun(machine.run(incidentCall().prepared(obeyPermissions)),
+            rejected(openError("/case/list")));
 }
+
+}  // namespace

@@ -5,38 +5,6 @@
 
 namespace {
 
-const Call kEvent = {{"/case/list", "-r", "/case/event.def"}};
-
-/// The definition that every machine has, with one line exchanged; "" takes the line away.
-std::function<void(const Machine&)> withLine(const std::string& key, const std::string& line) {
-  return [=](const Machine& machine) {
-    std::string definition;
-    for (const std::string& old : linesOf(machine.read("/case/event.def"))) {
-      const bool isMeant = old.rfind(key + "=", 0) == 0;
-      if (!isMeant) definition += old + "\n";
-      if (isMeant && !line.empty()) definition += line + "\n";
-    }
-    machine.write("/case/event.def", definition);
-  };
-}
-
-std::string logOf(const std::string& code, const std::string& text,
-                  const std::string& traced = "") {
-  return framed(
-      traced + startedLine() + eventPart(code, text, 3, "/case/a.txt") + "commonSendEvent OK\n", 0);
-}
-
-std::string exchangesOf(const std::string& code, const std::string& text) {
-  return asked() + startComm() + notify(code, text) + sendItems("0x4010d", standardItems()) +
-         stopped();
-}
-
-/// An error event with this notification text, the parameters traced as given.
-Expected errorEvent(const std::string& text, const std::string& parameters = "") {
-  const std::string trace = parameters.empty() ? "" : parameters + measuredStandard();
-  return {logOf("0x40204", text, trace), exchangesOf("0x40204", text)};
-}
-
 /// The log in full, as an operator reads it: what the helpers of the other cases are made of.
 constexpr char kWholeLog[] =
     "### main : tanexics started.\n"
@@ -68,186 +36,99 @@ constexpr char kWholeLog[] =
     "### main : tanexics exit. code = 0\n";
 
 std::vector<Case> sendTypes() {
-  const Case err = {
-      "Err", kEvent, {logOf("0x40204", eventText()), exchangesOf("0x40204", eventText())}};
-  std::vector<Case> rows = {err, traced(err, kWholeLog)};
-  for (const std::string type : {"info", "ERR", "error", "err ", " err"}) {
-    std::string name = type == "err " ? "ErrAndBlank" : type == " err" ? "BlankAndErr" : type;
-    const Case other = {"Other_" + name,
-                        kEvent,
-                        {logOf("0x40205", eventText()), exchangesOf("0x40205", eventText())},
-                        withLine("SendType", "SendType=" + type)};
-    rows.push_back(other);
-    rows.push_back(
-        traced(other, logOf("0x40205", eventText(), parameterLines(type) + measuredStandard())));
+  Case err = {"Err", eventCall(), Sending().event()};
+  err.expected.log.trace = kWholeLog;
+  std::vector<Case> rows = {err};
+  for (const auto& [name, type] : std::map<std::string, std::string>{{"Other", "info"},
+                                                                     {"UpperCase", "ERR"},
+                                                                     {"Longer", "error"},
+                                                                     {"ErrAndBlank", "err "},
+                                                                     {"BlankAndErr", " err"}}) {
+    Sending sending;
+    sending.code = "0x40205";
+    sending.parameters = parameterLines(type);
+    std::string definition = kEventDefinition;
+    definition.replace(definition.find("SendType=err"), 12, "SendType=" + type);
+    rows.push_back({name, eventCall(), sending.event(),
+                    [=](const Machine& machine) { machine.write("/case/event.def", definition); }});
   }
   return rows;
 }
 
-std::vector<Case> commandLines() {
-  const Expected expected = {framed(standardEvent(), 0), standardEventCalls()};
-  return {
-      {"JoinedOptionNamesTheFile", {{"/case/list", "-r/case/event.def"}}, expected},
-      {"JoinedOptionWithARelativeName", {{"list", "-revent.def"}}, expected},
-      {"ArgumentsBehindTheFileAreIgnored",
-       {{"/case/list", "-r", "/case/event.def", "extra"}},
-       expected},
-      {"ArgumentBehindTheJoinedOptionIsIgnored",
-       {{"/case/list", "-r/case/event.def", "/no/such/file"}},
-       expected},
-  };
-}
-
-std::string replaced(std::string text, const std::string& from, const std::string& to) {
-  return text.replace(text.find(from), from.size(), to);
-}
-
-std::vector<Case> values() {
-  const std::string plain = eventText();
-  const std::string parameters = parameterLines();
-  const auto row = [](const std::string& name, const std::string& key, const std::string& line,
-                      const std::string& text, const std::string& traces) {
-    return Case{name,
-                {{"/case/list", "-r", "/case/event.def"}, "", true},
-                errorEvent(text, traces),
-                withLine(key, line)};
-  };
-  return {
-      row("ValueKeepsFurtherEqualsSigns", "HostName", "HostName=a=b",
-          replaced(plain, "\"db01\"", "\"a=b\""),
-          replaced(parameters, "HostName=db01", "HostName=a=b")),
-      row("ValueKeepsItsBlanks", "HostName", "HostName=  x ",
-          replaced(plain, "\"db01\"", "\"  x \""),
-          replaced(parameters, "HostName=db01", "HostName=  x ")),
-      row("EmptyMsgIdIsAcceptedAndSentEmpty", "MsgID", "MsgID=", replaced(plain, "\"4001\"", ""),
-          replaced(parameters, "MsgID=4001", "MsgID=")),
-      // The map has no such entry yet when it is traced.
-      row("AbsentMsgIdIsAcceptedAndSentEmpty", "MsgID", "", replaced(plain, "\"4001\"", ""),
-          replaced(parameters, "MsgID=4001\n", "")),
-      row("RepeatedKeyKeepsTheLastValue", "Label", "Label=first\nLabel=last",
-          replaced(plain, "disk", "last"), replaced(parameters, "disk", "last")),
-      row("QuotesAreDoubled", "Label", "Label=a\"b", replaced(plain, "disk", "a\"\"b"),
-          replaced(parameters, "disk", "a\"b")),
-      row("PercentSignsStayAsTheyAre", "Label", "Label=%s%n%d", replaced(plain, "disk", "%s%n%d"),
-          replaced(parameters, "disk", "%s%n%d")),
-      row("CommentsAndEmptyLinesAreSkipped", "Label", "#Label=x\n\n\r\n#\nLabel=disk\n#no equals",
-          plain, parameters),
-      row("CarriageReturnBeforeTheLineFeedIsDropped", "Label", "Label=disk\r", plain, parameters),
-      row("SecondCarriageReturnStays", "Label", "Label=disk\r\r", replaced(plain, "disk", "disk\r"),
-          replaced(parameters, "disk", "disk\r")),
-  };
+/// The log extract that leads to this notification text.
+Case excerpt(const std::string& name, const std::string& text, const std::string& bytes) {
+  Sending sending;
+  sending.text = text;
+  sending.files[1].size = static_cast<long long>(bytes.size());
+  return {name, eventCall(), sending.event(),
+          [=](const Machine& machine) { machine.write("/case/b.syslog.txt", bytes); }};
 }
 
 std::vector<Case> excerpts() {
-  const auto extract = [](const std::string& bytes) {
-    return [=](const Machine& machine) { machine.write("/case/b.syslog.txt", bytes); };
-  };
-  const auto row = [](const std::string& name, const std::string& excerpt,
-                      std::function<void(const Machine&)> arrange) {
-    return Case{name, kEvent, errorEvent(excerpt), std::move(arrange)};
-  };
   const std::string empty = eventTextWithoutExcerpt();
   return {
-      row("FirstLineThatIsNoComment", eventText("Feb 2 x"), extract("# a\n#b\nFeb 2 x\nlater\n")),
-      row("CarriageReturnIsDropped", eventText("Feb 2 x"), extract("Feb 2 x\r\n")),
-      row("LastLineWithoutLineEnd", eventText("Feb 2 x"), extract("#\nFeb 2 x")),
-      row("EmptyFirstLineIsTheExcerpt", empty, extract("\nFeb 2 x\n")),
-      row("OnlyCommentsGiveAnEmptyExcerpt", empty, extract("# a\n# b\n")),
-      row("EmptyFileGivesAnEmptyExcerpt", empty, extract("")),
-      row("QuotesAreDoubled", eventText("say \"\"hi\"\""), extract("say \"hi\"\n")),
-      row("ZeroByteEndsTheExcerpt", eventText("Feb"), extract(std::string("Feb\0 2\n", 7))),
+      excerpt("FirstLineThatIsNoComment", eventText("Feb 2 x"), "# a\n#b\nFeb 2 x\nlater\n"),
+      excerpt("CarriageReturnIsDropped", eventText("Feb 2 x"), "Feb 2 x\r\n"),
+      excerpt("LastLineWithoutLineEnd", eventText("Feb 2 x"), "#\nFeb 2 x"),
+      excerpt("EmptyFirstLineIsTheExcerpt", empty, "\nFeb 2 x\n"),
+      excerpt("OnlyCommentsGiveAnEmptyExcerpt", empty, "# a\n# b\n"),
+      excerpt("EmptyFileGivesAnEmptyExcerpt", empty, ""),
+      excerpt("QuotesAreDoubled", eventText("say \"\"hi\"\""), "say \"hi\"\n"),
+      excerpt("ZeroByteEndsTheExcerpt", eventText("Feb"), std::string("Feb\0 2\n", 7)),
+      // The first 1,022 characters of a line are a piece: the rest of a comment is none.
+      excerpt("RestOfALongCommentIsTheExcerpt", eventText("rest"),
+              "#" + std::string(1021, 'c') + "rest\nnext\n"),
   };
 }
 
-}  // namespace
+/// The files of a list, of which one is the extract or none, and the excerpt.
+Case listed(const std::string& name, const std::string& text, const std::vector<File>& files) {
+  Sending sending;
+  sending.text = eventText(text);
+  sending.files = files;
+  return {name, eventCall(), sending.event(), [=](const Machine& machine) {
+            machine.write("/case/x.apllog.txt.gz", "from the application log\n");
+            machine.write("/case/old.syslog.txt/x", "from a folder\n");
+            std::string list;
+            for (const File& file : files) list += file.path + "\n";
+            machine.write("/case/list", list);
+          }};
+}
 
-TANEXICS_PLAY(SendType, sendTypes);
-TANEXICS_PLAY(EventCommandLine, commandLines);
-TANEXICS_PLAY(EventValue, values);
-TANEXICS_PLAY(EventExcerpt, excerpts);
+std::vector<Case> lists() {
+  const std::vector<File> standard = standardFiles();
+  return {
+      listed("WithoutAnExtractItIsSoftwareLog", "Software Log", {standard[0], standard[2]}),
+      listed("NameWithASubstringAndTheFirstCounts", "from the application log",
+             {{"/case/x.apllog.txt.gz", 25}, standard[1]}),
+      listed("FolderOfThatName", "from a folder", {{"/case/old.syslog.txt/x", 14}}),
+  };
+}
 
-class EventRun : public CommandTest {};
+TANEXICS_PLAY(SendType, atBothLevels(sendTypes()));
+TANEXICS_PLAY(EventExcerpt, excerpts());
+TANEXICS_PLAY(EventExtract, lists());
+
+using EventRun = MachineTest;
 
 TEST_F(EventRun, MakesNoTemporaryDirectoryAndRunsNoCollectionCommand) {
   for (const std::string script : {"", "status 0x20000\n", "start 5\n"}) {
-    const Machine machine;
-    const RunResult result = machine.run({{"/case/list", "-r", "/case/event.def"}, script, true});
+    machine.clear();
+    const RunResult result = machine.run(eventCall().answered(script).traced());
     EXPECT_EQ(result.log.find("CTemp"), std::string::npos);
     EXPECT_FALSE(machine.exists("/case/collected"));
     EXPECT_TRUE(machine.names("/tmp").empty());
   }
 }
 
-TEST_F(EventRun, WithoutAnExtractTheExcerptIsSoftwareLog) {
-  const Machine machine;
-  machine.write("/case/list", "/case/a.txt\n/case/c.txt\n");
-  const std::string text = eventText("Software Log");
-  expectRun(
-      machine.run(kEvent),
-      {framed(startedLine() + eventPart("0x40204", text, 2, "/case/a.txt") + "commonSendEvent OK\n",
-              0),
-       asked() + startComm() + notify("0x40204", text) +
-           sendItems("0x4010d",
-                     {{"/case/a.txt", "=items/0001-a.txt"}, {"/case/c.txt", "=items/0002-c.txt"}}) +
-           stopped()});
-}
-
-TEST_F(EventRun, ExtractIsFoundByASubstringAndTheFirstInTheListCounts) {
-  const Machine machine;
-  machine.write("/case/x.apllog.txt.gz", "from the application log\n");
-  machine.write("/case/list", "/case/x.apllog.txt.gz\n/case/b.syslog.txt\n");
-  EXPECT_NE(machine.run(kEvent).log.find(eventText("from the application log")), std::string::npos);
-}
-
-TEST_F(EventRun, ExtractInAFolderOfThatNameIsFound) {
-  const Machine machine;
-  machine.write("/case/old.syslog.txt/x", "from a folder\n");
-  machine.write("/case/list", "/case/old.syslog.txt/x\n");
-  EXPECT_NE(machine.run(kEvent).log.find(eventText("from a folder")), std::string::npos);
-}
-
-TEST_F(EventRun, LongExcerptLineYieldsItsFirst1022Characters) {
-  const Machine machine;
-  // Short enough for the notification: the rest would begin a second piece.
-  machine.write("/case/b.syslog.txt", "#" + std::string(1021, 'c') + "rest\nnext\n");
-  EXPECT_NE(machine.run(kEvent).log.find(eventText("rest")), std::string::npos);
-}
-
 TEST_F(EventRun, UnreadableExtractGivesAnEmptyExcerptAndALine) {
-  const Machine machine;
   machine.remove("/case/b.syslog.txt");
-  const std::string text = eventTextWithoutExcerpt();
-  const std::string size = "get file size error(/case/b.syslog.txt,No such file or directory)\n";
-  const std::string open =
+  Sending sending;
+  sending.text = eventTextWithoutExcerpt();
+  sending.files[1] = {"/case/b.syslog.txt", -1, "No such file or directory"};
+  sending.excerptError =
       "syslogfile open error.FILE=/case/b.syslog.txt(CSendEventBase::getSyslogLine)\n";
-  std::string part = eventPart("0x40204", text, 3, "/case/a.txt");
-  part.insert(part.find('\n') + 1, open);
-  std::vector<Item> items = standardItems();
-  items[1].fate = "No such file or directory";
-  items[2].fate = "=items/0002-c.txt";
-  expectRun(machine.run(kEvent), {framed(size + startedLine() + part + "commonSendEvent OK\n", 0),
-                                  asked() + startComm() + notify("0x40204", text) +
-                                      sendItems("0x4010d", items) + stopped()});
+  expectRun(machine.run(eventCall()), sending.event());
 }
 
-TEST_F(EventRun, LongValueIsCutClosedAndLogged) {
-  const Machine machine;
-  withLine("Label", "Label=" + std::string(1000, 'x'))(machine);
-  const RunResult result = machine.run(kEvent);
-  const std::string head = R"("2026/10/05 12:00:00",,")";
-  const std::string text = head + std::string(896 - head.size() - 1, 'x') + "\"";
-  std::string part = eventPart("0x40204", text, 3, "/case/a.txt");
-  part.insert(part.find('\n') + 1, "string convert error (CSendEventBase::convStr)\n");
-  expectRun(result, {framed(startedLine() + part + "commonSendEvent OK\n", 0),
-                     exchangesOf("0x40204", text)});
-}
-
-TEST_F(EventRun, BytesAbove0x7fTravelUnchanged) {
-  const Machine machine;
-  withLine("Label", "Label=\xb9\xbe\xbe\xe3\x8f\xff")(machine);
-  const RunResult result = machine.run(kEvent);
-  EXPECT_EQ(result.log,
-            logOf("0x40204", replaced(eventText(), "disk", "\xb9\xbe\xbe\xe3\x8f\xff")));
-  EXPECT_EQ(result.exchanges,
-            exchangesOf("0x40204", replaced(eventText(), "disk", R"(\xb9\xbe\xbe\xe3\x8f\xff)")));
-}
+}  // namespace

@@ -5,144 +5,82 @@
 
 namespace {
 
-/// What the centre answers to the notification and to the data, and what is logged of it.
+/// What the centre answers to the notification and to the data.
 struct Failure {
   std::string name;
   std::string script;
   Answer notification;
-  std::string notificationDone;
   Answer data;
-  std::string dataDone;
 };
 
-const std::string kSmtp = R"((SMTP) RL:-74,ZW-Agent:-10,Mailsvr:"")";
-const std::string kHttp = R"((HTTP) RL:-52,ZW-Agent:404,Mailsvr:"")";
+const Answer kSmtp = {-74, 1, -10, R"((SMTP) RL:-74,ZW-Agent:-10,Mailsvr:"")"};
+const Answer kHttp = {-52, 2, 404, R"((HTTP) RL:-52,ZW-Agent:404,Mailsvr:"")"};
 
-const std::vector<Failure>& failures() {
-  static const std::vector<Failure> all = {
-      {"SmtpErrorOfEveryExchange",
-       "communicate * -74 1 -10\n",
-       {-74, 1, -10},
-       done(-74, kSmtp),
-       {-74, 1, -10},
-       done(-74, kSmtp)},
-      {"HttpErrorOfEveryExchange",
-       "communicate * -52 2 404\n",
-       {-52, 2, 404},
-       done(-52, kHttp),
-       {-52, 2, 404},
-       done(-52, kHttp)},
+std::vector<Failure> failures() {
+  const Answer bare = {9, 0, 0, ""};
+  const Answer odd = {-1, 3, 77, R"(() RL:-1,ZW-Agent:77,Mailsvr:"")"};
+  const Answer success = {0, 2, 5, R"((HTTP) RL:0,ZW-Agent:5,Mailsvr:"")"};
+  return {
+      {"SmtpErrorOfEveryExchange", "communicate * -74 1 -10\n", kSmtp, kSmtp},
+      {"HttpErrorOfEveryExchange", "communicate * -52 2 404\n", kHttp, kHttp},
       {"NotificationAlone",
        "communicate 0x40017 -52 2 404\ncommunicate 0x40204 -52 2 404\n",
-       {-52, 2, 404},
-       done(-52, kHttp),
-       {},
-       done()},
-      {"DataAlone",
-       "communicate 0x4010b -74 1 -10\ncommunicate 0x4010d -74 1 -10\n",
-       {},
-       done(),
-       {-74, 1, -10},
-       done(-74, kSmtp)},
-      {"ResultWithoutExtendedError", "communicate * 9\n", {9, 0, 0}, done(9), {9, 0, 0}, done(9)},
-      {"ExtendedErrorOfAnUnknownType",
-       "communicate * -1 3 77\n",
-       {-1, 3, 77},
-       done(-1, R"(() RL:-1,ZW-Agent:77,Mailsvr:"")"),
-       {-1, 3, 77},
-       done(-1, R"(() RL:-1,ZW-Agent:77,Mailsvr:"")")},
-      {"ExtendedErrorOfASuccess",
-       "communicate * 0 2 5\n",
-       {0, 2, 5},
-       done(0, R"((HTTP) RL:0,ZW-Agent:5,Mailsvr:"")"),
-       {0, 2, 5},
-       done(0, R"((HTTP) RL:0,ZW-Agent:5,Mailsvr:"")")},
+       kHttp,
+       {}},
+      {"DataAlone", "communicate 0x4010b -74 1 -10\ncommunicate 0x4010d -74 1 -10\n", {}, kSmtp},
+      {"ResultWithoutExtendedError", "communicate * 9\n", bare, bare},
+      {"ExtendedErrorOfAnUnknownType", "communicate * -1 3 77\n", odd, odd},
+      {"ExtendedErrorOfASuccess", "communicate * 0 2 5\n", success, success},
   };
-  return all;
 }
 
-std::string incidentLog(const Failure& row, bool trace) {
-  std::string body = hostNameLines(trace) + (trace ? measuredStandard() : "") + startedLine();
-  for (int part = 1; part <= 3; ++part) {
-    const std::string number = std::to_string(part);
-    body += "commonSendEvent Main Loop (" + number + "/3)\n";
-    body += "RM_Communicate call (param=0x40017 0 0 " + incidentText("1", part, 3) +
-            " NULL  NULL)\n" + row.notificationDone;
-    body += "RM_Communicate call (param=0x4010b ? 1 " +
-            standardItems()[static_cast<std::size_t>(part - 1)].path + " NULL  NULL)\n" +
-            row.dataDone;
-  }
-  return framed(body + "commonSendEvent OK\n" + collectionLines(trace), 0);
-}
-
-std::string incidentExchanges(const Failure& row) {
-  std::string calls = asked() + startComm();
-  for (int part = 1; part <= 3; ++part) {
-    calls += notify("0x40017", incidentText("1", part, 3), row.notification);
-    calls += sendItems("0x4010b", {standardItems()[static_cast<std::size_t>(part - 1)]}, row.data);
-  }
-  return calls + stopped();
+Sending sendingOf(const Failure& row) {
+  Sending sending;
+  sending.notification = row.notification;
+  sending.data = row.data;
+  return sending;
 }
 
 std::vector<Case> incidents() {
   std::vector<Case> rows;
   for (const Failure& row : failures()) {
-    const Case incident = {row.name,
-                           {{"/case/list", "-i", "1"}, row.script},
-                           {incidentLog(row, false), incidentExchanges(row)}};
-    rows.push_back(incident);
-    rows.push_back(traced(incident, incidentLog(row, true)));
+    rows.push_back({row.name, incidentCall().answered(row.script), sendingOf(row).incident()});
   }
   return rows;
-}
-
-std::string eventLog(const Failure& row) {
-  return startedLine() + "commonSendEvent Main Loop (1/3)\n" +
-         "RM_Communicate call (param=0x40204 0 0 " + eventText() + " NULL  NULL)\n" +
-         row.notificationDone + "RM_Communicate call (param=0x4010d ? 3 /case/a.txt NULL  NULL)\n" +
-         row.dataDone + "commonSendEvent OK\n";
 }
 
 std::vector<Case> events() {
   std::vector<Case> rows;
   for (const Failure& row : failures()) {
-    const Case event = {row.name,
-                        {{"/case/list", "-r", "/case/event.def"}, row.script},
-                        {framed(eventLog(row), 0),
-                         asked() + startComm() + notify("0x40204", eventText(), row.notification) +
-                             sendItems("0x4010d", standardItems(), row.data) + stopped()}};
-    rows.push_back(event);
-    rows.push_back(traced(event, framed(parameterLines() + measuredStandard() + eventLog(row), 0)));
+    rows.push_back({row.name, eventCall().answered(row.script), sendingOf(row).event()});
   }
   return rows;
 }
 
-}  // namespace
+TANEXICS_PLAY(FailingIncident, atBothLevels(incidents()));
+TANEXICS_PLAY(FailingEvent, atBothLevels(events()));
 
-TANEXICS_PLAY(FailingIncident, incidents);
-TANEXICS_PLAY(FailingEvent, events);
-
-class ExchangeRun : public CommandTest {};
+using ExchangeRun = MachineTest;
 
 TEST_F(ExchangeRun, SuccessAfterAFailureShowsNoMessageOfIt) {
-  const Machine machine;
   machine.write("/case/list", "/case/a.txt\n/case/c.txt\n");
-  const RunResult result = machine.run({{"/case/list", "-i", "1"},
-                                        "communicate 0x40017 -52 2 404\n"
-                                        "communicate 0x40017 0\n"
-                                        "communicate 0x4010b -74 1 -10\n"
-                                        "communicate 0x4010b 0\n"});
+  const Call call = incidentCall().answered(
+      "communicate 0x40017 -52 2 404\n"
+      "communicate 0x40017 0\n"
+      "communicate 0x4010b -74 1 -10\n"
+      "communicate 0x4010b 0\n");
   std::string ends;
-  for (const std::string& line : linesOf(result.log)) {
+  for (const std::string& line : linesOf(machine.run(call).log)) {
     if (line.rfind("RM_Communicate done", 0) == 0) ends += line + "\n";
   }
-  EXPECT_EQ(ends, done(-52, kHttp) + done(-74, kSmtp) + done() + done());
+  EXPECT_EQ(ends, done(-52, kHttp.message) + done(-74, kSmtp.message) + done() + done());
 }
 
 TEST_F(ExchangeRun, ResultOfTheStopIsNotLookedAt) {
-  const Machine machine;
-  expectRun(machine.run({{"/case/list", "-r", "/case/event.def"}, "stop 9\n"}),
-            {framed(standardEvent(), 0), asked() + startComm() + notify("0x40204", eventText()) +
-                                             sendItems("0x4010d", standardItems()) + stopComm(9) +
-                                             stopComm(9)});
+  Expected expected = Sending().event();
+  expected.exchanges = asked() + startComm() + notify("0x40204", eventText()) +
+                       sendItems("0x4010d", standardItems()) + stopComm(9) + stopComm(9);
+  expectRun(machine.run(eventCall().answered("stop 9\n")), expected);
 }
+
+}  // namespace

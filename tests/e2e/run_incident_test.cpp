@@ -5,14 +5,6 @@
 
 namespace {
 
-std::string infoLog(const std::string& number) {
-  return framed(standardIncident(false, number) + collectionLines(), 0);
-}
-
-std::string traceLog(const std::string& number) {
-  return framed(standardIncident(true, number) + collectionLines(true), 0);
-}
-
 /// The log in full, as an operator reads it: what the helpers of the other cases are made of.
 constexpr char kWholeLog[] =
     "### main : tanexics started.\n"
@@ -65,43 +57,37 @@ constexpr char kWholeLog[] =
     "ELAPSED:range='executing tanexics', time='*'\n"
     "### main : tanexics exit. code = 0\n";
 
-std::vector<Case> cases() {
-  const Case plain = {"ThreeFilesGiveThreePairs",
-                      {{"/case/list", "-i", "R0017"}},
-                      {infoLog("R0017"), standardIncidentCalls("R0017")}};
-  std::vector<Case> rows = {plain, traced(plain, kWholeLog)};
-  for (const bool trace : {false, true}) {
-    const std::string suffix = trace ? "Traced" : "";
-    const auto logOf = trace ? traceLog : infoLog;
-    rows.push_back({"JoinedOptionDropsTwoCharactersOfTheNextArgument" + suffix,
-                    {{"/case/list", "-ifoo", "ABC123"}, "", trace},
-                    {logOf("C123"), standardIncidentCalls("C123")}});
-    rows.push_back({"JoinedOptionWithTwoCharactersGivesAnEmptyNumber" + suffix,
-                    {{"/case/list", "-i1", "AB"}, "", trace},
-                    {logOf(""), standardIncidentCalls("")}});
-    rows.push_back({"NumberIsNotValidated" + suffix,
-                    {{"/case/list", "-i", "no number %s"}, "", trace},
-                    {logOf("no number %s"), standardIncidentCalls("no number %s")}});
-    rows.push_back({"EmptyNumberIsAccepted" + suffix,
-                    {{"/case/list", "-i", ""}, "", trace},
-                    {logOf(""), standardIncidentCalls("")}});
-    rows.push_back({"ArgumentsBehindTheValueAreIgnored" + suffix,
-                    {{"/case/list", "-i", "R0017", "-r", "/case/event.def"}, "", trace},
-                    {logOf("R0017"), standardIncidentCalls("R0017")}});
-  }
-  return rows;
+/// An incident that arrives under this number, with these words after the list.
+Case incident(const std::string& name, const std::string& number,
+              const std::vector<std::string>& words) {
+  Sending sending;
+  sending.number = number;
+  Case row = {name, {{"/case/list"}}, sending.incident()};
+  row.call.arguments.insert(row.call.arguments.end(), words.begin(), words.end());
+  return row;
 }
 
-}  // namespace
+std::vector<Case> cases() {
+  Case standard = incident("ThreeFilesGiveThreePairs", "R0017", {"-i", "R0017"});
+  standard.expected.log.trace = kWholeLog;
+  return {
+      standard,
+      incident("JoinedOptionDropsTwoCharactersOfTheNextArgument", "C123", {"-ifoo", "ABC123"}),
+      incident("JoinedOptionWithTwoCharactersGivesAnEmptyNumber", "", {"-i1", "AB"}),
+      incident("NumberIsNotValidated", "no number %s", {"-i", "no number %s"}),
+      incident("EmptyNumberIsAccepted", "", {"-i", ""}),
+      incident("ArgumentsAfterTheValueAreIgnored", "R0017",
+               {"-i", "R0017", "-r", "/case/event.def"}),
+  };
+}
 
-TANEXICS_PLAY(Incident, cases);
+TANEXICS_PLAY(Incident, atBothLevels(cases()));
 
-class IncidentRun : public CommandTest {};
+using IncidentRun = MachineTest;
 
 TEST_F(IncidentRun, CollectionCommandsGetTheSameDirectoryAndItVanishes) {
-  const Machine machine;
-  machine.run({{"/case/list", "-i", "R0017"}});
-  const std::vector<std::string> collected = linesOf(machine.read("/case/collected"));
+  machine.run(incidentCall());
+  const std::vector<std::string> collected = machine.collected();
   ASSERT_EQ(collected.size(), 2U);
   const std::string directory = collected[0].substr(10, 17);
   EXPECT_EQ(directory.substr(0, 10), "/tmp/swcon");
@@ -112,37 +98,31 @@ TEST_F(IncidentRun, CollectionCommandsGetTheSameDirectoryAndItVanishes) {
 }
 
 TEST_F(IncidentRun, CollectionStartsOnlyAfterCommunicationHasStopped) {
-  const Machine machine;
-  for (const std::string name : {"tanexcc", "tanexcs"}) {
-    machine.write("/opt/dovra/tanex/bin/" + name,
-                  "#!/bin/sh\ngrep -c KEL_StopComm /case/outbox/exchanges.jsonl\n", 0755);
-  }
-  EXPECT_EQ(machine.run({{"/case/list", "-i", "R0017"}}).child.out, "2\n2\n");
+  machine.setCollection("grep -c KEL_StopComm /case/outbox/exchanges.jsonl\n");
+  EXPECT_EQ(machine.run(incidentCall()).child.out, "2\n2\n");
 }
 
 TEST_F(IncidentRun, FilesArriveByteForByte) {
-  const Machine machine;
-  machine.run({{"/case/list", "-i", "R0017"}});
+  machine.run(incidentCall());
   for (const Item& item : standardItems()) {
     EXPECT_EQ(machine.read("/case/outbox/" + item.fate.substr(1)), machine.read(item.path));
   }
 }
 
 TEST_F(IncidentRun, LongNumberIsCutAtTheBoundOfTheText) {
-  const Machine machine;
   machine.write("/case/list", "/case/a.txt\n");
   const std::string number(3000, '7');
-  const RunResult result = machine.run({{"/case/list", "-i", number}});
   // A text of 2,046 characters, and a log line of 2,046 characters and a zero byte.
   const std::string text = incidentText(number, 1, 1).substr(0, 2046);
-  EXPECT_EQ(result.exchanges, asked() + startComm() + notify("0x40017", text) +
-                                  sendItems("0x4010b", {standardItems()[0]}) + stopped());
   const std::string line = "RM_Communicate call (param=0x40017 0 0 " + text;
-  EXPECT_EQ(result.log,
-            framed(hostNameLines() + startedLine() + "commonSendEvent Main Loop (1/1)\n" +
-                       line.substr(0, 2046) + std::string(1, '\0') + "\n" + done() +
-                       "RM_Communicate call (param=0x4010b ? 1 /case/a.txt NULL  NULL)\n" + done() +
-                       "commonSendEvent OK\n" + collectionLines(),
-                   0));
-  EXPECT_EQ(result.child.exitCode(), 0);
+  expectRun(machine.run({{"/case/list", "-i", number}}),
+            {framed(hostNameLines() + startedLine() + "commonSendEvent Main Loop (1/1)\n" +
+                        line.substr(0, 2046) + std::string(1, '\0') + "\n" + done() +
+                        "RM_Communicate call (param=0x4010b ? 1 /case/a.txt NULL  NULL)\n" +
+                        done() + "commonSendEvent OK\n" + collectionLines(),
+                    0),
+             asked() + startComm() + notify("0x40017", text) +
+                 sendItems("0x4010b", {standardItems()[0]}) + stopped()});
 }
+
+}  // namespace

@@ -12,19 +12,7 @@
 
 namespace {
 
-constexpr char kFirst[] = "/opt/dovra/tanex/bin/tanexcc";
-constexpr char kSecond[] = "/opt/dovra/tanex/bin/tanexcs";
-
-std::string incidentLog() { return framed(standardIncident(false) + collectionLines(false), 0); }
-
-/// An undisturbed incident, whatever is prepared in its process.
-Case incident(const std::string& name, std::function<bool()> prepare) {
-  Case row = {name, {{"/case/list", "-i", "1"}}, {incidentLog(), standardIncidentCalls()}};
-  row.call.prepare = std::move(prepare);
-  return row;
-}
-
-std::function<bool()> ignoring(const std::vector<int>& signals) {
+Prepare ignoring(const std::vector<int>& signals) {
   return [=] {
     for (const int signal : signals) {
       if (::signal(signal, SIG_IGN) == SIG_ERR) return false;
@@ -33,7 +21,7 @@ std::function<bool()> ignoring(const std::vector<int>& signals) {
   };
 }
 
-std::function<bool()> blocking(const std::vector<int>& signals) {
+Prepare blocking(const std::vector<int>& signals) {
   return [=] {
     sigset_t blocked;
     ::sigemptyset(&blocked);
@@ -55,6 +43,15 @@ bool limitFileSize(rlim_t bytes) {
   return ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
 }
 
+/// Puts bash(1) in the place of sh(1), in the private mounts of a run: other shells block and
+/// unblock signals of their own accord.
+bool usePlainShell() { return ::mount("/bin/bash", "/bin/sh", nullptr, MS_BIND, nullptr) == 0; }
+
+/// An undisturbed incident, whatever is prepared in its process.
+Case incident(const std::string& name, const Prepare& prepare) {
+  return {name, incidentCall().prepared(prepare), Sending().incident()};
+}
+
 std::vector<Case> cases() {
   const std::vector<int> own = {SIGCHLD, SIGPIPE, SIGXFSZ};
   return {
@@ -66,31 +63,32 @@ std::vector<Case> cases() {
   };
 }
 
-}  // namespace
+TANEXICS_PLAY(InheritedSignals, cases());
 
-TANEXICS_PLAY(InheritedSignals, cases);
+class SignalRun : public MachineTest {
+ protected:
+  /// What a run leaves whose collection commands print `bytes` to an output that nobody reads.
+  void expectBothCommandsRun(const std::string& bytes) const {
+    machine.write("/case/bytes", bytes);
+    machine.setCollection("cat /case/bytes\necho ran >>/case/collected\n");
+    const auto prepare = [] { return loseReader(STDOUT_FILENO); };
+    expectRun(machine.run(incidentCall().prepared(prepare)), Sending().incident());
+    EXPECT_EQ(machine.read("/case/collected"), "ran\nran\n");
+    EXPECT_TRUE(machine.names("/tmp").empty());
+  }
 
-class SignalRun : public CommandTest {};
+  /// The sets of blocked and ignored signals of a program that a collection command starts.
+  std::string handedOn(const Prepare& prepare) const {
+    machine.setCollection("grep -E '^Sig(Ign|Blk):' /proc/self/status\n", "");
+    return machine.run(incidentCall().prepared([&] { return usePlainShell() && prepare(); }))
+        .child.out;
+  }
+};
 
 TEST_F(SignalRun, ChildEndsIgnored_DirectoryIsGoneAndBothCommandsRanInIt) {
-  const Machine machine;
-  machine.run(incident("", ignoring({SIGCHLD})).call);
-  EXPECT_EQ(machine.names("/tmp"), std::vector<std::string>());
-  EXPECT_EQ(linesOf(machine.read("/case/collected")).size(), 2u);
-}
-
-/// What a run leaves whose collection commands print `bytes` to an output that nobody reads.
-void expectBothCommandsRun(const std::string& bytes) {
-  const Machine machine;
-  machine.write("/case/bytes", bytes);
-  for (const char* path : {kFirst, kSecond}) {
-    machine.write(path, "#!/bin/sh\ncat /case/bytes\necho ran >>/case/collected\n", 0755);
-  }
-  Call call = {{"/case/list", "-i", "1"}};
-  call.prepare = [] { return loseReader(STDOUT_FILENO); };
-  expectRun(machine.run(call), {incidentLog(), standardIncidentCalls()});
-  EXPECT_EQ(machine.read("/case/collected"), "ran\nran\n");
-  EXPECT_EQ(machine.names("/tmp"), std::vector<std::string>());
+  machine.run(incidentCall().prepared(ignoring({SIGCHLD})));
+  EXPECT_TRUE(machine.names("/tmp").empty());
+  EXPECT_EQ(machine.collected().size(), 2U);
 }
 
 TEST_F(SignalRun, ReaderOfOutputGone_BothCommandsRunAndTheFrameIsWhole) {
@@ -102,40 +100,21 @@ TEST_F(SignalRun, ReaderOfOutputGone_MoreThanABufferIsLetGoAllTheSame) {
 }
 
 TEST_F(SignalRun, ReaderOfErrorsGone_RunWithoutALogSendsEverything) {
-  const Machine machine;
-  Call call = {{"/case/list", "-i", "1"}};
-  call.environment["TANEX_LOG"] = "/no/folder/action.log";
-  call.prepare = [] { return loseReader(STDERR_FILENO); };
-  expectRun(machine.run(call), {"", standardIncidentCalls()});
-  EXPECT_EQ(linesOf(machine.read("/case/collected")).size(), 2u);
+  const Call call = incidentCall().with({{"TANEX_LOG", "/no/folder/action.log"}});
+  const auto prepare = [] { return loseReader(STDERR_FILENO); };
+  expectRun(machine.run(call.prepared(prepare)), {"", Sending().incident().exchanges});
+  EXPECT_EQ(machine.collected().size(), 2U);
 }
 
 TEST_F(SignalRun, LogAtTheLimitOfFileSizes_EverythingIsSentAndStopped) {
-  const Machine machine;
   const std::string older(100000, 'o');
   machine.write("/case/full.log", older);
-  Call call = {{"/case/list", "-i", "1"}};
-  call.environment["TANEX_LOG"] = "/case/full.log";
-  call.prepare = [&] { return limitFileSize(older.size()); };
-  const RunResult result = machine.run(call);
+  const Call call = incidentCall().with({{"TANEX_LOG", "/case/full.log"}});
+  const RunResult result = machine.run(call.prepared([&] { return limitFileSize(older.size()); }));
   EXPECT_EQ(result.child.status, 0);
-  EXPECT_EQ(result.exchanges, standardIncidentCalls());
+  EXPECT_EQ(result.exchanges, Sending().incident().exchanges);
   EXPECT_EQ(machine.read("/case/full.log"), older);
-  EXPECT_EQ(linesOf(machine.read("/case/collected")).size(), 2u);
-}
-
-/// Puts bash(1) in the place of sh(1), in the private mounts of a run: other shells block and
-/// unblock signals of their own accord.
-bool usePlainShell() { return ::mount("/bin/bash", "/bin/sh", nullptr, MS_BIND, nullptr) == 0; }
-
-/// The sets of blocked and ignored signals of a program that a collection command starts.
-std::string handedOn(const std::function<bool()>& prepare) {
-  const Machine machine;
-  machine.write(kFirst, "#!/bin/sh\ngrep -E '^Sig(Ign|Blk):' /proc/self/status\n", 0755);
-  machine.write(kSecond, "#!/bin/sh\n", 0755);
-  Call call = {{"/case/list", "-i", "1"}};
-  call.prepare = [&] { return usePlainShell() && prepare(); };
-  return machine.run(call).child.out;
+  EXPECT_EQ(machine.collected().size(), 2U);
 }
 
 TEST_F(SignalRun, CallerIgnoresAndBlocksNothing_NorDoProgramsThatAreStarted) {
@@ -151,3 +130,5 @@ TEST_F(SignalRun, CallerBlocksSome_ProgramsThatAreStartedHaveThemBlocked) {
   EXPECT_EQ(handedOn(blocking({SIGHUP, SIGPIPE, SIGXFSZ})),
             "SigBlk:\t0000000001001001\nSigIgn:\t0000000000000000\n");
 }
+
+}  // namespace

@@ -7,234 +7,180 @@
 
 namespace {
 
-/// How the test library behaves, and all that comes of it. `calls` are the names of its calls.
+/// How the test library behaves, and all that comes of an event at trace level. `calls` are the
+/// names of its calls.
 struct Throw {
   std::string name;
   std::string thrower;
   std::string values;
   std::string log;
   int status;
-  std::vector<std::string> calls;
+  std::string calls;
 };
 
-const std::vector<std::string> kIds = {"GetID", "GetID"};
-const std::vector<std::string> kStatuses = {"GetStatus", "GetStatus"};
-
-std::string callsText(const std::vector<std::string>& calls) {
-  std::string text;
-  for (const std::string& call : calls) text += "KEL_" + call + "\n";
-  return text;
-}
-
-std::string rest() { return startedLine() + eventPart("0x40204", eventText(), 3, "/case/a.txt"); }
-
-std::string traced() { return parameterLines() + measuredStandard(); }
-
-std::string caught(int code) {
-  return "(CSendInfo::CommSendInfo) caught error code=" + std::to_string(code) + "\n";
-}
+const std::string kOneId = "GetID ";
+const std::string kIds = "GetID GetID ";
+const std::string kOneStatus = kIds + "GetStatus ";
+const std::string kStatuses = kIds + "GetStatus GetStatus ";
+const std::string kStart = kStatuses + "StartComm ";
+const std::string kAll = kStart + "Communicate Communicate StopComm StopComm ";
 
 constexpr char kError[] = "commonSendEvent Error.\n";
 constexpr char kOk[] = "commonSendEvent OK\n";
 
-/// Events, all at trace level.
+/// What is logged up to the start of communication, and from there to the end of the exchanges.
+std::string measuredLog() { return (parameterLines() + Sending().measures()).trace; }
+std::string sentLog() {
+  return measuredLog() + startedLine() + eventPart("0x40204", eventText(), 3, "/case/a.txt");
+}
+
+/// What is logged when an identifier was thrown in place of returned.
+std::string caught(int code) {
+  return parameterLines().trace +
+         "(CSendInfo::CommSendInfo) caught error code=" + std::to_string(code) + "\n";
+}
+
 std::vector<Throw> integers() {
-  const std::vector<std::string> all = {"GetID",       "GetID",     "GetStatus",
-                                        "GetStatus",   "StartComm", "Communicate",
-                                        "Communicate", "StopComm",  "StopComm"};
-  const std::vector<std::string> afterOneId(all.begin() + 1, all.end());
+  const std::string goesOn = caught(0) + sentLog().substr(parameterLines().trace.size()) + kOk;
   return {
-      {"IdentifierNonzero",
-       "GetID",
-       "33",
-       framed(parameterLines() + caught(33), 33),
-       33,
-       {"GetID"}},
-      {"IdentifierNonzeroAtTheSecondTime", "GetID", "- 33",
-       framed(parameterLines() + caught(33), 33), 33, kIds},
-      {"IdentifierNegative",
-       "GetID",
-       "-1",
-       framed(parameterLines() + caught(-1), -1),
-       255,
-       {"GetID"}},
-      {"IdentifierOf256LooksLikeSuccess",
-       "GetID",
-       "256",
-       framed(parameterLines() + caught(256), 256),
-       0,
-       {"GetID"}},
-      {"IdentifierZeroGoesOn", "GetID", "0",
-       framed(parameterLines() + caught(0) + measuredStandard() + rest() + kOk, 0), 0, afterOneId},
-      {"IdentifierZeroAtTheSecondTimeGoesOn", "GetID", "- 0",
-       framed(parameterLines() + caught(0) + measuredStandard() + rest() + kOk, 0), 0, all},
-      {"StatusNonzero",
-       "GetStatus",
-       "33",
-       framed(traced(), 33),
-       33,
-       {"GetID", "GetID", "GetStatus"}},
-      {"StatusNonzeroAtTheSecondTime",
-       "GetStatus",
-       "- 33",
-       framed(traced(), 33),
-       33,
-       {"GetID", "GetID", "GetStatus", "GetStatus"}},
-      {"StatusZero", "GetStatus", "0", framed(traced(), 0), 0, {"GetID", "GetID", "GetStatus"}},
-      {"StatusOf256LooksLikeSuccess",
-       "GetStatus",
-       "256",
-       framed(traced(), 256),
-       0,
-       {"GetID", "GetID", "GetStatus"}},
-      {"NotificationNonzero", "Communicate", "33", framed(traced() + rest() + kError, 33), 33, all},
-      {"DataNonzero", "Communicate", "- 33", framed(traced() + rest() + kError, 33), 33, all},
-      {"LastOfTwoWins", "Communicate", "33 34", framed(traced() + rest() + kError, 34), 34, all},
-      {"ZeroAfterAnotherWinsToo", "Communicate", "33 0", framed(traced() + rest() + kOk, 0), 0,
-       all},
-      {"NotificationZeroIsNoError", "Communicate", "0", framed(traced() + rest() + kOk, 0), 0, all},
-      {"ExchangeOf256LooksLikeSuccess", "Communicate", "256",
-       framed(traced() + rest() + kError, 256), 0, all},
-      {"StopNonzero", "StopComm", "33", framed(traced() + rest() + kError, 33), 33, all},
-      {"StopZero", "StopComm", "0", framed(traced() + rest() + kOk, 0), 0, all},
+      {"IdentifierNonzero", "GetID", "33", framed(caught(33), 33), 33, kOneId},
+      {"IdentifierNonzeroAtTheSecondTime", "GetID", "- 33", framed(caught(33), 33), 33, kIds},
+      {"IdentifierNegative", "GetID", "-1", framed(caught(-1), -1), 255, kOneId},
+      {"IdentifierOf256LooksLikeSuccess", "GetID", "256", framed(caught(256), 256), 0, kOneId},
+      {"IdentifierZeroGoesOn", "GetID", "0", framed(goesOn, 0), 0, kAll.substr(kOneId.size())},
+      {"IdentifierZeroAtTheSecondTimeGoesOn", "GetID", "- 0", framed(goesOn, 0), 0, kAll},
+      {"StatusNonzero", "GetStatus", "33", framed(measuredLog(), 33), 33, kOneStatus},
+      {"StatusNonzeroAtTheSecondTime", "GetStatus", "- 33", framed(measuredLog(), 33), 33,
+       kStatuses},
+      {"StatusZero", "GetStatus", "0", framed(measuredLog(), 0), 0, kOneStatus},
+      {"StatusOf256LooksLikeSuccess", "GetStatus", "256", framed(measuredLog(), 256), 0,
+       kOneStatus},
+      {"NotificationNonzero", "Communicate", "33", framed(sentLog() + kError, 33), 33, kAll},
+      {"DataNonzero", "Communicate", "- 33", framed(sentLog() + kError, 33), 33, kAll},
+      {"LastOfTwoWins", "Communicate", "33 34", framed(sentLog() + kError, 34), 34, kAll},
+      {"ZeroAfterAnotherWinsToo", "Communicate", "33 0", framed(sentLog() + kOk, 0), 0, kAll},
+      {"NotificationZeroIsNoError", "Communicate", "0", framed(sentLog() + kOk, 0), 0, kAll},
+      {"ExchangeOf256LooksLikeSuccess", "Communicate", "256", framed(sentLog() + kError, 256), 0,
+       kAll},
+      {"StopNonzero", "StopComm", "33", framed(sentLog() + kError, 33), 33, kAll},
+      {"StopZero", "StopComm", "0", framed(sentLog() + kOk, 0), 0, kAll},
   };
 }
 
 std::vector<Throw> objects() {
   const std::string start = "### main : tanexics started.\n";
-  const std::string exchanging =
-      start + traced() + startedLine() + "commonSendEvent Main Loop (1/3)\n" +
-      "RM_Communicate call (param=0x40204 0 0 " + eventText() + " NULL  NULL)\n";
+  const std::string all = start + sentLog();
+  const std::string notified = all.substr(0, all.find("RM_Communicate done"));
+  const std::string sent = all.substr(0, all.rfind("RM_Communicate done"));
+  const std::string opened = start + parameterLines().trace;
+  const std::string queried = start + measuredLog();
   return {
-      {"Identifier", "GetID", "object", start + parameterLines(), SIGABRT, {"GetID"}},
-      {"IdentifierAtTheSecondTime", "GetID", "- object", start + parameterLines(), SIGABRT, kIds},
-      {"Status", "GetStatus", "object", start + traced(), SIGABRT, {"GetID", "GetID", "GetStatus"}},
-      {"Start",
-       "StartComm",
-       "object",
-       start + traced(),
-       SIGABRT,
-       {"GetID", "GetID", "GetStatus", "GetStatus", "StartComm"}},
-      {"StartWithAnInteger",
-       "StartComm",
-       "33",
-       start + traced(),
-       SIGABRT,
-       {"GetID", "GetID", "GetStatus", "GetStatus", "StartComm"}},
-      {"Notification",
-       "Communicate",
-       "object",
-       exchanging,
-       SIGABRT,
-       {"GetID", "GetID", "GetStatus", "GetStatus", "StartComm", "Communicate", "StopComm"}},
-      {"Data",
-       "Communicate",
-       "- object",
-       exchanging + done() + "RM_Communicate call (param=0x4010d ? 3 /case/a.txt NULL  NULL)\n",
-       SIGABRT,
-       {"GetID", "GetID", "GetStatus", "GetStatus", "StartComm", "Communicate", "Communicate",
-        "StopComm"}},
-      {"Stop",
-       "StopComm",
-       "object",
-       start + traced() + rest(),
-       SIGABRT,
-       {"GetID", "GetID", "GetStatus", "GetStatus", "StartComm", "Communicate", "Communicate",
-        "StopComm", "StopComm"}},
+      {"Identifier", "GetID", "object", opened, SIGABRT, kOneId},
+      {"IdentifierAtTheSecondTime", "GetID", "- object", opened, SIGABRT, kIds},
+      {"Status", "GetStatus", "object", queried, SIGABRT, kOneStatus},
+      {"Start", "StartComm", "object", queried, SIGABRT, kStart},
+      {"StartWithAnInteger", "StartComm", "33", queried, SIGABRT, kStart},
+      {"Notification", "Communicate", "object", notified, SIGABRT,
+       kStart + "Communicate StopComm "},
+      {"Data", "Communicate", "- object", sent, SIGABRT,
+       kStart + "Communicate Communicate StopComm "},
+      {"Stop", "StopComm", "object", all, SIGABRT, kAll},
   };
 }
 
 void PrintTo(const Throw& row, std::ostream* stream) { *stream << row.name; }
 
-Call onThrowingLibrary(const std::vector<std::string>& arguments, const std::string& thrower,
-                       const std::string& values, bool trace = true) {
-  return {arguments,
-          "",
-          trace,
-          {{"LD_LIBRARY_PATH", "/testkelcom"},
-           {"TEST_KELCOM_CALLS", "/case/calls"},
-           {"TEST_KELCOM_THROW", "KEL_" + thrower},
-           {"TEST_KELCOM_VALUES", values}}};
+Call throwing(const Call& call, const std::string& thrower, const std::string& values) {
+  return call.with({{"LD_LIBRARY_PATH", "/testkelcom"},
+                    {"TEST_KELCOM_CALLS", "/case/calls"},
+                    {"TEST_KELCOM_THROW", "KEL_" + thrower},
+                    {"TEST_KELCOM_VALUES", values}});
 }
 
-class Throwing : public CommandTest, public testing::WithParamInterface<Throw> {
+class ThrowingLibrary : public MachineTest {
  protected:
-  Machine machine;
-
-  RunResult runEvent() const {
-    return machine.run(onThrowingLibrary({"/case/list", "-r", "/case/event.def"},
-                                         GetParam().thrower, GetParam().values));
+  /// The names of the calls, a blank after each.
+  std::string calls() const {
+    std::string names;
+    for (const std::string& call : linesOf(machine.read("/case/calls"))) {
+      EXPECT_EQ(call.substr(0, 4), "KEL_");
+      names += call.substr(4) + " ";
+    }
+    return names;
   }
-
-  void expectCalls() const { EXPECT_EQ(machine.read("/case/calls"), callsText(GetParam().calls)); }
 };
 
-class ThrowingInteger : public Throwing {};
+class Throwing : public ThrowingLibrary, public testing::WithParamInterface<Throw> {
+ protected:
+  RunResult runEvent() const {
+    return machine.run(throwing(eventCall().traced(), GetParam().thrower, GetParam().values));
+  }
+};
+
+using ThrowingInteger = Throwing;
 
 TEST_P(ThrowingInteger, BecomesTheStatus) {
   expectRun(runEvent(), {GetParam().log, "", GetParam().status});
-  expectCalls();
+  EXPECT_EQ(calls(), GetParam().calls);
 }
 
 INSTANTIATE_TEST_SUITE_P(Case, ThrowingInteger, testing::ValuesIn(integers()),
                          [](const auto& row) { return row.param.name; });
 
-class ThrowingObject : public Throwing {};
+using ThrowingObject = Throwing;
 
 TEST_P(ThrowingObject, EndsTheProcessWithoutAnExitLine) {
   const RunResult result = runEvent();
   EXPECT_EQ(result.log, GetParam().log);
-  EXPECT_EQ(result.child.signal(), SIGABRT);
+  EXPECT_EQ(result.child.signal(), GetParam().status);
   EXPECT_EQ(result.child.out, "");
   EXPECT_EQ(result.child.err.rfind("terminate called after throwing an instance of '", 0), 0U)
       << result.child.err;
-  expectCalls();
+  EXPECT_EQ(calls(), GetParam().calls);
 }
 
 INSTANTIATE_TEST_SUITE_P(Case, ThrowingObject, testing::ValuesIn(objects()),
                          [](const auto& row) { return row.param.name; });
 
-class ThrowingIncident : public CommandTest {
- protected:
-  Machine machine;
-};
+/// An incident whose exchanges ended with an error.
+Expected failedIncident(const LogText& tail, int status) {
+  const Sending sending;
+  LogText parts = "";
+  for (int part = 1; part <= 3; ++part) {
+    parts =
+        parts + incidentPart("1", part, 3, sending.files[static_cast<std::size_t>(part - 1)].path);
+  }
+  return {
+      framed(hostNameLines() + sending.measures() + startedLine() + parts + kError + tail, status),
+      "", status};
+}
+
+using ThrowingIncident = ThrowingLibrary;
 
 TEST_F(ThrowingIncident, LoopGoesOnWithTheNextFileAndTheLastIntegerWins) {
-  const RunResult result =
-      machine.run(onThrowingLibrary({"/case/list", "-i", "1"}, "Communicate", "7 - 8 - - 9"));
-  expectRun(result, {framed(hostNameLines(true) + measuredStandard() + startedLine() +
-                                standardParts() + kError,
-                            9),
-                     "", 9});
+  expectRun(machine.run(throwing(incidentCall().traced(), "Communicate", "7 - 8 - - 9")),
+            failedIncident("", 9));
   EXPECT_FALSE(machine.exists("/case/collected"));
-  EXPECT_EQ(machine.read("/case/calls"),
-            callsText({"GetID", "GetID", "GetStatus", "GetStatus", "StartComm", "Communicate",
-                       "Communicate", "Communicate", "Communicate", "Communicate", "Communicate",
-                       "StopComm", "StopComm"}));
+  EXPECT_EQ(calls(), kStart +
+                         "Communicate Communicate Communicate Communicate Communicate "
+                         "Communicate StopComm StopComm ");
 }
 
 TEST_F(ThrowingIncident, NoCollectionCommandRunsAfterStatus68) {
-  const RunResult result =
-      machine.run(onThrowingLibrary({"/case/list", "-i", "1"}, "StopComm", "68", false));
-  expectRun(result,
-            {framed(hostNameLines() + startedLine() + standardParts() + kError, 68), "", 68});
+  expectRun(machine.run(throwing(incidentCall(), "StopComm", "68")), failedIncident("", 68));
   EXPECT_FALSE(machine.exists("/case/collected"));
   EXPECT_TRUE(machine.names("/tmp").empty());
 }
 
 TEST_F(ThrowingIncident, CollectionCommandsRunAfterStatus1) {
-  const RunResult result =
-      machine.run(onThrowingLibrary({"/case/list", "-i", "1"}, "Communicate", "1", false));
-  expectRun(
-      result,
-      {framed(hostNameLines() + startedLine() + standardParts() + kError + collectionLines(), 1),
-       "", 1});
-  EXPECT_EQ(linesOf(machine.read("/case/collected")).size(), 2U);
+  expectRun(machine.run(throwing(incidentCall(), "Communicate", "1")),
+            failedIncident(collectionLines(), 1));
+  EXPECT_EQ(machine.collected().size(), 2U);
 }
 
 TEST_F(ThrowingIncident, IdentifierErrorIsInvisibleAtInformationLevelButForTheStatus) {
-  expectRun(machine.run(onThrowingLibrary({"/case/list", "-i", "1"}, "GetID", "33", false)),
-            {framed("", 33), "", 33});
+  expectRun(machine.run(throwing(incidentCall(), "GetID", "33")),
+            {framed(std::string(), 33), "", 33});
 }
 
 }  // namespace

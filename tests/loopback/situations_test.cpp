@@ -253,7 +253,7 @@ std::string caseName(const testing::TestParamInfo<Row>& info) {
 }
 
 TEST_P(Situation, OfAnIncident_LeavesWhatItsRowSays) {
-  play({"-i", "42"}, incidentPasses(GetParam()), hostNameLines(), collectionLines());
+  play({"-i", "42"}, incidentPasses(GetParam()), hostNameLines().info, collectionLines().info);
 }
 
 TEST_P(Situation, OfAnEvent_LeavesWhatItsRowSays) {

@@ -7,30 +7,21 @@
 #include <ostream>
 #include <string>
 
-#include "e2e/support/exchanges.h"
-#include "e2e/support/expectedlog.h"
+#include "e2e/support/expected.h"
 #include "e2e/support/machine.h"
-
-/// All that a run may leave.
-struct Expected {
-  std::string log;
-  std::string exchanges = "";
-  int status = 0;
-  std::string out = "";
-  std::string err = "";
-};
 
 /// Compares everything.
 void expectRun(const RunResult& result, const Expected& expected);
+
+/// What is different on the machine, before a run.
+using Arrange = std::function<void(const Machine&)>;
 
 /// One row of a table of runs.
 struct Case {
   std::string name;
   Call call;
   Expected expected;
-
-  /// What is different on the machine, before the run.
-  std::function<void(const Machine&)> arrange = nullptr;
+  Arrange arrange = nullptr;
 };
 
 void PrintTo(const Case& row, std::ostream* stream);
@@ -43,20 +34,26 @@ class CommandTest : public testing::Test {
   void SetUp() override;
 };
 
+/// The same with a machine of its own.
+class MachineTest : public CommandTest {
+ protected:
+  Machine machine;
+};
+
 /// A test over a table.
-class CaseTest : public CommandTest, public testing::WithParamInterface<Case> {
+class CaseTest : public MachineTest, public testing::WithParamInterface<Case> {
  protected:
   /// Arranges, runs and compares the row.
   void play() const;
 };
 
-/// A suite that plays the rows of a table (a function that returns them).
-#define TANEXICS_PLAY(suite, table) \
+/// The rows, and then each once more at trace level, under its name with "Traced" after it.
+std::vector<Case> atBothLevels(const std::vector<Case>& rows);
+
+/// A suite that plays these rows.
+#define TANEXICS_PLAY(suite, rows)  \
   class suite : public CaseTest {}; \
   TEST_P(suite, Run) { play(); }    \
-  INSTANTIATE_TEST_SUITE_P(Case, suite, testing::ValuesIn(table()), nameOf)
-
-/// The same run at trace level, under the name with "Traced" after it and with `log` expected.
-Case traced(Case row, const std::string& log);
+  INSTANTIATE_TEST_SUITE_P(Case, suite, testing::ValuesIn(rows), nameOf)
 
 #endif

@@ -25,6 +25,11 @@ namespace fs = std::filesystem;
 
 const char* const kHostName = "testhost";
 
+const char* const kEventDefinition =
+    "Time=2026/10/05 12:00:00\nLabel=disk\nHostName=db01\nOSType=Linux\nOSName=Debian\n"
+    "OSVersion=12\nPkgName=kernel\nMsgType=E\nMsgID=4001\nSendType=err\nEventID=17\n"
+    "PartitionName=p0\n";
+
 namespace {
 
 constexpr unsigned kTimeLimitSeconds = 60;
@@ -60,11 +65,6 @@ const std::string& commandPath() {
   return path;
 }
 
-constexpr char kEventDefinition[] =
-    "Time=2026/10/05 12:00:00\nLabel=disk\nHostName=db01\nOSType=Linux\nOSName=Debian\n"
-    "OSVersion=12\nPkgName=kernel\nMsgType=E\nMsgID=4001\nSendType=err\nEventID=17\n"
-    "PartitionName=p0\n";
-
 /// The program, with its arguments, that every command is run by: scripts/valgrind chooses one, and
 /// most often there is none.
 const std::vector<std::string>& runner() {
@@ -76,15 +76,14 @@ const std::vector<std::string>& runner() {
   return words;
 }
 
-std::string collectionCommand(const std::string& name) {
-  return "#!/bin/sh\necho \"" + name +
-         " $# $1 $(stat -c '%F %a' \"$1\") $(umask)\" >> /case/collected\n";
+std::string writingDown(const std::string& name) {
+  return "echo \"" + name + " $# $1 $(stat -c '%F %a' \"$1\") $(umask)\" >> /case/collected\n";
 }
 
-using Environment = std::map<std::string, std::string>;
+using Variables = std::map<std::string, std::string>;
 
 /// Variables of the caller that steer the instrumentation of a build.
-void keepInstrumentation(Environment& environment) {
+void keepInstrumentation(Variables& environment) {
   for (const char* name : {"ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS"}) {
     if (const char* value = ::getenv(name)) environment[name] = value;
   }
@@ -96,11 +95,11 @@ void keepInstrumentation(Environment& environment) {
   environment["GCOV_ERROR_FILE"] = "/dev/null";
 }
 
-Environment environmentOf(const Call& call) {
-  Environment environment = {{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"},
-                             {"LD_LIBRARY_PATH", "/kelcom"},
-                             {"KELCOM_LOOPBACK_OUTBOX", "/case/outbox"},
-                             {"TANEX_LOG", "/case/action.log"}};
+Variables environmentOf(const Call& call) {
+  Variables environment = {{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"},
+                           {"LD_LIBRARY_PATH", "/kelcom"},
+                           {"KELCOM_LOOPBACK_OUTBOX", "/case/outbox"},
+                           {"TANEX_LOG", "/case/action.log"}};
   keepInstrumentation(environment);
   if (call.trace) environment["TANEX_LOG_LEVEL"] = "LOG_LEVEL_TRACE";
   if (!call.script.empty()) environment["KELCOM_LOOPBACK_SCRIPT"] = "/case/script";
@@ -142,6 +141,34 @@ std::string masked(const std::string& log) {
 
 }  // namespace
 
+Call Call::traced() const {
+  Call call = *this;
+  call.trace = true;
+  return call;
+}
+
+Call Call::answered(const std::string& answers) const {
+  Call call = *this;
+  call.script = answers;
+  return call;
+}
+
+Call Call::with(const Environment& variables) const {
+  Call call = *this;
+  for (const auto& [name, value] : variables) call.environment[name] = value;
+  return call;
+}
+
+Call Call::prepared(const Prepare& preparation) const {
+  Call call = *this;
+  call.prepare = preparation;
+  return call;
+}
+
+Call incidentCall() { return {{"/case/list", "-i", "1"}}; }
+
+Call eventCall() { return {{"/case/list", "-r", "/case/event.def"}}; }
+
 Machine::Machine() : m_root(m_scratch / "root") {
   ::umask(022);
   for (const Binding& binding : bindings()) makeFolder(binding.target);
@@ -158,9 +185,7 @@ Machine::Machine() : m_root(m_scratch / "root") {
   write("/case/c.txt", "charlie, delta");
   write("/case/list", "/case/a.txt\n/case/b.syslog.txt\n/case/c.txt\n");
   write("/case/event.def", kEventDefinition);
-  for (const std::string name : {"tanexcc", "tanexcs"}) {
-    write("/opt/dovra/tanex/bin/" + name, collectionCommand(name), 0755);
-  }
+  setCollection(writingDown("tanexcc"), writingDown("tanexcs"));
 }
 
 void Machine::write(const std::string& path, const std::string& bytes, mode_t mode) const {
@@ -194,10 +219,23 @@ void Machine::makeSocket(const std::string& path) const {
   ::close(socket);
 }
 
+void Machine::setCollection(const std::string& first, const std::string& second) const {
+  write("/opt/dovra/tanex/bin/tanexcc", "#!/bin/sh\n" + first, 0755);
+  write("/opt/dovra/tanex/bin/tanexcs", "#!/bin/sh\n" + second, 0755);
+}
+
 void Machine::remove(const std::string& path) const { fs::remove_all(outside(path)); }
+
+void Machine::clear() const {
+  for (const char* path : {"/case/action.log", "/case/outbox", "/case/collected"}) remove(path);
+}
 
 bool Machine::exists(const std::string& path) const {
   return fs::exists(fs::symlink_status(outside(path)));
+}
+
+std::vector<std::string> Machine::collected() const {
+  return exists("/case/collected") ? linesOf(read("/case/collected")) : std::vector<std::string>();
 }
 
 std::string Machine::log(const std::string& path) const {
@@ -264,6 +302,7 @@ RunResult Machine::run(const Call& call) const {
   if (!call.script.empty()) write("/case/script", call.script);
   remove(kPidFile);
   RunResult result;
+  result.isTraced = call.trace;
   result.child = runInChild([&] { return become(call); });
   if (!runner().empty()) {
     // What the runner has found. The command itself prints nothing like it.
@@ -277,4 +316,13 @@ RunResult Machine::run(const Call& call) const {
 bool obeyPermissions() {
   return ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE) == 0 &&
          ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH) == 0;
+}
+
+Prepare fifoFedBy(const std::string& script) {
+  return [=] {
+    if (::mkfifo("/case/fifo", 0600) != 0) return false;
+    if (::fork() != 0) return true;
+    ::execl("/bin/sh", "sh", "-c", ("{ " + script + "; } >/case/fifo").c_str(), nullptr);
+    ::_exit(1);
+  };
 }

@@ -12,6 +12,13 @@
 #include "support/childrun.h"
 #include "support/scratch.h"
 
+/// Variables of the environment, beside and instead of the usual ones; no value takes one away.
+using Environment = std::map<std::string, std::optional<std::string>>;
+
+/// What is done in the command's process last of all before the command takes it over: closing
+/// descriptors, dropping privileges, more mounts. False fails the test.
+using Prepare = std::function<bool()>;
+
 /// How the command is called, and in which circumstances.
 struct Call {
   std::vector<std::string> arguments;  // after argument 0
@@ -20,22 +27,27 @@ struct Call {
   std::string script = "";
 
   bool trace = false;
-
-  /// Variables of the environment, beside and instead of the usual ones; no value takes one away.
-  std::map<std::string, std::optional<std::string>> environment = {};
-
-  /// What is done in the command's process last of all before the command takes it over: closing
-  /// descriptors, dropping privileges, more mounts. False fails the test.
-  std::function<bool()> prepare = nullptr;
-
+  Environment environment = {};
+  Prepare prepare = nullptr;
   std::string argument0 = "tanexics";
 
   /// A program, and its first arguments, that runs the command, whose path and arguments follow.
   std::vector<std::string> wrapper = {};
+
+  // The same call, but for this.
+  Call traced() const;
+  Call answered(const std::string& answers) const;
+  Call with(const Environment& variables) const;
+  Call prepared(const Prepare& preparation) const;
 };
+
+/// Sends the files of the standard list, as incident 1 and as the event.
+Call incidentCall();
+Call eventCall();
 
 /// What a run left.
 struct RunResult {
+  bool isTraced = false;
   ChildResult child;
   std::string log;        // /case/action.log as `Machine::log` gives it, "" where there is none
   std::string exchanges;  // the loopback's record, one call a line, keys sorted; "" for none
@@ -70,10 +82,23 @@ class Machine {
   /// Makes a socket: a file that exists, is no directory, and cannot be opened by anyone.
   void makeSocket(const std::string& path) const;
 
+  /// Makes the two collection commands these shell scripts, or both this one.
+  void setCollection(const std::string& first, const std::string& second) const;
+  void setCollection(const std::string& script) const { setCollection(script, script); }
+
   void remove(const std::string& path) const;
+
+  /// Removes what a run leaves: the log, the outbox, and what the collection commands wrote down.
+  void clear() const;
+
   bool exists(const std::string& path) const;
   std::string read(const std::string& path) const { return readFile(outside(path)); }
   std::vector<std::string> names(const std::string& path) const { return namesIn(outside(path)); }
+
+  /// What the collection commands that a machine comes with wrote down, a line for each run:
+  /// "tanexcc 1 DIRECTORY directory 755 0022", the number, first, type and mode of the argument and
+  /// the mask.
+  std::vector<std::string> collected() const;
 
   /// The messages of an action log, each with a line feed after it; the heads are checked and
   /// removed. Process ids, elapsed time and generated names appear as "*".
@@ -91,11 +116,17 @@ class Machine {
   std::string m_root;
 };
 
+/// What /case/event.def holds on a `Machine`.
+extern const char* const kEventDefinition;
+
 /// The host name that the command sees.
 extern const char* const kHostName;
 
 /// For `Call::prepare`: the command that follows is bound by permission bits, although it runs as
 /// the super-user.
 bool obeyPermissions();
+
+/// For `Call::prepare`: makes /case/fifo, into which this shell script writes during the run.
+Prepare fifoFedBy(const std::string& script);
 
 #endif

@@ -1,0 +1,253 @@
+#include "e2e/support/expected.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "e2e/support/machine.h"
+
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr char kSentAll[] = "commonSendEvent OK\n";
+
+std::string inQuotes(const std::string& text) { return "\"" + text + "\""; }
+
+/// One pass of the loop, `part` of `total`: a notification, and the data of `count` files.
+std::string passLines(int part, int total, const std::string& notificationCode,
+                      const std::string& text, const std::string& dataCode, std::size_t count,
+                      const std::string& firstPath, const Sending& answers = {}) {
+  return "commonSendEvent Main Loop (" + std::to_string(part) + "/" + std::to_string(total) +
+         ")\n" + answers.excerptError + "RM_Communicate call (param=" + notificationCode + " 0 0 " +
+         text + " NULL  NULL)\n" + done(answers.notification.result, answers.notification.message) +
+         "RM_Communicate call (param=" + dataCode + " ? " + std::to_string(count) + " " +
+         firstPath + " NULL  NULL)\n" + done(answers.data.result, answers.data.message);
+}
+
+std::string line(const Json& call) { return call.dump() + "\n"; }
+
+Json exchange(const std::string& code, std::size_t count, const Answer& answer) {
+  return {{"call", "KEL_Communicate"},
+          {"code", code},
+          {"reserved", 0},
+          {"count", count},
+          {"error", {answer.type, answer.agentCode, 0}},
+          {"result", answer.result}};
+}
+
+/// A text that is no UTF-8 as the record has it.
+std::string escaped(const std::string& text) {
+  std::string record;
+  for (const char byte : text) {
+    char code[8];
+    std::snprintf(code, sizeof code, "\\x%02x", static_cast<unsigned char>(byte));
+    record += static_cast<unsigned char>(byte) < 0x80 ? std::string(1, byte) : code;
+  }
+  return record;
+}
+
+Json itemOf(const Item& item) {
+  const bool isCopied = item.fate.front() == '=';
+  if (isCopied) return {{"path", item.path}, {"copy", item.fate.substr(1)}};
+  return {{"path", item.path}, {"error", item.fate}};
+}
+
+std::vector<Item> itemsOf(const std::vector<File>& files) {
+  std::vector<Item> items;
+  int copies = 0;
+  for (const File& file : files) {
+    char number[16];
+    std::snprintf(number, sizeof number, "%04d", copies + 1);
+    const std::string name = file.path.substr(file.path.rfind('/') + 1);
+    if (file.error.empty()) ++copies;
+    items.push_back({escaped(file.path), file.error.empty()
+                                             ? std::string("=items/") + number + "-" + name
+                                             : file.error});
+  }
+  return items;
+}
+
+}  // namespace
+
+// --- the action log ------------------------------------------------------------------------------
+
+LogText operator+(const LogText& left, const LogText& right) {
+  return {left.info + right.info, left.trace + right.trace};
+}
+
+std::string lines(const std::vector<std::string>& messages) {
+  std::string log;
+  for (const std::string& message : messages) log += message + "\n";
+  return log;
+}
+
+LogText traced(const std::vector<std::string>& messages) { return {"", lines(messages)}; }
+
+std::string framed(const std::string& body, int status, const std::string& argument0) {
+  return "### main : " + argument0 + " started.\n" + body +
+         "ELAPSED:range='executing tanexics', time='*'\n"
+         "### main : " +
+         argument0 + " exit. code = " + std::to_string(status) + "\n";
+}
+
+LogText framed(const LogText& body, int status, const std::string& argument0) {
+  return {framed(body.info, status, argument0), framed(body.trace, status, argument0)};
+}
+
+LogText hostNameLines() {
+  return traced({"[T](common:1345):execGetLines():count=1,uname -n 2>/dev/null"}) +
+         lines({"VUQ90004L : com=uname -n 2>/dev/null", "VUQ90004L : pid=*,wstat=00000000"}) +
+         decodedStatus();
+}
+
+LogText decodedStatus(int exitStatus) {
+  const std::string number = std::to_string(exitStatus);
+  return traced({"[T](common:535):   WIFEXITED:1 WEXITSTATUS:" + number,
+                 "[T](common:536): WIFSIGNALED:0    WTERMSIG:0",
+                 "[T](common:537):  WIFSTOPPED:0    WSTOPSIG:" + number,
+                 "[T](common:538):WIFCONTINUED:0   WCOREDUMP:0"});
+}
+
+LogText tempDirLines(const std::string& parent) {
+  return traced({"[T](CTemp:73):getTemp_sub():prefix=/tmp,templ=swconf"}) +
+         lines({"VUQ90004L : pid=*,wstat=00000000",
+                "VUQ90004L : com=mkdir -p " + parent + "/swcon*_ 2>/dev/null"}) +
+         decodedStatus() +
+         traced({"[T](CTemp:156):getTemp_sub():exit=1,type= DIR,FD=-1," + parent + "/swcon*_"});
+}
+
+LogText collectionLines(const std::string& parent) {
+  const std::string directory = parent + "/swcon*_";
+  return tempDirLines(parent) +
+         traced({"[T](CTemp:188):delTempFile:" + directory,
+                 "[T](common:469):getCanonicalPath():" + directory + "," + directory,
+                 "[T](common:520):/bin/rm -fr " + directory + " >/dev/null 2>&1"}) +
+         decodedStatus();
+}
+
+LogText parameterLines(const std::string& sendType) {
+  return traced({"EventID=17", "HostName=db01", "Label=disk", "MsgID=4001", "MsgType=E",
+                 "OSName=Debian", "OSType=Linux", "OSVersion=12", "PartitionName=p0",
+                 "PkgName=kernel", "SendType=" + sendType, "Time=2026/10/05 12:00:00"});
+}
+
+LogText measured(const std::string& total, const std::string& path, const std::string& size) {
+  return traced({"[T](SendEventBase:486):current_total='" + total + "'  target='" + path +
+                     "' size='" + size + "'bytes.",
+                 ""});
+}
+
+LogText measuredAll(const std::string& total) {
+  return traced({"[T](SendEventBase:491):final_total='" + total + "' bytes. ", ""});
+}
+
+std::string startedLine() { return lines({"(CSendInfo::SendInfo) call startCom(RM_MODE_SYNC)=0"}); }
+
+std::string done(int code, const std::string& message) {
+  return lines(
+      {"RM_Communicate done (code='" + std::to_string(code) + "', msg='" + message + "') "});
+}
+
+std::string incidentPart(const std::string& number, int part, int total, const std::string& path) {
+  return passLines(part, total, "0x40017", incidentText(number, part, total), "0x4010b", 1, path);
+}
+
+std::string eventPart(const std::string& notification, const std::string& text, int total,
+                      const std::string& firstPath) {
+  return passLines(1, total, notification, text, "0x4010d", static_cast<std::size_t>(total),
+                   firstPath);
+}
+
+std::string incidentText(const std::string& number, int part, int total) {
+  return "INCNO=" + inQuotes(number) + ",HOSTNAME=" + inQuotes(kHostName) +
+         ",PART=" + inQuotes(std::to_string(part)) + ",TOTAL=" + inQuotes(std::to_string(total));
+}
+
+std::string eventText(const std::string& excerpt) {
+  return eventTextWithoutExcerpt() + inQuotes(excerpt);
+}
+
+std::string eventTextWithoutExcerpt() {
+  return R"("2026/10/05 12:00:00",,"disk","db01","Linux","Debian","12","kernel","E","4001",)";
+}
+
+// --- the calls of the closed library -------------------------------------------------------------
+
+std::string getId(int id) { return line({{"call", "KEL_GetID"}, {"id", id}, {"result", 0}}); }
+
+std::string getStatus(int word, int result) {
+  return line({{"call", "KEL_GetStatus"}, {"reserved", 0}, {"status", word}, {"result", result}});
+}
+
+std::string startComm(int result) {
+  return line({{"call", "KEL_StartComm"}, {"mode", 0}, {"value", 0}, {"result", result}});
+}
+
+std::string stopComm(int result) { return line({{"call", "KEL_StopComm"}, {"result", result}}); }
+
+std::string notify(const std::string& code, const std::string& text, const Answer& answer) {
+  Json call = exchange(code, 0, answer);
+  call["text"] = text;
+  return line(call);
+}
+
+std::string sendItems(const std::string& code, const std::vector<Item>& items,
+                      const Answer& answer) {
+  Json call = exchange(code, items.size(), answer);
+  for (const Item& item : items) call["items"].push_back(itemOf(item));
+  return line(call);
+}
+
+std::string asked(int word) { return getId() + getId() + getStatus(word) + getStatus(word); }
+
+std::string stopped() { return stopComm() + stopComm(); }
+
+std::vector<Item> standardItems() { return itemsOf(standardFiles()); }
+
+// --- whole runs ----------------------------------------------------------------------------------
+
+Expected rejected(const std::string& message, int status) {
+  return {framed(message + "\n", status), "", status};
+}
+
+std::vector<File> standardFiles() {
+  return {{"/case/a.txt", 6}, {"/case/b.syslog.txt", 23}, {"/case/c.txt", 14}};
+}
+
+LogText Sending::measures() const {
+  LogText log = "";
+  std::uint32_t total = 0;  // which wraps
+  for (const File& file : files) {
+    if (file.size < 0) log = log + ("get file size error(" + file.path + "," + file.error + ")\n");
+    log = log + measured(std::to_string(total), file.path, std::to_string(file.size));
+    total += static_cast<std::uint32_t>(file.size);
+  }
+  return log + measuredAll(std::to_string(total));
+}
+
+Expected Sending::incident() const {
+  const std::vector<Item> items = itemsOf(files);
+  const int total = static_cast<int>(files.size());
+  std::string log;
+  std::string calls = queries + startComm();
+  for (int part = 1; part <= total; ++part) {
+    const auto at = static_cast<std::size_t>(part - 1);
+    const std::string notice = incidentText(number, part, total);
+    log += passLines(part, total, "0x40017", notice, "0x4010b", 1, files[at].path, *this);
+    calls += notify("0x40017", escaped(notice), notification);
+    calls += sendItems("0x4010b", {items[at]}, data);
+  }
+  return {framed(hostNameLines() + measures() + startedLine() + log + kSentAll + tail, status,
+                 argument0),
+          calls + stopped(), status};
+}
+
+Expected Sending::event() const {
+  const int total = static_cast<int>(files.size());
+  const std::string log =
+      passLines(1, total, code, text, "0x4010d", files.size(), files.front().path, *this);
+  return {framed(parameters + measures() + startedLine() + log + kSentAll, 0, argument0),
+          queries + startComm() + notify(code, escaped(text), notification) +
+              sendItems("0x4010d", itemsOf(files), data) + stopped()};
+}

@@ -1,0 +1,159 @@
+#ifndef TANEXICS_TESTS_E2E_SUPPORT_EXPECTED_H
+#define TANEXICS_TESTS_E2E_SUPPORT_EXPECTED_H
+
+#include <string>
+#include <vector>
+
+// --- the action log ------------------------------------------------------------------------------
+
+/// A stretch of an action log as `RunResult::log` has it, at information and at trace level.
+struct LogText {
+  LogText(const std::string& always) : info(always), trace(always) {}
+  LogText(const char* always) : LogText(std::string(always)) {}
+  LogText(const std::string& atInfo, const std::string& atTrace) : info(atInfo), trace(atTrace) {}
+
+  std::string info;
+  std::string trace;
+};
+
+LogText operator+(const LogText& left, const LogText& right);
+
+/// The messages, a line feed after each.
+std::string lines(const std::vector<std::string>& messages);
+
+/// The same, where they show at trace level alone.
+LogText traced(const std::vector<std::string>& messages);
+
+/// The whole log of a run: `body` between the start line and the two lines at the end.
+std::string framed(const std::string& body, int status, const std::string& argument0 = "tanexics");
+LogText framed(const LogText& body, int status, const std::string& argument0 = "tanexics");
+
+/// The host name is asked for.
+LogText hostNameLines();
+
+/// A wait status is decoded; `exitStatus` 0 to 255.
+LogText decodedStatus(int exitStatus = 0);
+
+/// The temporary directory is made in `parent`, and nothing more.
+LogText tempDirLines(const std::string& parent = "/tmp");
+
+/// The two collection commands run on a directory in `parent`, which is removed again.
+LogText collectionLines(const std::string& parent = "/tmp");
+
+/// The parameters of the event definition that a `Machine` comes with.
+LogText parameterLines(const std::string& sendType = "err");
+
+/// One file is measured.
+LogText measured(const std::string& total, const std::string& path, const std::string& size);
+
+/// All files are measured.
+LogText measuredAll(const std::string& total);
+
+/// Communication is started.
+std::string startedLine();
+
+/// The call of an exchange is over.
+std::string done(int code = 0, const std::string& message = "");
+
+/// One pair of exchanges of an incident, of the loop's pass `part` of `total`.
+std::string incidentPart(const std::string& number, int part, int total, const std::string& path);
+
+/// The one pair of exchanges of an event.
+std::string eventPart(const std::string& notification, const std::string& text, int total,
+                      const std::string& firstPath);
+
+/// The notification text of incident `number`.
+std::string incidentText(const std::string& number, int part, int total);
+
+/// The notification text of the event that a `Machine` comes with.
+std::string eventText(const std::string& excerpt = "Jan  1 host msg");
+
+/// The same with an empty excerpt.
+std::string eventTextWithoutExcerpt();
+
+// --- the calls of the closed library as `RunResult::exchanges` has them, one line each -----------
+
+/// What the centre answers to an exchange, and the message of it that is logged.
+struct Answer {
+  int result = 0;
+  int type = 0;
+  int agentCode = 0;
+  std::string message = "";
+};
+
+/// One file of an exchange: its name, and what became of it, that is "=items/0001-a.txt" for a copy
+/// or the reason why there is none.
+struct Item {
+  std::string path;
+  std::string fate;
+};
+
+std::string getId(int id = 4711);
+std::string getStatus(int word = 0x20, int result = 0);
+std::string startComm(int result = 0);
+std::string stopComm(int result = 0);
+std::string notify(const std::string& code, const std::string& text, const Answer& answer = {});
+std::string sendItems(const std::string& code, const std::vector<Item>& items,
+                      const Answer& answer = {});
+
+/// What every run asks first: the identifier twice, and the status twice.
+std::string asked(int word = 0x20);
+
+/// The end of every communication that was started: it is stopped twice.
+std::string stopped();
+
+/// The three files that a `Machine` comes with, copied under numbers from 1 on.
+std::vector<Item> standardItems();
+
+// --- whole runs ----------------------------------------------------------------------------------
+
+/// All that a run may leave.
+struct Expected {
+  LogText log;
+  std::string exchanges = "";
+  int status = 0;
+  std::string out = "";
+  std::string err = "";
+};
+
+/// A run that ends with one message of its own.
+Expected rejected(const std::string& message, int status = 68);
+
+/// A listed file: its size as it is measured (-1 when it cannot be), and why it is not sent, ""
+/// when it is.
+struct File {
+  std::string path;
+  long long size;
+  std::string error = "";
+};
+
+/// The three files that a `Machine` comes with.
+std::vector<File> standardFiles();
+
+/// A run that sends, with what may be different in it.
+struct Sending {
+  std::vector<File> files = standardFiles();
+  std::string queries = asked();  // the calls before the start of communication
+  Answer notification = {};
+  Answer data = {};
+  std::string argument0 = "tanexics";
+
+  // of an incident
+  std::string number = "1";
+  LogText tail = collectionLines();  // what is logged after the transmission
+  int status = 0;
+
+  // of an event
+  std::string code = "0x40204";
+  std::string text = eventText();
+  LogText parameters = parameterLines();
+  std::string excerptError = "";  // what is logged before the notification
+
+  /// What the files' measuring logs, at trace level most of it.
+  LogText measures() const;
+
+  Expected incident() const;
+  Expected event() const;
+};
+
+#endif

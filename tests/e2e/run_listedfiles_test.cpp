@@ -22,8 +22,9 @@ std::string listOf(const std::vector<File>& files) {
 class ListedFiles : public MachineTest {
  protected:
   /// Sends an event and an incident with these files, and compares all they leave.
-  void expectSent(const std::vector<File>& files, const Prepare& prepare = nullptr) const {
-    machine.write("/case/list", listOf(files));
+  void expectSent(const std::vector<File>& files, const Prepare& prepare = nullptr,
+                  const std::string& list = "") const {
+    machine.write("/case/list", list.empty() ? listOf(files) : list);
     Sending sending;
     sending.files = files;
     sending.text = eventText("Software Log");
@@ -82,6 +83,28 @@ TEST_F(ListedFiles, FourGiBAndMoreWrapTheTotal) {
               {"/case/above", 5368709120},
               kStandard});
   EXPECT_NE(machine.log().find("final_total='1073741829'"), std::string::npos);
+}
+
+TEST_F(ListedFiles, LinesOfAnOddList) {
+  const std::string x1023(1023, 'x');
+  const std::string missing = "No such file or directory";
+  const std::string zeroByte(1, '\0');
+  // Blank lines go and so does one carriage return before a line end, a line is cut into pieces of
+  // 1,023 bytes, and a zero byte hides the rest of its piece.
+  const std::string list = "\n/case/a.txt\r\n\r\n#comment\n \n/case/a.txt\r\r\n%s%n%d\n\xa5\xff\n" +
+                           x1023 + "yz\n" + zeroByte + "lost\n/case/a.txt" + zeroByte +
+                           "lost\n/case/a.txt";
+  expectSent({kStandard,
+              {"#comment", -1, missing},
+              {" ", -1, missing},
+              {"/case/a.txt\r", -1, missing},
+              {"%s%n%d", -1, missing},
+              {"\xa5\xff", -1, missing},
+              {x1023, -1, "File name too long"},
+              {"yz", -1, missing},
+              kStandard,
+              kStandard},
+             nullptr, list);
 }
 
 TEST_F(ListedFiles, FileDeletedBetweenMeasuringAndSending) {

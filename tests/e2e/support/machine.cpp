@@ -317,12 +317,3 @@ bool obeyPermissions() {
   return ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE) == 0 &&
          ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH) == 0;
 }
-
-Prepare fifoFedBy(const std::string& script) {
-  return [=] {
-    if (::mkfifo("/case/fifo", 0600) != 0) return false;
-    if (::fork() != 0) return true;
-    ::execl("/bin/sh", "sh", "-c", ("{ " + script + "; } >/case/fifo").c_str(), nullptr);
-    ::_exit(1);
-  };
-}

@@ -126,7 +126,4 @@ extern const char* const kHostName;
 /// the super-user.
 bool obeyPermissions();
 
-/// For `Call::prepare`: makes /case/fifo, into which this shell script writes during the run.
-Prepare fifoFedBy(const std::string& script);
-
 #endif

@@ -1,0 +1,90 @@
+// Each kind of message with which a run ends before it asks the closed library anything. What else
+// leads to the same messages is tried where the command line and the definition are read.
+
+#include "e2e/support/cases.h"
+
+namespace {
+
+Case rejection(const std::string& name, const std::vector<std::string>& arguments,
+               const std::string& message, Arrange arrange = nullptr) {
+  return {name, {arguments}, rejected(message), std::move(arrange)};
+}
+
+Arrange written(const std::string& path, const std::string& bytes) {
+  return [=](const Machine& machine) { machine.write(path, bytes); };
+}
+
+Arrange socketAt(const std::string& path) {
+  return [=](const Machine& machine) { machine.makeSocket(path); };
+}
+
+// --- the command line and the list ---------------------------------------------------------------
+
+std::vector<Case> commandLines() {
+  const std::string from = ".(CSendEventSingleSystem::parseCommandLine)";
+  const std::string count = "parameter count error" + from;
+  const std::string option = "parameter option error" + from;
+  const std::string noFile = "No send file" + from;
+  return {
+      rejection("NoArguments", {}, count),
+      // The count is checked before the list is looked at, and the list before the option.
+      rejection("MissingListAlone", {"/case/none"}, count),
+      rejection("ListMissing", {"/case/%s%n", "-x", "1"}, "/case/%s%n not found" + from),
+      rejection("ListIsADirectory", {"/case", "-i", "1"}, "/case not found" + from),
+      rejection("ListIsASocket", {"/case/list", "-i", "1"}, "/case/list open error" + from,
+                socketAt("/case/list")),
+      rejection("ListCannotBeRead", {"/proc/self/mem", "-i", "1"},
+                "/proc/self/mem read error" + from),
+      rejection("ListIsNull", {"/dev/null", "-i", "1"}, noFile),
+      rejection("ListHasEmptyLinesOnly", {"/case/list", "-r", "/case/none"}, noFile,
+                written("/case/list", "\n\r\n" + std::string(3, '\0') + "\n")),
+      rejection("IncidentWithoutNumber", {"/case/list", "-i"}, count),
+      rejection("JoinedIncidentWithAShortArgument", {"/case/list", "-ifoo", "A"}, count),
+      rejection("EventWithoutFile", {"/case/list", "-r"}, count),
+      rejection("UnknownOption", {"/case/list", "%s%n", "1"}, option),
+      rejection("OptionBeforeTheList", {"-i", "/case/list", "1"}, "-i not found" + from),
+  };
+}
+
+TANEXICS_PLAY(RejectedCommandLine, atBothLevels(commandLines()));
+
+// --- the definition ------------------------------------------------------------------------------
+
+std::vector<Case> definitions() {
+  const std::string from = " error.(CSendEventBase::parseMsgCommon)";
+  const std::string notFound = " not found.(CSendEventBase::parseMsgCommon)";
+  const std::string longLine(1023, 'x');
+  const std::vector<std::string> event = eventCall().arguments;
+  /// The definition that every machine has, with this line after it.
+  const auto ending = [](const std::string& line) {
+    return written("/case/event.def", kEventDefinition + line);
+  };
+  return {
+      // The name is told as it was given.
+      rejection("Missing", {"list", "-r", "no/%s"}, "no/%s" + notFound),
+      rejection("MissingAndJoined", {"list", "-rno.def", "event.def"}, "no.def" + notFound),
+      rejection("Socket", event, "/case/event.def open" + from, socketAt("/case/event.def")),
+      rejection("CannotBeRead", {"list", "-r", "/proc/self/mem"}, "/proc/self/mem read" + from),
+      rejection("LineWithoutEquals", event, "%s%n%d\xa5\xff format" + from,
+                ending("%s%n%d\xa5\xff\n")),
+      rejection("LongLineWithoutEquals", event, longLine + " format" + from,
+                ending(longLine + "=rest\n")),
+      rejection("UnknownKey", event, "Nickname Keyword" + from, ending("Nickname=x\n")),
+      rejection("EmptyValue", event, "Label value" + from, ending("Label=\r\n")),
+      rejection("Empty", event, "/case/event.def parameter error.(CSendEventBase::parseTanexMsg)",
+                written("/case/event.def", "#a\n\r\n#b")),
+  };
+}
+
+TANEXICS_PLAY(RejectedDefinition, atBothLevels(definitions()));
+
+using RejectedRun = MachineTest;
+
+TEST_F(RejectedRun, MissingKey_ShowsOnlyAfterTheDefinitionWasTraced) {
+  machine.write("/case/event.def", "Label=disk\nHostName=db01\n");
+  expectRun(machine.run(eventCall().traced()),
+            rejected("HostName=db01\nLabel=disk\n"
+                     "/case/event.def parameter error.(CSendEventBase::parseTanexMsg)"));
+}
+
+}  // namespace

@@ -50,43 +50,28 @@ class ActionLog : public MachineTest {
 
 // --- its place -----------------------------------------------------------------------------------
 
-/// Where the variable TANEX_LOG sends the log, and why it cannot be written there, "" when it can.
-struct Place {
-  std::string name;
-  std::optional<std::string> variable;
-  std::string path;
-  std::string reason;
-  bool hasDefaultFolder = false;
-};
-
-class LogPlace : public ActionLog, public testing::WithParamInterface<Place> {};
-
-TEST_P(LogPlace, GetsEveryLineOrStandardErrorDoes) {
-  const Place& row = GetParam();
-  if (row.hasDefaultFolder) machine.makeFolder(kDefaultFolder);
-  const RunResult result = machine.run(eventCall().with({{"TANEX_LOG", row.variable}}));
-  if (row.reason.empty()) {
-    expectLogAt(row.path, result);
-  } else {
-    expectNoLog(result, row.path, row.reason);
-  }
-  EXPECT_EQ(machine.names("/var/opt").empty(), !row.hasDefaultFolder);
-  if (row.hasDefaultFolder && row.path != kDefaultLog) {
-    EXPECT_TRUE(machine.names(kDefaultFolder).empty());
-  }
+TEST_F(ActionLog, DefaultPathWithoutItsDirectory) {
+  expectNoLog(machine.run(eventCall().with({{"TANEX_LOG", std::nullopt}})), kDefaultLog, kNoEntry);
+  EXPECT_TRUE(machine.names("/var/opt").empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Case, LogPlace,
-    testing::Values(Place{"Default", std::nullopt, kDefaultLog, "", true},
-                    Place{"DefaultWithoutItsDirectory", std::nullopt, kDefaultLog, kNoEntry},
-                    Place{"VariableBesideTheDefault", kLog, kLog, "", true},
-                    Place{"EmptyVariableIsAnEmptyPath", "", "", kNoEntry, true},
-                    Place{"RelativePath", "here.log", "/case/here.log", ""},
-                    Place{"MissingDirectory", "/case/no/a.log", "/case/no/a.log", kNoEntry},
-                    Place{"DirectoryAtThePath", "/case", "/case", "Is a directory"},
-                    Place{"PercentSignsInThePath", "/case/%s%n/x", "/case/%s%n/x", kNoEntry}),
-    [](const auto& row) { return row.param.name; });
+TEST_F(ActionLog, DefaultPath) {
+  machine.makeFolder(kDefaultFolder);
+  expectLogAt(kDefaultLog, machine.run(eventCall().with({{"TANEX_LOG", std::nullopt}})));
+}
+
+TEST_F(ActionLog, VariableTakesPrecedenceOverTheDefaultPath) {
+  machine.makeFolder(kDefaultFolder);
+  expectLogAt("/case/here.log", machine.run(eventCall().with({{"TANEX_LOG", "here.log"}})));
+  machine.clear();
+  machine.remove("/case/here.log");
+  expectNoLog(machine.run(eventCall().with({{"TANEX_LOG", ""}})), "", kNoEntry);
+  EXPECT_TRUE(machine.names(kDefaultFolder).empty());
+}
+
+TEST_F(ActionLog, DirectoryAtThePath) {
+  expectNoLog(machine.run(eventCall().with({{"TANEX_LOG", "/case"}})), "/case", "Is a directory");
+}
 
 TEST_F(ActionLog, NotWritable) {
   machine.write(kLog, "", 0444);
@@ -96,17 +81,6 @@ TEST_F(ActionLog, NotWritable) {
 TEST_F(ActionLog, RejectionWithoutALogKeepsItsStatus) {
   const RunResult result = machine.run(Call().with({{"TANEX_LOG", "/no/log"}}));
   expectRun(result, {"", "", 68, "", complaints("/no/log", kNoEntry, rejected("").log)});
-}
-
-// --- its level -----------------------------------------------------------------------------------
-
-TEST_F(ActionLog, OtherWordsThanTheTraceLevelLeaveTraceOff) {
-  for (const std::string level :
-       {"", "log_level_trace", "LOG_LEVEL_TRACE ", "LOG_LEVEL_TRAC", "LOG_LEVEL_INFO", "1"}) {
-    machine.clear();
-    const Call call = eventCall().with({{"TANEX_LOG_LEVEL", level}});
-    EXPECT_EQ(machine.run(call).log, sentEvent().log.info) << level;
-  }
 }
 
 // --- its permission bits -------------------------------------------------------------------------
@@ -119,66 +93,21 @@ TEST_F(ActionLog, NewFileHasItsPermissionBitsUnderEveryMaskOfTheCaller) {
   }
 }
 
-TEST_F(ActionLog, OldFileKeepsItsPermissionBitsAndItsLines) {
-  machine.write("/case/old.log", "an old line\n", 0640);
-  machine.run(eventCall().with({{"TANEX_LOG", "/case/old.log"}}));
-  EXPECT_EQ(permissionsOf(machine, "/case/old.log"), 0640U);
-  const std::vector<std::string> lines = linesOf(machine.read("/case/old.log"));
-  EXPECT_EQ(lines.size(), 1 + linesOf(sentEvent().log.info).size());
-  EXPECT_EQ(lines.front(), "an old line");
-}
-
 // --- its rotation --------------------------------------------------------------------------------
 
-TEST_F(ActionLog, NotRotatedAtExactly512000Bytes) {
-  const std::string old = std::string(511999, 'o') + "\n";
-  machine.write("/case/old.log", old);
-  machine.run(Call().with({{"TANEX_LOG", "/case/old.log"}}));
-  // The first line was appended; it made the file too long for the second one.
-  const std::string backup = machine.read("/case/old.bak");
-  EXPECT_TRUE(backup.substr(0, old.size()) == old);
-  machine.write("/case/first.log", backup.substr(old.size()));
-  EXPECT_EQ(machine.log("/case/first.log") + machine.log("/case/old.log"),
-            rejected("parameter count error.(CSendEventSingleSystem::parseCommandLine)").log.info);
-  EXPECT_EQ(machine.log("/case/first.log"), "### main : tanexics started.\n");
-}
-
-/// A log of 512,001 bytes, and where they are when the run is over, "" for nowhere.
-struct Rotation {
-  std::string name;
-  std::optional<std::string> variable;
-  std::string path;
-  std::string backup;
-  Arrange arrange = nullptr;
-};
-
-class LogRotation : public ActionLog, public testing::WithParamInterface<Rotation> {};
-
-TEST_P(LogRotation, HappensBeforeTheFirstLine) {
-  const Rotation& row = GetParam();
+TEST_F(ActionLog, RotationOfTheDefaultLogIsBeforeTheFirstLine) {
   const std::string old(512001, 'o');
-  machine.write(row.path, old);
-  if (row.arrange) row.arrange(machine);
-  expectLogAt(row.path, machine.run(eventCall().with({{"TANEX_LOG", row.variable}})));
-  EXPECT_TRUE(machine.read(row.backup) == old);
+  machine.write(kDefaultLog, old);
+  machine.write("/var/opt/QZKBsoftmsg/log/msg_action.bak", std::string(600000, 'b'));
+  expectLogAt(kDefaultLog, machine.run(eventCall().with({{"TANEX_LOG", std::nullopt}})));
+  EXPECT_TRUE(machine.read("/var/opt/QZKBsoftmsg/log/msg_action.bak") == old);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Case, LogRotation,
-    testing::Values(
-        Rotation{"UsualLog", kLog, kLog, "/case/action.bak"},
-        Rotation{"OverwritesTheBackup", kLog, kLog, "/case/action.bak",
-                 [](const Machine& m) { m.write("/case/action.bak", std::string(600000, 'b')); }},
-        Rotation{"DefaultLog", std::nullopt, kDefaultLog,
-                 "/var/opt/QZKBsoftmsg/log/msg_action.bak"},
-        Rotation{"ReplacesTheLastExtensionOnly", "/case/b.c.log", "/case/b.c.log", "/case/b.c.bak"},
-        Rotation{"LogWithoutDirectoryGoesToTheRoot", "bare.log", "/case/bare.log", "/bare.bak"}),
-    [](const auto& row) { return row.param.name; });
-
-TEST_F(ActionLog, BackupThatCannotBeWrittenLosesTheOldLinesAlone) {
-  machine.write(kLog, std::string(512001, 'o'));
-  ASSERT_EQ(::symlink("/dev/full", machine.outside("/case/action.bak").c_str()), 0);
-  expectLogAt(kLog, machine.run(eventCall()));
+TEST_F(ActionLog, RotationOfALogWithoutDirectoryGoesToTheRoot) {
+  const std::string old(512001, 'o');
+  machine.write("/case/bare.c.log", old);
+  expectLogAt("/case/bare.c.log", machine.run(eventCall().with({{"TANEX_LOG", "bare.c.log"}})));
+  EXPECT_TRUE(machine.read("/bare.c.bak") == old);
 }
 
 TEST_F(ActionLog, BackupWithoutACopyCommandLosesTheOldLinesAlone) {

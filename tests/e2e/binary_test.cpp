@@ -20,34 +20,30 @@ std::string readelf(const std::string& option) {
   return result.out;
 }
 
-/// The values in brackets of the dynamic section's entries of this tag.
-std::vector<std::string> dynamicValues(const std::string& tag) {
-  const std::regex entry("\\(" + tag + "\\)[^\\[\\n]*\\[([^\\]\\n]*)\\]");
-  const std::string section = readelf("--dynamic");
-  std::vector<std::string> values;
-  for (std::sregex_iterator at(section.begin(), section.end(), entry), end; at != end; ++at) {
-    values.push_back((*at)[1]);
+/// What the group of the pattern matches in one of these tables, wherever it does.
+std::vector<std::string> found(const std::string& option, const std::string& pattern) {
+  const std::string table = readelf(option);
+  const std::regex regex(pattern);
+  std::vector<std::string> texts;
+  for (std::sregex_iterator at(table.begin(), table.end(), regex), end; at != end; ++at) {
+    texts.push_back((*at)[1]);
   }
-  return values;
+  return texts;
 }
 
 /// The names of the functions and objects that the command takes from libraries.
 std::set<std::string> importedNames() {
-  const std::regex undefined(R"( UND ([^@\s]+))");
-  const std::string table = readelf("--dyn-syms");
-  std::set<std::string> names;
-  for (std::sregex_iterator at(table.begin(), table.end(), undefined), end; at != end; ++at) {
-    names.insert((*at)[1]);
-  }
-  return names;
+  const std::vector<std::string> names = found("--dyn-syms", R"( UND ([^@\s]+))");
+  return {names.begin(), names.end()};
 }
 
 TEST(Binary, RunPathIsThatOfTheMaker) {
-  EXPECT_EQ(dynamicValues("RUNPATH"), std::vector<std::string>{"/usr/local/lib:/opt/QZKBkel/lib"});
+  EXPECT_EQ(found("--dynamic", R"(\(RUNPATH\).*\[(.*)\])"),
+            std::vector<std::string>{"/usr/local/lib:/opt/QZKBkel/lib"});
 }
 
 TEST(Binary, NeedsTheClosedLibraryAndThoseOfTheSystemAlone) {
-  const std::vector<std::string> needed = dynamicValues("NEEDED");
+  const std::vector<std::string> needed = found("--dynamic", R"(\(NEEDED\).*\[(.*)\])");
   EXPECT_EQ(std::count(needed.begin(), needed.end(), "libkelcom.so"), 1);
   const std::regex allowed(
 #ifdef TANEXICS_INSTRUMENTED

@@ -15,15 +15,6 @@ constexpr char kNoEntry[] = "No such file or directory";
 
 Expected sentEvent() { return Sending().event(); }
 
-/// One standard-error line for each line of a log of the command.
-std::string complaints(const std::string& path, const std::string& reason, const LogText& log) {
-  std::string text;
-  for (std::size_t line = 0; line < linesOf(log.info).size(); ++line) {
-    text += "*** failed to open(" + path + "):" + reason + "\n";
-  }
-  return text;
-}
-
 mode_t permissionsOf(const Machine& machine, const std::string& path) {
   struct stat status = {};
   EXPECT_EQ(::stat(machine.outside(path).c_str(), &status), 0) << path;

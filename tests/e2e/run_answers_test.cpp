@@ -57,7 +57,7 @@ TEST_P(RefusedIncident, StillRunsBothCollectionCommands) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Case, RefusedIncident, testing::ValuesIn(atBothLevels(refusedIncidents())),
-                         nameOf);
+                         testing::PrintToStringParamName());
 TANEXICS_PLAY(RefusedEvent, atBothLevels(refusedEvents()));
 
 /// The same answers to an incident and to an event, both of which go on to their end.

@@ -10,14 +10,6 @@ Case rejection(const std::string& name, const std::vector<std::string>& argument
   return {name, {arguments}, rejected(message), std::move(arrange)};
 }
 
-Arrange written(const std::string& path, const std::string& bytes) {
-  return [=](const Machine& machine) { machine.write(path, bytes); };
-}
-
-Arrange socketAt(const std::string& path) {
-  return [=](const Machine& machine) { machine.makeSocket(path); };
-}
-
 // --- the command line and the list ---------------------------------------------------------------
 
 std::vector<Case> commandLines() {
@@ -31,8 +23,6 @@ std::vector<Case> commandLines() {
       rejection("MissingListAlone", {"/case/none"}, count),
       rejection("ListMissing", {"/case/%s%n", "-x", "1"}, "/case/%s%n not found" + from),
       rejection("ListIsADirectory", {"/case", "-i", "1"}, "/case not found" + from),
-      rejection("ListIsASocket", {"/case/list", "-i", "1"}, "/case/list open error" + from,
-                socketAt("/case/list")),
       rejection("ListCannotBeRead", {"/proc/self/mem", "-i", "1"},
                 "/proc/self/mem read error" + from),
       rejection("ListIsNull", {"/dev/null", "-i", "1"}, noFile),
@@ -63,7 +53,6 @@ std::vector<Case> definitions() {
       // The name is told as it was given.
       rejection("Missing", {"list", "-r", "no/%s"}, "no/%s" + notFound),
       rejection("MissingAndJoined", {"list", "-rno.def", "event.def"}, "no.def" + notFound),
-      rejection("Socket", event, "/case/event.def open" + from, socketAt("/case/event.def")),
       rejection("CannotBeRead", {"list", "-r", "/proc/self/mem"}, "/proc/self/mem read" + from),
       rejection("LineWithoutEquals", event, "%s%n%d\xa5\xff format" + from,
                 ending("%s%n%d\xa5\xff\n")),
@@ -79,6 +68,17 @@ std::vector<Case> definitions() {
 TANEXICS_PLAY(RejectedDefinition, atBothLevels(definitions()));
 
 using RejectedRun = MachineTest;
+
+TEST_F(RejectedRun, UnreadableFile_IsAnOpenError) {
+  machine.write("/case/list", "/case/a.txt\n", 0000);
+  expectRun(machine.run(incidentCall().prepared(obeyPermissions)),
+            rejected("/case/list open error.(CSendEventSingleSystem::parseCommandLine)"));
+  machine.clear();
+  machine.write("/case/list", "/case/a.txt\n");
+  machine.write("/case/event.def", "Label=disk\n", 0000);
+  expectRun(machine.run(eventCall().prepared(obeyPermissions)),
+            rejected("/case/event.def open error.(CSendEventBase::parseMsgCommon)"));
+}
 
 TEST_F(RejectedRun, MissingKey_ShowsOnlyAfterTheDefinitionWasTraced) {
   machine.write("/case/event.def", "Label=disk\nHostName=db01\n");

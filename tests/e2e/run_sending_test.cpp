@@ -9,10 +9,6 @@ std::string replaced(std::string text, const std::string& from, const std::strin
   return text.replace(text.find(from), from.size(), to);
 }
 
-Arrange written(const std::string& path, const std::string& bytes) {
-  return [=](const Machine& machine) { machine.write(path, bytes); };
-}
-
 // --- an incident ---------------------------------------------------------------------------------
 
 /// An incident that arrives under this number, with these words after the list.

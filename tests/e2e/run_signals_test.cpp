@@ -63,7 +63,16 @@ std::vector<Case> cases() {
   };
 }
 
-TANEXICS_PLAY(InheritedSignals, cases());
+class InheritedSignals : public CaseTest {};
+
+TEST_P(InheritedSignals, DirectoryIsGoneAndBothCommandsRanInIt) {
+  play();
+  EXPECT_TRUE(machine.names("/tmp").empty());
+  EXPECT_EQ(machine.collected().size(), 2U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Case, InheritedSignals, testing::ValuesIn(cases()),
+                         testing::PrintToStringParamName());
 
 class SignalRun : public MachineTest {
  protected:
@@ -79,17 +88,12 @@ class SignalRun : public MachineTest {
 
   /// The sets of blocked and ignored signals of a program that a collection command starts.
   std::string handedOn(const Prepare& prepare) const {
+    machine.clear();
     machine.setCollection("grep -E '^Sig(Ign|Blk):' /proc/self/status\n", "");
     return machine.run(incidentCall().prepared([&] { return usePlainShell() && prepare(); }))
         .child.out;
   }
 };
-
-TEST_F(SignalRun, ChildEndsIgnored_DirectoryIsGoneAndBothCommandsRanInIt) {
-  machine.run(incidentCall().prepared(ignoring({SIGCHLD})));
-  EXPECT_TRUE(machine.names("/tmp").empty());
-  EXPECT_EQ(machine.collected().size(), 2U);
-}
 
 TEST_F(SignalRun, ReaderOfOutputGone_BothCommandsRunAndTheFrameIsWhole) {
   expectBothCommandsRun("one line\n");
@@ -117,18 +121,11 @@ TEST_F(SignalRun, LogAtTheLimitOfFileSizes_EverythingIsSentAndStopped) {
   EXPECT_EQ(machine.collected().size(), 2U);
 }
 
-TEST_F(SignalRun, CallerIgnoresAndBlocksNothing_NorDoProgramsThatAreStarted) {
+TEST_F(SignalRun, ProgramsThatAreStarted_IgnoreAndBlockWhatTheCallerDoes) {
+  const std::vector<int> some = {SIGHUP, SIGPIPE, SIGXFSZ};
   EXPECT_EQ(handedOn(ignoring({})), "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n");
-}
-
-TEST_F(SignalRun, CallerIgnoresSome_ProgramsThatAreStartedIgnoreThem) {
-  EXPECT_EQ(handedOn(ignoring({SIGHUP, SIGPIPE, SIGXFSZ})),
-            "SigBlk:\t0000000000000000\nSigIgn:\t0000000001001001\n");
-}
-
-TEST_F(SignalRun, CallerBlocksSome_ProgramsThatAreStartedHaveThemBlocked) {
-  EXPECT_EQ(handedOn(blocking({SIGHUP, SIGPIPE, SIGXFSZ})),
-            "SigBlk:\t0000000001001001\nSigIgn:\t0000000000000000\n");
+  EXPECT_EQ(handedOn(ignoring(some)), "SigBlk:\t0000000000000000\nSigIgn:\t0000000001001001\n");
+  EXPECT_EQ(handedOn(blocking(some)), "SigBlk:\t0000000001001001\nSigIgn:\t0000000000000000\n");
 }
 
 }  // namespace

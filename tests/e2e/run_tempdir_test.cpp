@@ -49,7 +49,8 @@ std::vector<Case> removals() {
   };
 }
 
-INSTANTIATE_TEST_SUITE_P(Case, RemovedTempDir, testing::ValuesIn(removals()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Case, RemovedTempDir, testing::ValuesIn(removals()),
+                         testing::PrintToStringParamName());
 
 class KeptTempDir : public CaseTest {};
 
@@ -76,7 +77,8 @@ std::vector<Case> keepings() {
   };
 }
 
-INSTANTIATE_TEST_SUITE_P(Case, KeptTempDir, testing::ValuesIn(keepings()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Case, KeptTempDir, testing::ValuesIn(keepings()),
+                         testing::PrintToStringParamName());
 
 // --- where it cannot be made ---------------------------------------------------------------------
 

@@ -44,8 +44,10 @@ std::vector<Throw> integers() {
   const std::string goesOn = caught(0) + sentLog().substr(parameterLines().trace.size()) + kOk;
   return {
       {"IdentifierNonzero", "GetID", "33", framed(caught(33), 33), 33, kOneId},
+      {"IdentifierNonzeroAtTheSecondTime", "GetID", "- 33", framed(caught(33), 33), 33, kIds},
       {"IdentifierNegative", "GetID", "-1", framed(caught(-1), -1), 255, kOneId},
       {"IdentifierOf256LooksLikeSuccess", "GetID", "256", framed(caught(256), 256), 0, kOneId},
+      {"IdentifierZeroGoesOn", "GetID", "0", framed(goesOn, 0), 0, kAll.substr(kOneId.size())},
       {"IdentifierZeroAtTheSecondTimeGoesOn", "GetID", "- 0", framed(goesOn, 0), 0, kAll},
       {"StatusNonzeroAtTheSecondTime", "GetStatus", "- 33", framed(measuredLog(), 33), 33,
        kStatuses},
@@ -113,7 +115,7 @@ class Throwing : public ThrowingLibrary, public testing::WithParamInterface<Thro
   }
 };
 
-using ThrowingInteger = Throwing;
+class ThrowingInteger : public Throwing {};
 
 TEST_P(ThrowingInteger, BecomesTheStatus) {
   expectRun(runEvent(), {GetParam().log, "", GetParam().status});
@@ -121,9 +123,9 @@ TEST_P(ThrowingInteger, BecomesTheStatus) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Case, ThrowingInteger, testing::ValuesIn(integers()),
-                         [](const auto& row) { return row.param.name; });
+                         testing::PrintToStringParamName());
 
-using ThrowingObject = Throwing;
+class ThrowingObject : public Throwing {};
 
 TEST_P(ThrowingObject, EndsTheProcessWithoutAnExitLine) {
   const RunResult result = runEvent();
@@ -136,7 +138,7 @@ TEST_P(ThrowingObject, EndsTheProcessWithoutAnExitLine) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Case, ThrowingObject, testing::ValuesIn(objects()),
-                         [](const auto& row) { return row.param.name; });
+                         testing::PrintToStringParamName());
 
 /// An incident whose exchanges ended with an error.
 Expected failedIncident(const LogText& tail, int status) {

@@ -10,9 +10,11 @@ void expectRun(const RunResult& result, const Expected& expected) {
   EXPECT_EQ(result.child.err, expected.err);
 }
 
-void PrintTo(const Case& row, std::ostream* stream) { *stream << row.name; }
+Arrange written(const std::string& path, const std::string& bytes) {
+  return [=](const Machine& machine) { machine.write(path, bytes); };
+}
 
-std::string nameOf(const testing::TestParamInfo<Case>& info) { return info.param.name; }
+void PrintTo(const Case& row, std::ostream* stream) { *stream << row.name; }
 
 void CommandTest::SetUp() {
   if (::getuid() != 0) GTEST_SKIP() << "the command works for the super-user alone: run as root";

@@ -16,6 +16,9 @@ void expectRun(const RunResult& result, const Expected& expected);
 /// What is different on the machine, before a run.
 using Arrange = std::function<void(const Machine&)>;
 
+/// A file is written.
+Arrange written(const std::string& path, const std::string& bytes);
+
 /// One row of a table of runs.
 struct Case {
   std::string name;
@@ -25,8 +28,6 @@ struct Case {
 };
 
 void PrintTo(const Case& row, std::ostream* stream);
-
-std::string nameOf(const testing::TestParamInfo<Case>& info);
 
 /// Skips where the test does not run as the super-user, as whom alone the command works.
 class CommandTest : public testing::Test {
@@ -54,6 +55,6 @@ std::vector<Case> atBothLevels(const std::vector<Case>& rows);
 #define TANEXICS_PLAY(suite, rows)  \
   class suite : public CaseTest {}; \
   TEST_P(suite, Run) { play(); }    \
-  INSTANTIATE_TEST_SUITE_P(Case, suite, testing::ValuesIn(rows), nameOf)
+  INSTANTIATE_TEST_SUITE_P(Case, suite, testing::ValuesIn(rows), testing::PrintToStringParamName())
 
 #endif

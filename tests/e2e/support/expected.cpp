@@ -211,6 +211,14 @@ Expected rejected(const std::string& message, int status) {
   return {framed(message + "\n", status), "", status};
 }
 
+std::string complaints(const std::string& path, const std::string& reason, const LogText& log) {
+  std::string text;
+  for (const char byte : log.info) {
+    if (byte == '\n') text += "*** failed to open(" + path + "):" + reason + "\n";
+  }
+  return text;
+}
+
 std::vector<File> standardFiles() {
   return {{"/case/a.txt", 6}, {"/case/b.syslog.txt", 23}, {"/case/c.txt", 14}};
 }

@@ -119,6 +119,9 @@ struct Expected {
 /// A run that ends with one message of its own.
 Expected rejected(const std::string& message, int status = 68);
 
+/// What stands on standard error for a log that cannot be written at `path`: a line for each line.
+std::string complaints(const std::string& path, const std::string& reason, const LogText& log);
+
 /// A listed file: its size as it is measured (-1 when it cannot be), and why it is not sent, ""
 /// when it is.
 struct File {

@@ -5,9 +5,7 @@
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -205,18 +203,6 @@ void Machine::makeFolder(const std::string& path, mode_t mode) const {
 void Machine::makeSparse(const std::string& path, off_t bytes) const {
   write(path, "");
   EXPECT_EQ(::truncate(outside(path).c_str(), bytes), 0) << path;
-}
-
-void Machine::makeSocket(const std::string& path) const {
-  remove(path);
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  const std::string name = outside(path);
-  ASSERT_LT(name.size(), sizeof address.sun_path);
-  name.copy(address.sun_path, name.size());
-  const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  EXPECT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-  ::close(socket);
 }
 
 void Machine::setCollection(const std::string& first, const std::string& second) const {

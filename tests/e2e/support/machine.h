@@ -79,9 +79,6 @@ class Machine {
   /// Makes a sparse file of this size.
   void makeSparse(const std::string& path, off_t bytes) const;
 
-  /// Makes a socket: a file that exists, is no directory, and cannot be opened by anyone.
-  void makeSocket(const std::string& path) const;
-
   /// Makes the two collection commands these shell scripts, or both this one.
   void setCollection(const std::string& first, const std::string& second) const;
   void setCollection(const std::string& script) const { setCollection(script, script); }

@@ -10,8 +10,11 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 #include "support/scratch.h"
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -84,6 +87,16 @@ bool enterPrivateMounts() {
 bool mountTmpfs(const std::string& dir, const std::string& bytes) {
   const std::string options = "size=" + bytes + ",mode=755";
   return ::mount("tmpfs", dir.c_str(), "tmpfs", 0, options.c_str()) == 0;
+}
+
+bool bindFolder(const std::string& folder, const std::string& target) {
+  if (fs::is_symlink(folder)) {
+    if (!fs::is_symlink(target)) fs::copy_symlink(folder, target);
+    return true;
+  }
+  if (!fs::exists(folder)) return true;
+  fs::create_directories(target);
+  return ::mount(folder.c_str(), target.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0;
 }
 
 bool becomeNobody() {

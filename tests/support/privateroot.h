@@ -2,13 +2,11 @@
 #define TANEXICS_TESTS_SUPPORT_PRIVATEROOT_H
 
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -24,13 +22,7 @@
 inline bool enterPrivateRoot(const std::string& dir) {
   if (!enterPrivateMounts() || !mountTmpfs(dir, "16m")) return false;
   for (const char* name : {"/bin", "/sbin", "/lib", "/lib32", "/lib64", "/usr", "/dev"}) {
-    const std::string inside = dir + name;
-    if (std::filesystem::is_symlink(name)) {
-      std::filesystem::copy_symlink(name, inside);
-    } else if (std::filesystem::exists(name)) {
-      std::filesystem::create_directory(inside);
-      if (::mount(name, inside.c_str(), nullptr, MS_BIND | MS_REC, nullptr) != 0) return false;
-    }
+    if (!bindFolder(name, dir + name)) return false;
   }
   if (::chroot(dir.c_str()) != 0 || ::chdir("/") != 0) return false;
   return ::mkdir("/tmp", 0777) == 0 && ::chmod("/tmp", 01777) == 0;

@@ -10,8 +10,6 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr char kSentAll[] = "commonSendEvent OK\n";
-
 std::string inQuotes(const std::string& text) { return "\"" + text + "\""; }
 
 /// One pass of the loop, `part` of `total`: a notification, and the data of `count` files.
@@ -246,16 +244,16 @@ Expected Sending::incident() const {
     calls += notify("0x40017", escaped(notice), notification);
     calls += sendItems("0x4010b", {items[at]}, data);
   }
-  return {framed(hostNameLines() + measures() + startedLine() + log + kSentAll + tail, status,
-                 argument0),
-          calls + stopped(), status};
+  return {
+      framed(hostNameLines() + measures() + startedLine() + log + ending + tail, status, argument0),
+      calls + stopped(), status};
 }
 
 Expected Sending::event() const {
   const int total = static_cast<int>(files.size());
   const std::string log =
       passLines(1, total, code, text, "0x4010d", files.size(), files.front().path, *this);
-  return {framed(parameters + measures() + startedLine() + log + kSentAll, 0, argument0),
+  return {framed(parameters + measures() + startedLine() + log + ending, 0, argument0),
           queries + startComm() + notify(code, escaped(text), notification) +
               sendItems("0x4010d", itemsOf(files), data) + stopped()};
 }

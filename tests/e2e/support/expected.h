@@ -140,6 +140,7 @@ struct Sending {
   Answer notification = {};
   Answer data = {};
   std::string argument0 = "tanexics";
+  std::string ending = "commonSendEvent OK\n";
 
   // of an incident
   std::string number = "1";

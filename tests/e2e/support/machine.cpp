@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <linux/capability.h>
 #include <sched.h>
-#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -38,25 +37,6 @@ constexpr char kRecord[] = "/case/outbox/exchanges.jsonl";
 /// The folders of the machine that programs need to run at all.
 constexpr const char* kSystemFolders[] = {"/bin",   "/dev",    "/etc",  "/lib",  "/lib32",
                                           "/lib64", "/libx32", "/proc", "/sbin", "/usr"};
-
-/// What stands where for the command: a folder from outside, and its place inside.
-struct Binding {
-  std::string source;
-  std::string target;
-};
-
-const std::vector<Binding>& bindings() {
-  static const std::vector<Binding> all = [] {
-    std::vector<Binding> found = {{fs::path(TANEXICS_COMMAND).parent_path(), "/build"},
-                                  {LOOPBACK_FOLDER, "/kelcom"},
-                                  {TEST_KELCOM_FOLDER, "/testkelcom"}};
-    for (const char* folder : kSystemFolders) {
-      if (fs::is_directory(folder) && !fs::is_symlink(folder)) found.push_back({folder, folder});
-    }
-    return found;
-  }();
-  return all;
-}
 
 const std::string& commandPath() {
   static const std::string path = "/build/" + fs::path(TANEXICS_COMMAND).filename().string();
@@ -169,10 +149,6 @@ Call eventCall() { return {{"/case/list", "-r", "/case/event.def"}}; }
 
 Machine::Machine() : m_root(m_scratch / "root") {
   ::umask(022);
-  for (const Binding& binding : bindings()) makeFolder(binding.target);
-  for (const char* folder : kSystemFolders) {
-    if (fs::is_symlink(folder)) fs::copy_symlink(folder, outside(folder));
-  }
   if (const char* source = ::getenv("TANEXICS_SUPPRESSIONS")) {
     write("/suppressions", readFile(source));
   }
@@ -248,10 +224,15 @@ std::string Machine::exchanges() const {
 bool Machine::enter() const {
   if (!enterPrivateMounts() || ::unshare(CLONE_NEWUTS) != 0) return false;
   if (::sethostname(kHostName, std::char_traits<char>::length(kHostName)) != 0) return false;
-  for (const Binding& binding : bindings()) {
-    const unsigned long flags = MS_BIND | MS_REC;
-    const std::string target = outside(binding.target);
-    if (::mount(binding.source.c_str(), target.c_str(), nullptr, flags, nullptr) != 0) return false;
+  const std::map<std::string, std::string> built = {
+      {"/build", fs::path(TANEXICS_COMMAND).parent_path()},
+      {"/kelcom", LOOPBACK_FOLDER},
+      {"/testkelcom", TEST_KELCOM_FOLDER}};
+  for (const auto& [target, folder] : built) {
+    if (!bindFolder(fs::canonical(folder), outside(target))) return false;
+  }
+  for (const char* folder : kSystemFolders) {
+    if (!bindFolder(folder, outside(folder))) return false;
   }
   if (::chroot(m_root.c_str()) != 0 || ::chdir("/case") != 0) return false;
   // The loader looks there first.

@@ -60,10 +60,6 @@ TEST_F(ActionLog, VariableTakesPrecedenceOverTheDefaultPath) {
   EXPECT_TRUE(machine.names(kDefaultFolder).empty());
 }
 
-TEST_F(ActionLog, DirectoryAtThePath) {
-  expectNoLog(machine.run(eventCall().with({{"TANEX_LOG", "/case"}})), "/case", "Is a directory");
-}
-
 TEST_F(ActionLog, NotWritable) {
   machine.write(kLog, "", 0444);
   expectNoLog(machine.run(eventCall().prepared(obeyPermissions)), kLog, "Permission denied");

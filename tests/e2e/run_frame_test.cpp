@@ -7,6 +7,7 @@
 #include <regex>
 
 #include "e2e/support/cases.h"
+#include "support/descriptors.h"
 
 namespace {
 
@@ -48,18 +49,6 @@ TEST_F(Frame, MaskIs022WhateverTheCallersWas) {
       EXPECT_EQ(line.substr(line.size() - 18), "directory 755 0022");
     }
   }
-}
-
-TEST_F(Frame, SecondRunAppendsToTheLog) {
-  const Call call = Call().with({{"TANEX_LOG", "/case/common.log"}});
-  machine.run(call);
-  const std::string first = machine.read("/case/common.log");
-  machine.run(call);
-  const std::string both = machine.read("/case/common.log");
-  EXPECT_EQ(both.substr(0, first.size()), first);
-  machine.write("/case/second.log", both.substr(first.size()));
-  EXPECT_EQ(machine.log("/case/second.log"),
-            rejected("parameter count error.(CSendEventSingleSystem::parseCommandLine)").log.info);
 }
 
 // --- another user --------------------------------------------------------------------------------
@@ -124,9 +113,7 @@ class ClosedDescriptors : public MachineTest, public testing::WithParamInterface
   static bool isClosed(int descriptor) { return (GetParam() >> descriptor & 1) != 0; }
 
   static bool close() {
-    for (int descriptor = 0; descriptor <= 2; ++descriptor) {
-      if (isClosed(descriptor) && ::close(descriptor) != 0) return false;
-    }
+    closeStandardDescriptors(GetParam());
     return true;
   }
 };

@@ -100,7 +100,7 @@ TEST_F(ListedFiles, FileDeletedBetweenMeasuringAndSending) {
   machine.write("/case/list", file + "\n");
   Sending sending;
   sending.files = {{file, 23}};
-  sending.text = eventTextWithoutExcerpt();
+  sending.text = eventText("");
   sending.excerptError = "syslogfile open error.FILE=" + file + "(CSendEventBase::getSyslogLine)\n";
   const Call call = eventCall().traced().with({{"LD_LIBRARY_PATH", "/testkelcom"},
                                                {"TEST_KELCOM_CALLS", "/case/calls"},

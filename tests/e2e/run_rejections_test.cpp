@@ -32,7 +32,6 @@ std::vector<Case> commandLines() {
       rejection("JoinedIncidentWithAShortArgument", {"/case/list", "-ifoo", "A"}, count),
       rejection("EventWithoutFile", {"/case/list", "-r"}, count),
       rejection("UnknownOption", {"/case/list", "%s%n", "1"}, option),
-      rejection("OptionBeforeTheList", {"-i", "/case/list", "1"}, "-i not found" + from),
   };
 }
 

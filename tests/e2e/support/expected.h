@@ -65,11 +65,8 @@ std::string eventPart(const std::string& notification, const std::string& text, 
 /// The notification text of incident `number`.
 std::string incidentText(const std::string& number, int part, int total);
 
-/// The notification text of the event that a `Machine` comes with.
+/// The notification text of the event that a `Machine` comes with, "" for no excerpt.
 std::string eventText(const std::string& excerpt = "Jan  1 host msg");
-
-/// The same with an empty excerpt.
-std::string eventTextWithoutExcerpt();
 
 // --- the calls of the closed library as `RunResult::exchanges` has them, one line each -----------
 

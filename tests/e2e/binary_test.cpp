@@ -37,12 +37,12 @@ std::set<std::string> importedNames() {
   return {names.begin(), names.end()};
 }
 
-TEST(Binary, RunPathIsThatOfTheMaker) {
+TEST(Binary, RunPath_IsThatOfTheMaker) {
   EXPECT_EQ(found("--dynamic", R"(\(RUNPATH\).*\[(.*)\])"),
             std::vector<std::string>{"/usr/local/lib:/opt/QZKBkel/lib"});
 }
 
-TEST(Binary, NeedsTheClosedLibraryAndThoseOfTheSystemAlone) {
+TEST(Binary, NeededLibraries_AreTheClosedOneAndThoseOfTheSystem) {
   const std::vector<std::string> needed = found("--dynamic", R"(\(NEEDED\).*\[(.*)\])");
   EXPECT_EQ(std::count(needed.begin(), needed.end(), "libkelcom.so"), 1);
   const std::regex allowed(
@@ -57,7 +57,7 @@ TEST(Binary, NeedsTheClosedLibraryAndThoseOfTheSystemAlone) {
   }
 }
 
-TEST(Binary, TakesFiveCallsFromTheClosedLibrary) {
+TEST(Binary, ImportedNames_HaveFiveCallsOfTheClosedLibrary) {
   std::set<std::string> calls;
   for (const std::string& name : importedNames()) {
     if (name.rfind("KEL_", 0) == 0) calls.insert(name);
@@ -95,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Property{"OldRunPath", "--dynamic", R"(\(RPATH\))", false}),
     [](const auto& row) { return row.param.name; });
 
-TEST(Binary, HasStackProtectorAndFortifiedCalls) {
+TEST(Binary, ImportedNames_HaveStackProtectorAndFortifiedCalls) {
 #ifdef TANEXICS_INSTRUMENTED
   GTEST_SKIP() << "the checks of the instrumentation take their place";
 #endif
@@ -112,18 +112,18 @@ class Loading : public MachineTest {
   Call call = eventCall().with({{"LD_LIBRARY_PATH", std::nullopt}});
 };
 
-TEST_F(Loading, PlainRunUsesTheLibraryWhereTheMakerInstallsIt) {
+TEST_F(Loading, PlainRun_UsesTheLibraryWhereTheMakerInstallsIt) {
   machine.write("/opt/QZKBkel/lib/libkelcom.so", readFile(LOOPBACK_FOLDER "/libkelcom.so"));
   expectRun(machine.run(call), Sending().event());
 }
 
-TEST_F(Loading, LibraryPathOfTheCallerIsPreferred) {
+TEST_F(Loading, LibraryPathOfTheCaller_IsPreferred) {
   machine.write("/opt/QZKBkel/lib/libkelcom.so", "no library at all");
   call.environment.erase("LD_LIBRARY_PATH");
   expectRun(machine.run(call), Sending().event());
 }
 
-TEST_F(Loading, LibraryInUsrLocalIsPreferredToThatOfTheMaker) {
+TEST_F(Loading, LibraryInUsrLocal_IsPreferredToThatOfTheMaker) {
   machine.write("/opt/QZKBkel/lib/libkelcom.so", "no library at all");
   // The folder is empty and private here.
   call.prepare = [] {
@@ -132,7 +132,7 @@ TEST_F(Loading, LibraryInUsrLocalIsPreferredToThatOfTheMaker) {
   expectRun(machine.run(call), Sending().event());
 }
 
-TEST_F(Loading, WithoutALibraryTheLoaderEndsTheRunWith127) {
+TEST_F(Loading, WithoutALibrary_TheLoaderEndsTheRunWith127) {
   const RunResult result = machine.run(call);
   EXPECT_EQ(result.child.exitCode(), 127);
   EXPECT_EQ(result.child.out, "");

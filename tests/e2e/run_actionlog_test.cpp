@@ -41,17 +41,17 @@ class ActionLog : public MachineTest {
 
 // --- its place -----------------------------------------------------------------------------------
 
-TEST_F(ActionLog, DefaultPathWithoutItsDirectory) {
+TEST_F(ActionLog, DefaultPathWithoutItsDirectory_IsComplainedOfForEachLine) {
   expectNoLog(machine.run(eventCall().with({{"TANEX_LOG", std::nullopt}})), kDefaultLog, kNoEntry);
   EXPECT_TRUE(machine.names("/var/opt").empty());
 }
 
-TEST_F(ActionLog, DefaultPath) {
+TEST_F(ActionLog, DefaultPath_HasTheLog) {
   machine.makeFolder(kDefaultFolder);
   expectLogAt(kDefaultLog, machine.run(eventCall().with({{"TANEX_LOG", std::nullopt}})));
 }
 
-TEST_F(ActionLog, VariableTakesPrecedenceOverTheDefaultPath) {
+TEST_F(ActionLog, Variable_TakesPrecedenceOverTheDefaultPath) {
   machine.makeFolder(kDefaultFolder);
   expectLogAt("/case/here.log", machine.run(eventCall().with({{"TANEX_LOG", "here.log"}})));
   machine.clear();
@@ -60,19 +60,19 @@ TEST_F(ActionLog, VariableTakesPrecedenceOverTheDefaultPath) {
   EXPECT_TRUE(machine.names(kDefaultFolder).empty());
 }
 
-TEST_F(ActionLog, NotWritable) {
+TEST_F(ActionLog, FileThatIsNotWritable_IsComplainedOfForEachLine) {
   machine.write(kLog, "", 0444);
   expectNoLog(machine.run(eventCall().prepared(obeyPermissions)), kLog, "Permission denied");
 }
 
-TEST_F(ActionLog, RejectionWithoutALogKeepsItsStatus) {
+TEST_F(ActionLog, RejectionWithoutALog_KeepsItsStatus) {
   const RunResult result = machine.run(Call().with({{"TANEX_LOG", "/no/log"}}));
   expectRun(result, {"", "", 68, "", complaints("/no/log", kNoEntry, rejected("").log)});
 }
 
 // --- its permission bits -------------------------------------------------------------------------
 
-TEST_F(ActionLog, NewFileHasItsPermissionBitsUnderEveryMaskOfTheCaller) {
+TEST_F(ActionLog, NewFile_HasItsPermissionBitsUnderEveryMaskOfTheCaller) {
   for (const mode_t mask : {0U, 022U, 077U, 0777U}) {
     machine.clear();
     machine.run(eventCall().prepared([=] { return ::umask(mask) != 01000; }));
@@ -82,7 +82,7 @@ TEST_F(ActionLog, NewFileHasItsPermissionBitsUnderEveryMaskOfTheCaller) {
 
 // --- its rotation --------------------------------------------------------------------------------
 
-TEST_F(ActionLog, RotationOfTheDefaultLogIsBeforeTheFirstLine) {
+TEST_F(ActionLog, LargeDefaultLog_IsRotatedBeforeTheFirstLine) {
   const std::string old(512001, 'o');
   machine.write(kDefaultLog, old);
   machine.write("/var/opt/QZKBsoftmsg/log/msg_action.bak", std::string(600000, 'b'));
@@ -90,14 +90,14 @@ TEST_F(ActionLog, RotationOfTheDefaultLogIsBeforeTheFirstLine) {
   EXPECT_TRUE(machine.read("/var/opt/QZKBsoftmsg/log/msg_action.bak") == old);
 }
 
-TEST_F(ActionLog, RotationOfALogWithoutDirectoryGoesToTheRoot) {
+TEST_F(ActionLog, LargeLogWithoutDirectory_IsRotatedIntoTheRoot) {
   const std::string old(512001, 'o');
   machine.write("/case/bare.c.log", old);
   expectLogAt("/case/bare.c.log", machine.run(eventCall().with({{"TANEX_LOG", "bare.c.log"}})));
   EXPECT_TRUE(machine.read("/bare.c.bak") == old);
 }
 
-TEST_F(ActionLog, BackupWithoutACopyCommandLosesTheOldLinesAlone) {
+TEST_F(ActionLog, RotationWithoutACopyCommand_LosesTheOldLinesAlone) {
   machine.write(kLog, std::string(512001, 'o'));
   expectLogAt(kLog, machine.run(eventCall().with({{"PATH", "/nowhere"}})));
   EXPECT_FALSE(machine.exists("/case/action.bak"));
@@ -105,7 +105,7 @@ TEST_F(ActionLog, BackupWithoutACopyCommandLosesTheOldLinesAlone) {
 
 // --- a full disk ---------------------------------------------------------------------------------
 
-TEST_F(ActionLog, FullDiskChangesNothingButTheLog) {
+TEST_F(ActionLog, FullDisk_ChangesNothingButTheLog) {
   machine.makeFolder("/full");
   Sending sending;
   sending.files.assign(20, {"/dev/null", 0, "not a regular file"});

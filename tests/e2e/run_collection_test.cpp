@@ -67,14 +67,14 @@ TANEXICS_PLAY(Collection, atBothLevels(cases()));
 
 using CollectionRun = MachineTest;
 
-TEST_F(CollectionRun, SecondRunsAfterTheFirstFailed) {
+TEST_F(CollectionRun, FailedFirst_SecondRunsAllTheSame) {
   machine.setCollection("exit 1\n", "echo \"$0 $#\"\n");
   const RunResult result = machine.run(incidentCall());
   EXPECT_EQ(result.child.out, "/opt/dovra/tanex/bin/tanexcs 1\n");
   EXPECT_EQ(result.child.exitCode(), 0);
 }
 
-TEST_F(CollectionRun, EveryChildHasBeenWaitedForBeforeTheNextOne) {
+TEST_F(CollectionRun, EveryChild_HasBeenWaitedForBeforeTheNextOne) {
   // Those of the command's children that have ended and were not waited for.
   machine.setCollection("ps --ppid \"$(cat /pid)\" -o stat= | grep -c Z\n");
   EXPECT_EQ(machine.run(incidentCall()).child.out, "0\n0\n");

@@ -19,7 +19,7 @@ const Expected kRefused = rejected("not Super-User", 65);
 
 using Frame = MachineTest;
 
-TEST_F(Frame, ArgumentZeroStandsInItVerbatim) {
+TEST_F(Frame, ArgumentZero_StandsInItVerbatim) {
   for (const std::string name : {"/usr/sbin/tanexics", "./x/../tanexics", "%s%n", " ", ""}) {
     machine.clear();
     Call call = eventCall();
@@ -29,7 +29,7 @@ TEST_F(Frame, ArgumentZeroStandsInItVerbatim) {
   }
 }
 
-TEST_F(Frame, ElapsedTimeIsThatOfTheRun) {
+TEST_F(Frame, ElapsedTime_IsThatOfTheRun) {
   machine.setCollection("sleep 0.3\n", "");
   machine.run(incidentCall());
   const std::string log = machine.read("/case/action.log");
@@ -39,7 +39,7 @@ TEST_F(Frame, ElapsedTimeIsThatOfTheRun) {
   EXPECT_LT(std::stod(match[1]), 30.0);
 }
 
-TEST_F(Frame, MaskIs022WhateverTheCallersWas) {
+TEST_F(Frame, Mask_Is022WhateverTheCallersWas) {
   for (const mode_t mask : {0U, 077U}) {
     machine.clear();
     machine.run(incidentCall().prepared([=] { return ::umask(mask) != 01000; }));
@@ -68,7 +68,7 @@ class AnotherUser : public MachineTest {
   }
 };
 
-TEST_F(AnotherUser, IsRefusedWhateverTheArguments) {
+TEST_F(AnotherUser, AnyArguments_AreRefused) {
   const std::vector<std::vector<std::string>> all = {{},
                                                      {"/case/none", "-i", "1"},
                                                      {"/case/list", "-i", "1"},
@@ -83,20 +83,20 @@ TEST_F(AnotherUser, IsRefusedWhateverTheArguments) {
   EXPECT_FALSE(machine.exists("/case/collected"));
 }
 
-TEST_F(AnotherUser, IsRefusedWithoutALogTooAndComplainsOfIt) {
+TEST_F(AnotherUser, NoLog_IsRefusedAndComplainsOfIt) {
   const Call call = eventCall().with({{"TANEX_LOG", "/root.log"}}).prepared(becomeNobody);
   const std::string err = complaints("/root.log", "Permission denied", kRefused.log);
   expectRun(machine.run(call), {"", "", 65, "", err});
 }
 
-TEST_F(AnotherUser, WithTheEffectiveIdOfTheSuperUserIsRefused) {
+TEST_F(AnotherUser, EffectiveIdOfTheSuperUser_IsRefused) {
   // Such a process is one of set-user-ID, and finds its library on its own search path only.
   machine.write("/opt/QZKBkel/lib/libkelcom.so", readFile(LOOPBACK_FOLDER "/libkelcom.so"));
   const auto changeIds = [] { return ::setresuid(kNobody, 0, 0) == 0; };
   expectRun(machine.run(eventCall().prepared(changeIds)), kRefused);
 }
 
-TEST_F(AnotherUser, SuperUserWithAnotherEffectiveIdIsAccepted) {
+TEST_F(AnotherUser, RealIdOfTheSuperUser_IsAccepted) {
 #ifdef TANEXICS_INSTRUMENTED
   GTEST_SKIP() << "the instrumentation cannot watch such a process";
 #endif
@@ -118,7 +118,7 @@ class ClosedDescriptors : public MachineTest, public testing::WithParamInterface
   }
 };
 
-TEST_P(ClosedDescriptors, IncidentGoesAsEver) {
+TEST_P(ClosedDescriptors, Incident_GoesAsEver) {
   machine.setCollection("echo printed\necho unseen >&2\n");
   Expected expected = Sending().incident();
   if (!isClosed(1)) expected.out = "printed\nprinted\n";
@@ -127,12 +127,12 @@ TEST_P(ClosedDescriptors, IncidentGoesAsEver) {
   EXPECT_EQ(machine.read("/case/list"), "/case/a.txt\n/case/b.syslog.txt\n/case/c.txt\n");
 }
 
-TEST_P(ClosedDescriptors, EventGoesAsEver) {
+TEST_P(ClosedDescriptors, Event_GoesAsEver) {
   expectRun(machine.run(eventCall().prepared(close)), Sending().event());
   EXPECT_EQ(machine.read("/case/outbox/items/0001-a.txt"), "alpha\n");
 }
 
-TEST_P(ClosedDescriptors, LogThatCannotBeOpenedIsToldToAnOpenStandardErrorAlone) {
+TEST_P(ClosedDescriptors, LogThatCannotBeOpened_IsToldToAnOpenStandardErrorAlone) {
   Expected expected = Sending().event();
   if (!isClosed(2)) {
     expected.err = complaints("/no/log", "No such file or directory", expected.log);
@@ -141,7 +141,7 @@ TEST_P(ClosedDescriptors, LogThatCannotBeOpenedIsToldToAnOpenStandardErrorAlone)
   expectRun(machine.run(eventCall().with({{"TANEX_LOG", "/no/log"}}).prepared(close)), expected);
 }
 
-TEST_P(ClosedDescriptors, NothingOfOursEndsUpOnTheLineToTheCentre) {
+TEST_P(ClosedDescriptors, LineToTheCentre_GetsNothingOfOurs) {
   machine.setCollection("echo printed\n");
   const RunResult result =
       machine.run(incidentCall().prepared(close).with({{"LD_LIBRARY_PATH", "/testkelcom"},

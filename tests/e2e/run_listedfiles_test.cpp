@@ -32,37 +32,37 @@ class ListedFiles : public MachineTest {
   }
 };
 
-TEST_F(ListedFiles, OnlyMissingFilesWrapBelowZero) {
+TEST_F(ListedFiles, OnlyMissing_TotalWrapsBelowZero) {
   const std::vector<File> files = {{"/case/none", -1, "No such file or directory"},
                                    {"/case/a.txt/x", -1, "Not a directory"}};
   expectSent(files);
   EXPECT_NE(machine.log().find("final_total='4294967294'"), std::string::npos);
 }
 
-TEST_F(ListedFiles, Directory) {
+TEST_F(ListedFiles, Directory_IsMeasuredAndNotSent) {
   machine.makeFolder("/case/folder");
   struct stat status = {};
   ASSERT_EQ(::stat(machine.outside("/case/folder").c_str(), &status), 0);
   expectSent({{"/case/folder", status.st_size, "not a regular file"}, kStandard});
 }
 
-TEST_F(ListedFiles, Unreadable) {
+TEST_F(ListedFiles, Unreadable_IsMeasuredAndNotSent) {
   machine.write("/case/secret", "12345", 0000);
   expectSent({{"/case/secret", 5, "Permission denied"}, kStandard}, obeyPermissions);
 }
 
-TEST_F(ListedFiles, FifoIsNotOpened) {
+TEST_F(ListedFiles, Fifo_IsNotOpened) {
   ASSERT_EQ(::mkfifo(machine.outside("/case/fifo").c_str(), 0600), 0);
   expectSent({{"/case/fifo", 0, "not a regular file"}});
 }
 
-TEST_F(ListedFiles, EmptyRelativeAndOddlyNamed) {
+TEST_F(ListedFiles, EmptyRelativeAndOddlyNamed_AreSent) {
   machine.write("/case/empty", "");
   machine.write("/case/a b\"c'%s%n;$(x)", "123");
   expectSent({{"/case/empty", 0}, {"a.txt", 6}, {"/case/a b\"c'%s%n;$(x)", 3}});
 }
 
-TEST_F(ListedFiles, FourGiBAndMoreWrapTheTotal) {
+TEST_F(ListedFiles, FourGiBAndMore_WrapTheTotal) {
   machine.makeSparse("/case/below", 4 * kGiB - 1);
   machine.makeSparse("/case/exact", 4 * kGiB);
   machine.makeSparse("/case/above", 5 * kGiB);
@@ -73,7 +73,7 @@ TEST_F(ListedFiles, FourGiBAndMoreWrapTheTotal) {
   EXPECT_NE(machine.log().find("final_total='1073741829'"), std::string::npos);
 }
 
-TEST_F(ListedFiles, LinesOfAnOddList) {
+TEST_F(ListedFiles, OddList_IsReadByItsPieces) {
   const std::string x1023(1023, 'x');
   const std::string missing = "No such file or directory";
   const std::string zeroByte(1, '\0');
@@ -95,7 +95,7 @@ TEST_F(ListedFiles, LinesOfAnOddList) {
              nullptr, list);
 }
 
-TEST_F(ListedFiles, FileDeletedBetweenMeasuringAndSending) {
+TEST_F(ListedFiles, FileDeletedAfterMeasuring_IsNamedAllTheSame) {
   const std::string file = "/case/b.syslog.txt";
   machine.write("/case/list", file + "\n");
   Sending sending;
@@ -161,9 +161,9 @@ class ManyFiles : public MachineTest {
                            "commonSendEvent OK\n";
 };
 
-TEST_F(ManyFiles, EventTakesLittleTimeAndStack) { expectRun(run(eventCall()), {framed(sent, 0)}); }
+TEST_F(ManyFiles, Event_TakesLittleTimeAndStack) { expectRun(run(eventCall()), {framed(sent, 0)}); }
 
-TEST_F(ManyFiles, TracedEventTakesLittleTimeAndStack) {
+TEST_F(ManyFiles, TracedEvent_TakesLittleTimeAndStack) {
   const std::string size = std::to_string(6 * kMany);
   const std::string last = std::to_string(6 * kMany - 6);
   const LogText end = measured(last, "/case/a.txt", "6") + measuredAll(size) + sent;
@@ -171,7 +171,7 @@ TEST_F(ManyFiles, TracedEventTakesLittleTimeAndStack) {
   expectEnd(run(eventCall().traced()).log, whole.substr(whole.find('\n') + 1));
 }
 
-TEST_F(ManyFiles, IncidentTakesLittleTimeAndStack) {
+TEST_F(ManyFiles, Incident_TakesLittleTimeAndStack) {
   const std::string whole = framed(incidentPart("1", kMany, kMany, "/case/a.txt") +
                                        "commonSendEvent OK\n" + collectionLines().info,
                                    0);

@@ -34,7 +34,7 @@ TANEXICS_PLAY(Incident, atBothLevels(incidents()));
 
 using IncidentRun = MachineTest;
 
-TEST_F(IncidentRun, CollectionCommandsGetTheSameDirectoryAndItVanishes) {
+TEST_F(IncidentRun, CollectionCommands_GetTheSameDirectoryAndItVanishes) {
   machine.run(incidentCall());
   const std::vector<std::string> collected = machine.collected();
   ASSERT_EQ(collected.size(), 2U);
@@ -46,12 +46,12 @@ TEST_F(IncidentRun, CollectionCommandsGetTheSameDirectoryAndItVanishes) {
   EXPECT_TRUE(machine.names("/tmp").empty());
 }
 
-TEST_F(IncidentRun, CollectionStartsOnlyAfterCommunicationHasStopped) {
+TEST_F(IncidentRun, Collection_StartsOnlyAfterCommunicationHasStopped) {
   machine.setCollection("grep -c KEL_StopComm /case/outbox/exchanges.jsonl\n");
   EXPECT_EQ(machine.run(incidentCall()).child.out, "2\n2\n");
 }
 
-TEST_F(IncidentRun, LongNumberIsCutAtTheBoundOfTheText) {
+TEST_F(IncidentRun, LongNumber_IsCutAtTheBoundOfTheText) {
   machine.write("/case/list", "/case/a.txt\n");
   const std::string number(3000, '7');
   const std::string text = incidentText(number, 1, 1).substr(0, 2046);
@@ -126,7 +126,7 @@ TANEXICS_PLAY(EventExcerpt, excerpts());
 
 using EventRun = MachineTest;
 
-TEST_F(EventRun, FirstExtractOfTheListCountsWhereverItsPathSaysSo) {
+TEST_F(EventRun, FirstExtractOfTheList_CountsWhereverItsPathSaysSo) {
   machine.write("/case/old.syslog.txt/x", "from a folder\n");
   machine.write("/case/list", "/case/old.syslog.txt/x\n/case/b.syslog.txt\n");
   Sending sending;
@@ -135,7 +135,7 @@ TEST_F(EventRun, FirstExtractOfTheListCountsWhereverItsPathSaysSo) {
   expectRun(machine.run(eventCall()), sending.event());
 }
 
-TEST_F(EventRun, UnreadableExtractGivesAnEmptyExcerptAndALine) {
+TEST_F(EventRun, UnreadableExtract_GivesAnEmptyExcerptAndALine) {
   machine.remove("/case/b.syslog.txt");
   Sending sending;
   sending.text = eventText("");
@@ -145,7 +145,7 @@ TEST_F(EventRun, UnreadableExtractGivesAnEmptyExcerptAndALine) {
   expectRun(machine.run(eventCall()), sending.event());
 }
 
-TEST_F(EventRun, LongValueIsCutClosedAndLogged) {
+TEST_F(EventRun, LongValue_IsCutClosedAndLogged) {
   machine.write("/case/event.def", replaced(kEventDefinition, "disk", std::string(1000, 'x')));
   const std::string head = R"("2026/10/05 12:00:00",,")";
   Sending sending;

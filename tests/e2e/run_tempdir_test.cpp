@@ -87,7 +87,7 @@ bool fillTmp() { return mountTmpfs("/tmp", "4k,nr_inodes=1"); }
 
 using TempDir = MachineTest;
 
-TEST_F(TempDir, FullTmpEndsTheRunWith78AfterTenAttempts) {
+TEST_F(TempDir, FullTmp_EndsTheRunWith78AfterTenAttempts) {
   const LogText attempt = traced({"[T](CTemp:73):getTemp_sub():prefix=/tmp,templ=swconf"}) +
                           lines({"VUQ90004L : pid=*,wstat=00000100",
                                  "VUQ90004L : com=mkdir -p /tmp/swcon*_ 2>/dev/null"}) +
@@ -102,13 +102,13 @@ TEST_F(TempDir, FullTmpEndsTheRunWith78AfterTenAttempts) {
   }
 }
 
-TEST_F(TempDir, FullTmpEndsARefusedRunWith78Too) {
+TEST_F(TempDir, FullTmp_EndsARefusedRunWith78Too) {
   const RunResult result = machine.run(incidentCall().answered("start 5\n").prepared(fillTmp));
   EXPECT_EQ(result.child.exitCode(), 78);
   EXPECT_EQ(result.exchanges, asked() + startComm(5));
 }
 
-TEST_F(TempDir, WithoutSystemCommandsTheHostNameIsEmptyAndTheRunEndsWith78) {
+TEST_F(TempDir, NoSystemCommands_HostNameIsEmptyAndTheRunEndsWith78) {
   machine.write("/case/list", "/case/a.txt\n");
   const std::string text = R"(INCNO="1",HOSTNAME="",PART="1",TOTAL="1")";
   const RunResult result = machine.run(incident("PATH", "/nowhere"));

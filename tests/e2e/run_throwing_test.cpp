@@ -151,7 +151,7 @@ Expected failedIncident(const LogText& tail, int status) {
 
 using ThrowingIncident = ThrowingLibrary;
 
-TEST_F(ThrowingIncident, LoopGoesOnWithTheNextFileAndTheLastIntegerWins) {
+TEST_F(ThrowingIncident, SomeExchanges_LoopGoesOnAndTheLastIntegerWins) {
   expectRun(machine.run(throwing(incidentCall().traced(), "Communicate", "7 - 8 - - 9")),
             failedIncident("", 9));
   EXPECT_FALSE(machine.exists("/case/collected"));
@@ -160,19 +160,19 @@ TEST_F(ThrowingIncident, LoopGoesOnWithTheNextFileAndTheLastIntegerWins) {
                          "Communicate StopComm StopComm ");
 }
 
-TEST_F(ThrowingIncident, NoCollectionCommandRunsAfterStatus68) {
+TEST_F(ThrowingIncident, Status68_NoCollectionCommandRuns) {
   expectRun(machine.run(throwing(incidentCall(), "StopComm", "68")), failedIncident("", 68));
   EXPECT_FALSE(machine.exists("/case/collected"));
   EXPECT_TRUE(machine.names("/tmp").empty());
 }
 
-TEST_F(ThrowingIncident, CollectionCommandsRunAfterStatus1) {
+TEST_F(ThrowingIncident, Status1_CollectionCommandsRun) {
   expectRun(machine.run(throwing(incidentCall(), "Communicate", "1")),
             failedIncident(collectionLines(), 1));
   EXPECT_EQ(machine.collected().size(), 2U);
 }
 
-TEST_F(ThrowingIncident, IdentifierErrorIsInvisibleAtInformationLevelButForTheStatus) {
+TEST_F(ThrowingIncident, Identifier_ShowsAtInformationLevelInTheStatusAlone) {
   expectRun(machine.run(throwing(incidentCall(), "GetID", "33")),
             {framed(std::string(), 33), "", 33});
 }

@@ -22,15 +22,12 @@ std::vector<Case> commandLines() {
       // The count is checked before the list is looked at, and the list before the option.
       rejection("MissingListAlone", {"/case/none"}, count),
       rejection("ListMissing", {"/case/%s%n", "-x", "1"}, "/case/%s%n not found" + from),
-      rejection("ListIsADirectory", {"/case", "-i", "1"}, "/case not found" + from),
       rejection("ListCannotBeRead", {"/proc/self/mem", "-i", "1"},
                 "/proc/self/mem read error" + from),
       rejection("ListIsNull", {"/dev/null", "-i", "1"}, noFile),
       rejection("ListHasEmptyLinesOnly", {"/case/list", "-r", "/case/none"}, noFile,
                 written("/case/list", "\n\r\n" + std::string(3, '\0') + "\n")),
-      rejection("IncidentWithoutNumber", {"/case/list", "-i"}, count),
       rejection("JoinedIncidentWithAShortArgument", {"/case/list", "-ifoo", "A"}, count),
-      rejection("EventWithoutFile", {"/case/list", "-r"}, count),
       rejection("UnknownOption", {"/case/list", "%s%n", "1"}, option),
   };
 }
@@ -44,7 +41,7 @@ std::vector<Case> definitions() {
   const std::string notFound = " not found.(CSendEventBase::parseMsgCommon)";
   const std::string longLine(1023, 'x');
   const std::vector<std::string> event = eventCall().arguments;
-  /// The definition that every machine has, with this line after it.
+  // The definition that every machine has, with this line after it.
   const auto ending = [](const std::string& line) {
     return written("/case/event.def", kEventDefinition + line);
   };

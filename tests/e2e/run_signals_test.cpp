@@ -43,6 +43,12 @@ bool limitFileSize(rlim_t bytes) {
   return ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
 }
 
+/// No signal is ignored, as some are by the shell that has put the tests into the background.
+bool ignoreNothing() {
+  for (int signal = 1; signal < SIGRTMIN; ++signal) ::signal(signal, SIG_DFL);
+  return true;
+}
+
 /// Puts bash(1) in the place of sh(1), in the private mounts of a run: other shells block and
 /// unblock signals of their own accord.
 bool usePlainShell() { return ::mount("/bin/bash", "/bin/sh", nullptr, MS_BIND, nullptr) == 0; }
@@ -90,7 +96,9 @@ class SignalRun : public MachineTest {
   std::string handedOn(const Prepare& prepare) const {
     machine.clear();
     machine.setCollection("grep -E '^Sig(Ign|Blk):' /proc/self/status\n", "");
-    return machine.run(incidentCall().prepared([&] { return usePlainShell() && prepare(); }))
+    return machine
+        .run(incidentCall().prepared(
+            [&] { return ignoreNothing() && usePlainShell() && prepare(); }))
         .child.out;
   }
 };

@@ -24,7 +24,6 @@ std::vector<Case> commandLines() {
       rejection("ListMissing", {"/case/%s%n", "-x", "1"}, "/case/%s%n not found" + from),
       rejection("ListCannotBeRead", {"/proc/self/mem", "-i", "1"},
                 "/proc/self/mem read error" + from),
-      rejection("ListIsNull", {"/dev/null", "-i", "1"}, noFile),
       rejection("ListHasEmptyLinesOnly", {"/case/list", "-r", "/case/none"}, noFile,
                 written("/case/list", "\n\r\n" + std::string(3, '\0') + "\n")),
       rejection("JoinedIncidentWithAShortArgument", {"/case/list", "-ifoo", "A"}, count),

@@ -54,10 +54,13 @@ TEST_F(IncidentRun, Collection_StartsOnlyAfterCommunicationHasStopped) {
 TEST_F(IncidentRun, LongNumber_IsCutAtTheBoundOfTheText) {
   machine.write("/case/list", "/case/a.txt\n");
   const std::string number(3000, '7');
+  // A text of 2,046 characters, and a log line of 2,046 characters and a zero byte.
   const std::string text = incidentText(number, 1, 1).substr(0, 2046);
-  EXPECT_EQ(machine.run({{"/case/list", "-i", number}}).exchanges,
-            asked() + startComm() + notify("0x40017", text) +
-                sendItems("0x4010b", {standardItems()[0]}) + stopped());
+  const std::string call = "RM_Communicate call (param=0x40017 0 0 " + text;
+  const RunResult result = machine.run({{"/case/list", "-i", number}});
+  EXPECT_NE(result.log.find("\n" + call.substr(0, 2046) + '\0' + "\n"), std::string::npos);
+  EXPECT_EQ(result.exchanges, asked() + startComm() + notify("0x40017", text) +
+                                  sendItems("0x4010b", {standardItems()[0]}) + stopped());
 }
 
 // --- an event ------------------------------------------------------------------------------------
@@ -115,8 +118,6 @@ std::vector<Case> excerpts() {
               eventText("Feb \"\"2\"\"")),
       excerpt("OnlyComments", "# a\n# b\n", eventText("")),
       excerpt("ZeroByte", std::string("Feb\0 2\n", 7), eventText("Feb")),
-      // The first 1,022 characters of a line are a piece: the rest of a comment is none.
-      excerpt("LongComment", "#" + std::string(1021, 'c') + "rest\nnext\n", eventText("rest")),
   };
 }
 
@@ -125,15 +126,6 @@ TANEXICS_PLAY(EventDefinitionName, definitionNames());
 TANEXICS_PLAY(EventExcerpt, excerpts());
 
 using EventRun = MachineTest;
-
-TEST_F(EventRun, FirstExtractOfTheList_CountsWhereverItsPathSaysSo) {
-  machine.write("/case/old.syslog.txt/x", "from a folder\n");
-  machine.write("/case/list", "/case/old.syslog.txt/x\n/case/b.syslog.txt\n");
-  Sending sending;
-  sending.files = {{"/case/old.syslog.txt/x", 14}, standardFiles()[1]};
-  sending.text = eventText("from a folder");
-  expectRun(machine.run(eventCall()), sending.event());
-}
 
 TEST_F(EventRun, UnreadableExtract_GivesAnEmptyExcerptAndALine) {
   machine.remove("/case/b.syslog.txt");

@@ -96,10 +96,8 @@ class SignalRun : public MachineTest {
   std::string handedOn(const Prepare& prepare) const {
     machine.clear();
     machine.setCollection("grep -E '^Sig(Ign|Blk):' /proc/self/status\n", "");
-    return machine
-        .run(incidentCall().prepared(
-            [&] { return ignoreNothing() && usePlainShell() && prepare(); }))
-        .child.out;
+    const auto all = [&] { return ignoreNothing() && usePlainShell() && prepare(); };
+    return machine.run(incidentCall().prepared(all)).child.out;
   }
 };
 

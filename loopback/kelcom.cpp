@@ -14,7 +14,7 @@
 #include <string>
 
 #include "loopback/bytes.h"
-#include "loopback/descriptor.h"
+#include "loopback/openhigh.h"
 #include "loopback/outbox.h"
 #include "loopback/script.h"
 

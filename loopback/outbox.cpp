@@ -16,6 +16,7 @@
 #include <string_view>
 
 #include "loopback/filecopy.h"
+#include "loopback/openhigh.h"
 
 namespace {
 
@@ -79,7 +80,7 @@ Descriptor openRegular(const char* path, std::string& error) {
     error = std::strerror(errno);
   } else if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
     error = kNotRegular;
-    file = Descriptor();
+    file.close();
   }
   return file;
 }

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "loopback/descriptor.h"
+#include "common/base/descriptor.h"
 
 /// The names in an outbox: the record of the calls, and the folder of the copies.
 constexpr char kRecordName[] = "exchanges.jsonl";

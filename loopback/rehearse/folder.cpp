@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "loopback/descriptor.h"
+#include "common/base/descriptor.h"
 
 namespace {
 

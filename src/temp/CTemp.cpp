@@ -1,13 +1,12 @@
 #include "temp/CTemp.h"
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
+#include "common/base/descriptor.h"
 #include "common/base/format.h"
 #include "common/files/filesystem.h"
 #include "common/files/removal.h"
@@ -61,16 +60,14 @@ bool makeTempFile(std::string& path, const char* prefix, const char* parentDir, 
   path.reserve(sizeof name);  // so that nothing can fail while the file is on nobody's list
   // Inherited by what the caller starts, whose descriptor it is: one that nobody asked for is
   // closed before anything can be started.
-  number = ::mkstemp(name);
+  Descriptor file(::mkstemp(name));
+  number = file.get();
   if (number < 0) {
     infoAt("CTemp", 132, "failed to mkstemp():%s:templ=%s", std::strerror(errno), C(templ));
     return false;
   }
-  if (fd == nullptr) {
-    ::close(number);
-  } else {
-    *fd = number;
-  }
+  if (fd != nullptr) *fd = file.release();
+  file.close();
   path.assign(name).append("_");
   if (std::rename(name, C(path)) != 0) {
     // The file stays under its generated name: the caller may hold its descriptor by now.

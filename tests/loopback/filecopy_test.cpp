@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "loopback/descriptor.h"
+#include "loopback/openhigh.h"
 #include "support/scratch.h"
 
 namespace {

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "loopback/openhigh.h"
 #include "support/childrun.h"
 #include "support/scratch.h"
 

@@ -1,26 +1,10 @@
-#ifndef TANEXICS_LOOPBACK_DESCRIPTOR_H
-#define TANEXICS_LOOPBACK_DESCRIPTOR_H
+#ifndef TANEXICS_LOOPBACK_OPENHIGH_H
+#define TANEXICS_LOOPBACK_OPENHIGH_H
 
 #include <fcntl.h>
 #include <sys/types.h>
 
-/// Owns one file descriptor and closes it at the end of its life. A negative number owns nothing.
-class Descriptor {
- public:
-  explicit Descriptor(int number = -1) : m_number(number) {}
-  ~Descriptor();
-
-  Descriptor(Descriptor&& other) noexcept;
-  Descriptor& operator=(Descriptor&& other) noexcept;
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  int get() const { return m_number; }
-  bool isOpen() const { return m_number >= 0; }
-
- private:
-  int m_number;
-};
+#include "common/base/descriptor.h"
 
 /// The lowest number that a descriptor of `openHigh` gets.
 constexpr int kLowestDescriptor = 100;

@@ -1,17 +1,20 @@
 #include "common/base/piecereader.h"
 
 PieceReader::PieceReader(const char* path, std::size_t bufferBytes)
-    : m_stream(std::fopen(path, "re")), m_bufferBytes(bufferBytes) {
+    : m_own(std::fopen(path, "re"), &std::fclose),
+      m_stream(m_own.get()),
+      m_bufferBytes(bufferBytes) {
   m_buffer[0] = '\0';
 }
 
-PieceReader::~PieceReader() {
-  if (m_stream != nullptr) std::fclose(m_stream);
+PieceReader::PieceReader(FILE* stream, std::size_t bufferBytes)
+    : m_own(nullptr, &std::fclose), m_stream(stream), m_bufferBytes(bufferBytes) {
+  m_buffer[0] = '\0';
 }
 
 char* PieceReader::next() {
   if (m_stream == nullptr) return nullptr;
-  // Unlocked: nobody else has the stream, and a list may have a million lines.
+  // Unlocked: nobody else has the stream.
   return ::fgets_unlocked(m_buffer, static_cast<int>(m_bufferBytes), m_stream);
 }
 

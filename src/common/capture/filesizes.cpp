@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "common/base/format.h"
+#include "common/base/piecereader.h"
 #include "common/base/shell.h"
 #include "common/capture/execgetlines.h"
 #include "common/files/filelist.h"
@@ -68,12 +69,6 @@ std::int64_t totalOf(const std::list<std::string>& paths, int recursive,
   return total;
 }
 
-/// Reads the heading of df's output and then the line after it into `line`.
-bool readSecondLine(FILE* stream, char (&line)[kLineBytes]) {
-  return std::fgets(line, sizeof line, stream) != nullptr &&
-         std::fgets(line, sizeof line, stream) != nullptr;
-}
-
 }  // namespace
 
 int getDirSize(const char* path) {
@@ -117,8 +112,9 @@ int getFreeSize(const char* path) {
   int pid = 0;
   FILE* stream = s_popen(command, fd, pid);
   if (stream == nullptr) return -1;
-  char line[kLineBytes] = {};
-  const bool isRead = readSecondLine(stream, line);
+  PieceReader reader(stream, kLineBytes);
+  const bool hasHeading = reader.next() != nullptr;
+  const char* line = hasHeading ? reader.next() : nullptr;
   s_pclose(stream, fd, pid);
-  return isRead ? toInt(line + std::strcspn(line, " \t")) : -1;
+  return line == nullptr ? -1 : toInt(line + std::strcspn(line, " \t"));
 }

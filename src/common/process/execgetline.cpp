@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "common/base/piecereader.h"
 #include "common/base/shell.h"
 #include "common/process/waitstatus.h"
 #include "common/text/text.h"
@@ -9,14 +10,15 @@
 
 namespace {
 
-constexpr int kLineBytes = 1024;
+constexpr std::size_t kLineBytes = 1024;
 
 /// Reads `stream` to its end. `line` becomes its first line, empty where there is none.
 void readFirstLine(FILE* stream, char (&line)[kLineBytes]) {
-  if (std::fgets(line, sizeof line, stream) == nullptr) line[0] = '\0';
+  PieceReader reader(stream, sizeof line);
+  const char* first = reader.next();
+  std::snprintf(line, sizeof line, "%s", first == nullptr ? "" : first);
   eraseLastCRLF(line);
-  char rest[kLineBytes];
-  while (std::fgets(rest, sizeof rest, stream) != nullptr) continue;
+  while (reader.next() != nullptr) continue;
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -16,9 +17,7 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-Texts piecesOf(const std::string& bytes, std::size_t bufferBytes = PieceReader::kBufferBytes) {
-  const ScratchDir dir;
-  PieceReader reader(dir.write("file", bytes).c_str(), bufferBytes);
+Texts piecesOf(PieceReader& reader) {
   EXPECT_TRUE(reader.isOpen());
   Texts pieces;
   while (const char* piece = reader.next()) pieces.emplace_back(piece);
@@ -27,43 +26,42 @@ Texts piecesOf(const std::string& bytes, std::size_t bufferBytes = PieceReader::
   return pieces;
 }
 
-TEST(PieceReader, Lines_ArriveWithTheirLineEnds) {
-  EXPECT_EQ(piecesOf("a\n\nb\r\n"), Texts({"a\n", "\n", "b\r\n"}));
-}
-
-TEST(PieceReader, EmptyFile_HasNoPiece) { EXPECT_EQ(piecesOf(""), Texts()); }
-
-TEST(PieceReader, UnterminatedLastLine_Counts) { EXPECT_EQ(piecesOf("a\nb"), Texts({"a\n", "b"})); }
-
-TEST(PieceReader, LineOf1022Bytes_IsOnePieceWithItsLineEnd) {
-  EXPECT_EQ(piecesOf(std::string(1022, 'x') + "\ny"), Texts({std::string(1022, 'x') + "\n", "y"}));
-}
-
-TEST(PieceReader, LineOf1023Bytes_LeavesItsLineEndToTheNextPiece) {
-  EXPECT_EQ(piecesOf(std::string(1023, 'x') + "\ny"), Texts({std::string(1023, 'x'), "\n", "y"}));
-}
-
-TEST(PieceReader, LineOf1024Bytes_ArrivesInTwoPieces) {
-  EXPECT_EQ(piecesOf(std::string(1024, 'x') + "\n"), Texts({std::string(1023, 'x'), "x\n"}));
-}
-
-TEST(PieceReader, LineOf5000Bytes_ArrivesInFivePieces) {
+TEST(PieceReader, FileAndStream_ArriveInPiecesBelowTheBound) {
   const std::string full(1023, 'x');
-  EXPECT_EQ(piecesOf(std::string(5000, 'x') + "\n"),
-            Texts({full, full, full, full, std::string(908, 'x') + "\n"}));
+  const struct {
+    std::string bytes;
+    Texts pieces;
+    std::size_t bufferBytes = PieceReader::kBufferBytes;
+  } kRows[] = {{"", {}},
+               {"a\n\nb\r\n", {"a\n", "\n", "b\r\n"}},
+               {"a\nb", {"a\n", "b"}},
+               {full.substr(1) + "\ny", {full.substr(1) + "\n", "y"}},
+               {full + "\ny", {full, "\n", "y"}},
+               {full + "x\n", {full, "x\n"}},
+               {full + full + full + "x", {full, full, full, "x"}},
+               {"abcdef\n", {"abc", "def", "\n"}, 4},
+               {"ab\n", {"a", "b", "\n"}, 2},
+               {std::string("ab\0cd\nef\n", 9), {"ab", "ef\n"}},
+               {"\xff\xa4\xa2\n", {"\xff\xa4\xa2\n"}}};
+  const ScratchDir dir;
+  for (const auto& row : kRows) {
+    const std::string path = dir.write("file", row.bytes);
+    PieceReader file(path.c_str(), row.bufferBytes);
+    EXPECT_EQ(piecesOf(file), row.pieces);
+    FILE* stream = std::fopen(path.c_str(), "re");
+    PieceReader reader(stream, row.bufferBytes);
+    EXPECT_EQ(piecesOf(reader), row.pieces);
+    std::fclose(stream);
+  }
 }
 
-TEST(PieceReader, OtherBound_IsKept) {
-  EXPECT_EQ(piecesOf("abcdef\n", 4), Texts({"abc", "def", "\n"}));
-  EXPECT_EQ(piecesOf("ab\n", 2), Texts({"a", "b", "\n"}));
-}
-
-TEST(PieceReader, ZeroByte_HidesTheRestOfItsPieceOnly) {
-  EXPECT_EQ(piecesOf(std::string("ab\0cd\nef\n", 9)), Texts({"ab", "ef\n"}));
-}
-
-TEST(PieceReader, BytesAbove0x7f_ArriveUnchanged) {
-  EXPECT_EQ(piecesOf("\xff\xa4\xa2\n"), Texts({"\xff\xa4\xa2\n"}));
+TEST(PieceReader, Stream_IsReadFromWhereItStandsAndLeftOpen) {
+  const ScratchDir dir;
+  FILE* stream = std::fopen(dir.write("file", "ab\ncd\n").c_str(), "re");
+  EXPECT_EQ(std::fgetc(stream), 'a');
+  EXPECT_STREQ(PieceReader(stream).next(), "b\n");
+  EXPECT_EQ(std::fgetc(stream), 'c');
+  EXPECT_EQ(std::fclose(stream), 0);
 }
 
 TEST(PieceReader, Piece_MayBeEdited) {

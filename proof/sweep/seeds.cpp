@@ -117,7 +117,7 @@ int __wrap__Z11removeFilesPKci(const char* path, int recursive) {
 bool __real__Z8makePipeR4Pipe(Pipe& pipe);
 bool __wrap__Z8makePipeR4Pipe(Pipe& pipe) {
   const bool isMade = __real__Z8makePipeR4Pipe(pipe);
-  if (isMade && isSeeded("open-descriptor")) ::fcntl(pipe.readEnd, F_DUPFD, 20);
+  if (isMade && isSeeded("open-descriptor")) ::fcntl(pipe.readEnd.get(), F_DUPFD, 20);
   return isMade;
 }
 

@@ -8,7 +8,7 @@
 /// SIGCHLD to its default, since children that end while it is ignored cannot be waited for;
 /// SIGPIPE and SIGXFSZ to be ignored, so that a write to a pipe without a reader or beyond a limit
 /// on file size fails, as any other write may, and the run goes on. No handler is installed, and
-/// the signal mask stays the caller's. To be called once, at the start of a process. Costs one
+/// the signal mask stays the caller's. To be called once, at the start of a process. One
 /// system call a signal.
 void settleSignals();
 

@@ -18,21 +18,22 @@ void putAt(int file, int number) {
 bool makePipe(Pipe& pipe) {
   int ends[2];
   if (::pipe2(ends, O_CLOEXEC) != 0) return false;
-  pipe.readEnd = ends[0];
-  pipe.writeEnd = ends[1];
+  pipe.readEnd = Descriptor(ends[0]);
+  pipe.writeEnd = Descriptor(ends[1]);
   return true;
 }
 
-void makeStandardOutput(const Pipe& pipe) {
-  if (pipe.writeEnd == STDOUT_FILENO) {
+void makeStandardOutput(Pipe& pipe) {
+  if (pipe.writeEnd.get() == STDOUT_FILENO) {
     // Already in place, where duplicating would have cleared the close-on-exec mark.
-    ::fcntl(STDOUT_FILENO, F_SETFD, 0);
+    ::fcntl(pipe.writeEnd.release(), F_SETFD, 0);
   } else {
-    putAt(pipe.writeEnd, STDOUT_FILENO);
-    ::close(pipe.writeEnd);
+    putAt(pipe.writeEnd.get(), STDOUT_FILENO);
+    pipe.writeEnd.close();
   }
   // A read end that was descriptor 1 has been replaced above: closing it would close the output.
-  if (pipe.readEnd != STDOUT_FILENO) ::close(pipe.readEnd);
+  if (pipe.readEnd.get() == STDOUT_FILENO) pipe.readEnd.release();
+  pipe.readEnd.close();
 }
 
 void makeStandardError(int file) {

@@ -1,23 +1,25 @@
 #ifndef TANEXICS_COMMON_BASE_CHILDSHELL_H
 #define TANEXICS_COMMON_BASE_CHILDSHELL_H
 
+#include "common/base/descriptor.h"
+
 // The two ends of starting a command line, shared by everything that forks for one.
 
-/// The two descriptors of a pipe(7); they belong to whoever made it.
+/// The two ends of a pipe(7), none until `makePipe` makes them. The read end is closed first.
 struct Pipe {
-  int readEnd = -1;   ///< where the output of a child is read
-  int writeEnd = -1;  ///< where the child writes it
+  Descriptor writeEnd;  ///< where a child writes; its output ends when the parent's own is closed
+  Descriptor readEnd;   ///< where the output of the child is read
 };
 
 /// Makes a pipe whose ends no other command inherits. Returns false, with errno set and `pipe` as
-/// it was, when there is none to be had. The caller closes both ends.
+/// it was, when there is none to be had.
 bool makePipe(Pipe& pipe);
 
 /// For the child, after fork(2) and before `execShell`: makes the pipe's write end descriptor 1 and
 /// closes both ends; where that fails there is no descriptor 1. Makes system calls only, and works
 /// whatever numbers the ends have, also with standard descriptors that were closed when the process
 /// started.
-void makeStandardOutput(const Pipe& pipe);
+void makeStandardOutput(Pipe& pipe);
 
 /// For the child: makes `file`, a descriptor or below 0 for none, descriptor 2; where that fails
 /// there is none. System calls only.

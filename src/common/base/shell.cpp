@@ -5,10 +5,11 @@
 
 #include "common/base/childshell.h"
 #include "common/base/format.h"
+#include "common/base/piecereader.h"
 
 namespace {
 
-constexpr int kRelayBytes = 512;
+constexpr std::size_t kRelayBytes = 512;
 
 /// Prints `piece` as a printf format, as the published behaviour has it; made safe for its want of
 /// arguments.
@@ -36,12 +37,16 @@ FILE* s_popen(const char* command, int& fd, int& pid) {
     makeStandardOutput(pipe);
     execShell(command, 0);
   }
-  // The ends stay open: a system that cannot fork is beyond caring for two descriptors.
-  if (pid < 0) return nullptr;
+  if (pid < 0) {
+    // The ends stay open: a system that cannot fork is beyond caring for two descriptors.
+    pipe.readEnd.release();
+    pipe.writeEnd.release();
+    return nullptr;
+  }
 
-  ::close(pipe.writeEnd);
-  fd = pipe.readEnd;
-  return ::fdopen(pipe.readEnd, "r");
+  pipe.writeEnd.close();
+  fd = pipe.readEnd.release();  // the stream's or, where none can be made, open from now on
+  return ::fdopen(fd, "r");
 }
 
 int s_pclose(FILE* stream, int fd, int pid) {
@@ -61,8 +66,8 @@ int s_system(const char* command) {
   FILE* stream = s_popen(command, fd, pid);
   if (stream == nullptr) return -1;
 
-  char piece[kRelayBytes];
-  while (std::fgets(piece, sizeof piece, stream) != nullptr) printAsFormat(piece);
+  PieceReader reader(stream, kRelayBytes);
+  while (const char* piece = reader.next()) printAsFormat(piece);
   // Nothing waits in a buffer afterwards, so that no way in which the process may end loses it, and
   // no child inherits a copy.
   std::fflush(stdout);

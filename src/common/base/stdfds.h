@@ -5,7 +5,7 @@
 ///
 /// A descriptor opened later would otherwise take such a number, and what is meant for a terminal
 /// would end up in a pipe, in the action log or on the line to the centre. To be called once,
-/// before anything else is opened. Costs one system call where all three are open. Where /dev/null
+/// before anything else is opened. One system call where all three are open. Where /dev/null
 /// cannot be opened, and under a limit of fewer than three open files, the descriptors stay closed;
 /// nothing is logged, since there is no log yet.
 void occupyStandardDescriptors();

@@ -2,18 +2,17 @@
 
 #include <fcntl.h>
 #include <sys/types.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <memory>
+#include <utility>
 
 #include "common/base/childshell.h"
 #include "common/base/format.h"
-#include "common/base/ownedpipe.h"
+#include "common/base/piecereader.h"
 #include "common/base/unwind.h"
-#include "common/process/linecollector.h"
+#include "common/capture/loggedchild.h"
 #include "common/process/waitstatus.h"
 #include "log/loglines.h"
 #include "temp/CTemp.h"
@@ -21,9 +20,6 @@
 namespace {
 
 constexpr std::size_t kLineBytes = 1024;
-constexpr int kShellFailure = 1;  // what a child ends with whose shell cannot be started
-
-using Stream = std::unique_ptr<FILE, decltype(&std::fclose)>;
 
 /// For the child: standard error goes to the file or, without one, to /dev/null. With a file that
 /// cannot be opened the command runs without a standard error.
@@ -42,7 +38,7 @@ void redirectError(const std::string& errorPath) {
 
 /// For the child: becomes the command. System calls only, but for the one line that says why there
 /// is no standard error; whatever goes wrong with that must not unwind into what the parent owns.
-[[noreturn]] void becomeCommand(const Pipe& pipe, const std::string& errorPath,
+[[noreturn]] void becomeCommand(Pipe& pipe, const std::string& errorPath,
                                 const char* command) noexcept {
   makeStandardOutput(pipe);
   redirectError(errorPath);
@@ -54,8 +50,8 @@ void redirectError(const std::string& errorPath) {
 /// child which goes on printing gets SIGPIPE or, where the caller ignores that, EPIPE.
 class RunningCommand {
  public:
-  /// Takes over `output`; where that is null the child is left alone.
-  RunningCommand(pid_t pid, FILE* output) : m_pid(pid), m_output(output, &std::fclose) {}
+  /// Where `output` is null the child is left alone.
+  RunningCommand(pid_t pid, Stream output) : m_pid(pid), m_output(std::move(output)) {}
   ~RunningCommand() {
     if (m_output == nullptr) return;
     m_output.reset();
@@ -71,8 +67,7 @@ class RunningCommand {
     m_output.reset();
     int status = -1;
     waitpid("common.cpp", 1445, m_pid, &status, 0);  // a wait that fails leaves the status alone
-    infoNumbered("VUQ90004L", "pid=%d,wstat=%08x", m_pid, static_cast<unsigned>(status));
-    return exitStatus(status);
+    return loggedExitStatus(m_pid, status);
   }
 
  private:
@@ -82,39 +77,31 @@ class RunningCommand {
 
 void collectErrors(const std::string& errorPath, std::list<std::string>& errorLines,
                    int maxErrorLines) {
-  const Stream file(std::fopen(C(errorPath), "re"), &std::fclose);
-  if (file == nullptr) {
+  PieceReader reader(C(errorPath), kLineBytes);
+  if (!reader.isOpen()) {
     infoNumbered("VUQ90007L", "failed to fopen():%s,%s", C(errorPath), std::strerror(errno));
     return;
   }
-  collectLines(file.get(), errorLines, maxErrorLines, kLineBytes);
+  collectLines(reader, errorLines, maxErrorLines);
 }
 
 int runAndCollect(std::list<std::string>& lines, const char* command, int maxLines,
                   std::list<std::string>* errorLines, int maxErrorLines) {
-  OwnedPipe pipe;
-  if (!makePipe(pipe)) {
-    infoNumbered("VUQ90003L", "failed to pipe():%s", std::strerror(errno));
-    return -1;
-  }
+  Pipe pipe;
+  if (!makeLoggedPipe(pipe)) return -1;
   CTemp temp;
   std::string errorPath;
   if (errorLines != nullptr && temp.getTempFile(errorPath, "execGetLines", nullptr, nullptr) != 1) {
     errorPath.clear();
   }
-  infoNumbered("VUQ90004L", "com=%s", command);
-
-  const pid_t pid = ::fork();
+  const pid_t pid = forkLogged(command);
   if (pid == 0) becomeCommand(pipe, errorPath, command);
   int result = -1;
-  if (pid < 0) {
-    // Reason first and command second: the line has always been written in this order.
-    infoNumbered("VUQ90005L", "failed to exec(%s):%s", std::strerror(errno), command);
-  } else {
-    pipe.closeWriteEnd();
-    RunningCommand running(pid, pipe.openOutput());
+  if (pid > 0) {
+    RunningCommand running(pid, openOutput(pipe));
     if (running.output() == nullptr) return -1;
-    collectLines(running.output(), lines, maxLines, kLineBytes);
+    PieceReader reader(running.output(), kLineBytes);
+    collectLines(reader, lines, maxLines);
     result = running.reap();
   }
   if (errorLines != nullptr && !errorPath.empty())

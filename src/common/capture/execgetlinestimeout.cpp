@@ -1,20 +1,16 @@
 #include "common/capture/execgetlinestimeout.h"
 
-#include <fcntl.h>
 #include <sys/types.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
-#include <memory>
 
 #include "common/base/childshell.h"
-#include "common/base/ownedpipe.h"
+#include "common/base/piecereader.h"
 #include "common/base/unwind.h"
-#include "common/process/linecollector.h"
+#include "common/capture/loggedchild.h"
 #include "common/process/waitstatus.h"
 #include "log/loglines.h"
 
@@ -23,7 +19,6 @@ namespace {
 constexpr int kLongestSeconds = 7200;
 constexpr int kGraceSeconds = 60;  // between SIGTERM and SIGKILL
 constexpr std::size_t kReadBytes = 1023;
-constexpr int kShellFailure = 1;  // what a child ends with whose shell cannot be started
 
 /// Looks once a second, at most `polls` times, whether the child has ended. A failing wait does not
 /// end the loop: it was logged, and the time limit holds all the same.
@@ -68,7 +63,7 @@ void waitOrEnd(pid_t pid, int seconds, int& status) {
 }
 
 /// For the child: becomes the command. System calls only.
-[[noreturn]] void becomeGroup(const Pipe& pipe, const char* command) {
+[[noreturn]] void becomeGroup(Pipe& pipe, const char* command) {
   makeStandardOutput(pipe);
   discardStandardError();
   ::setsid();  // a group of its own, so that the signals reach everything that it starts
@@ -76,22 +71,14 @@ void waitOrEnd(pid_t pid, int seconds, int& status) {
 }
 
 int runForAtMost(std::list<std::string>& lines, const char* command, int seconds) {
-  OwnedPipe pipe;
-  if (!makePipe(pipe)) {
-    infoNumbered("VUQ90003L", "failed to pipe():%s", std::strerror(errno));
-    return -1;
-  }
-  infoNumbered("VUQ90004L", "com=%s", command);
-  const pid_t pid = ::fork();
+  Pipe pipe;
+  if (!makeLoggedPipe(pipe)) return -1;
+  const pid_t pid = forkLogged(command);
   if (pid == 0) becomeGroup(pipe, command);
-  if (pid < 0) {
-    infoNumbered("VUQ90005L", "failed to exec(%s):%s", std::strerror(errno), command);
-    return -1;
-  }
+  if (pid < 0) return -1;
 
   if (seconds <= 0 || seconds > kLongestSeconds) seconds = kLongestSeconds;
-  pipe.closeWriteEnd();
-  const std::unique_ptr<FILE, decltype(&std::fclose)> output(pipe.openOutput(), &std::fclose);
+  const Stream output = openOutput(pipe);
   if (output == nullptr) return -1;
   std::setvbuf(output.get(), nullptr, _IOLBF, BUFSIZ);
 
@@ -99,9 +86,9 @@ int runForAtMost(std::list<std::string>& lines, const char* command, int seconds
   Watch watch(pid);
   waitOrEnd(pid, seconds, status);
   watch.end();
-  collectLines(output.get(), lines, /*maxLines=*/-1, kReadBytes);
-  infoNumbered("VUQ90004L", "pid=%d,wstat=%08x", pid, static_cast<unsigned>(status));
-  return exitStatus(status);
+  PieceReader reader(output.get(), kReadBytes);
+  collectLines(reader, lines, /*maxLines=*/-1);
+  return loggedExitStatus(pid, status);
 }
 
 }  // namespace

@@ -32,7 +32,9 @@ TEST(Descriptor, NegativeNumber_ClosesNothingAndLeavesErrno) {
   { const Descriptor none; }
   EXPECT_EQ(errno, EXDEV) << "close(2) was called";
   EXPECT_FALSE(Descriptor().isOpen());
-  EXPECT_TRUE(Descriptor(0).isOpen());
+  Descriptor lowest(0);
+  EXPECT_TRUE(lowest.isOpen());
+  EXPECT_EQ(lowest.release(), 0);
 }
 
 TEST(Descriptor, Closed_IsNotClosedAgain) {

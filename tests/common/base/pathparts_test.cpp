@@ -3,17 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "support/actionlog.h"
 
 namespace {
 
 constexpr const char* kNull = nullptr;
-
-std::string quoted(const char* text) {
-  return text == nullptr ? "null" : "'" + std::string(text) + "'";
-}
 
 struct Row {
   const char* path;
@@ -27,10 +22,10 @@ TEST(EraseLastSlash, OneTrailingSlash_IsRemoved) {
                        {"/a", "/a"},   {"/a/", "/a"},
                        {"a/ ", "a/ "}, {"\xe6\xbc\xa2/", "\xe6\xbc\xa2"}};
   for (const Row& row : kRows) {
-    EXPECT_EQ(eraseLastSlash(row.path), row.result) << quoted(row.path);
+    EXPECT_EQ(eraseLastSlash(row.path), row.result) << row.path;
     std::string inPlace = row.path;
-    EXPECT_EQ(eraseLastSlash(inPlace.data()), 0) << quoted(row.path);
-    EXPECT_STREQ(inPlace.c_str(), row.result) << quoted(row.path);
+    EXPECT_EQ(eraseLastSlash(inPlace.data()), 0) << row.path;
+    EXPECT_STREQ(inPlace.c_str(), row.result) << row.path;
   }
 }
 
@@ -40,26 +35,11 @@ TEST(EraseLastSlash, EmptyText_LeavesWhatStandsInFrontOfIt) {
   EXPECT_STREQ(text, "/");
 }
 
-TEST(EraseLastSlash, Null_IsMinusOneInPlaceAndEmptyAsACopy) {
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  EXPECT_EQ(eraseLastSlash(static_cast<char*>(nullptr)), -1);
-  EXPECT_EQ(eraseLastSlash(kNull), "");
-  EXPECT_EQ(log.bytes(), "");
-}
-
-TEST(ParentPath, BareNameAndEmptyText_GiveTheRoot) {
-  EXPECT_EQ(parentPath("a"), "/");
-  EXPECT_EQ(parentPath(""), "/");
-}
-
-TEST(ParentPath, Null_GivesTheEmptyText) {
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  EXPECT_EQ(parentPath(kNull), "");
-  EXPECT_EQ(log.bytes(), "");
-}
-
+// A name without a directory gives the root, on purpose.
 TEST(ParentPath, Paths_LoseTheirLastName) {
-  const Row kRows[] = {{"/a/b", "/a"},
+  const Row kRows[] = {{"", "/"},
+                       {"a", "/"},
+                       {"/a/b", "/a"},
                        {"/a/b/", "/a"},
                        {"a/b", "a"},
                        {"/a", "/"},
@@ -70,13 +50,13 @@ TEST(ParentPath, Paths_LoseTheirLastName) {
                        {"a//", "a"},
                        {"//a", "/"},
                        {"/a//b", "/a/"},
-                       {"/a/b//", "/a/b"},
                        {"./x", "."},
+                       {"/a/b//", "/a/b"},
                        {"/a/b c/d ", "/a/b c"},
                        {"/\xe6/\xbc", "/\xe6"}};
   for (const Row& row : kRows) {
-    EXPECT_EQ(parentPath(row.path), row.result) << quoted(row.path);
-    EXPECT_EQ(parentPath(std::string(row.path)), row.result) << quoted(row.path);
+    EXPECT_EQ(parentPath(row.path), row.result) << row.path;
+    EXPECT_EQ(parentPath(std::string(row.path)), row.result) << row.path;
   }
 }
 
@@ -86,49 +66,26 @@ struct PartsRow {
   const char* second;
 };
 
-TEST(BaseName, TrailingSlash_GivesAnEmptyNameAndTheWholeDirectory) {
-  std::string dir;
-  EXPECT_EQ(__xpg_basename("/usr/", dir), "");
-  EXPECT_EQ(dir, "/usr");
-}
-
-TEST(BaseName, FirstLevelName_GivesTheRootAsItsDirectory) {
-  std::string dir;
-  EXPECT_EQ(__xpg_basename("/x", dir), "x");
-  EXPECT_EQ(dir, "/");
-}
-
 TEST(BaseName, Paths_AreCutAtTheirLastSlash) {
-  const PartsRow kRows[] = {{"", "", ""},          {"a", "a", ""},
-                            {"/", "", "/"},        {"//", "", "/"},
-                            {"/a/b", "b", "/a"},   {"a/b", "b", "a"},
-                            {"/a//b", "b", "/a/"}, {"a/", "", "a"},
-                            {"/a/b ", "b ", "/a"}, {"/\xe6/\xbc", "\xbc", "/\xe6"},
-                            {nullptr, "", ""}};
+  const PartsRow kRows[] = {
+      {"", "", ""},        {"a", "a", ""},        {"/", "", "/"},
+      {"//", "", "/"},     {"/x", "x", "/"},      {"/usr/", "", "/usr"},
+      {"/a/b", "b", "/a"}, {"a/b", "b", "a"},     {"/a//b", "b", "/a/"},
+      {"a/", "", "a"},     {"/a/b ", "b ", "/a"}, {"/\xe6/\xbc", "\xbc", "/\xe6"}};
   for (const PartsRow& row : kRows) {
     std::string dir = "left over";
-    EXPECT_EQ(__xpg_basename(row.path, dir), row.first) << quoted(row.path);
-    EXPECT_EQ(dir, row.second) << quoted(row.path);
-    EXPECT_EQ(__xpg_basename(row.path), row.first) << quoted(row.path);
-    if (row.path == nullptr) continue;
+    EXPECT_EQ(__xpg_basename(row.path, dir), row.first) << row.path;
+    EXPECT_EQ(dir, row.second) << row.path;
+    EXPECT_EQ(__xpg_basename(row.path), row.first) << row.path;
     dir = "left over";
-    EXPECT_EQ(__xpg_basename(std::string(row.path), dir), row.first) << quoted(row.path);
-    EXPECT_EQ(dir, row.second) << quoted(row.path);
-    EXPECT_EQ(__xpg_basename(std::string(row.path)), row.first) << quoted(row.path);
+    EXPECT_EQ(__xpg_basename(std::string(row.path), dir), row.first) << row.path;
+    EXPECT_EQ(dir, row.second) << row.path;
+    EXPECT_EQ(__xpg_basename(std::string(row.path)), row.first) << row.path;
   }
 }
 
-TEST(BaseName, LongestPath_IsNotCut) {
-  const std::string name(4000, 'x');
-  const std::string path = "/" + std::string(93, 'd') + "/" + name;
-  ASSERT_EQ(path.size(), 4095u);
-  std::string dir;
-  EXPECT_EQ(__xpg_basename(path, dir), name);
-  EXPECT_EQ(dir, "/" + std::string(93, 'd'));
-}
-
 TEST(BaseName, PathsAroundTheBuffer_AreCutAtIt) {
-  for (const std::size_t length : {4094u, 4095u, 4096u, 4097u}) {
+  for (const std::size_t length : {4094u, 4095u, 4096u, 4097u, 10000u}) {
     std::string path = "/d/";
     while (path.size() < length) path += static_cast<char>('a' + path.size() % 26);
     const std::string name = path.substr(3, 4092);  // "/d/" and the terminator fill it up
@@ -143,39 +100,10 @@ TEST(BaseName, PathsAroundTheBuffer_AreCutAtIt) {
   }
 }
 
-TEST(BaseName, PathTooLongForTheSystem_IsHarmless) {
-  std::string dir;
-  EXPECT_EQ(__xpg_basename("/d/" + std::string(10000, 'x'), dir), std::string(4092, 'x'));
-  EXPECT_EQ(dir, "/d");
-}
-
 TEST(BaseName, DirectoryIsThePathItself_IsCopiedFirst) {
   std::string path = "/a/b";
   EXPECT_EQ(__xpg_basename(path, path), "b");
   EXPECT_EQ(path, "/a");
-}
-
-TEST(BaseNameAndExtension, Null_AreEmptyWithoutALine) {
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  std::string other;
-  EXPECT_EQ(__xpg_basename(kNull, other) + __xpg_basename(kNull), "");
-  EXPECT_EQ(retrieveExt(kNull, other) + retrieveExt(kNull), "");
-  EXPECT_EQ(retrieveName(kNull, other) + retrieveName(kNull), "");
-  EXPECT_EQ(other, "");
-  EXPECT_EQ(log.bytes(), "");
-}
-
-TEST(RetrieveName, NameWithTwoDots_LosesTheLastExtensionOnly) {
-  std::string ext;
-  EXPECT_EQ(retrieveName("/d/a.b.c", ext), "a.b");
-  EXPECT_EQ(ext, "c");
-}
-
-TEST(RetrieveName, NameWithoutADot_HasAnEmptyExtension) {
-  std::string ext = "left over";
-  EXPECT_EQ(retrieveName("/d/abc", ext), "abc");
-  EXPECT_EQ(ext, "");
-  EXPECT_EQ(retrieveName("/d/abc"), "abc");
 }
 
 TEST(RetrieveExt, BaseNames_AreCutAtTheirLastDot) {
@@ -189,18 +117,32 @@ TEST(RetrieveExt, BaseNames_AreCutAtTheirLastDot) {
                             {".", "", ""},
                             {"..", "", "."},
                             {"/x/common.cpp", "cpp", "common"},
-                            {"a.b ", "b ", "a"},
-                            {nullptr, "", ""}};
+                            {"a.b ", "b ", "a"}};
   for (const PartsRow& row : kRows) {
     std::string other = "left over";
-    EXPECT_EQ(retrieveExt(row.path, other), row.first) << quoted(row.path);
-    EXPECT_EQ(other, row.second) << quoted(row.path);
-    EXPECT_EQ(retrieveExt(row.path), row.first) << quoted(row.path);
+    EXPECT_EQ(retrieveExt(row.path, other), row.first) << row.path;
+    EXPECT_EQ(other, row.second) << row.path;
+    EXPECT_EQ(retrieveExt(row.path), row.first) << row.path;
     other = "left over";
-    EXPECT_EQ(retrieveName(row.path, other), row.second) << quoted(row.path);
-    EXPECT_EQ(other, row.first) << quoted(row.path);
-    EXPECT_EQ(retrieveName(row.path), row.second) << quoted(row.path);
+    EXPECT_EQ(retrieveName(row.path, other), row.second) << row.path;
+    EXPECT_EQ(other, row.first) << row.path;
+    EXPECT_EQ(retrieveName(row.path), row.second) << row.path;
   }
+}
+
+TEST(PathParts, Null_IsEmptyWithoutALine) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  EXPECT_EQ(eraseLastSlash(static_cast<char*>(nullptr)), -1);
+  EXPECT_EQ(eraseLastSlash(kNull) + parentPath(kNull), "");
+  for (std::string (*function)(const char*, std::string&) :
+       {static_cast<std::string (*)(const char*, std::string&)>(__xpg_basename),
+        static_cast<std::string (*)(const char*, std::string&)>(retrieveExt),
+        static_cast<std::string (*)(const char*, std::string&)>(retrieveName)}) {
+    std::string other = "left over";
+    EXPECT_EQ(function(kNull, other) + other, "");
+  }
+  EXPECT_EQ(__xpg_basename(kNull) + retrieveExt(kNull) + retrieveName(kNull), "");
+  EXPECT_EQ(log.bytes(), "");
 }
 
 }  // namespace

@@ -2,21 +2,18 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
-#include <ctime>
-#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <list>
 #include <string>
 #include <vector>
 
-#include "common/text/timetext.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/descriptors.h"
@@ -24,33 +21,25 @@
 #include "support/logtexts.h"
 #include "support/scratch.h"
 
-namespace {
+// --- takes the place of the C library's call in this program -------------------------------------
 
-/// Between one look at the child and the next the function sleeps, two hours long if need be. Only
-/// tests of how often it sleeps switch this off; all others wait for as long as is promised.
-bool isSleepReal = true;
-std::vector<unsigned> sleeps;  // the seconds of each, in order
-std::string awaited;           // what the command makes when it has started; no sleep ends before
+/// What goes on while the function sleeps between one look at the child and the next, given how
+/// often it has slept. Only that passes, and no second.
+static std::function<void(int)> duringSleep;
+static int sleeps = 0;
+static bool isAlwaysOneSecond = true;
 
-}  // namespace
-
-// Stands before the C library's own, which the function under test would call.
 extern "C" unsigned sleep(unsigned seconds) {
-  sleeps.push_back(seconds);
-  if (!isSleepReal) {
-    while (::access(awaited.c_str(), F_OK) != 0) ::usleep(1000);
-    return 0;
-  }
-  timespec left = {static_cast<time_t>(seconds), 0};
-  while (::nanosleep(&left, &left) != 0 && errno == EINTR) continue;
+  isAlwaysOneSecond = isAlwaysOneSecond && seconds == 1;
+  duringSleep(++sleeps);
   return 0;
 }
 
 namespace {
 
-namespace fs = std::filesystem;
 using Texts = std::vector<std::string>;
 
+constexpr int kForever = 1000000;
 const Texts kSigterm = {"VUQ90004L : Command  TIMEOUT (send SIGTERM)"};
 const Texts kSigkill = {"VUQ90004L : Command  TIMEOUT (send SIGKILL)"};
 
@@ -58,26 +47,56 @@ Texts started(const std::string& command) { return {"VUQ90004L : com=" + command
 
 Texts ended(const std::string& status) { return {"VUQ90004L : pid=<pid>,wstat=" + status}; }
 
-/// One run: what came back, what was logged, and how long it took.
+void waitForTheEnd() {
+  siginfo_t info;
+  ::waitid(P_ALL, 0, &info, WEXITED | WNOWAIT);
+}
+
+void waitForFile(const std::string& path) {
+  while (::access(path.c_str(), F_OK) != 0) ::usleep(1000);
+}
+
+/// One run: what came back, what was logged, and how often the function slept.
 struct Outcome {
   int result;
   Texts lines;
   Texts log;
-  double took;
+  int slept;
 };
 
-Outcome run(const std::string& command, int seconds) {
+Outcome run(const std::string& command, int seconds, const std::function<void(int)>& meanwhile) {
   const CapturedLog log;
+  duringSleep = meanwhile;
+  sleeps = 0;
+  isAlwaysOneSecond = true;
   std::list<std::string> lines = {"left over"};
-  const double start = elapsedTime();
   const int result = execGetLinesTimeout(lines, command.c_str(), seconds);
-  const double took = elapsedTime() - start;
-  return {result, Texts(lines.begin(), lines.end()), withoutPids(log.texts()), took};
+  EXPECT_TRUE(isAlwaysOneSecond);
+  return {result, Texts(lines.begin(), lines.end()), withoutPids(log.texts()), sleeps};
 }
 
-void expectBetween(double took, double least, double most) {
-  EXPECT_GE(took, least - 0.01);
-  EXPECT_LT(took, most);
+/// A run of a command that ends by itself, during the first sleep at the latest.
+Outcome runToItsEnd(const std::string& command) {
+  return run(command, 30, [](int) { waitForTheEnd(); });
+}
+
+/// A run of `setup`, after which the command waits until it is told to go on, and then of `rest`.
+/// The first sleep ends when the setup is done, the sleep `goesOn` after the command has ended.
+Outcome runUntil(int goesOn, int seconds, const std::string& setup, const std::string& rest) {
+  const ScratchDir dir;
+  const std::string ready = dir / "ready";
+  const std::string go = dir / "go";
+  const std::string await = "while [ ! -e " + go + " ]; do sleep 0.01; done; ";
+  // Its own file for the log, which names the command.
+  const std::string script = dir.write("script", setup + ": >" + ready + "; " + await + rest);
+  Outcome outcome = run("exec sh " + script, seconds, [&](int nth) {
+    waitForFile(ready);
+    if (nth == goesOn) dir.write("go", "");
+    if (nth >= goesOn) waitForTheEnd();
+  });
+  EXPECT_EQ(outcome.log.front(), started("exec sh " + script).front());
+  outcome.log.erase(outcome.log.begin());
+  return outcome;
 }
 
 /// Whether a process is there and no zombie.
@@ -89,379 +108,197 @@ bool isAlive(const std::string& pid) {
   return end != std::string::npos && text.at(end + 2) != 'Z';
 }
 
-// --- commands that end in time -------------------------------------------------------------------
+// --- commands that end by themselves -------------------------------------------------------------
 
-TEST(ExecGetLinesTimeout, NullCommand_IsLoggedAndMinusOne) {
+TEST(ExecGetLinesTimeout, Command_GivesItsOutputAndItsStatus) {
+  const struct {
+    const char* command;
+    Texts lines;
+    int result;
+    const char* status;
+  } kRows[] = {{"true", {}, 0, "00000000"},
+               {"printf 'one\\r\\n\\n two \\nthree'", {"one", "", " two ", "three"}, 0, "00000000"},
+               {"echo a; exit 3", {"a"}, 3, "00000300"},
+               {"echo a; kill -9 $$", {"a"}, -1, "00000009"},
+               {"/nowhere/x", {}, 127, "00007f00"}};
+  for (const auto& row : kRows) {
+    const Outcome outcome = runToItsEnd(row.command);
+    EXPECT_EQ(outcome.result, row.result) << row.command;
+    EXPECT_EQ(outcome.lines, row.lines) << row.command;
+    EXPECT_EQ(outcome.log, inOrder({started(row.command), ended(row.status)}));
+  }
+}
+
+TEST(ExecGetLinesTimeout, CommandThatIsAnEntryOfItsResult_IsRunAndLoggedAtTraceLevel) {
+  const std::string command = "echo $$; exit 5 # too long to need no memory of its own";
   const CapturedLog log(CapturedLog::Level::kTrace);
-  std::list<std::string> lines = {"left over"};
-  EXPECT_EQ(execGetLinesTimeout(lines, nullptr, 5), -1);
-  EXPECT_EQ(lines, std::list<std::string>({"left over"}));
-  EXPECT_EQ(log.texts(), Texts({"[I](common:2951):invalid param"}));
-}
-
-TEST(ExecGetLinesTimeout, Output_ComesInOrderWithoutLineEnds) {
-  const Outcome outcome = run("printf 'one\\r\\n\\n two \\nthree'", 30);
-  EXPECT_EQ(outcome.result, 0);
-  EXPECT_EQ(outcome.lines, Texts({"one", "", " two ", "three"}));
-  EXPECT_EQ(outcome.log,
-            inOrder({started("printf 'one\\r\\n\\n two \\nthree'"), ended("00000000")}));
-}
-
-TEST(ExecGetLinesTimeout, NoOutput_EmptiesTheList) {
-  const Outcome outcome = run("true", 30);
-  EXPECT_EQ(outcome.result, 0);
-  EXPECT_EQ(outcome.lines, Texts());
-}
-
-TEST(ExecGetLinesTimeout, CommandThatIsAnEntryOfItsResult_IsRunAndLogged) {
-  const std::string command = "echo one # too long to need no memory of its own";
-  const CapturedLog log;
+  duringSleep = [](int) { waitForTheEnd(); };
   std::list<std::string> lines = {"left over", command};
-  EXPECT_EQ(execGetLinesTimeout(lines, lines.back().c_str(), 30), 0);
-  EXPECT_EQ(lines, std::list<std::string>({"one"}));
-  EXPECT_EQ(withoutPids(log.texts()), inOrder({started(command), ended("00000000")}));
-}
-
-TEST(ExecGetLinesTimeout, ExitStatus3_Is3) {
-  const Outcome outcome = run("echo a; exit 3", 30);
-  EXPECT_EQ(outcome.result, 3);
-  EXPECT_EQ(outcome.lines, Texts({"a"}));
-  EXPECT_EQ(outcome.log, inOrder({started("echo a; exit 3"), ended("00000300")}));
-}
-
-TEST(ExecGetLinesTimeout, CommandKilledByASignal_IsMinusOne) {
-  const Outcome outcome = run("echo a; kill -9 $$", 30);
-  EXPECT_EQ(outcome.result, -1);
-  EXPECT_EQ(outcome.lines, Texts({"a"}));
-  EXPECT_EQ(outcome.log, inOrder({started("echo a; kill -9 $$"), ended("00000009")}));
-}
-
-TEST(ExecGetLinesTimeout, MissingCommand_Is127) { EXPECT_EQ(run("/nowhere/x", 30).result, 127); }
-
-TEST(ExecGetLinesTimeout, RunAtTraceLevel_IsLoggedFromCommandToStatus) {
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  std::list<std::string> lines;
-  EXPECT_EQ(execGetLinesTimeout(lines, "echo $$; exit 5", 30), 5);
+  EXPECT_EQ(execGetLinesTimeout(lines, lines.back().c_str(), 30), 5);
+  ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(log.texts(),
-            inOrder({{"[T](common:2955):execGetLinesTimeout() command:[echo $$; exit 5]",
-                      "VUQ90004L : com=echo $$; exit 5",
-                      "VUQ90004L : pid=" + lines.front() + ",wstat=00000500"},
+            inOrder({{"[T](common:2955):execGetLinesTimeout() command:[" + command + "]"},
+                     started(command),
+                     {"VUQ90004L : pid=" + lines.front() + ",wstat=00000500"},
                      tracedExit(5)}));
 }
 
 TEST(ExecGetLinesTimeout, ErrorOutput_IsDropped) {
-  const CapturedLog log;
-  const ChildResult child = runInChild([] {
-    std::list<std::string> lines;
-    const int result = execGetLinesTimeout(lines, "echo error >&2; echo out", 30);
-    return lines == std::list<std::string>({"out"}) ? result : 1;
-  });
+  const ChildResult child = runInChild(
+      [] { return runToItsEnd("echo error >&2; echo out").lines == Texts({"out"}) ? 0 : 1; });
   EXPECT_EQ(child.exitCode(), 0);
   EXPECT_EQ(child.out + child.err, "");
 }
 
 TEST(ExecGetLinesTimeout, Command_LeadsAGroupAndASessionOfItsOwn) {
   // Process, group and session of the shell itself, which replaces itself by the reader.
-  const Outcome outcome = run("exec cut -d' ' -f1,5,6 /proc/self/stat", 30);
+  const Outcome outcome = runToItsEnd("exec cut -d' ' -f1,5,6 /proc/self/stat");
   ASSERT_EQ(outcome.lines.size(), 1u);
   const std::string pid = outcome.lines[0].substr(0, outcome.lines[0].find(' '));
   EXPECT_EQ(outcome.lines[0], pid + " " + pid + " " + pid);
 }
 
-TEST(ExecGetLinesTimeout, Child_IsLookedAtOnceASecond) {
-  const Outcome outcome = run("sleep 0.3", 30);
-  EXPECT_EQ(outcome.result, 0);
-  expectBetween(outcome.took, 1.0, 10.0);
-}
-
-TEST(ExecGetLinesTimeout, EndInTheLastSecondOfTheLimit_IsLoggedAsATimeoutWithItsStatus) {
-  const Outcome outcome = run("sleep 0.3; exit 3", 1);
-  EXPECT_EQ(outcome.result, 3);
-  EXPECT_EQ(outcome.log, inOrder({started("sleep 0.3; exit 3"), kSigterm, ended("00000300")}));
-  expectBetween(outcome.took, 1.0, 10.0);
-}
-
 TEST(ExecGetLinesTimeout, LongLines_ArriveInPiecesOf1022Characters) {
-  const ScratchDir dir;
+  const std::string full(1022, 'x');
   const struct {
-    std::size_t length;
-    std::vector<std::size_t> pieces;
-  } kRows[] = {{1021, {1021}},      {1022, {1022}},       {1023, {1022, 1}},      {1024, {1022, 2}},
-               {1500, {1022, 478}}, {2044, {1022, 1022}}, {2045, {1022, 1022, 1}}};
+    std::string output;
+    Texts lines;
+  } kRows[] = {{full.substr(1) + "\nz", {full.substr(1), "z"}},
+               {full + "\nz\n", {full, "", "z"}},
+               {full + "x\nz\n", {full, "x", "z"}},
+               {full + full + "x", {full, full, "x"}}};
+  const ScratchDir dir;
   for (const auto& row : kRows) {
-    const std::string path = dir.write("line", std::string(row.length, 'x'));
-    std::vector<std::size_t> pieces;
-    for (const std::string& piece : run("cat " + path, 30).lines) {
-      EXPECT_EQ(piece, std::string(piece.size(), 'x'));
-      pieces.push_back(piece.size());
-    }
-    EXPECT_EQ(pieces, row.pieces) << row.length;
+    EXPECT_EQ(runToItsEnd("cat " + dir.write("output", row.output)).lines, row.lines);
   }
 }
 
-TEST(ExecGetLinesTimeout, LineEndThatDoesNotFit_IsAnEmptyEntry) {
-  const ScratchDir dir;
-  const std::string line(1021, 'x');
-  const std::string path = dir.write("line", line + "\n" + line + "y\nz\n");
-  EXPECT_EQ(run("cat " + path, 30).lines, Texts({line, line + "y", "", "z"}));
-}
-
 TEST(ExecGetLinesTimeout, DescriptorsAndChildren_AreGoneAfterwards) {
-  const ChildResult child = runInChild([] {
-    const Texts before = namesIn("/proc/self/fd");
-    std::list<std::string> lines;
-    execGetLinesTimeout(lines, "echo a", 30);
-    if (namesIn("/proc/self/fd") != before) return 1;
-    return ::wait(nullptr) == -1 && errno == ECHILD ? 0 : 2;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
+  const Texts before = namesIn("/proc/self/fd");
+  runToItsEnd("echo a");
+  EXPECT_EQ(namesIn("/proc/self/fd"), before);
+  EXPECT_EQ(::wait(nullptr), -1);
 }
 
-// --- commands that do not ------------------------------------------------------------------------
+// --- the time limit ------------------------------------------------------------------------------
 
-TEST(ExecGetLinesTimeout, CommandAboveItsLimit_IsEndedBySigterm) {
-  const std::string command = "echo a; exec sleep 1000";
-  const Outcome outcome = run(command, 2);
-  EXPECT_EQ(outcome.result, -1);
-  EXPECT_EQ(outcome.lines, Texts({"a"}));
-  EXPECT_EQ(outcome.log, inOrder({started(command), kSigterm, ended("0000000f")}));
-  expectBetween(outcome.took, 2.0, 15.0);
-}
-
-TEST(ExecGetLinesTimeout, CommandThatEndsWithinItsLimit_IsNotTouched) {
-  const std::string command = "sleep 2; echo a";
-  const Outcome outcome = run(command, 10);
-  EXPECT_EQ(outcome.lines, Texts({"a"}));
-  EXPECT_EQ(outcome.log, inOrder({started(command), ended("00000000")}));
-  expectBetween(outcome.took, 2.0, 9.0);
+TEST(ExecGetLinesTimeout, EndWithinTheLimitOrTheGrace_GivesTheCommandsOwnStatus) {
+  const struct {
+    int goesOn;  // the sleep during which the command ends
+    Texts signals;
+  } kRows[] = {{1, {}},
+               {2, {}},
+               {3, kSigterm},  // in the last second, after the last look
+               {4, kSigterm},
+               {3 + 59, kSigterm},
+               {3 + 60, inOrder({kSigterm, kSigkill})}};
+  for (const auto& row : kRows) {
+    const Outcome outcome = runUntil(row.goesOn, 3, "trap '' TERM; echo a; ", "echo late; exit 9");
+    EXPECT_EQ(outcome.result, 9) << row.goesOn;
+    EXPECT_EQ(outcome.lines, Texts({"a", "late"})) << row.goesOn;
+    EXPECT_EQ(outcome.log, inOrder({row.signals, ended("00000900")})) << row.goesOn;
+    EXPECT_EQ(outcome.slept, row.goesOn);
+  }
 }
 
 TEST(ExecGetLinesTimeout, CommandThatTidiesUpAfterSigterm_GivesItsOwnStatus) {
-  const std::string command =
-      "trap 'sleep 4; echo late; exit 7' TERM; echo a; while :; do sleep 1; done";
-  const Outcome outcome = run(command, 2);
+  const Outcome outcome = runUntil(3, 2, "trap 'echo late; exit 7' TERM; ", "");
   EXPECT_EQ(outcome.result, 7);
-  EXPECT_EQ(outcome.lines, Texts({"a", "late"}));
-  EXPECT_EQ(outcome.log, inOrder({started(command), kSigterm, ended("00000700")}));
-  expectBetween(outcome.took, 6.0, 30.0);
+  EXPECT_EQ(outcome.lines, Texts({"late"}));
+  EXPECT_EQ(outcome.log, inOrder({kSigterm, ended("00000700")}));
 }
 
-TEST(ExecGetLinesTimeout, CommandThatIgnoresSigterm_IsKilled60SecondsLater) {
-  const std::string command = "trap '' TERM; echo a; sleep 1000; echo b";
-  const Outcome outcome = run(command, 3);
+TEST(ExecGetLinesTimeout, GroupAboveItsLimit_IsEndedBySigterm) {
+  const Outcome outcome = runUntil(3, 2, "sleep 1000 & echo $!; ", "");
   EXPECT_EQ(outcome.result, -1);
-  EXPECT_EQ(outcome.lines, Texts({"a"}));
-  EXPECT_EQ(outcome.log, inOrder({started(command), kSigterm, kSigkill, ended("00000009")}));
-  expectBetween(outcome.took, 63.0, 75.0);
-}
-
-TEST(ExecGetLinesTimeout, CommandThatEndsShortlyBeforeSigkill_IsNotKilled) {
-  const std::string command = "trap '' TERM; sleep 57; exit 9";
-  const Outcome outcome = run(command, 3);
-  EXPECT_EQ(outcome.result, 9);
-  EXPECT_EQ(outcome.log, inOrder({started(command), kSigterm, ended("00000900")}));
-  expectBetween(outcome.took, 57.0, 63.0);
-}
-
-TEST(ExecGetLinesTimeout, Grandchildren_GetSigtermToo) {
-  const std::string command = "sleep 1000 & echo $!; wait";
-  const Outcome outcome = run(command, 2);
   ASSERT_EQ(outcome.lines.size(), 1u);
   EXPECT_FALSE(isAlive(outcome.lines[0]));
-  EXPECT_EQ(outcome.log, inOrder({started(command), kSigterm, ended("0000000f")}));
-  expectBetween(outcome.took, 2.0, 15.0);
+  EXPECT_EQ(outcome.log, inOrder({kSigterm, ended("0000000f")}));
 }
 
-TEST(ExecGetLinesTimeout, GrandchildrenThatIgnoreSigterm_AreKilledWithTheCommand) {
-  const std::string command = "trap '' TERM; sleep 1000 & echo $!; wait";
-  const Outcome outcome = run(command, 3);
-  ASSERT_EQ(outcome.lines.size(), 1u);
-  EXPECT_FALSE(isAlive(outcome.lines[0]));
-  EXPECT_EQ(outcome.log, inOrder({started(command), kSigterm, kSigkill, ended("00000009")}));
-  expectBetween(outcome.took, 63.0, 75.0);
+TEST(ExecGetLinesTimeout, GroupThatIgnoresSigterm_IsKilled60SecondsAfterItsLimit) {
+  const struct {
+    int seconds;
+    int taken;
+  } kRows[] = {{1, 1},       {2, 2},    {7199, 7199}, {7200, 7200},
+               {7201, 7200}, {0, 7200}, {-5, 7200},   {9000, 7200}};
+  for (const auto& row : kRows) {
+    const Outcome outcome =
+        runUntil(kForever, row.seconds, "trap '' TERM; sleep 1000 & echo $!; ", "");
+    EXPECT_EQ(outcome.result, -1) << row.seconds;
+    ASSERT_EQ(outcome.lines.size(), 1u) << row.seconds;
+    EXPECT_FALSE(isAlive(outcome.lines[0])) << row.seconds;
+    EXPECT_EQ(outcome.log, inOrder({kSigterm, kSigkill, ended("00000009")})) << row.seconds;
+    EXPECT_EQ(outcome.slept, row.taken + 60) << row.seconds;
+  }
 }
 
-TEST(ExecGetLinesTimeout, GrandchildThatOutlivesTheCommand_IsReadToItsEnd) {
-  const std::string command = "(sleep 4; echo late) & echo early";
-  const Outcome outcome = run(command, 2);
-  EXPECT_EQ(outcome.result, 0);
-  EXPECT_EQ(outcome.lines, Texts({"early", "late"}));
-  EXPECT_EQ(outcome.log, inOrder({started(command), ended("00000000")}));
-  expectBetween(outcome.took, 4.0, 30.0);
-}
-
-TEST(ExecGetLinesTimeout, GrandchildThatSurvivesSigterm_KeepsTheOutputOpen) {
-  const std::string command = "(trap '' TERM; sleep 6; echo late) & echo early; wait";
-  const Outcome outcome = run(command, 2);
-  EXPECT_EQ(outcome.result, -1);
-  EXPECT_EQ(outcome.lines, Texts({"early", "late"}));
-  EXPECT_EQ(outcome.log, inOrder({started(command), kSigterm, ended("0000000f")}));
-  expectBetween(outcome.took, 6.0, 30.0);
+TEST(ExecGetLinesTimeout, GrandchildWithTheOutputOpen_IsReadToItsEnd) {
+  const std::string early = "(sleep 0.3; echo late) & echo early";
+  const Outcome outlived = runToItsEnd(early);
+  EXPECT_EQ(outlived.result, 0);
+  EXPECT_EQ(outlived.lines, Texts({"early", "late"}));
+  EXPECT_EQ(outlived.log, inOrder({started(early), ended("00000000")}));
+  const Outcome survived =
+      runUntil(3, 2, "trap '' TERM; (sleep 0.3; echo late) & trap - TERM; echo early; ", "");
+  EXPECT_EQ(survived.result, -1);
+  EXPECT_EQ(survived.lines, Texts({"early", "late"}));
+  EXPECT_EQ(survived.log, inOrder({kSigterm, ended("0000000f")}));
 }
 
 // --- commands that print more than a pipe holds --------------------------------------------------
 
-std::size_t pipeBytes() {
+int pipeBytes() {
   int ends[2];
   EXPECT_EQ(::pipe(ends), 0);
   const int bytes = ::fcntl(ends[0], F_GETPIPE_SZ);
   ::close(ends[0]);
   ::close(ends[1]);
-  return static_cast<std::size_t>(bytes);
+  return bytes;
 }
 
-/// Runs a command that prints so many bytes without any line end, and gives how many came back.
-Outcome runPrinting(std::size_t bytes, std::size_t& returned) {
+TEST(ExecGetLinesTimeout, MoreThanAPipeHolds_EndsInTheTimeoutWithWhatItHeld) {
+  const int capacity = pipeBytes();
+  const struct {
+    int bytes;
+    int result;
+    Texts ending;
+  } kRows[] = {{capacity, 0, ended("00000000")},
+               {capacity + 1, -1, inOrder({kSigterm, ended("0000000f")})}};
   const ScratchDir dir;
-  // In the shell's own place: a child of it might print on when the shell has gone.
-  const Outcome outcome = run("exec cat " + dir.write("output", std::string(bytes, 'x')), 2);
-  returned = 0;
-  for (const std::string& piece : outcome.lines) returned += piece.size();
-  return outcome;
-}
-
-TEST(ExecGetLinesTimeout, AsMuchAsAPipeHolds_IsNoTimeout) {
-  for (const std::size_t bytes : {pipeBytes() - 1, pipeBytes()}) {
-    std::size_t returned = 0;
-    const Outcome outcome = runPrinting(bytes, returned);
-    EXPECT_EQ(outcome.result, 0);
-    EXPECT_EQ(returned, bytes);
-    EXPECT_EQ(outcome.log.back(), ended("00000000").front());
-    EXPECT_EQ(outcome.log.size(), 2u);
+  for (const auto& row : kRows) {
+    const std::string text(static_cast<std::size_t>(row.bytes), 'x');
+    // In the shell's own place: a child of it might print on when the shell has gone.
+    const std::string command = "exec cat " + dir.write("output", text);
+    const int readEnd = upcomingDescriptor(1);
+    const Outcome outcome = run(command, 2, [&](int nth) {
+      for (int held = 0; held < capacity; ::ioctl(readEnd, FIONREAD, &held)) ::usleep(1000);
+      if (row.result == 0 || nth > 2) waitForTheEnd();
+    });
+    EXPECT_EQ(outcome.result, row.result);
+    std::string returned;
+    for (const std::string& piece : outcome.lines) returned += piece;
+    EXPECT_EQ(returned.size(), static_cast<std::size_t>(capacity));
+    EXPECT_EQ(outcome.log, inOrder({started(command), row.ending}));
   }
-}
-
-TEST(ExecGetLinesTimeout, OneByteMoreThanAPipeHolds_EndsInTheTimeoutWithTheRest) {
-  std::size_t returned = 0;
-  const Outcome outcome = runPrinting(pipeBytes() + 1, returned);
-  EXPECT_EQ(outcome.result, -1);
-  EXPECT_EQ(returned, pipeBytes());
-  ASSERT_EQ(outcome.log.size(), 3u);
-  EXPECT_EQ(Texts(outcome.log.begin() + 1, outcome.log.end()),
-            inOrder({kSigterm, ended("0000000f")}));
-}
-
-TEST(ExecGetLinesTimeout, EndlessOutput_EndsInTheTimeoutWithWhatThePipeHeld) {
-  const Outcome outcome = run("exec yes 0123456", 2);
-  EXPECT_EQ(outcome.result, -1);
-  EXPECT_EQ(outcome.lines, Texts(pipeBytes() / 8, "0123456"));
-  EXPECT_EQ(outcome.log, inOrder({started("exec yes 0123456"), kSigterm, ended("0000000f")}));
-}
-
-// --- the time limit ------------------------------------------------------------------------------
-
-TEST(ExecGetLinesTimeout, LimitsBelow1_LetACommandRun) {
-  for (const int seconds : {0, -5}) {
-    const Outcome outcome = run("sleep 3; echo a", seconds);
-    EXPECT_EQ(outcome.result, 0) << seconds;
-    EXPECT_EQ(outcome.lines, Texts({"a"})) << seconds;
-    EXPECT_EQ(outcome.log, inOrder({started("sleep 3; echo a"), ended("00000000")})) << seconds;
-  }
-}
-
-/// How often the function sleeps for a command that nothing but SIGKILL ends, where sleeping takes
-/// no time.
-std::vector<unsigned> sleepsWithLimit(int seconds) {
-  const ScratchDir dir;
-  const std::string command = ": >" + dir / "started" + "; exec sleep 100000";
-  const CapturedLog log;
-  const ChildResult child = runInChild([&] {
-    std::signal(SIGTERM, SIG_IGN);  // which the command inherits
-    isSleepReal = false;
-    awaited = dir / "started";
-    sleeps.clear();
-    std::list<std::string> lines;
-    const int result = execGetLinesTimeout(lines, command.c_str(), seconds);
-    for (const unsigned slept : sleeps) std::printf("%u\n", slept);
-    return result == -1 ? 0 : 1;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(withoutPids(log.texts()),
-            inOrder({started(command), kSigterm, kSigkill, ended("00000009")}));
-  std::vector<unsigned> slept;
-  for (const std::string& line : linesOf(child.out)) {
-    slept.push_back(static_cast<unsigned>(std::stoul(line)));
-  }
-  return slept;
-}
-
-TEST(ExecGetLinesTimeout, LimitOf0_IsTwoHours) {
-  EXPECT_EQ(sleepsWithLimit(0), std::vector<unsigned>(7200 + 60, 1));
-}
-
-TEST(ExecGetLinesTimeout, NegativeLimit_IsTwoHours) {
-  EXPECT_EQ(sleepsWithLimit(-5), std::vector<unsigned>(7200 + 60, 1));
-}
-
-TEST(ExecGetLinesTimeout, LimitOf9000_IsTwoHours) {
-  EXPECT_EQ(sleepsWithLimit(9000), std::vector<unsigned>(7200 + 60, 1));
-}
-
-TEST(ExecGetLinesTimeout, LimitsFrom1To7200_AreTakenAsTheyAre) {
-  for (const int seconds : {1, 2, 7199, 7200}) {
-    EXPECT_EQ(sleepsWithLimit(seconds),
-              std::vector<unsigned>(static_cast<std::size_t>(seconds) + 60, 1));
-  }
-  EXPECT_EQ(sleepsWithLimit(7201), std::vector<unsigned>(7200 + 60, 1));
 }
 
 // --- failures ------------------------------------------------------------------------------------
 
 TEST(ExecGetLinesTimeout, FailingWait_IsLoggedAtEveryLookButEndsNoLoop) {
-  CapturedLog log;
-  const ChildResult child = runInChild([] {
-    std::signal(SIGCHLD, SIG_IGN);  // the kernel reaps, and every wait fails
-    std::list<std::string> lines;
-    const double start = elapsedTime();
-    const int result = execGetLinesTimeout(lines, "echo a", 2);
-    const double took = elapsedTime() - start;
-    return result == -1 && lines.front() == "a" && took >= 61.99 && took < 75.0 ? 0 : 1;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
+  const auto former = std::signal(SIGCHLD, SIG_IGN);  // the kernel reaps, and every wait fails
+  const Outcome outcome = runUntil(1, 2, "echo a; ", "");
+  std::signal(SIGCHLD, former);
+  EXPECT_EQ(outcome.result, -1);
+  EXPECT_EQ(outcome.lines, Texts({"a"}));
+  EXPECT_EQ(outcome.slept, 2 + 60);
   const std::string failed = "VUQ90004L : waitpid(pid=<pid>) : No child processes";
-  const Texts texts = withoutPids(log.texts());
-  // The first look may still find the command running, which is no failure.
-  ASSERT_GE(texts.size(), 66u);
-  ASSERT_LE(texts.size(), 67u);
-  EXPECT_EQ(texts, inOrder({started("echo a"),
-                            Texts(texts.size() - 65, failed),
-                            kSigterm,
-                            Texts(60, failed),
-                            kSigkill,
-                            {failed},
-                            ended("ffffffff")}));
-}
-
-TEST(ExecGetLinesTimeout, NoPipe_IsLoggedWithTheReason) {
-  CapturedLog log(CapturedLog::Level::kTrace);
-  const ChildResult child = runInChild([] {
-    // One descriptor is left, which the log needs.
-    if (!closeOtherDescriptors() || !limitDescriptors(4)) return 77;
-    std::list<std::string> lines = {"left over"};
-    return execGetLinesTimeout(lines, "echo a", 5) == -1 && lines.empty() ? 0 : 1;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(log.texts(), Texts({"[T](common:2955):execGetLinesTimeout() command:[echo a]",
-                                "VUQ90003L : failed to pipe():Too many open files"}));
-}
-
-TEST(ExecGetLinesTimeout, NoChild_IsLoggedWithReasonFirstAndCommandSecond) {
-  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
-  const CapturedLog log;
-  std::ofstream(log.path()).close();  // a log that another user may go on with
-  fs::permissions(log.path(), fs::perms::all);
-  fs::permissions(fs::path(log.path()).parent_path(), fs::perms::all);
-  const ChildResult child = runInChild([] {
-    if (!becomeNobody() || !forbidFork()) return 77;
-    const int before = upcomingDescriptor(2);
-    std::list<std::string> lines = {"left over"};
-    if (execGetLinesTimeout(lines, "echo a", 5) != -1 || !lines.empty()) return 1;
-    return upcomingDescriptor(2) == before ? 0 : 2;  // both ends of the pipe are closed
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(log.texts(), inOrder({started("echo a"),
-                                  {"VUQ90005L : failed to exec(Resource temporarily "
-                                   "unavailable):echo a"}}));
+  EXPECT_EQ(outcome.log, inOrder({{failed},  // the first look still finds it running
+                                  kSigterm,
+                                  Texts(60, failed),
+                                  kSigkill,
+                                  {failed},
+                                  ended("ffffffff")}));
 }
 
 TEST(ExecGetLinesTimeout, NoStream_LeavesTheChildUnwaitedAndNoDescriptorOpen) {
@@ -471,7 +308,6 @@ TEST(ExecGetLinesTimeout, NoStream_LeavesTheChildUnwaitedAndNoDescriptorOpen) {
     isFdopenFailing = true;
     std::list<std::string> lines;
     if (execGetLinesTimeout(lines, "exit 3", 5) != -1) return 77;
-    isFdopenFailing = false;
     if (upcomingDescriptor(2) != before) return 79;
     int status = 0;
     return ::wait(&status) > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : 78;
@@ -482,14 +318,13 @@ TEST(ExecGetLinesTimeout, NoStream_LeavesTheChildUnwaitedAndNoDescriptorOpen) {
 
 TEST(ExecGetLinesTimeout, ShellThatCannotBeStarted_Is1) {
   if (::getuid() != 0) GTEST_SKIP() << "needs root to hide the shell";
-  const CapturedLog log;
   const ChildResult child = runInChild([] {
     if (!enterPrivateMounts() || !mountTmpfs("/bin")) return 77;
-    std::list<std::string> lines;
-    return execGetLinesTimeout(lines, "echo a", 5) == 1 && lines.empty() ? 0 : 1;
+    const Outcome outcome = runToItsEnd("echo a");
+    if (outcome.log != inOrder({started("echo a"), ended("00000100")})) return 78;
+    return outcome.result;
   });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(withoutPids(log.texts()), inOrder({started("echo a"), ended("00000100")}));
+  EXPECT_EQ(child.exitCode(), 1);
 }
 
 }  // namespace

@@ -1,33 +1,43 @@
 #include "common/capture/host.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/utsname.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <string>
 #include <vector>
 
 #include "support/actionlog.h"
 #include "support/childrun.h"
+#include "support/fakeprogram.h"
 #include "support/logtexts.h"
 #include "support/scratch.h"
 
 namespace {
 
-TEST(GetHostname, Result_IsTheNodeName) {
+using Texts = std::vector<std::string>;
+
+/// The whole log at trace level of a run of `command` of which so many lines were wanted.
+Texts tracedRun(const std::string& command, const std::string& maxLines) {
+  return inOrder({{"[T](common:1345):execGetLines():count=" + maxLines + "," + command,
+                   "VUQ90004L : com=" + command, "VUQ90004L : pid=<pid>,wstat=00000000"},
+                  tracedExit(0)});
+}
+
+// --- the names of the machine --------------------------------------------------------------------
+
+TEST(GetHostname, RenamedHost_GivesItsNewName) {
   utsname names = {};
   ASSERT_EQ(::uname(&names), 0);
   EXPECT_EQ(getHostname(), names.nodename);
-}
-
-TEST(GetHostname, RenamedHost_GivesItsNewName) {
   if (::getuid() != 0) GTEST_SKIP() << "needs root for a host name of its own";
   const ChildResult child = runInChild([] {
-    const char name[] = "node-7.example";
-    if (::unshare(CLONE_NEWUTS) != 0 || ::sethostname(name, std::strlen(name)) != 0) return 77;
+    if (::unshare(CLONE_NEWUTS) != 0 || ::sethostname("node-7.example", 14) != 0) return 77;
     std::puts(getHostname().c_str());
     return 0;
   });
@@ -35,34 +45,11 @@ TEST(GetHostname, RenamedHost_GivesItsNewName) {
   EXPECT_EQ(child.out, "node-7.example\n");
 }
 
-TEST(GetHostname, Run_IsLoggedAsACapturedCommand) {
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  getHostname();
-  EXPECT_EQ(
-      withoutPids(log.texts()),
-      inOrder({{"[T](common:1345):execGetLines():count=1,uname -n 2>/dev/null",
-                "VUQ90004L : com=uname -n 2>/dev/null", "VUQ90004L : pid=<pid>,wstat=00000000"},
-               tracedExit(0)}));
-}
-
-TEST(GetHostname, CommandPrintsNothing_GivesTheEmptyText) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to hide the command";
-  const ScratchDir empty;
-  const ChildResult child = runInChild([&] {
-    if (::chroot(empty.path().c_str()) != 0) return 77;
-    std::printf("'%s'\n", getHostname().c_str());
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(child.out, "''\n");
-}
-
 TEST(GetDomainname, RenamedDomain_GivesItsNewName) {
   if (::getuid() != 0) GTEST_SKIP() << "needs root for a domain name of its own";
   if (::access("/bin/domainname", X_OK) != 0) GTEST_SKIP() << "domainname(1) is not installed";
   const ChildResult child = runInChild([] {
-    const char name[] = "domain-7";
-    if (::unshare(CLONE_NEWUTS) != 0 || ::setdomainname(name, std::strlen(name)) != 0) return 77;
+    if (::unshare(CLONE_NEWUTS) != 0 || ::setdomainname("domain-7", 8) != 0) return 77;
     std::puts(getDomainname().c_str());
     return 0;
   });
@@ -70,24 +57,152 @@ TEST(GetDomainname, RenamedDomain_GivesItsNewName) {
   EXPECT_EQ(child.out, "domain-7\n");
 }
 
-TEST(GetDomainname, Run_IsLoggedAsACapturedCommandOfOneLine) {
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  getDomainname();
-  const std::vector<std::string> texts = log.texts();
-  ASSERT_EQ(texts.size(), 7u);
-  EXPECT_EQ(texts[0], "[T](common:1345):execGetLines():count=1,domainname 2>/dev/null");
-  EXPECT_EQ(texts[1], "VUQ90004L : com=domainname 2>/dev/null");
+TEST(HostNames, FirstLineOfOutput_IsTheNameWhateverTheStatus) {
+  const FakeProgram uname("uname");
+  const FakeProgram domainname("domainname");
+  const struct {
+    std::string output;
+    std::string name;
+  } kRows[] = {{"centre.example\n", "centre.example"},
+               {"(none)\n", "(none)"},
+               {"a\r\nb\n", "a"},
+               {" a b ", " a b "},
+               {"\nb\n", ""},
+               {"", ""},
+               {std::string(1500, 'n') + "\n", std::string(1023, 'n')}};
+  for (const auto& row : kRows) {
+    uname.answer(row.output, "echo error >&2; exit 3");
+    domainname.answer(row.output, "echo error >&2; exit 3");
+    EXPECT_EQ(getHostname(), row.name) << row.output;
+    EXPECT_EQ(getDomainname(), row.name) << row.output;
+  }
 }
 
-TEST(GetDomainname, CommandPrintsNothing_GivesTheEmptyText) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to hide the command";
-  const ScratchDir empty;
-  const ChildResult child = runInChild([&] {
-    if (::chroot(empty.path().c_str()) != 0) return 77;
-    std::printf("'%s'\n", getDomainname().c_str());
-    return 0;
-  });
-  EXPECT_EQ(child.out, "''\n");
+TEST(HostNames, Run_IsLoggedAsACapturedCommandOfOneLine) {
+  const FakeProgram uname("uname");
+  const FakeProgram domainname("domainname");
+  CapturedLog log(CapturedLog::Level::kTrace);
+  getHostname();
+  EXPECT_EQ(withoutPids(log.take()), tracedRun("uname -n 2>/dev/null", "1"));
+  EXPECT_EQ(uname.takeArguments(), Texts({"1", "-n"}));
+  getDomainname();
+  EXPECT_EQ(withoutPids(log.take()), tracedRun("domainname 2>/dev/null", "1"));
+  EXPECT_EQ(domainname.takeArguments(), Texts({"0"}));
+}
+
+// --- processes -----------------------------------------------------------------------------------
+
+/// A process that sleeps under a name of its own, and is gone with the object.
+class Sleeper {
+ public:
+  explicit Sleeper(const std::string& name) {
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) return;
+    m_pid = ::fork();
+    if (m_pid == 0) {
+      ::execl("/bin/sleep", name.c_str(), "1000", nullptr);
+      ::_exit(127);
+    }
+    ::close(ends[1]);
+    char byte = 0;
+    EXPECT_EQ(::read(ends[0], &byte, 1), 0);  // ends when the name has become the process's own
+    ::close(ends[0]);
+  }
+  ~Sleeper() {
+    if (m_pid <= 0) return;
+    ::kill(m_pid, SIGKILL);
+    ::waitpid(m_pid, nullptr, 0);
+  }
+  Sleeper(const Sleeper&) = delete;
+  Sleeper& operator=(const Sleeper&) = delete;
+
+ private:
+  pid_t m_pid = -1;
+};
+
+/// A name that no other process has.
+std::string ownName(const std::string& part) {
+  return "tanexics-" + part + "-" + std::to_string(::getpid());
+}
+
+TEST(CountRunningProcess, RunningProcesses_AreCountedByTheBeginningOfTheirCommandLines) {
+  const std::string name = ownName("sleeper");
+  const Sleeper other("x" + name);
+  EXPECT_EQ(count_RunningProcess(name), 0);
+  const Sleeper first(name);
+  EXPECT_EQ(count_RunningProcess(name), 1);
+  {
+    const Sleeper second(name + "-two");
+    EXPECT_EQ(count_RunningProcess(name), 2);
+    EXPECT_EQ(count_RunningProcess(name + "-two"), 1);
+    EXPECT_EQ(count_RunningProcess(name + " 1000"), 1);  // the arguments are part of the line
+  }
+  EXPECT_EQ(count_RunningProcess(name), 1);
+}
+
+TEST(CountRunningProcess, Text_IsABasicRegularExpression) {
+  const FakeProgram ps("ps");
+  ps.answer("COMMAND\n/bin/abc\n/bin/a.c -x\n/bin/adc\n");
+  EXPECT_EQ(count_RunningProcess("/bin/a.c"), 3);
+  EXPECT_EQ(count_RunningProcess("/bin/a\\.c"), 1);
+  EXPECT_EQ(count_RunningProcess("/bin/a[bd]c$"), 2);
+  EXPECT_EQ(count_RunningProcess(""), 4);
+}
+
+TEST(CountRunningProcess, Lines_AreCountedOnceForEachPieceOfThem) {
+  const FakeProgram ps("ps");
+  std::string lines;
+  for (int i = 0; i < 10000; ++i) lines += "job " + std::to_string(i) + "\n";
+  ps.answer(lines);
+  EXPECT_EQ(count_RunningProcess("job"), 10000);
+  const struct {
+    std::size_t bytes;
+    int count;
+  } kRows[] = {{1022, 1}, {1023, 2}, {1024, 2}, {2045, 2}, {2046, 3}, {5000, 5}};
+  for (const auto& row : kRows) {
+    ps.answer(std::string(row.bytes, 'j') + "\n");
+    EXPECT_EQ(count_RunningProcess("j"), row.count) << row.bytes;
+  }
+}
+
+TEST(CountRunningProcess, Run_IsLoggedAsACapturedCommandWithoutLimit) {
+  const FakeProgram ps("ps");
+  ps.answer("init\n", "exit 127");  // what was printed counts, whatever ps ended with
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  EXPECT_EQ(count_RunningProcess("init"), 1);
+  EXPECT_EQ(ps.takeArguments(), Texts({"2", "-eo", "command"}));
+  EXPECT_EQ(withoutPids(log.texts()), tracedRun("ps -eo command | grep '^init'", "-1"));
+}
+
+TEST(CountRunningProcess, Failures_AreThoseOfGrepAndOfTheShell) {
+  const FakeProgram ps("ps");
+  ps.answer("it\n", "exit 127");
+  const struct {
+    std::string text;
+    int count;
+    std::string status;
+  } kRows[] = {{"init", 0, "00000100"},  // no match is none
+               {"\\(", -1, "00000200"},
+               {"it's", -1, "00000200"},  // the quote reaches the shell as it is
+               {"it' | grep -c '", 1, "00000000"}};
+  for (const auto& row : kRows) {
+    const CapturedLog log;
+    EXPECT_EQ(count_RunningProcess(row.text), row.count) << row.text;
+    const std::string command = "ps -eo command | grep '^" + row.text + "'";
+    Texts expected = {"VUQ90004L : com=" + command, "VUQ90004L : pid=<pid>,wstat=" + row.status};
+    if (row.count < 0) {
+      expected.push_back("count_RunningProcess failed to exec command( " + command + " )");
+    }
+    EXPECT_EQ(withoutPids(log.texts()), expected);
+  }
+}
+
+TEST(CountRunningProcess, SignalThatEndsTheCommand_IsMinusOne) {
+  const FakeProgram ps("ps");
+  const FakeProgram grep("grep");
+  grep.answer("", "kill -9 $PPID");
+  const ChildResult child = runInChild([] { return count_RunningProcess("init") == -1 ? 0 : 1; });
+  EXPECT_EQ(child.exitCode(), 0);
 }
 
 }  // namespace

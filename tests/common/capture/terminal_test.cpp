@@ -42,33 +42,25 @@ TEST(GetTerminalLineCount, Output_IsTheNumberAtItsStart) {
   const struct {
     const char* output;
     int count;
-  } kRows[] = {{"24\n", 24}, {"1\n", 1},      {"99\n", 99},  {"999\n", 999}, {"9998\n", 999},
-               {"24", 24},   {"123456", 123}, {"7\n8\n", 7}, {"0\n", 0},     {"-1\n", -1},
-               {"\n", 0},    {"lots\n", 0},   {" 42\n", 42}, {"  42\n", 4},  {"4x\n", 4}};
+  } kRows[] = {{"24\n", 24},    {"1\n", 1},    {"99\n", 99},    {"999\n", 999},
+               {"9998\n", 999}, {"24", 24},    {"123456", 123}, {"7\n8\n", 7},
+               {"0\n", 0},      {"-1\n", -1},  {"\n", 0},       {"lots\n", 0},
+               {" 42\n", 42},   {"  42\n", 4}, {"4x\n", 4},     {"", 0}};
   for (const auto& row : kRows) {
     tput.answer(row.output);
     EXPECT_EQ(getTerminalLineCount(), row.count) << row.output;
   }
 }
 
-TEST(GetTerminalLineCount, NoOutput_IsZero) {
+TEST(GetTerminalLineCount, FailedCommand_Is10AndOnlyTheStatusIsLogged) {
   const FakeProgram tput("tput");
-  tput.answer("");
-  EXPECT_EQ(getTerminalLineCount(), 0);
-}
-
-TEST(GetTerminalLineCount, Lines_AreWhatIsAskedFor) {
-  const FakeProgram tput("tput");
-  getTerminalLineCount();
+  tput.answer("24\n", "exit 3");
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  EXPECT_EQ(getTerminalLineCount(), 10);
   EXPECT_EQ(tput.takeArguments(), Texts({"1", "lines"}));
-}
-
-TEST(GetTerminalLineCount, FailedCommand_Is10) {
-  const FakeProgram tput("tput");
-  for (const char* ending : {"exit 1", "exit 255", "kill -9 $$"}) {
-    tput.answer("24\n", ending);
-    EXPECT_EQ(getTerminalLineCount(), 10) << ending;
-  }
+  EXPECT_EQ(log.texts(), tracedExit(3));
+  tput.answer("24\n", "kill -9 $$");
+  EXPECT_EQ(getTerminalLineCount(), 10);
 }
 
 TEST(GetTerminalLineCount, MissingCommand_Is10) {
@@ -95,14 +87,6 @@ TEST(GetTerminalLineCount, InterruptedRead_Is10) {
   });
   EXPECT_EQ(child.exitCode(), 10);
   EXPECT_EQ(log.bytes(), "") << "the status is not decoded then";
-}
-
-TEST(GetTerminalLineCount, Log_HasThePartsOfTheStatusOnly) {
-  const FakeProgram tput("tput");
-  tput.answer("24\n", "exit 3");
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  getTerminalLineCount();
-  EXPECT_EQ(log.texts(), tracedExit(3));
 }
 
 TEST(GetTerminalLineCount, Pipe_IsClosedAndTheChildReaped) {
@@ -143,50 +127,27 @@ std::string received(int seconds, double& took) {
   return std::to_string(result) + " " + std::to_string(ready);
 }
 
-struct Answer {
-  std::string text;
-  double took = 0.0;
-};
-
-Answer answerTo(const std::string& bytes, bool isClosed, int seconds) {
-  const ChildResult child = withInput(bytes, isClosed, [&] {
-    double took = 0.0;
-    const std::string text = received(seconds, took);
-    std::printf("%s\n%f\n", text.c_str(), took);
-    return 0;
-  });
-  const Texts lines = linesOf(child.out);
-  return lines.size() == 2 ? Answer{lines[0], std::stod(lines[1])} : Answer{};
-}
-
-TEST(CheckReceiveData, WaitingInput_IsReadyAtOnce) {
-  const Answer answer = answerTo("x", false, 30);
-  EXPECT_EQ(answer.text, "0 1");
-  EXPECT_LT(answer.took, 10.0);
-}
-
-TEST(CheckReceiveData, EndOfInput_IsReadyAtOnce) {
-  const Answer answer = answerTo("", true, 30);
-  EXPECT_EQ(answer.text, "0 1");
-  EXPECT_LT(answer.took, 10.0);
-}
-
-TEST(CheckReceiveData, NoInput_IsWaitedForAsLongAsAsked) {
-  const Answer answer = answerTo("", false, 2);
-  EXPECT_EQ(answer.text, "0 0");
-  EXPECT_GE(answer.took, 1.99);
-  EXPECT_LT(answer.took, 10.0);
-}
-
-TEST(CheckReceiveData, ZeroSeconds_DoNotWait) {
-  const Answer answer = answerTo("", false, 0);
-  EXPECT_EQ(answer.text, "0 0");
-  EXPECT_LT(answer.took, 1.0);
-  EXPECT_EQ(answerTo("x", false, 0).text, "0 1");
-}
-
-TEST(CheckReceiveData, NegativeSeconds_AreAnError) {
-  EXPECT_EQ(answerTo("x", false, -1).text, "-1 0");
+TEST(CheckReceiveData, Input_IsWaitedForAsLongAsAsked) {
+  const struct {
+    const char* bytes;
+    bool isClosed;
+    int seconds;
+    std::string answer;
+    double least;
+    double below;
+  } kRows[] = {
+      {"x", false, 30, "0 1", 0.0, 10.0}, {"", true, 30, "0 1", 0.0, 10.0},  // its end counts
+      {"", false, 1, "0 0", 0.99, 10.0},  {"", false, 0, "0 0", 0.0, 0.99},
+      {"x", false, 0, "0 1", 0.0, 0.99},  {"x", false, -1, "-1 0", 0.0, 0.99}};
+  for (const auto& row : kRows) {
+    const ChildResult child = withInput(row.bytes, row.isClosed, [&] {
+      double took = 0.0;
+      std::fputs(received(row.seconds, took).c_str(), stdout);
+      return took >= row.least && took < row.below ? 0 : 1;
+    });
+    EXPECT_EQ(child.exitCode(), 0) << row.bytes << ", " << row.seconds;
+    EXPECT_EQ(child.out, row.answer) << row.bytes << ", " << row.seconds;
+  }
 }
 
 TEST(CheckReceiveData, ClosedInput_IsAnErrorWithoutALine) {
@@ -194,10 +155,9 @@ TEST(CheckReceiveData, ClosedInput_IsAnErrorWithoutALine) {
   const ChildResult child = runInChild([] {
     ::close(STDIN_FILENO);
     double took = 0.0;
-    std::puts(received(0, took).c_str());
-    return 0;
+    return received(0, took) == "-1 0" ? 0 : 1;
   });
-  EXPECT_EQ(child.out, "-1 0\n");
+  EXPECT_EQ(child.exitCode(), 0);
   EXPECT_EQ(log.bytes(), "");
 }
 
@@ -205,31 +165,21 @@ TEST(CheckReceiveData, InterruptedWait_IsAnError) {
   const ChildResult child = withInput("", false, [] {
     interruptIn(200);
     double took = 0.0;
-    std::puts(received(30, took).c_str());
-    return took < 10.0 ? 0 : 1;
+    return received(30, took) == "-1 0" && took < 10.0 ? 0 : 1;
   });
   EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(child.out, "-1 0\n");
 }
 
-TEST(CheckReceiveData, Input_StaysToBeRead) {
-  const ChildResult child = withInput("x", true, [] {
-    int ready = 0;
-    checkReceiveData(ready, 0);
-    return std::getchar();
-  });
-  EXPECT_EQ(child.exitCode(), 'x');
-}
-
-TEST(CheckReceiveData, LineThatIsReadAhead_DoesNotCount) {
+TEST(CheckReceiveData, Input_StaysToBeReadAndWhatIsReadAheadDoesNotCount) {
   const ChildResult child = withInput("one\ntwo\n", false, [] {
-    getch();
     double took = 0.0;
-    std::puts(received(0, took).c_str());
+    const std::string before = received(0, took);
+    getch();
+    std::puts((before + ", " + received(0, took)).c_str());
     return std::getchar();
   });
   EXPECT_EQ(child.exitCode(), 't');
-  EXPECT_EQ(child.out, "0 0\n");
+  EXPECT_EQ(child.out, "0 1, 0 0\n");
 }
 
 // --- getch ---------------------------------------------------------------------------------------
@@ -245,19 +195,15 @@ std::string leftAfterGetch(const std::string& input) {
   return child.out;
 }
 
-TEST(Getch, OneLine_IsReadAndDropped) {
+TEST(Getch, OneLine_IsReadUpTo1023BytesAndDropped) {
+  const std::string full(1023, 'x');
+  EXPECT_EQ(leftAfterGetch(""), "");
+  EXPECT_EQ(leftAfterGetch("one"), "");
   EXPECT_EQ(leftAfterGetch("one\ntwo\n"), "two\n");
   EXPECT_EQ(leftAfterGetch("\ntwo\n"), "two\n");
-  EXPECT_EQ(leftAfterGetch("one"), "");
-}
-
-TEST(Getch, EndOfInput_IsZero) { EXPECT_EQ(leftAfterGetch(""), ""); }
-
-TEST(Getch, LongLine_IsReadUpTo1023Bytes) {
-  EXPECT_EQ(leftAfterGetch(std::string(1022, 'x') + "\ntwo\n"), "two\n");
-  EXPECT_EQ(leftAfterGetch(std::string(1023, 'x') + "\ntwo\n"), "\ntwo\n");
-  EXPECT_EQ(leftAfterGetch(std::string(1024, 'x') + "\ntwo\n"), "x\ntwo\n");
-  EXPECT_EQ(leftAfterGetch(std::string(1500, 'x') + "\ntwo\n"), std::string(477, 'x') + "\ntwo\n");
+  EXPECT_EQ(leftAfterGetch(full.substr(1) + "\ntwo\n"), "two\n");
+  EXPECT_EQ(leftAfterGetch(full + "\ntwo\n"), "\ntwo\n");
+  EXPECT_EQ(leftAfterGetch(full + "x\ntwo\n"), "x\ntwo\n");
 }
 
 }  // namespace

@@ -1,17 +1,21 @@
+#include "common/base/shell.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <string>
 
-#include "common/base/shell.h"
+#include "support/actionlog.h"
 #include "support/environmentguard.h"
 #include "support/generator.h"
 #include "support/scratch.h"
 
 namespace {
 
-/// Everything that a command prints, run by the C library's own way to the shell.
-std::string printedBy(const std::string& command) {
+/// How the shell reads `words`, in the directory `dir`: each word between brackets. Run by the C
+/// library's own way to the shell.
+std::string readByShell(const std::string& dir, const std::string& words) {
+  const std::string command = "exec 2>/dev/null; cd " + dir + "; printf '[%s]' " + words;
   FILE* stream = ::popen(command.c_str(), "r");
   std::string output;
   for (int byte = std::fgetc(stream); byte != EOF; byte = std::fgetc(stream)) {
@@ -21,26 +25,16 @@ std::string printedBy(const std::string& command) {
   return output;
 }
 
-/// How the shell reads `words`, in the directory `dir`: each word between brackets.
-std::string readByShell(const std::string& dir, const std::string& words) {
-  return printedBy("exec 2>/dev/null; cd " + dir + "; printf '[%s]' " + words);
-}
-
 bool isWild(int byte) { return byte == '*' || byte == '?' || byte == '[' || byte == ']'; }
 
 /// What the shell makes more of than a byte of a word, and `shellEsc` leaves alone on purpose.
-bool isLeftAlone(int byte) { return byte == ';' || byte == '\n'; }
+bool isLeftAlone(int byte) { return byte == ';' || byte == '\n' || byte == '~'; }
 
 std::string around(int byte) { return "a" + std::string(1, static_cast<char>(byte)) + "b"; }
 
 // --- the escaped text ----------------------------------------------------------------------------
 
-TEST(ShellEscText, Blank_IsEscapedAndTheWildcardOnlyWhenAsked) {
-  EXPECT_EQ(shellEsc("a b;c*", 0), "a\\ b;c*");
-  EXPECT_EQ(shellEsc("a b;c*", 1), "a\\ b;c\\*");
-}
-
-TEST(ShellEscText, EveryByte_GetsABackslashOrNone) {
+TEST(ShellEsc, EveryByte_GetsABackslashExactlyWhenListed) {
   const std::string special = "\"'\t ()|<>&#^`{}$\\";
   ASSERT_EQ(special.size(), 17u);
   for (int byte = 1; byte < 256; ++byte) {
@@ -55,12 +49,26 @@ TEST(ShellEscText, EveryByte_GetsABackslashOrNone) {
   }
 }
 
+TEST(ShellEsc, WholeTexts_AreEscapedByteByByte) {
+  EXPECT_EQ(shellEsc("a b;c*", 0), "a\\ b;c*");
+  EXPECT_EQ(shellEsc("a b;c*", 1), "a\\ b;c\\*");
+  EXPECT_EQ(shellEsc("  ", 0), "\\ \\ ");
+  EXPECT_EQ(shellEsc("\\ ", 0), "\\\\\\ ");
+}
+
+TEST(ShellEsc, NullAndEmptyText_AreEmptyWithoutALine) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  const char* null = nullptr;
+  for (const int escWild : {0, 1}) EXPECT_EQ(shellEsc(null, escWild) + shellEsc("", escWild), "");
+  EXPECT_EQ(log.bytes(), "");
+}
+
 // --- what the shell makes of it ------------------------------------------------------------------
 
 TEST(ShellEscInTheShell, EverySafeByte_ComesBackAsItself) {
   const ScratchDir dir;
   for (int byte = 1; byte < 256; ++byte) {
-    if (isLeftAlone(byte) || byte == '~') continue;
+    if (isLeftAlone(byte)) continue;
     const std::string alone(1, static_cast<char>(byte));
     for (const int escWild : {0, 1}) {
       if (escWild == 0 && isWild(byte)) continue;
@@ -76,7 +84,7 @@ TEST(ShellEscInTheShell, GeneratedWords_ComeBackAsThemselves) {
   const ScratchDir dir;
   std::string safe;
   for (const char byte : allBytes()) {
-    if (!isLeftAlone(byte) && byte != '~') safe += byte;
+    if (!isLeftAlone(byte)) safe += byte;
   }
   Generator generator(20003);
   for (const std::string& alphabet : {safe, std::string("\"'\t ()|<>&#^`{}$\\*?][!")}) {
@@ -89,31 +97,17 @@ TEST(ShellEscInTheShell, GeneratedWords_ComeBackAsThemselves) {
   }
 }
 
-TEST(ShellEscInTheShell, Wildcards_StayActiveUnlessEscaped) {
+TEST(ShellEscInTheShell, WhatIsLeftAlone_KeepsItsMeaning) {
+  const EnvironmentGuard home("HOME", "/some/home");
   const ScratchDir dir;
   dir.write("a1b", "");
   dir.write("a2b", "");
   for (const char* pattern : {"a*b", "a?b", "a[12]b"}) {
     EXPECT_EQ(readByShell(dir.path(), shellEsc(pattern, 0)), "[a1b][a2b]") << pattern;
-    EXPECT_EQ(readByShell(dir.path(), shellEsc(pattern, 1)), "[" + std::string(pattern) + "]");
   }
-}
-
-TEST(ShellEscInTheShell, SemicolonAndLineFeed_EndTheCommand) {
-  const ScratchDir dir;
-  for (const char* end : {";", "\n"}) {
-    for (const int escWild : {0, 1}) {
-      const std::string text = std::string("a") + end + "pwd";
-      EXPECT_EQ(readByShell(dir.path(), shellEsc(text, escWild)), "[a]" + dir.path() + "\n");
-    }
-  }
-}
-
-TEST(ShellEscInTheShell, TildeAtTheBeginning_IsTheHomeDirectory) {
-  const ScratchDir dir;
-  const EnvironmentGuard home("HOME", "/some/home");
   for (const int escWild : {0, 1}) {
-    EXPECT_EQ(readByShell(dir.path(), shellEsc("~", escWild)), "[/some/home]");
+    EXPECT_EQ(readByShell(dir.path(), shellEsc("a;pwd", escWild)), "[a]" + dir.path() + "\n");
+    EXPECT_EQ(readByShell(dir.path(), shellEsc("a\npwd", escWild)), "[a]" + dir.path() + "\n");
     EXPECT_EQ(readByShell(dir.path(), shellEsc("~/x", escWild)), "[/some/home/x]");
     EXPECT_EQ(readByShell(dir.path(), shellEsc("a~b", escWild)), "[a~b]");
   }

@@ -1,0 +1,348 @@
+#include "common/capture/execgetlines.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <list>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "support/actionlog.h"
+#include "support/childrun.h"
+#include "support/descriptors.h"
+#include "support/environmentguard.h"
+#include "support/logtexts.h"
+#include "support/privateroot.h"
+#include "support/scratch.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Texts = std::vector<std::string>;
+
+// Prints what the shell's own standard error leads to.
+constexpr char kPrintErrorPath[] = "readlink /proc/$$/fd/2";
+
+Texts asVector(const std::list<std::string>& lines) { return Texts(lines.begin(), lines.end()); }
+
+/// A run of execGetLines, the lists filled with something that must vanish.
+struct Capture {
+  Capture(const std::string& command, int maxLines, bool withErrors = false, int maxErrors = -1) {
+    std::list<std::string> lineList = {"left over"};
+    std::list<std::string> errorList = {"left over"};
+    result = execGetLines(lineList, command.c_str(), maxLines, withErrors ? &errorList : nullptr,
+                          maxErrors);
+    lines = asVector(lineList);
+    errors = asVector(errorList);
+  }
+  int result;
+  Texts lines;
+  Texts errors;
+};
+
+void printAll(const Texts& texts) {
+  for (const std::string& text : texts) std::puts(text.c_str());
+}
+
+// --- output --------------------------------------------------------------------------------------
+
+TEST(ExecGetLines, Maxima_KeepAsManyLinesOfEitherOutput) {
+  const struct {
+    const char* command;
+    int maxLines;
+    int maxErrors;
+    Texts lines;
+    Texts errors;
+  } kRows[] = {{"true", -1, -1, {}, {}},
+               {"seq 1 3; seq 4 6 >&2", -1, -1, {"1", "2", "3"}, {"4", "5", "6"}},
+               {"seq 1 3; seq 4 6 >&2", 0, 1, {}, {"4"}},
+               {"seq 1 3; seq 4 6 >&2", 2, 0, {"1", "2"}, {}},
+               {"seq 1 3; seq 4 6 >&2", 4, 3, {"1", "2", "3"}, {"4", "5", "6"}}};
+  for (const auto& row : kRows) {
+    const Capture run(row.command, row.maxLines, true, row.maxErrors);
+    EXPECT_EQ(run.result, 0);
+    EXPECT_EQ(run.lines, row.lines) << row.command << ", " << row.maxLines;
+    EXPECT_EQ(run.errors, row.errors) << row.command << ", " << row.maxErrors;
+  }
+}
+
+TEST(ExecGetLines, Status_IsTheExitStatusOrMinusOne) {
+  EXPECT_EQ(Capture("exit 3", -1).result, 3);
+  const Capture run("echo one; kill -9 $$", -1);
+  EXPECT_EQ(run.result, -1);
+  EXPECT_EQ(run.lines, Texts({"one"}));
+}
+
+TEST(ExecGetLines, LinesAround1023Bytes_AreCutThere) {
+  const ScratchDir dir;
+  const std::string full(1023, 'x');
+  const struct {
+    std::size_t length;
+    Texts lines;
+  } kRows[] = {{1022, {std::string(1022, 'x'), "end"}},
+               {1023, {full, "", "end"}},
+               {1024, {full, "x", "end"}},
+               {1500, {full, std::string(477, 'x'), "end"}}};
+  for (const auto& row : kRows) {
+    const std::string path = dir.write("output", std::string(row.length, 'x') + "\nend");
+    EXPECT_EQ(Capture("cat " + path, -1).lines, row.lines) << row.length;
+    EXPECT_EQ(Capture("cat " + path + " >&2", -1, true).errors, row.lines) << row.length;
+  }
+}
+
+TEST(ExecGetLines, MoreThanAPipeHolds_IsReadToItsEndWhateverIsKept) {
+  const ScratchDir dir;
+  const std::string done = dir / "done";
+  const Capture run("seq 1 100000; seq 1 100000 >&2; : >" + done, 1, true);
+  EXPECT_EQ(run.result, 0);
+  EXPECT_EQ(run.lines, Texts({"1"}));
+  ASSERT_EQ(run.errors.size(), 100000u);
+  EXPECT_EQ(run.errors.back(), "100000");
+  EXPECT_EQ(::access(done.c_str(), F_OK), 0);
+}
+
+TEST(ExecGetLines, CommandThatIsAnEntryOfEitherResult_IsRunAndLogged) {
+  const std::string command = "echo one; echo two >&2 # too long to need no memory of its own";
+  for (const bool isOutput : {true, false}) {
+    const CapturedLog log;
+    std::list<std::string> lines = {"left over", command};
+    std::list<std::string> errors = {command};
+    EXPECT_EQ(execGetLines(lines, (isOutput ? lines : errors).back().c_str(), -1, &errors, -1), 0);
+    EXPECT_EQ(asVector(lines), Texts({"one"}));
+    EXPECT_EQ(asVector(errors), Texts({"two"}));
+    EXPECT_EQ(withoutPids(log.texts()),
+              Texts({"VUQ90004L : com=" + command, "VUQ90004L : pid=<pid>,wstat=00000000"}));
+  }
+}
+
+TEST(ExecGetLines, OneListForBoth_HasTheErrorOutputAfterTheOutput) {
+  std::list<std::string> lines = {"left over"};
+  EXPECT_EQ(execGetLines(lines, "echo two >&2; echo one", -1, &lines, -1), 0);
+  EXPECT_EQ(asVector(lines), Texts({"one", "two"}));
+}
+
+// --- the child's descriptors ---------------------------------------------------------------------
+
+TEST(ExecGetLines, WithoutErrorList_ErrorOutputIsTheNullDevice) {
+  EXPECT_EQ(Capture(kPrintErrorPath, -1).lines, Texts({"/dev/null"}));
+  const ChildResult child = runInChild([] {
+    Capture("echo error >&2", -1);
+    return 0;
+  });
+  EXPECT_EQ(child.out + child.err, "");
+}
+
+TEST(ExecGetLines, WithErrorList_ErrorOutputIsATemporaryFileThatVanishes) {
+  const Capture run(kPrintErrorPath, -1, true);
+  ASSERT_EQ(run.lines.size(), 1u);
+  EXPECT_TRUE(std::regex_match(run.lines[0], std::regex("/tmp/execGetLines[A-Za-z0-9]{6}_")))
+      << run.lines[0];
+  EXPECT_FALSE(fs::exists(run.lines[0]));
+}
+
+TEST(ExecGetLines, TemporaryItemsKept_ErrorFileStays) {
+  const EnvironmentGuard keep("TANEX_NOT_DEL_TEMP", "1");
+  const Capture run(std::string(kPrintErrorPath) + "; echo error >&2", -1, true);
+  ASSERT_EQ(run.lines.size(), 1u);
+  EXPECT_EQ(readFile(run.lines[0]), "error\n");
+  fs::remove(run.lines[0]);
+}
+
+TEST(ExecGetLines, WhateverStandardDescriptorIsClosed_OutputArrives) {
+  const std::string command =
+      "for i in 0 1 2; do [ -e /proc/$$/fd/$i ] && echo $i; done; echo error >&2";
+  for (int closed = 0; closed < 8; ++closed) {
+    Texts expected = {"0", "1", "2"};
+    if ((closed & 1) != 0) expected.erase(expected.begin());
+    const CapturedLog log;
+    const ChildResult child = runInChild([&] {
+      closeStandardDescriptors(closed);
+      const Capture discarding(command, -1);
+      const Capture keeping(command, -1, true);
+      if (discarding.result != 0 || discarding.lines != expected) return 1;
+      if (keeping.result != 0 || keeping.lines != expected) return 2;
+      return keeping.errors == Texts({"error"}) ? 0 : 3;
+    });
+    EXPECT_EQ(child.exitCode(), 0) << "closed: " << closed;
+    const std::string start = "VUQ90004L : com=" + command;
+    const std::string end = "VUQ90004L : pid=<pid>,wstat=00000000";
+    EXPECT_EQ(withoutPids(log.texts()), Texts({start, end, start, end})) << "closed: " << closed;
+  }
+}
+
+TEST(ExecGetLines, Child_InheritsTheStandardDescriptorsOnly) {
+  for (const bool withErrors : {false, true}) {
+    const ChildResult child = runInChild([&] {
+      if (!closeOtherDescriptors()) return 77;
+      printAll(Capture("echo /proc/self/fd/*", -1, withErrors).lines);
+      return 0;
+    });
+    // The shell itself reads the directory through descriptor 3.
+    EXPECT_EQ(child.out, "/proc/self/fd/0 /proc/self/fd/1 /proc/self/fd/2 /proc/self/fd/3\n");
+  }
+}
+
+TEST(ExecGetLines, Run_LeavesNoDescriptorOpen) {
+  const int before = upcomingDescriptor(1);
+  Capture("echo a", -1, true);
+  EXPECT_EQ(upcomingDescriptor(1), before);
+}
+
+TEST(ExecGetLines, Child_StaysInTheCallersProcessGroupWithItsInput) {
+  const ChildResult child = runInChild([] {
+    const Capture run("ps -o pgid= -p $$ | tr -d ' '; readlink /proc/$$/fd/0", -1);
+    return run.lines == Texts({std::to_string(::getpgrp()), "/dev/null"}) ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+}
+
+// --- whole logs ----------------------------------------------------------------------------------
+
+TEST(ExecGetLines, AtInformationLevel_CommandAndStatusAreLogged) {
+  const CapturedLog log;
+  const Capture run("echo $$; exit 3", -1);
+  ASSERT_EQ(run.lines.size(), 1u);
+  EXPECT_EQ(log.texts(), Texts({"VUQ90004L : com=echo $$; exit 3",
+                                "VUQ90004L : pid=" + run.lines[0] + ",wstat=00000300"}));
+}
+
+TEST(ExecGetLines, WithErrorListAtTraceLevel_TheTemporaryFileIsLoggedToo) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  const std::string number = std::to_string(upcomingDescriptor(3));  // after those of the pipe
+  const Capture run(kPrintErrorPath, -1, true);
+  ASSERT_EQ(run.lines.size(), 1u);
+  const std::string path = run.lines[0];
+  const std::string command = kPrintErrorPath;
+  EXPECT_EQ(withoutPids(log.texts()),
+            inOrder({{"[T](common:1345):execGetLines():count=-1," + command,
+                      "[T](CTemp:73):getTemp_sub():prefix=/tmp,templ=execGetLines",
+                      "[T](CTemp:156):getTemp_sub():exit=1,type=FILE,FD=" + number + "," + path,
+                      "VUQ90004L : com=" + command, "VUQ90004L : pid=<pid>,wstat=00000000"},
+                     tracedExit(0),
+                     {"[T](CTemp:188):delTempFile:" + path,
+                      "[T](common:469):getCanonicalPath():" + path + "," + path,
+                      "[T](common:520):/bin/rm -fr " + path + " >/dev/null 2>&1"},
+                     tracedExit(0)}));
+}
+
+// --- failures ------------------------------------------------------------------------------------
+
+TEST(ExecGetLines, NullCommand_IsLoggedAndChangesNothing) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  std::list<std::string> lines = {"left over"};
+  std::list<std::string> errors = {"left over"};
+  EXPECT_EQ(execGetLines(lines, nullptr, -1, &errors, -1), -1);
+  EXPECT_EQ(asVector(lines), Texts({"left over"}));
+  EXPECT_EQ(asVector(errors), Texts({"left over"}));
+  EXPECT_EQ(log.texts(), Texts({"[I](common:1341):invalid param"}));
+}
+
+TEST(ExecGetLines, NoPipe_IsLoggedAsVUQ90003L) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  const ChildResult child = runInChild([] {
+    if (!closeOtherDescriptors() || !limitDescriptors(4)) return 77;
+    const Capture run("echo a", -1, true);
+    return run.result == -1 && run.lines.empty() && run.errors.empty() ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(log.texts(), Texts({"[T](common:1345):execGetLines():count=-1,echo a",
+                                "VUQ90003L : failed to pipe():Too many open files"}));
+}
+
+TEST(ExecGetLines, NoShell_IsStatus1) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root to hide the shell";
+  const ScratchDir empty;
+  const ChildResult child = runInChild([&] {
+    if (::chroot(empty.path().c_str()) != 0) return 77;
+    const EnvironmentGuard variable("TANEX_LOG", "/action.log");
+    gLog.init("unit-test", nullptr);
+    const Capture run("echo a", -1);
+    return run.result == 1 && run.lines.empty() ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(child.out + child.err, "");
+  EXPECT_EQ(withoutPids(logTexts(readFile(empty / "action.log"))),
+            Texts({"VUQ90004L : com=echo a", "VUQ90004L : pid=<pid>,wstat=00000100"}));
+}
+
+TEST(ExecGetLines, ChildThatCannotBeWaitedFor_HasTheStatusMinusOne) {
+  const CapturedLog log;
+  const ChildResult child = runInChild([] {
+    std::signal(SIGCHLD, SIG_IGN);  // the kernel keeps no status then
+    const Capture run("echo $$", -1);
+    printAll(run.lines);
+    return run.result == -1 ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+  ASSERT_FALSE(child.out.empty());
+  const std::string pid = child.out.substr(0, child.out.size() - 1);
+  EXPECT_EQ(log.texts(), Texts({"VUQ90004L : com=echo $$",
+                                "VUQ90004L : waitpid(pid=" + pid + ") : No child processes",
+                                "VUQ90004L : pid=" + pid + ",wstat=ffffffff"}));
+}
+
+TEST(ExecGetLines, ErrorFileGoneAfterTheRun_IsLoggedAsVUQ90007L) {
+  const CapturedLog log;
+  const Capture run("readlink /proc/$$/fd/2; rm \"$(readlink /proc/$$/fd/2)\"; exit 3", -1, true);
+  EXPECT_EQ(run.result, 3);
+  ASSERT_EQ(run.lines.size(), 1u);
+  EXPECT_EQ(run.errors, Texts());
+  EXPECT_EQ(
+      withoutPids(log.texts()),
+      Texts({"VUQ90004L : com=readlink /proc/$$/fd/2; rm \"$(readlink /proc/$$/fd/2)\"; exit 3",
+             "VUQ90004L : pid=<pid>,wstat=00000300",
+             "VUQ90007L : failed to fopen():" + run.lines[0] + ",No such file or directory"}));
+}
+
+// Makes the next child another user's the moment it is forked, so that it may not open what its
+// parent has made.
+bool nextChildIsNobodys = false;
+
+void dropPrivilegesInNextChild() {
+  nextChildIsNobodys = true;
+  ::pthread_atfork(
+      nullptr, [] { nextChildIsNobodys = false; },
+      [] {
+        if (nextChildIsNobodys && !becomeNobody()) ::_exit(77);
+      });
+}
+
+TEST(ExecGetLines, ErrorFileNotWritableInTheChild_IsLoggedFromTheChildAsVUQ90006L) {
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
+  const std::string command = "echo $$; (: 3>&2) || echo closed; ls /tmp";
+  const ScratchDir dir;
+  const ChildResult child = runInChild([&] {
+    if (!enterPrivateRoot(dir.path())) return 77;
+    const EnvironmentGuard variable("TANEX_LOG", "/action.log");
+    const EnvironmentGuard level("TANEX_LOG_LEVEL", nullptr);
+    ::close(::open("/action.log", O_WRONLY | O_CREAT, 0666));
+    ::chmod("/action.log", 0666);
+    ::chmod("/", 0755);
+    gLog.init("unit-test", nullptr);
+    dropPrivilegesInNextChild();
+    const Capture run(command, -1, true);
+    printAll(run.lines);
+    std::fputs(readFile("/action.log").c_str(), stdout);
+    return run.result == 0 && run.errors.empty() && namesIn("/tmp").empty() ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0) << child.err;
+  const Texts lines = linesOf(child.out);
+  ASSERT_EQ(lines.size(), 6u);
+  EXPECT_EQ(lines[1], "closed");
+  const std::vector<LogLine> log = parseLog(lines[3] + "\n" + lines[4] + "\n" + lines[5] + "\n");
+  ASSERT_EQ(log.size(), 3u);
+  EXPECT_EQ(log[0].text, "VUQ90004L : com=" + command);
+  EXPECT_EQ(log[1].text, "VUQ90006L : failed to fopen():/tmp/" + lines[2] + ",Permission denied");
+  EXPECT_EQ(log[2].text, "VUQ90004L : pid=" + lines[0] + ",wstat=00000000");
+  EXPECT_EQ(std::to_string(log[1].pid), lines[0]);
+  EXPECT_EQ(log[2].pid, log[0].pid);
+}
+
+}  // namespace

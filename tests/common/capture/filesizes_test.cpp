@@ -1,0 +1,396 @@
+#include "common/capture/filesizes.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <list>
+#include <string>
+#include <vector>
+
+#include "support/actionlog.h"
+#include "support/childrun.h"
+#include "support/descriptors.h"
+#include "support/fakeprogram.h"
+#include "support/logtexts.h"
+#include "support/scratch.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Texts = std::vector<std::string>;
+
+// --- getDirSize and getFreeSize ------------------------------------------------------------------
+
+TEST(GetDirSize, Directory_IsMeasuredInKilobytesOfDisk) {
+  const ScratchDir dir;
+  dir.write("file", std::string(100000, 'x'));
+  ::sync();
+  struct stat own = {};
+  struct stat file = {};
+  ASSERT_EQ(::stat(dir.path().c_str(), &own), 0);
+  ASSERT_EQ(::stat((dir / "file").c_str(), &file), 0);
+  EXPECT_EQ(getDirSize(dir.path().c_str()), (own.st_blocks + file.st_blocks) / 2);
+}
+
+struct OutputRow {
+  std::string output;
+  int size;
+};
+
+TEST(GetDirSize, FirstNumberOfTheFirstLine_IsTheSizeWhateverTheStatus) {
+  const OutputRow kRows[] = {{"1234\t/d\n", 1234},
+                             {"1\n2\n", 1},
+                             {"", 0},
+                             {"\n12\n", 0},
+                             {"x12\n", 0},
+                             {"  12 34\n", 12},
+                             {"-5\n", -5},
+                             {"2147483647\n", 2147483647},
+                             {std::string(1021, ' ') + "12\n", 12},
+                             {std::string(1022, ' ') + "12\n", 1},
+                             {std::string(1023, ' ') + "12\n", 0}};
+  const FakeProgram du("du");
+  for (const OutputRow& row : kRows) {
+    du.answer(row.output, "exit 1");
+    EXPECT_EQ(getDirSize("/d"), row.size) << "'" << row.output << "'";
+  }
+}
+
+TEST(GetFreeSize, SecondColumnOfTheSecondLine_IsTheSizeWhateverTheStatus) {
+  const std::string heading = "Filesystem 1K-blocks\n";
+  const OutputRow kRows[] = {{heading + "/dev/vda 12345 678\n", 12345},
+                             {heading + "/dev/vda\t12345\t678\n", 12345},
+                             {heading + "/dev/vda       12345", 12345},
+                             {heading + "/dev/vda 12345\n/dev/vdb 6\n", 12345},
+                             {heading + " 5 6\n", 5},
+                             {heading + "12345\n", 0},
+                             {heading + "/dev/vda -\n", 0},
+                             {heading + "\n", 0},
+                             {heading, -1},
+                             {"", -1},
+                             // what does not fit
+                             {std::string(1022, 'h') + "\n/dev/vda 12345\n", 12345},
+                             {std::string(1023, 'h') + "\n/dev/vda 12345\n", 0},
+                             {heading + std::string(1020, 'd') + " 12\n", 12},
+                             {heading + std::string(1021, 'd') + " 12\n", 1},
+                             {heading + std::string(1022, 'd') + " 12\n", 0}};
+  const FakeProgram df("df");
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  for (const OutputRow& row : kRows) {
+    df.answer(row.output, "exit 1");
+    EXPECT_EQ(getFreeSize("/d"), row.size) << row.output;
+  }
+  EXPECT_EQ(log.bytes(), "");
+}
+
+TEST(FileSizes, Path_GoesToTheShellAsItIsInACommandOfAtMost1022Bytes) {
+  const struct {
+    const char* program;
+    int (*measure)(const char*);
+    const char* option;
+    std::size_t most;  // after program and option
+  } kRows[] = {{"du", getDirSize, "-sk", 1015}, {"df", getFreeSize, "-b", 1016}};
+  for (const auto& row : kRows) {
+    const FakeProgram program(row.program);
+    row.measure("a b 'c d' $((1+1))");
+    EXPECT_EQ(program.takeArguments(), Texts({"5", row.option, "a", "b", "c d", "2"}));
+    for (const std::size_t length : {row.most - 1, row.most, row.most + 1, row.most + 4000}) {
+      row.measure(std::string(length, 'p').c_str());
+      EXPECT_EQ(program.takeArguments(),
+                Texts({"2", row.option, std::string(std::min(length, row.most), 'p')}))
+          << length;
+    }
+  }
+}
+
+TEST(GetDirSize, Run_IsLoggedAsACommand) {
+  const FakeProgram du("du");
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  getDirSize("/d");
+  EXPECT_EQ(withoutPids(log.texts()),
+            inOrder({{"VUQ90004L : pid=<pid>,wstat=00000000", "VUQ90004L : com=du -sk /d"},
+                     tracedExit(0)}));
+}
+
+TEST(FileSizes, ErrorOutput_IsTheCallersOfDuAndDroppedOfDf) {
+  const FakeProgram du("du");
+  const FakeProgram df("df");
+  du.answer("", "echo du >&2");
+  df.answer("", "echo df >&2");
+  const ChildResult child = runInChild([] { return getDirSize("/d") + getFreeSize("/d"); });
+  EXPECT_EQ(child.err, "du\n");
+}
+
+TEST(FileSizes, Null_IsMinusOneWithoutALine) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  EXPECT_EQ(getDirSize(nullptr), -1);
+  EXPECT_EQ(getFreeSize(nullptr), -1);
+  EXPECT_EQ(log.bytes(), "");
+}
+
+TEST(FileSizes, CommandThatCannotBeStarted_IsZeroOrMinusOne) {
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
+  const ChildResult child = runInChild([] {
+    if (!becomeNobody() || !forbidFork()) return 77;
+    return getDirSize("/") == 0 && getFreeSize("/") == -1 ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+}
+
+TEST(GetFreeSize, Pipe_IsClosedAndTheChildReaped) {
+  const FakeProgram df("df");
+  const ChildResult child = runInChild([&df] {
+    const auto before = namesIn("/proc/self/fd");
+    for (const char* output : {"heading\n/dev/vda 77\n", "heading\n", ""}) {
+      df.answer(output);
+      getFreeSize("/d");
+      if (namesIn("/proc/self/fd") != before) return 1;
+      if (::wait(nullptr) != -1) return 2;
+    }
+    return 0;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+}
+
+// --- getDirFileSize ------------------------------------------------------------------------------
+
+/// What `getDirFileSize` gives, as "RESULT TOTAL", in a child whose current directory is `cwd`.
+std::string dirFileSize(const std::string& cwd, const std::string& dir, int archivesOnly) {
+  const ChildResult child = runInChild([&] {
+    if (::chdir(cwd.c_str()) != 0) return 77;
+    int total = 4711;
+    const int result = getDirFileSize(dir, total, archivesOnly);
+    std::printf("%d %d", result, total);
+    return 0;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(child.err, "");
+  return child.out;
+}
+
+TEST(GetDirFileSize, EmptyDirectoryName_IsMinusOneWithoutARun) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  int total = 4711;
+  EXPECT_EQ(getDirFileSize("", total, 0), -1);
+  EXPECT_EQ(total, 0);
+  EXPECT_EQ(log.bytes(), "");
+}
+
+TEST(GetDirFileSize, NamesOfTheCurrentDirectory_AreAddedUp) {
+  const ScratchDir dir;
+  dir.write("a", "12345");
+  dir.write("b c", "123");
+  dir.write("\xe6\xbc\xa2'\"", "1");
+  fs::create_symlink("a", dir / "link");
+  fs::create_directory(dir / "d");
+  dir.write("d/below", "1234567890");
+  dir.write(".hidden", "1234567890");
+  EXPECT_EQ(dirFileSize(dir.path(), dir.path() + "/", 0), "0 14");
+  EXPECT_EQ(dirFileSize(dir.path(), "./", 0), "0 14");
+}
+
+TEST(GetDirFileSize, NameThatIsNotThere_EndsItWithWhatIsAddedSoFar) {
+  const ScratchDir dir;
+  EXPECT_EQ(dirFileSize(dir.path(), "./", 0), "0 0");
+  EXPECT_EQ(dirFileSize(dir.path(), "./missing/", 0), "0 0");
+  dir.write("a", "12345");
+  fs::create_symlink("missing", dir / "b");
+  dir.write("c", "123");
+  EXPECT_EQ(dirFileSize(dir.path(), "./", 0), "-1 5");
+  EXPECT_EQ(dirFileSize("/", dir.path() + "/", 0), "-1 0");  // the names are taken as they are
+}
+
+TEST(GetDirFileSize, ArchivesOnly_JoinsTheFirstPatternToTheDirectory) {
+  const ScratchDir dir;
+  fs::create_directory(dir / "cwd");
+  fs::create_directory(dir / "d");
+  dir.write("d/urgent.1.tar", "1");
+  dir.write("d/urgent.2.tar", "12");
+  dir.write("d/x.txt", "1234");
+  dir.write("d/express.1.tar", "12345678");
+  EXPECT_EQ(dirFileSize(dir / "cwd", dir / "d/", 1), "0 3");
+  dir.write("cwd/y.txt", std::string(100, 'x'));
+  dir.write("cwd/express.1.tar", std::string(1000, 'x'));
+  dir.write("cwd/urgent.3.tar", std::string(10000, 'x'));
+  dir.write("cwd/other", std::string(100000, 'x'));
+  for (const int archivesOnly : {1, 2, -1}) {
+    EXPECT_EQ(dirFileSize(dir / "cwd", dir / "d/", archivesOnly), "0 1103") << archivesOnly;
+  }
+}
+
+/// Makes directories below `root` until their path and a slash have so many bytes; gives it.
+std::string makeDeep(const std::string& root, std::size_t bytes) {
+  std::string path = root + "/";
+  while (path.size() < bytes) {
+    const std::size_t rest = bytes - path.size() - 1;
+    path += std::string(rest > 201 ? 200 : rest, 'd') + "/";  // no name of no byte is left
+  }
+  fs::create_directories(path);
+  return path;
+}
+
+TEST(GetDirFileSize, NameAbove1022Bytes_ArrivesInPiecesAndEndsItWithMinusOne) {
+  const std::string name = "urgent.1.tar";
+  const struct {
+    std::size_t bytes;
+    const char* outcome;
+  } kRows[] = {{1022, "0 5"}, {1023, "-1 5"}, {1024, "-1 0"}, {3000, "-1 0"}};
+  for (const auto& row : kRows) {
+    const ScratchDir dir;
+    const std::string deep = makeDeep(dir.path(), row.bytes - name.size());
+    ASSERT_EQ((deep + name).size(), row.bytes);
+    fs::resize_file(dir.write((deep + name).substr(dir.path().size() + 1), ""), 5);
+    EXPECT_EQ(dirFileSize(dir.path(), deep, 1), row.outcome) << row.bytes;
+  }
+}
+
+TEST(GetDirFileSize, NameWhosePiecesAreThere_AddsUpThePieces) {
+  const ScratchDir dir;
+  dir.write("urgent.1.tar", "123");
+  const std::string deep = makeDeep(dir.path(), 1023);  // the first piece, and no file
+  fs::resize_file(dir.write((deep + "urgent.1.tar").substr(dir.path().size() + 1), ""), 5);
+  EXPECT_EQ(dirFileSize(dir.path(), deep, 1), "0 3");
+}
+
+TEST(GetDirFileSize, Commands_HaveNoLineLimitAndDropTheirErrorOutput) {
+  const FakeProgram ls("ls");
+  ls.answer("", "echo error >&2");
+  const struct {
+    int archivesOnly;
+    std::string command;
+  } kRows[] = {{0, "ls -1 /d/ 2>/dev/null"},
+               {1, "ls -1 /d/urgent.*.tar *.txt express.*.tar 2>/dev/null"}};
+  for (const auto& row : kRows) {
+    const CapturedLog log(CapturedLog::Level::kTrace);
+    EXPECT_EQ(dirFileSize("/", "/d/", row.archivesOnly), "0 0");
+    EXPECT_EQ(withoutPids(log.texts()),
+              inOrder({{"[T](common:1345):execGetLines():count=-1," + row.command,
+                        "VUQ90004L : com=" + row.command, "VUQ90004L : pid=<pid>,wstat=00000000"},
+                       tracedExit(0)}));
+  }
+  EXPECT_EQ(ls.takeArguments(),
+            Texts({"2", "-1", "/d/", "4", "-1", "/d/urgent.*.tar", "*.txt", "express.*.tar"}));
+}
+
+TEST(GetDirFileSize, DotAndDotDot_AreNotLookedAt) {
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
+  const FakeProgram ls("ls");
+  ls.answer(".\n..\n");
+  const ScratchDir dir;
+  const ChildResult child = runInChild([&] {
+    // In a directory that cannot be searched not even these two can be examined.
+    if (::chdir(dir.path().c_str()) != 0 || !becomeNobody()) return 77;
+    int total = 4711;
+    const int result = getDirFileSize("./", total, 0);
+    std::printf("%d %d", result, total);
+    return 0;
+  });
+  EXPECT_EQ(child.out, "0 0");
+}
+
+TEST(GetDirFileSize, FilesAbove2GiB_WrapAt32Bits) {
+  const ScratchDir dir;
+  fs::resize_file(dir.write("a", ""), 4294967296u + 5u);
+  EXPECT_EQ(dirFileSize(dir.path(), "./", 0), "0 5");
+  fs::resize_file(dir / "a", 2147483648u);
+  EXPECT_EQ(dirFileSize(dir.path(), "./", 0), "0 -2147483648");
+}
+
+// --- getTotalFileSize ----------------------------------------------------------------------------
+
+TEST(GetTotalFileSize, Files_AreAddedUpIn64Bits) {
+  const ScratchDir dir;
+  const std::string small = dir.write("small", "1234567");
+  fs::resize_file(dir.write("large", ""), 5000000000u);
+  fs::create_symlink("small", dir / "link");
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  EXPECT_EQ(getTotalFileSize({}, 1), 0);
+  EXPECT_EQ(getTotalFileSize({dir.write("empty", "")}, 0), 0);
+  EXPECT_EQ(getTotalFileSize({small, small, dir / "link"}, 0), 21);
+  EXPECT_EQ(getTotalFileSize({dir / "large", small, dir / "large"}, 0), 10000000007);
+  EXPECT_EQ(log.bytes(), "");
+}
+
+TEST(GetTotalFileSize, SumAbove64Bits_Wraps) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root for a file system without a limit";
+  const ScratchDir dir;
+  const ChildResult child = runInChild([&dir] {
+    if (!enterPrivateMounts() || !mountTmpfs(dir.path())) return 77;
+    const std::string largest = dir.write("largest", "");
+    if (::truncate(largest.c_str(), INT64_MAX) != 0) return 78;
+    return getTotalFileSize({largest, largest}, 0) == -2 ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+}
+
+TEST(GetTotalFileSize, FileThatCannotBeMeasured_AddsNothingAndIsTraced) {
+  const ScratchDir dir;
+  dir.write("file", "1234567");
+  fs::create_symlink("missing", dir / "link");
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  EXPECT_EQ(getTotalFileSize({dir / "file", dir / "missing", dir.path()}, 1), 14);
+  EXPECT_EQ(log.texts(),
+            Texts({"get file size error(" + dir / "missing" + ",No such file or directory)",
+                   "[T](common:192):getFileSize():reurned -1 , " + dir / "missing",
+                   "get file size error(" + dir / "link" + ",No such file or directory)",
+                   "[T](common:192):getFileSize():reurned -1 , " + dir / "link"}));
+}
+
+TEST(GetTotalFileSize, Directory_CountsOnlyWhenRecursiveIs1) {
+  const ScratchDir dir;
+  fs::create_directories(dir / "d/e/f");
+  dir.write("d/a", "1");
+  dir.write("d/e/b", "12");
+  dir.write("d/e/f/c d'", "1234");
+  const std::string file = dir.write("file", "12345678");
+  for (const int recursive : {0, 2, -1}) {
+    EXPECT_EQ(getTotalFileSize({dir / "d", file}, recursive), 8) << recursive;
+  }
+  EXPECT_EQ(getTotalFileSize({dir / "d", file}, 1), 15);
+  EXPECT_EQ(getTotalFileSize({dir / "d/", dir / "d/e"}, 1), 13);
+}
+
+TEST(GetTotalFileSize, DirectoryThatCannotBeRead_CountsNothingWithoutALine) {
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
+  const ScratchDir dir;
+  ASSERT_EQ(::chmod(dir.path().c_str(), 0755), 0);
+  fs::create_directory(dir / "closed");
+  dir.write("closed/file", "1234567");
+  dir.write("file", "12");
+  ASSERT_EQ(::chmod((dir / "closed").c_str(), 0700), 0);
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  const ChildResult child = runInChild([&] {
+    if (!becomeNobody()) return 77;
+    return static_cast<int>(getTotalFileSize({dir.path()}, 1));
+  });
+  EXPECT_EQ(child.exitCode(), 2);
+  EXPECT_EQ(child.err + log.bytes(), "");  // nobody can only complain that the log is closed
+}
+
+TEST(GetTotalFileSize, LinksToDirectories_AreFollowedButNeverIntoThemselves) {
+  const ScratchDir dir;
+  fs::create_directories(dir / "d/e");
+  dir.write("d/a", "1");
+  dir.write("d/e/b", "12");
+  fs::create_directory_symlink("d", dir / "link");
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  EXPECT_EQ(getTotalFileSize({dir.path()}, 1), 6);
+  fs::create_directory_symlink("..", dir / "d/e/up");
+  fs::create_directory_symlink(".", dir / "d/e/here");
+  EXPECT_EQ(getTotalFileSize({dir / "d"}, 1), 3);
+  EXPECT_EQ(log.bytes(), "");
+}
+
+TEST(GetTotalFileSize, PipesAndDevices_CountAsFiles) {
+  const ScratchDir dir;
+  ASSERT_EQ(::mkfifo((dir / "pipe").c_str(), 0600), 0);
+  EXPECT_EQ(getTotalFileSize({dir / "pipe", "/dev/null"}, 1), 0);
+}
+
+}  // namespace

@@ -99,14 +99,3 @@ run_ctest() {
   grep 'tests passed' "$log"
   rm -f "$log"
 }
-
-# run_tests FOLDER OPTION...: the same for the usual tests, with the slow ones, which mostly sleep, all at once
-# beside them.
-run_tests() {
-  local folder=$1 slow
-  shift
-  run_ctest "$folder" -L slow -j 40 &
-  slow=$!
-  run_ctest "$folder" -LE 'slow|heavy' "$@" -j "$(nproc)"
-  wait "$slow"
-}

@@ -48,7 +48,6 @@ ALL_UNITS = "unit_tests"
 # Many cases sleep, or wait for a shell: more than a second's worth of them runs as so many processes at once. The
 # slow programs mostly sleep.
 SHARDS = 4
-SLOW_SHARDS = 40
 
 
 def run(words, **options):
@@ -92,9 +91,6 @@ class Base:
         with concurrent.futures.ThreadPoolExecutor(self.jobs) as pool:
             self.units = dict(zip(self.tests, pool.map(self.units_of, self.tests)))
         self.cases = self.cases_by_file()
-
-    def is_slow(self, test):
-        return "_fakes_sleep_" in test
 
     def cases_by_file(self):
         """The cases of the program of all units, by the file that they stand in."""
@@ -157,7 +153,7 @@ class Base:
         words = SANDBOX + ["--ro-bind", str(self.folder), str(self.folder), str(program)]
         if cases:
             words += ["--gtest_fail_fast", "--gtest_filter=" + ":".join(cases)]
-        shards = SLOW_SHARDS if self.is_slow(program.name) else SHARDS
+        shards = SHARDS
         limit = PLAIN_TIME_LIMIT
         if cases:
             shards = min(shards, len(cases)) if sum(cases.values()) > 1 else 1
@@ -258,11 +254,10 @@ class Trial:
                 for test in self.linking() if self.is_own(test) or test == ALL_UNITS]
 
     def other_tests(self):
-        """The rest of what has the unit in it. A slow program takes more than a minute: it is asked about its own unit
-        only."""
+        """The rest of what has the unit in it."""
         own = self.own_cases()
         return [self.step(test, lambda case: test != ALL_UNITS or case not in own)
-                for test in self.linking() if not self.is_own(test) and not self.base.is_slow(test)]
+                for test in self.linking() if not self.is_own(test)]
 
     def linking(self):
         return [test for test in self.base.tests if Path(self.mutant.path).name in self.base.units[test]]

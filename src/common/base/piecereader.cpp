@@ -1,10 +1,8 @@
 #include "common/base/piecereader.h"
 
 PieceReader::PieceReader(const char* path, std::size_t bufferBytes)
-    : m_own(std::fopen(path, "re"), &std::fclose),
-      m_stream(m_own.get()),
-      m_bufferBytes(bufferBytes) {
-  m_buffer[0] = '\0';
+    : PieceReader(std::fopen(path, "re"), bufferBytes) {
+  m_own.reset(m_stream);
 }
 
 PieceReader::PieceReader(FILE* stream, std::size_t bufferBytes)

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 
 #include "support/childrun.h"
 #include "support/descriptors.h"
@@ -126,6 +127,7 @@ TEST(ExecShell, NoShell_EndsWithTheGivenStatus) {
   for (const int status : {0, 1}) {
     const ScratchDir empty;
     const ChildResult child = runInChild([&]() -> int {
+      std::fputs("buffered by the parent", stdout);
       if (::chroot(empty.path().c_str()) != 0) return 77;
       execShell("echo a", status);
     });

@@ -7,7 +7,6 @@
 
 #include "support/actionlog.h"
 #include "support/environmentguard.h"
-#include "support/generator.h"
 #include "support/scratch.h"
 
 namespace {
@@ -76,23 +75,6 @@ TEST(ShellEscInTheShell, EverySafeByte_ComesBackAsItself) {
           readByShell(dir.path(), shellEsc(alone, escWild) + " " + shellEsc(around(byte), escWild)),
           "[" + alone + "][" + around(byte) + "]")
           << byte << ", " << escWild;
-    }
-  }
-}
-
-TEST(ShellEscInTheShell, GeneratedWords_ComeBackAsThemselves) {
-  const ScratchDir dir;
-  std::string safe;
-  for (const char byte : allBytes()) {
-    if (!isLeftAlone(byte)) safe += byte;
-  }
-  Generator generator(20003);
-  for (const std::string& alphabet : {safe, std::string("\"'\t ()|<>&#^`{}$\\*?][!")}) {
-    for (int i = 0; i < 50; ++i) {
-      const std::string first = generator.text(alphabet, 30) + "x";
-      const std::string second = generator.text(alphabet, 30) + "y";
-      ASSERT_EQ(readByShell(dir.path(), shellEsc(first, 1) + " " + shellEsc(second, 1)),
-                "[" + first + "][" + second + "]");
     }
   }
 }

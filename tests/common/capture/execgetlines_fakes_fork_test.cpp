@@ -2,7 +2,6 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -12,9 +11,7 @@
 #include <vector>
 
 #include "support/actionlog.h"
-#include "support/childrun.h"
 #include "support/descriptors.h"
-#include "support/failingfdopen.h"
 #include "support/failingrename.h"
 #include "support/logtexts.h"
 #include "support/privateroot.h"
@@ -91,21 +88,6 @@ TEST(ExecGetLines, TemporaryFileWithoutItsFinalName_IsNotUsed) {
   texts.erase(texts.begin(), texts.begin() + 11);  // and ten lines of the temporary file
   EXPECT_EQ(withoutPids(texts), Texts({"VUQ90004L : com=echo out; echo error >&2; exit 3",
                                        "VUQ90004L : pid=<pid>,wstat=00000300"}));
-}
-
-TEST(ExecGetLines, NoStream_LeavesTheChildUnwaitedAndNoDescriptorOpen) {
-  const CapturedLog log;
-  const ChildResult child = runInChild([] {
-    const int before = upcomingDescriptor(1);
-    isFdopenFailing = true;
-    Lines lines = {"left over"};
-    if (execGetLines(lines, "exit 3", -1, nullptr, -1) != -1 || !lines.empty()) return 77;
-    if (upcomingDescriptor(1) != before) return 78;
-    int status = 0;
-    return ::wait(&status) > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : 79;
-  });
-  EXPECT_EQ(child.exitCode(), 3);
-  EXPECT_EQ(log.texts(), Texts({"VUQ90004L : com=exit 3"}));
 }
 
 }  // namespace

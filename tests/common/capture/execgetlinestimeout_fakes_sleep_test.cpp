@@ -17,7 +17,6 @@
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/descriptors.h"
-#include "support/failingfdopen.h"
 #include "support/logtexts.h"
 #include "support/scratch.h"
 
@@ -299,32 +298,6 @@ TEST(ExecGetLinesTimeout, FailingWait_IsLoggedAtEveryLookButEndsNoLoop) {
                                   kSigkill,
                                   {failed},
                                   ended("ffffffff")}));
-}
-
-TEST(ExecGetLinesTimeout, NoStream_LeavesTheChildUnwaitedAndNoDescriptorOpen) {
-  const CapturedLog log;
-  const ChildResult child = runInChild([] {
-    const int before = upcomingDescriptor(2);
-    isFdopenFailing = true;
-    std::list<std::string> lines;
-    if (execGetLinesTimeout(lines, "exit 3", 5) != -1) return 77;
-    if (upcomingDescriptor(2) != before) return 79;
-    int status = 0;
-    return ::wait(&status) > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : 78;
-  });
-  EXPECT_EQ(child.exitCode(), 3);
-  EXPECT_EQ(log.texts(), started("exit 3"));
-}
-
-TEST(ExecGetLinesTimeout, ShellThatCannotBeStarted_Is1) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root to hide the shell";
-  const ChildResult child = runInChild([] {
-    if (!enterPrivateMounts() || !mountTmpfs("/bin")) return 77;
-    const Outcome outcome = runToItsEnd("echo a");
-    if (outcome.log != inOrder({started("echo a"), ended("00000100")})) return 78;
-    return outcome.result;
-  });
-  EXPECT_EQ(child.exitCode(), 1);
 }
 
 }  // namespace

@@ -1,16 +1,27 @@
 #include "common/capture/loggedchild.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <climits>
+#include <filesystem>
 #include <list>
 #include <string>
+#include <vector>
 
+#include "common/capture/execgetlines.h"
+#include "common/capture/execgetlinestimeout.h"
+#include "support/actionlog.h"
+#include "support/childrun.h"
+#include "support/descriptors.h"
+#include "support/logtexts.h"
 #include "support/scratch.h"
 
 namespace {
 
-using Texts = std::list<std::string>;
+namespace fs = std::filesystem;
+using Lines = std::list<std::string>;
+using Texts = std::vector<std::string>;
 
 TEST(CollectLines, Lines_AreAppendedWithoutTheirLineEnds) {
   const std::string five = "1\n2\n3\n4\n5\n";
@@ -19,7 +30,7 @@ TEST(CollectLines, Lines_AreAppendedWithoutTheirLineEnds) {
     std::string bytes;
     int maxLines;
     std::size_t pieceBytes;
-    Texts lines;
+    Lines lines;
   } kRows[] = {
       {"", -1, 1024, {}},
       {"a", -1, 1024, {"a"}},
@@ -46,12 +57,88 @@ TEST(CollectLines, Lines_AreAppendedWithoutTheirLineEnds) {
   const ScratchDir dir;
   for (const auto& row : kRows) {
     PieceReader reader(dir.write("lines", row.bytes).c_str(), row.pieceBytes);
-    Texts lines = {"left over"};
+    Lines lines = {"left over"};
     collectLines(reader, lines, row.maxLines);
     EXPECT_EQ(lines.front(), "left over");
     lines.pop_front();
     EXPECT_EQ(lines, row.lines) << row.bytes << ", " << row.maxLines;
     EXPECT_EQ(reader.next(), nullptr) << "not read to the end";
+  }
+}
+
+// --- the failures of the functions that run one --------------------------------------------------
+
+struct Collector {
+  int (*run)(Lines& lines, const char* command);
+  std::string invalid;  // what is logged for a null command
+  std::string traced;   // and at trace level for "echo a"
+};
+
+const Collector kCollectors[] = {
+    {[](Lines& lines, const char* command) { return execGetLines(lines, command, -1, nullptr, 0); },
+     "[I](common:1341):invalid param", "[T](common:1345):execGetLines():count=-1,echo a"},
+    {[](Lines& lines, const char* command) { return execGetLinesTimeout(lines, command, 5); },
+     "[I](common:2951):invalid param", "[T](common:2955):execGetLinesTimeout() command:[echo a]"}};
+
+TEST(LoggedChild, NullCommand_IsLoggedAndChangesNothing) {
+  for (const Collector& collector : kCollectors) {
+    const CapturedLog log(CapturedLog::Level::kTrace);
+    Lines lines = {"left over"};
+    EXPECT_EQ(collector.run(lines, nullptr), -1);
+    EXPECT_EQ(lines, Lines({"left over"}));
+    EXPECT_EQ(log.texts(), Texts({collector.invalid}));
+  }
+}
+
+TEST(LoggedChild, NoPipe_IsLoggedWithTheReason) {
+  for (const Collector& collector : kCollectors) {
+    const CapturedLog log(CapturedLog::Level::kTrace);
+    const ChildResult child = runInChild([&] {
+      // One descriptor is left, which the log needs.
+      if (!closeOtherDescriptors() || !limitDescriptors(4)) return 77;
+      Lines lines = {"left over"};
+      return collector.run(lines, "echo a") == -1 && lines.empty() ? 0 : 1;
+    });
+    EXPECT_EQ(child.exitCode(), 0) << collector.traced;
+    EXPECT_EQ(log.texts(),
+              Texts({collector.traced, "VUQ90003L : failed to pipe():Too many open files"}));
+  }
+}
+
+TEST(LoggedChild, NoChild_IsLoggedWithReasonFirstAndCommandSecond) {
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
+  for (const Collector& collector : kCollectors) {
+    const CapturedLog log(CapturedLog::Level::kTrace);
+    // A log that another user may go on with.
+    fs::permissions(log.path(), fs::perms::all);
+    fs::permissions(fs::path(log.path()).parent_path(), fs::perms::all);
+    const ChildResult child = runInChild([&] {
+      if (!becomeNobody() || !forbidFork()) return 77;
+      const int before = upcomingDescriptor(2);
+      Lines lines = {"left over"};
+      if (collector.run(lines, "echo a") != -1 || !lines.empty()) return 1;
+      return upcomingDescriptor(2) == before ? 0 : 2;  // both ends of the pipe are closed
+    });
+    EXPECT_EQ(child.exitCode(), 0) << collector.traced;
+    EXPECT_EQ(log.texts(),
+              Texts({collector.traced, "VUQ90004L : com=echo a",
+                     "VUQ90005L : failed to exec(Resource temporarily unavailable):echo a"}));
+  }
+}
+
+TEST(LoggedChild, NoShell_IsStatus1) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root to hide the shell";
+  for (const Collector& collector : kCollectors) {
+    const CapturedLog log;
+    const ChildResult child = runInChild([&] {
+      if (!enterPrivateMounts() || !mountTmpfs("/bin")) return 77;
+      Lines lines;
+      return collector.run(lines, "echo a");
+    });
+    EXPECT_EQ(child.exitCode(), 1) << collector.traced;
+    EXPECT_EQ(child.out + child.err, "");
+    EXPECT_EQ(withoutPids(log.texts()),
+              Texts({"VUQ90004L : com=echo a", "VUQ90004L : pid=<pid>,wstat=00000100"}));
   }
 }
 

@@ -1,0 +1,36 @@
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <list>
+#include <string>
+#include <vector>
+
+#include "common/capture/execgetlines.h"
+#include "common/capture/execgetlinestimeout.h"
+#include "support/actionlog.h"
+#include "support/childrun.h"
+#include "support/descriptors.h"
+#include "support/failingfdopen.h"
+
+namespace {
+
+TEST(LoggedChild, NoStream_LeavesTheChildUnwaitedAndNoDescriptorOpen) {
+  for (const bool isLimited : {false, true}) {
+    const CapturedLog log;
+    const ChildResult child = runInChild([isLimited] {
+      const int before = upcomingDescriptor(2);
+      isFdopenFailing = true;
+      std::list<std::string> lines = {"left over"};
+      const int result = isLimited ? execGetLinesTimeout(lines, "exit 3", 5)
+                                   : execGetLines(lines, "exit 3", -1, nullptr, -1);
+      if (result != -1 || !lines.empty()) return 77;
+      if (upcomingDescriptor(2) != before) return 78;
+      int status = 0;
+      return ::wait(&status) > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : 79;
+    });
+    EXPECT_EQ(child.exitCode(), 3);
+    EXPECT_EQ(log.texts(), std::vector<std::string>({"VUQ90004L : com=exit 3"}));
+  }
+}
+
+}  // namespace

@@ -10,22 +10,64 @@ namespace {
 
 constexpr const char* kNull = nullptr;
 
-struct Row {
-  const char* path;
-  const char* result;
-};
-
-TEST(EraseLastSlash, OneTrailingSlash_IsRemoved) {
-  const Row kRows[] = {{"", ""},       {"/", ""},
-                       {"//", "/"},    {"a", "a"},
-                       {"a/", "a"},    {"a//", "a/"},
-                       {"/a", "/a"},   {"/a/", "/a"},
-                       {"a/ ", "a/ "}, {"\xe6\xbc\xa2/", "\xe6\xbc\xa2"}};
-  for (const Row& row : kRows) {
-    EXPECT_EQ(eraseLastSlash(row.path), row.result) << row.path;
-    std::string inPlace = row.path;
-    EXPECT_EQ(eraseLastSlash(inPlace.data()), 0) << row.path;
-    EXPECT_STREQ(inPlace.c_str(), row.result) << row.path;
+TEST(PathParts, OfAnyPath_AreTakenFromItsText) {
+  const struct {
+    const char* path;
+    const char* erased;
+    const char* parent;  // the root, on purpose, where there is no "/"
+    const char* dir;
+    const char* base;
+    const char* name;
+    const char* ext;
+  } kRows[] = {
+      {"", "", "/", "", "", "", ""},
+      {"/", "", "/", "/", "", "", ""},
+      {"//", "/", "/", "/", "", "", ""},
+      {"a", "a", "/", "", "a", "a", ""},
+      {"a/", "a", "/", "a", "", "", ""},
+      {"a//", "a/", "a", "a/", "", "", ""},
+      {"a/b", "a/b", "a", "a", "b", "b", ""},
+      {"/a", "/a", "/", "/", "a", "a", ""},
+      {"//a", "//a", "/", "/", "a", "a", ""},
+      {"/a/", "/a", "/", "/a", "", "", ""},
+      {"/a/b", "/a/b", "/a", "/a", "b", "b", ""},
+      {"/a/b/", "/a/b", "/a", "/a/b", "", "", ""},
+      {"/a/b//", "/a/b/", "/a/b", "/a/b/", "", "", ""},
+      {"/a//b", "/a//b", "/a/", "/a/", "b", "b", ""},
+      {"a/ ", "a/ ", "a", "a", " ", " ", ""},
+      {"/a/b c/d ", "/a/b c/d ", "/a/b c", "/a/b c", "d ", "d ", ""},
+      {"/\xe6/\xbc", "/\xe6/\xbc", "/\xe6", "/\xe6", "\xbc", "\xbc", ""},
+      {"/x/common.cpp", "/x/common.cpp", "/x", "/x", "common.cpp", "common", "cpp"},
+      {"/d.d/a", "/d.d/a", "/d.d", "/d.d", "a", "a", ""},
+      {"/d.d/", "/d.d", "/", "/d.d", "", "", ""},
+      {"a.tar.gz", "a.tar.gz", "/", "", "a.tar.gz", "a.tar", "gz"},
+      {".profile", ".profile", "/", "", ".profile", "", "profile"},
+      {"a.b ", "a.b ", "/", "", "a.b ", "a", "b "},
+      {"a.", "a.", "/", "", "a.", "a", ""},
+      {".", ".", "/", "", ".", "", ""},
+      {"..", "..", "/", "", "..", ".", ""},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.path);
+    const std::string path = row.path;
+    std::string other = path;
+    EXPECT_EQ(eraseLastSlash(row.path), row.erased);
+    EXPECT_EQ(eraseLastSlash(other.data()), 0);
+    EXPECT_STREQ(other.c_str(), row.erased);
+    EXPECT_EQ(parentPath(row.path), row.parent);
+    EXPECT_EQ(parentPath(path), row.parent);
+    EXPECT_EQ(__xpg_basename(row.path), row.base);
+    EXPECT_EQ(__xpg_basename(path), row.base);
+    EXPECT_EQ(__xpg_basename(row.path, other = "left over"), row.base);
+    EXPECT_EQ(other, row.dir);
+    EXPECT_EQ(__xpg_basename(path, other = "left over"), row.base);
+    EXPECT_EQ(other, row.dir);
+    EXPECT_EQ(retrieveName(row.path), row.name);
+    EXPECT_EQ(retrieveName(row.path, other = "left over"), row.name);
+    EXPECT_EQ(other, row.ext);
+    EXPECT_EQ(retrieveExt(row.path), row.ext);
+    EXPECT_EQ(retrieveExt(row.path, other = "left over"), row.ext);
+    EXPECT_EQ(other, row.name);
   }
 }
 
@@ -33,55 +75,6 @@ TEST(EraseLastSlash, EmptyText_LeavesWhatStandsInFrontOfIt) {
   char text[] = "/";
   EXPECT_EQ(eraseLastSlash(text + 1), 0);
   EXPECT_STREQ(text, "/");
-}
-
-// A name without a directory gives the root, on purpose.
-TEST(ParentPath, Paths_LoseTheirLastName) {
-  const Row kRows[] = {{"", "/"},
-                       {"a", "/"},
-                       {"/a/b", "/a"},
-                       {"/a/b/", "/a"},
-                       {"a/b", "a"},
-                       {"/a", "/"},
-                       {"/a/", "/"},
-                       {"/", "/"},
-                       {"//", "/"},
-                       {"a/", "/"},
-                       {"a//", "a"},
-                       {"//a", "/"},
-                       {"/a//b", "/a/"},
-                       {"./x", "."},
-                       {"/a/b//", "/a/b"},
-                       {"/a/b c/d ", "/a/b c"},
-                       {"/\xe6/\xbc", "/\xe6"}};
-  for (const Row& row : kRows) {
-    EXPECT_EQ(parentPath(row.path), row.result) << row.path;
-    EXPECT_EQ(parentPath(std::string(row.path)), row.result) << row.path;
-  }
-}
-
-struct PartsRow {
-  const char* path;
-  const char* first;
-  const char* second;
-};
-
-TEST(BaseName, Paths_AreCutAtTheirLastSlash) {
-  const PartsRow kRows[] = {
-      {"", "", ""},        {"a", "a", ""},        {"/", "", "/"},
-      {"//", "", "/"},     {"/x", "x", "/"},      {"/usr/", "", "/usr"},
-      {"/a/b", "b", "/a"}, {"a/b", "b", "a"},     {"/a//b", "b", "/a/"},
-      {"a/", "", "a"},     {"/a/b ", "b ", "/a"}, {"/\xe6/\xbc", "\xbc", "/\xe6"}};
-  for (const PartsRow& row : kRows) {
-    std::string dir = "left over";
-    EXPECT_EQ(__xpg_basename(row.path, dir), row.first) << row.path;
-    EXPECT_EQ(dir, row.second) << row.path;
-    EXPECT_EQ(__xpg_basename(row.path), row.first) << row.path;
-    dir = "left over";
-    EXPECT_EQ(__xpg_basename(std::string(row.path), dir), row.first) << row.path;
-    EXPECT_EQ(dir, row.second) << row.path;
-    EXPECT_EQ(__xpg_basename(std::string(row.path)), row.first) << row.path;
-  }
 }
 
 TEST(BaseName, PathsAroundTheBuffer_AreCutAtIt) {
@@ -106,42 +99,15 @@ TEST(BaseName, DirectoryIsThePathItself_IsCopiedFirst) {
   EXPECT_EQ(path, "/a");
 }
 
-TEST(RetrieveExt, BaseNames_AreCutAtTheirLastDot) {
-  const PartsRow kRows[] = {{"", "", ""},
-                            {"a", "", "a"},
-                            {".profile", "profile", ""},
-                            {"a.tar.gz", "gz", "a.tar"},
-                            {"/d.d/a", "", "a"},
-                            {"/d.d/", "", ""},
-                            {"a.", "", "a"},
-                            {".", "", ""},
-                            {"..", "", "."},
-                            {"/x/common.cpp", "cpp", "common"},
-                            {"a.b ", "b ", "a"}};
-  for (const PartsRow& row : kRows) {
-    std::string other = "left over";
-    EXPECT_EQ(retrieveExt(row.path, other), row.first) << row.path;
-    EXPECT_EQ(other, row.second) << row.path;
-    EXPECT_EQ(retrieveExt(row.path), row.first) << row.path;
-    other = "left over";
-    EXPECT_EQ(retrieveName(row.path, other), row.second) << row.path;
-    EXPECT_EQ(other, row.first) << row.path;
-    EXPECT_EQ(retrieveName(row.path), row.second) << row.path;
-  }
-}
-
-TEST(PathParts, Null_IsEmptyWithoutALine) {
+TEST(PathParts, OfNull_AreEmptyWithoutALine) {
   const CapturedLog log(CapturedLog::Level::kTrace);
   EXPECT_EQ(eraseLastSlash(static_cast<char*>(nullptr)), -1);
-  EXPECT_EQ(eraseLastSlash(kNull) + parentPath(kNull), "");
-  for (std::string (*function)(const char*, std::string&) :
-       {static_cast<std::string (*)(const char*, std::string&)>(__xpg_basename),
-        static_cast<std::string (*)(const char*, std::string&)>(retrieveExt),
-        static_cast<std::string (*)(const char*, std::string&)>(retrieveName)}) {
-    std::string other = "left over";
-    EXPECT_EQ(function(kNull, other) + other, "");
-  }
-  EXPECT_EQ(__xpg_basename(kNull) + retrieveExt(kNull) + retrieveName(kNull), "");
+  EXPECT_EQ(eraseLastSlash(kNull) + parentPath(kNull) + __xpg_basename(kNull), "");
+  EXPECT_EQ(retrieveExt(kNull) + retrieveName(kNull), "");
+  std::string other;
+  EXPECT_EQ(__xpg_basename(kNull, other = "left over") + other, "");
+  EXPECT_EQ(retrieveExt(kNull, other = "left over") + other, "");
+  EXPECT_EQ(retrieveName(kNull, other = "left over") + other, "");
   EXPECT_EQ(log.bytes(), "");
 }
 

@@ -2,12 +2,17 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <list>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/actionlog.h"
@@ -18,57 +23,93 @@
 
 // --- takes the place of the C library's calls in this program ------------------------------------
 
-/// What happens in place of the next fork, which then fails with EAGAIN; none lets it happen.
-static std::function<void()> insteadOfFork;
+/// What happens right before the next fork, and whether that then fails, with EAGAIN.
+static std::function<bool()> isNextForkFailing;
 
 extern "C" pid_t fork() noexcept {
   using Fork = pid_t (*)();
   static const auto real = reinterpret_cast<Fork>(::dlsym(RTLD_NEXT, "fork"));
-  if (!insteadOfFork) return real();
-  insteadOfFork();
-  insteadOfFork = nullptr;
+  const auto isFailing = std::exchange(isNextForkFailing, nullptr);
+  if (!isFailing || !isFailing()) return real();
   errno = EAGAIN;
   return -1;
 }
 
 namespace {
 
-using Texts = std::vector<std::string>;
+namespace fs = std::filesystem;
 using Lines = std::list<std::string>;
+using Texts = std::vector<std::string>;
+
+/// The file of the error output, as the log at trace level tells at the fork.
+std::string errorFile(const CapturedLog& log) {
+  const std::string made = log.texts().at(2);
+  return made.substr(made.rfind(',') + 1);
+}
+
+/// The lines that are not at trace level.
+std::vector<LogLine> informationOf(const CapturedLog& log) {
+  std::vector<LogLine> lines;
+  for (const LogLine& line : parseLog(log.bytes())) {
+    if (line.text.rfind("[T]", 0) != 0) lines.push_back(line);
+  }
+  return lines;
+}
 
 TEST(ExecGetLines, NoChildForACommandThatIsAnEntryOfItsResult_IsLoggedReasonFirst) {
   const std::string command = "echo a # too long to need no memory of its own";
   const CapturedLog log;
-  const int before = upcomingDescriptor(2);
-  insteadOfFork = [] {};
+  isNextForkFailing = [] { return true; };
   Lines lines = {command};
   EXPECT_EQ(execGetLines(lines, lines.front().c_str(), -1, nullptr, -1), -1);
   EXPECT_EQ(lines, Lines());
-  EXPECT_EQ(upcomingDescriptor(2), before) << "both ends of the pipe are closed";
   EXPECT_EQ(log.texts(),
             Texts({"VUQ90004L : com=" + command,
                    "VUQ90005L : failed to exec(Resource temporarily unavailable):" + command}));
 }
 
 TEST(ExecGetLines, NoChildWithErrorList_ErrorFileIsReadAllTheSame) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a /tmp of its own";
-  const Texts texts = linesFromPrivateRoot([] {
-    ::setenv("TANEX_LOG_LEVEL", "", 1);
-    gLog.init("unit-test", nullptr);
-    insteadOfFork = [] {
-      if (std::FILE* file = std::fopen(("/tmp/" + namesIn("/tmp").front()).c_str(), "w")) {
-        std::fputs("one\ntwo\nthree\n", file);
-        std::fclose(file);
-      }
-    };
-    Lines lines = {"left over"};
-    Lines errors = {"left over"};
-    const int result = execGetLines(lines, "echo a", -1, &errors, 2);
-    std::printf("%d %zu %zu\n", result, lines.size(), namesIn("/tmp").size());
-    for (const std::string& error : errors) std::puts(error.c_str());
-  });
-  EXPECT_EQ(texts, Texts({"-1 0 0", "one", "two", "VUQ90004L : com=echo a",
-                          "VUQ90005L : failed to exec(Resource temporarily unavailable):echo a"}));
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  std::string path;
+  isNextForkFailing = [&] {
+    path = errorFile(log);
+    std::ofstream(path) << "one\ntwo\nthree\n";
+    return true;
+  };
+  const int before = upcomingDescriptor(1);
+  Lines lines = {"left over"};
+  Lines errors = {"left over"};
+  EXPECT_EQ(execGetLines(lines, "echo a", -1, &errors, 2), -1);
+  EXPECT_EQ(lines, Lines());
+  EXPECT_EQ(errors, Lines({"one", "two"}));
+  EXPECT_EQ(upcomingDescriptor(1), before);
+  EXPECT_FALSE(fs::exists(path));
+  EXPECT_EQ(informationOf(log).size(), 2u);
+}
+
+TEST(ExecGetLines, ErrorFileThatTheChildCannotOpen_IsLoggedFromThereAndTheCommandHasNone) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  std::string path;
+  isNextForkFailing = [&] {
+    path = errorFile(log);
+    fs::remove(path);
+    fs::create_directory(path);
+    return false;
+  };
+  Lines lines;
+  Lines errors = {"left over"};
+  EXPECT_EQ(execGetLines(lines, "echo $$; (: 3>&2) || echo closed", -1, &errors, -1), 0);
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_EQ(lines.back(), "closed");
+  EXPECT_EQ(errors, Lines());
+  EXPECT_FALSE(fs::exists(path));
+  const std::vector<LogLine> written = informationOf(log);
+  ASSERT_EQ(written.size(), 3u);
+  EXPECT_EQ(written[0].text, "VUQ90004L : com=echo $$; (: 3>&2) || echo closed");
+  EXPECT_EQ(written[1].text, "VUQ90006L : failed to fopen():" + path + ",Is a directory");
+  EXPECT_EQ(written[2].text, "VUQ90004L : pid=" + lines.front() + ",wstat=00000000");
+  EXPECT_EQ(std::to_string(written[1].pid), lines.front());
+  EXPECT_EQ(written[2].pid, ::getpid());
 }
 
 TEST(ExecGetLines, TemporaryFileWithoutItsFinalName_IsNotUsed) {

@@ -1,9 +1,6 @@
 #include "common/capture/execgetlines.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <pthread.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -17,9 +14,7 @@
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/descriptors.h"
-#include "support/environmentguard.h"
 #include "support/logtexts.h"
-#include "support/privateroot.h"
 #include "support/scratch.h"
 
 namespace {
@@ -235,50 +230,6 @@ TEST(ExecGetLines, ErrorFileGoneAfterTheRun_IsLoggedAsVUQ90007L) {
       Texts({"VUQ90004L : com=readlink /proc/$$/fd/2; rm \"$(readlink /proc/$$/fd/2)\"; exit 3",
              "VUQ90004L : pid=<pid>,wstat=00000300",
              "VUQ90007L : failed to fopen():" + run.lines[0] + ",No such file or directory"}));
-}
-
-// Makes the next child another user's the moment it is forked, so that it may not open what its
-// parent has made.
-bool nextChildIsNobodys = false;
-
-void dropPrivilegesInNextChild() {
-  nextChildIsNobodys = true;
-  ::pthread_atfork(
-      nullptr, [] { nextChildIsNobodys = false; },
-      [] {
-        if (nextChildIsNobodys && !becomeNobody()) ::_exit(77);
-      });
-}
-
-TEST(ExecGetLines, ErrorFileNotWritableInTheChild_IsLoggedFromTheChildAsVUQ90006L) {
-  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
-  const std::string command = "echo $$; (: 3>&2) || echo closed; ls /tmp";
-  const ScratchDir dir;
-  const ChildResult child = runInChild([&] {
-    if (!enterPrivateRoot(dir.path())) return 77;
-    const EnvironmentGuard variable("TANEX_LOG", "/action.log");
-    const EnvironmentGuard level("TANEX_LOG_LEVEL", nullptr);
-    ::close(::open("/action.log", O_WRONLY | O_CREAT, 0666));
-    ::chmod("/action.log", 0666);
-    ::chmod("/", 0755);
-    gLog.init("unit-test", nullptr);
-    dropPrivilegesInNextChild();
-    const Capture run(command, -1, true);
-    printAll(run.lines);
-    std::fputs(readFile("/action.log").c_str(), stdout);
-    return run.result == 0 && run.errors.empty() && namesIn("/tmp").empty() ? 0 : 1;
-  });
-  EXPECT_EQ(child.exitCode(), 0) << child.err;
-  const Texts lines = linesOf(child.out);
-  ASSERT_EQ(lines.size(), 6u);
-  EXPECT_EQ(lines[1], "closed");
-  const std::vector<LogLine> log = parseLog(lines[3] + "\n" + lines[4] + "\n" + lines[5] + "\n");
-  ASSERT_EQ(log.size(), 3u);
-  EXPECT_EQ(log[0].text, "VUQ90004L : com=" + command);
-  EXPECT_EQ(log[1].text, "VUQ90006L : failed to fopen():/tmp/" + lines[2] + ",Permission denied");
-  EXPECT_EQ(log[2].text, "VUQ90004L : pid=" + lines[0] + ",wstat=00000000");
-  EXPECT_EQ(std::to_string(log[1].pid), lines[0]);
-  EXPECT_EQ(log[2].pid, log[0].pid);
 }
 
 }  // namespace

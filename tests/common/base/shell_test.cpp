@@ -32,13 +32,18 @@ struct PipeRun {
   int status;
 };
 
-PipeRun runThroughPipe(const char* command) {
+struct Opened {
+  explicit Opened(const char* command) : stream(s_popen(command, fd, pid)) {}
+  int close() const { return s_pclose(stream, fd, pid); }
   int fd = -1;
   int pid = -1;
-  FILE* stream = s_popen(command, fd, pid);
-  if (stream == nullptr) return {"no stream", -1};
-  std::string out = readAll(stream);
-  return {out, s_pclose(stream, fd, pid)};
+  FILE* stream;
+};
+
+PipeRun runThroughPipe(const char* command) {
+  const Opened child(command);
+  std::string out = readAll(child.stream);
+  return {out, child.close()};
 }
 
 // --- s_popen and s_pclose ------------------------------------------------------------------------
@@ -53,13 +58,10 @@ TEST(SPopen, Command_GivesItsOutputAndRawStatus) {
 }
 
 TEST(SPopen, OutArguments_AreTheStreamsDescriptorAndTheChild) {
-  int fd = -1;
-  int pid = -1;
-  FILE* stream = s_popen("echo $$", fd, pid);
-  ASSERT_NE(stream, nullptr);
-  EXPECT_EQ(fd, ::fileno(stream));
-  EXPECT_EQ(readAll(stream), std::to_string(pid) + "\n");
-  EXPECT_EQ(s_pclose(stream, fd, pid), 0);
+  const Opened child("echo $$");
+  EXPECT_EQ(child.fd, ::fileno(child.stream));
+  EXPECT_EQ(readAll(child.stream), std::to_string(child.pid) + "\n");
+  EXPECT_EQ(child.close(), 0);
 }
 
 TEST(SPopen, InputErrorOutputAndProcessGroup_AreTheCallers) {
@@ -113,64 +115,51 @@ TEST(SPopen, CommandLongerThanAnArgumentMayBe_EndsWithStatus0) {
 }
 
 TEST(SPclose, PartOfTheOutputUnread_EndsTheChild) {
-  int fd = -1;
-  int pid = -1;
-  FILE* stream = s_popen("while echo a; do :; done", fd, pid);
-  ASSERT_NE(stream, nullptr);
-  EXPECT_EQ(std::fgetc(stream), 'a');
-  const int status = s_pclose(stream, fd, pid);
-  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGPIPE) << std::hex << status;
+  const Opened child("while echo a; do :; done");
+  EXPECT_EQ(std::fgetc(child.stream), 'a');
+  EXPECT_EQ(child.close(), SIGPIPE);
 }
 
 TEST(SPclose, DescriptorThatTheStreamDoesNotOwn_IsClosedTooAndNoOther) {
-  const int other = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-  int fd = -1;
-  int pid = -1;
-  FILE* stream = s_popen("true", fd, pid);
-  const int own = ::dup(fd);
-  EXPECT_EQ(s_pclose(stream, own, pid), 0);
+  const Opened child("true");
+  const int own = ::dup(child.fd);
+  const int other = ::dup(child.fd);
+  EXPECT_EQ(s_pclose(child.stream, own, child.pid), 0);
   EXPECT_EQ(::fcntl(own, F_GETFD), -1);
-  EXPECT_EQ(::fcntl(fd, F_GETFD), -1);
-  EXPECT_GE(::fcntl(other, F_GETFD), 0);
-  ::close(other);
+  EXPECT_EQ(::fcntl(child.fd, F_GETFD), -1);
+  EXPECT_EQ(::close(other), 0);
 }
 
 TEST(SPclose, NoStream_ClosesTheDescriptorAndReapsTheChild) {
-  int fd = -1;
-  int pid = -1;
-  FILE* stream = s_popen("exit 3", fd, pid);
-  const int own = ::dup(fd);
-  EXPECT_EQ(s_pclose(nullptr, own, pid), 0x0300);
+  const Opened child("exit 3");
+  const int own = ::dup(child.fd);
+  EXPECT_EQ(s_pclose(nullptr, own, child.pid), 0x0300);
   EXPECT_EQ(::fcntl(own, F_GETFD), -1);
-  EXPECT_EQ(std::fclose(stream), 0);
+  EXPECT_EQ(std::fclose(child.stream), 0);
 }
 
 TEST(SPclose, ChildThatCannotBeWaitedFor_GivesMinusOne) {
   const CapturedLog log;
-  int fd = -1;
-  int pid = -1;
-  FILE* stream = s_popen("exit 3", fd, pid);
-  ASSERT_EQ(::waitpid(pid, nullptr, 0), pid);
-  EXPECT_EQ(s_pclose(stream, fd, pid), -1);
+  const Opened child("exit 3");
+  ASSERT_EQ(::waitpid(child.pid, nullptr, 0), child.pid);
+  EXPECT_EQ(child.close(), -1);
   EXPECT_EQ(log.bytes(), "");
 }
 
 TEST(SPclose, InterruptedWait_IsNotMadeAgain) {
-  const ChildResult child = runInChild([] {
+  const ChildResult result = runInChild([] {
     struct sigaction action = {};
     action.sa_handler = [](int) {};  // no SA_RESTART
     ::sigaction(SIGALRM, &action, nullptr);
-    int fd = -1;
-    int pid = -1;
-    FILE* stream = s_popen("exec >/dev/null; sleep 1; exit 3", fd, pid);
-    if (!readAll(stream).empty()) return 77;
+    const Opened child("exec >/dev/null; sleep 1; exit 3");
+    if (!readAll(child.stream).empty()) return 77;
     const itimerval timer = {{0, 0}, {0, 200000}};
     ::setitimer(ITIMER_REAL, &timer, nullptr);
-    if (s_pclose(stream, fd, pid) != -1) return 78;
+    if (child.close() != -1) return 78;
     int status = 0;
-    return ::waitpid(pid, &status, 0) == pid && status == 0x0300 ? 0 : 79;
+    return ::waitpid(child.pid, &status, 0) == child.pid && status == 0x0300 ? 0 : 79;
   });
-  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(result.exitCode(), 0);
 }
 
 // --- s_system ------------------------------------------------------------------------------------

@@ -127,10 +127,13 @@ TEST(FileSizes, ErrorOutput_IsTheCallersOfDuAndDroppedOfDf) {
   EXPECT_EQ(child.err, "du\n");
 }
 
-TEST(FileSizes, Null_IsMinusOneWithoutALine) {
+TEST(FileSizes, NullOrNoDirectory_IsMinusOneWithoutARun) {
   const CapturedLog log(CapturedLog::Level::kTrace);
+  int total = 4711;
   EXPECT_EQ(getDirSize(nullptr), -1);
   EXPECT_EQ(getFreeSize(nullptr), -1);
+  EXPECT_EQ(getDirFileSize("", total, 0), -1);
+  EXPECT_EQ(total, 0);
   EXPECT_EQ(log.bytes(), "");
 }
 
@@ -172,14 +175,6 @@ std::string dirFileSize(const std::string& cwd, const std::string& dir, int arch
   EXPECT_EQ(child.exitCode(), 0);
   EXPECT_EQ(child.err, "");
   return child.out;
-}
-
-TEST(GetDirFileSize, EmptyDirectoryName_IsMinusOneWithoutARun) {
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  int total = 4711;
-  EXPECT_EQ(getDirFileSize("", total, 0), -1);
-  EXPECT_EQ(total, 0);
-  EXPECT_EQ(log.bytes(), "");
 }
 
 TEST(GetDirFileSize, NamesOfTheCurrentDirectory_AreAddedUp) {
@@ -255,9 +250,31 @@ TEST(GetTotalFileSize, Files_AreAddedUpIn64Bits) {
   fs::create_symlink("small", dir / "link");
   const CapturedLog log(CapturedLog::Level::kTrace);
   EXPECT_EQ(getTotalFileSize({}, 1), 0);
-  EXPECT_EQ(getTotalFileSize({dir.write("empty", "")}, 0), 0);
+  ASSERT_EQ(::mkfifo((dir / "pipe").c_str(), 0600), 0);
+  EXPECT_EQ(getTotalFileSize({dir.write("empty", ""), dir / "pipe", "/dev/null"}, 1), 0);
   EXPECT_EQ(getTotalFileSize({small, small, dir / "link"}, 0), 21);
   EXPECT_EQ(getTotalFileSize({dir / "large", small, dir / "large"}, 0), 10000000007);
+  EXPECT_EQ(log.bytes(), "");
+}
+
+TEST(GetTotalFileSize, Directories_AreFollowedWhenRecursiveIs1ButNeverIntoThemselves) {
+  const ScratchDir dir;
+  fs::create_directories(dir / "d/e/f");
+  dir.write("d/a", "1");
+  dir.write("d/e/b", "12");
+  dir.write("d/e/f/c d'", "1234");
+  const std::string file = dir.write("file", "12345678");
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  for (const int recursive : {0, 2, -1}) {
+    EXPECT_EQ(getTotalFileSize({dir / "d", file}, recursive), 8) << recursive;
+  }
+  EXPECT_EQ(getTotalFileSize({dir / "d", file}, 1), 15);
+  EXPECT_EQ(getTotalFileSize({dir / "d/", dir / "d/e"}, 1), 13);
+  fs::create_directory_symlink("d", dir / "link");
+  EXPECT_EQ(getTotalFileSize({dir.path()}, 1), 22);
+  fs::create_directory_symlink("..", dir / "d/e/up");
+  fs::create_directory_symlink(".", dir / "d/e/here");
+  EXPECT_EQ(getTotalFileSize({dir / "d"}, 1), 7);
   EXPECT_EQ(log.bytes(), "");
 }
 
@@ -286,20 +303,6 @@ TEST(GetTotalFileSize, FileThatCannotBeMeasured_AddsNothingAndIsTraced) {
                    "[T](common:192):getFileSize():reurned -1 , " + dir / "link"}));
 }
 
-TEST(GetTotalFileSize, Directory_CountsOnlyWhenRecursiveIs1) {
-  const ScratchDir dir;
-  fs::create_directories(dir / "d/e/f");
-  dir.write("d/a", "1");
-  dir.write("d/e/b", "12");
-  dir.write("d/e/f/c d'", "1234");
-  const std::string file = dir.write("file", "12345678");
-  for (const int recursive : {0, 2, -1}) {
-    EXPECT_EQ(getTotalFileSize({dir / "d", file}, recursive), 8) << recursive;
-  }
-  EXPECT_EQ(getTotalFileSize({dir / "d", file}, 1), 15);
-  EXPECT_EQ(getTotalFileSize({dir / "d/", dir / "d/e"}, 1), 13);
-}
-
 TEST(GetTotalFileSize, DirectoryThatCannotBeRead_CountsNothingWithoutALine) {
   if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
   const ScratchDir dir;
@@ -315,26 +318,6 @@ TEST(GetTotalFileSize, DirectoryThatCannotBeRead_CountsNothingWithoutALine) {
   });
   EXPECT_EQ(child.exitCode(), 2);
   EXPECT_EQ(child.err + log.bytes(), "");  // nobody can only complain that the log is closed
-}
-
-TEST(GetTotalFileSize, LinksToDirectories_AreFollowedButNeverIntoThemselves) {
-  const ScratchDir dir;
-  fs::create_directories(dir / "d/e");
-  dir.write("d/a", "1");
-  dir.write("d/e/b", "12");
-  fs::create_directory_symlink("d", dir / "link");
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  EXPECT_EQ(getTotalFileSize({dir.path()}, 1), 6);
-  fs::create_directory_symlink("..", dir / "d/e/up");
-  fs::create_directory_symlink(".", dir / "d/e/here");
-  EXPECT_EQ(getTotalFileSize({dir / "d"}, 1), 3);
-  EXPECT_EQ(log.bytes(), "");
-}
-
-TEST(GetTotalFileSize, PipesAndDevices_CountAsFiles) {
-  const ScratchDir dir;
-  ASSERT_EQ(::mkfifo((dir / "pipe").c_str(), 0600), 0);
-  EXPECT_EQ(getTotalFileSize({dir / "pipe", "/dev/null"}, 1), 0);
 }
 
 }  // namespace

@@ -19,14 +19,16 @@ bool isNullDevice(int fd) {
 }
 
 /// Closes the descriptors that the bits of `mask` name, in a child whose input is /dev/null, and
-/// gives the bits of those that are /dev/null afterwards.
+/// gives the bits of those that are /dev/null afterwards, also for the commands that are run.
 int occupiedAfterClosing(int mask) {
   const ChildResult child = runInChild([mask] {
     const int upcoming = upcomingDescriptor(1);
     closeStandardDescriptors(mask);
     occupyStandardDescriptors();
     int occupied = 0;
-    for (int fd = 0; fd < 3; ++fd) occupied |= isNullDevice(fd) ? 1 << fd : 0;
+    for (int fd = 0; fd < 3; ++fd) {
+      if (isNullDevice(fd) && ::fcntl(fd, F_GETFD) == 0) occupied |= 1 << fd;
+    }
     return upcomingDescriptor(1) == upcoming ? occupied : 200;
   });
   return child.exitCode();

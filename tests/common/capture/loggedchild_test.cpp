@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <climits>
+#include <cstdio>
 #include <filesystem>
 #include <list>
 #include <string>
@@ -22,6 +23,20 @@ namespace {
 namespace fs = std::filesystem;
 using Lines = std::list<std::string>;
 using Texts = std::vector<std::string>;
+
+TEST(OpenOutput, ReadEnd_BelongsToTheStreamAndTheWriteEndIsClosed) {
+  Stream output(nullptr, &std::fclose);
+  {
+    Pipe pipe;
+    ASSERT_TRUE(makePipe(pipe));
+    ASSERT_EQ(::write(pipe.writeEnd.get(), "a\n", 2), 2);
+    output = openOutput(pipe);
+  }
+  EXPECT_EQ(std::fgetc(output.get()), 'a');
+  EXPECT_EQ(std::fgetc(output.get()), '\n');
+  EXPECT_EQ(std::fgetc(output.get()), EOF);
+  EXPECT_NE(std::feof(output.get()), 0);
+}
 
 TEST(CollectLines, Lines_AreAppendedWithoutTheirLineEnds) {
   const std::string five = "1\n2\n3\n4\n5\n";

@@ -45,8 +45,7 @@ GONE = ("killed", "overran")
 INCLUDED = {"src/main/main.cpp": "tests/main/main_fakes_CLog_test.cpp"}
 # The program of all tests that take the place of nothing.
 ALL_UNITS = "unit_tests"
-# Many cases sleep, or wait for a shell: more than a second's worth of them runs as so many processes at once. The
-# slow programs mostly sleep.
+# Many cases sleep, or wait for a shell: more than a second's worth of them runs as so many processes at once.
 SHARDS = 4
 
 

@@ -17,7 +17,7 @@
 #include <system_error>
 #include <vector>
 
-#include "e2e/support/expectedlog.h"
+#include "e2e/support/expected.h"
 #include "support/childrun.h"
 #include "support/scratch.h"
 

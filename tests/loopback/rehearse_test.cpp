@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "e2e/support/expectedlog.h"
+#include "e2e/support/expected.h"
 #include "support/childrun.h"
 #include "support/scratch.h"
 

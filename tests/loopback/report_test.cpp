@@ -8,8 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "e2e/support/exchanges.h"
-#include "e2e/support/expectedlog.h"
+#include "e2e/support/expected.h"
 #include "support/scratch.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <string>
 
-#include "e2e/support/expectedlog.h"
+#include "e2e/support/expected.h"
 #include "support/childrun.h"
 #include "support/scratch.h"
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "inherited/testimony.h"
+#include "core/judge.h"
 
 /// What one of the descriptors 0 to 2 is when the command starts.
 enum class Stream {
@@ -19,6 +19,7 @@ enum class Stream {
   kFull,       // /dev/full
   kBrokenPipe  // a pipe whose reader has gone
 };
+constexpr const char* kStreamNames[] = {"ordinary", "closed", "wrong-way", "full", "broken"};
 constexpr int kStreamKinds = 5;
 
 /// The working directory.
@@ -29,6 +30,8 @@ enum class Folder {
   kDeep,        // of a name longer than 4,096 bytes
   kDetached     // on a file system that was unmounted below it
 };
+constexpr const char* kFolderNames[] = {"case", "deleted", "unreadable", "deep", "detached"};
+constexpr int kFolderKinds = 5;
 
 enum class Session {
   kCallers,     // whatever the proof was started in
@@ -50,7 +53,13 @@ struct Caller {
   mode_t mask = 022;
   int nice = 0;
   Session session = Session::kCallers;
+
+  /// "NAME=value" in front of all other entries of the environment.
+  void setVariable(const std::string& entry) { environment.insert(environment.begin(), entry); }
 };
+
+/// The signals whose disposition and mask nobody may change.
+constexpr std::uint64_t kFixedSignals = bitOf(9) | bitOf(19);
 
 /// What has to be there for a caller: its working directory and its terminal. One object a run;
 /// both go with it.
@@ -73,11 +82,10 @@ class Surroundings {
 
 /// For the process that is about to become the command: makes everything as the caller has it, and
 /// writes down what came of it. Returns whether it could.
-bool handDown(const Caller& caller, const Surroundings& surroundings, Testimony* testimony);
+bool handDown(const Caller& caller, const Surroundings& surroundings);
 
-/// What of the caller's `observation` does not show; empty when all of it has taken effect. The
+/// What of the caller's `observation` does not show; nothing when all of it has taken effect. The
 /// argument list and the environment are looked at where `isLoaded`, by the command itself.
-std::vector<std::string> unseen(const Caller& caller, const Observation& observation,
-                                bool isLoaded);
+Findings unseen(const Caller& caller, const Observation& observation, bool isLoaded);
 
 #endif

@@ -1,5 +1,3 @@
-#include "inherited/exceptions.h"
-
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/utsname.h>
@@ -7,12 +5,10 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <tuple>
 
-#include "sweep/ending.h"
-#include "sweep/loglines.h"
-
-const char* const kWantOfMemory = "want of memory";
-const char* const kWantOfStack = "want of stack";
+#include "core/loglines.h"
+#include "inherited/judge.h"
 
 namespace {
 
@@ -388,6 +384,40 @@ void lackStack(const Situation& situation, Expected& expected) {
 }
 
 }  // namespace
+
+bool Expected::operator==(const Expected& other) const {
+  const auto all = [](const Expected& one) {
+    return std::tie(one.isLoaded, one.status, one.messages, one.mostLogBytes, one.backup,
+                    one.record, one.output, one.errors, one.children, one.ignoredHidden,
+                    one.blockedHidden, one.left, one.zones);
+  };
+  return all(*this) == all(other);
+}
+
+std::vector<std::string> childrenOf(const Run& run) {
+  std::vector<std::string> children;
+  for (const Observation& observation : run.observations) {
+    if (observation.role != Role::kShell && observation.role != Role::kCollector) continue;
+    const char* kind = observation.role == Role::kShell ? "sh: " : "collect: ";
+    children.push_back(kind + withFixedNames(observation.detail));
+  }
+  return children;
+}
+
+Expected expectationFrom(const Scenario& scenario, const Run& run) {
+  Expected expected;
+  const Outcome& outcome = run.outcome;
+  expected.status = scenario.status;
+  for (const LogLine& line : linesOf(outcome.log)) {
+    expected.messages.push_back(withFixedNames(line.message));
+  }
+  expected.backup = outcome.backup;
+  expected.record = outcome.record;
+  expected.output = outcome.output;
+  expected.errors = outcome.errors;
+  expected.children = childrenOf(run);
+  return expected;
+}
 
 const std::vector<Exception>& exceptions() {
   static const std::vector<Exception> all = {

@@ -1,139 +1,296 @@
-#include "inherited/families.h"
-
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <stdexcept>
+#include <csignal>
+#include <random>
 
-#include "inherited/stagefiles.h"
+#include "inherited/situation.h"
 
 namespace {
 
-/// What the first collection command prints, see witness.cpp.
-std::string collectedText(std::size_t bytes) {
-  std::string text;
-  while (text.size() + kCollectedLine < bytes) text += std::string(kCollectedLine - 1, 'c') + "\n";
-  const std::string line = std::string(kCollectedLine - 1, 'c') + "\n";
-  return text + line.substr(line.size() - (bytes - text.size()));
+constexpr rlim_t kKilobyte = 1024;
+constexpr rlim_t kMegabyte = 1024 * kKilobyte;
+
+// --- signals -------------------------------------------------------------------------------------
+
+/// The `number`th subset of the signals that the command sees to by itself.
+std::uint64_t subsetOf(unsigned number) {
+  constexpr std::uint64_t kSettled[] = {bitOf(SIGCHLD), bitOf(SIGPIPE), bitOf(SIGXFSZ)};
+  std::uint64_t set = 0;
+  for (unsigned at = 0; at < 3; ++at) set |= (number >> at & 1U) != 0 ? kSettled[at] : 0;
+  return set;
 }
 
-Scenario prepared(Scenario scenario, std::size_t collectedBytes) {
-  for (const auto& [name, text] : scenario.files) {
-    for (std::string& argument : scenario.arguments) {
-      if (argument == name) argument = std::string(kCaseFolder) + "/" + name;
+void addSignals(Catalogue& catalogue) {
+  for (int signal = 1; signal <= kSignals; ++signal) {
+    const std::uint64_t bit = bitOf(signal);
+    if ((bit & kFixedSignals) != 0) continue;
+    const auto add = [&](const char* family, std::uint64_t Caller::*set) {
+      catalogue.add(family, {"incident", "event-err"}, std::to_string(signal),
+                    [=](Situation& situation) { situation.caller.*set = bit; });
+    };
+    add("ignored", &Caller::ignored);
+    add("blocked", &Caller::blocked);
+    add("pending", &Caller::pending);
+  }
+  const auto add = [&](std::initializer_list<const char*> scenarios, const std::string& what,
+                       std::uint64_t ignored, std::uint64_t blocked) {
+    catalogue.add("ignored and blocked", scenarios, what, [=](Situation& situation) {
+      situation.caller.ignored = ignored;
+      situation.caller.blocked = blocked;
+    });
+  };
+  for (unsigned ignored = 0; ignored < 8; ++ignored) {
+    for (unsigned blocked = ignored == 0 ? 1 : 0; blocked < 8; ++blocked) {
+      add({"incident", "incident-trace", "event-err", "log-rotation"},
+          std::to_string(ignored) + "." + std::to_string(blocked), subsetOf(ignored),
+          subsetOf(blocked));
     }
   }
-  if (scenario.output.empty()) return scenario;
-  scenario.collected = collectedText(collectedBytes);
-  scenario.output = scenario.collected + kCollectedBySecond;
-  return scenario;
+  const auto scenarios = {"incident", "incident-above-pipe", "event-err", "log-rotation"};
+  add(scenarios, "all.none", ~kFixedSignals, 0);
+  add(scenarios, "none.all", 0, ~kFixedSignals);
+  add(scenarios, "all.all", ~kFixedSignals, ~kFixedSignals);
 }
 
-const Scenario& original(const std::string& name) {
-  for (const Scenario& scenario : scenarios()) {
-    if (scenario.name == name) return scenario;
+// --- descriptors ---------------------------------------------------------------------------------
+
+void addStreams(Catalogue& catalogue) {
+  constexpr int kCombinations = kStreamKinds * kStreamKinds * kStreamKinds;
+  for (int number = 1; number < kCombinations; ++number) {
+    const int kinds[] = {number / kStreamKinds / kStreamKinds, number / kStreamKinds % kStreamKinds,
+                         number % kStreamKinds};
+    std::string what;
+    std::array<Stream, kStreams> streams = {};
+    for (std::size_t stream = 0; stream < streams.size(); ++stream) {
+      streams[stream] = static_cast<Stream>(kinds[stream]);
+      what += (what.empty() ? "" : " ") + std::string(kStreamNames[kinds[stream]]);
+    }
+    catalogue.add(
+        "descriptors",
+        {"incident", "incident-above-buffer", "incident-above-pipe", "event-err", "log-rotation"},
+        what, [streams](Situation& situation) { situation.caller.streams = streams; });
   }
-  throw std::invalid_argument("no scenario is called " + name);
 }
 
-Scenario renamed(Scenario scenario, const std::string& name) {
-  scenario.name = name;
-  return scenario;
+// --- limits --------------------------------------------------------------------------------------
+
+Change limitTo(int resource, rlim_t value) {
+  return [=](Situation& situation) { situation.caller.limits[resource] = value; };
 }
 
-std::vector<Scenario> makeScenarios() {
-  constexpr std::size_t kBelowBuffer = 20;
-  constexpr std::size_t kAboveBuffer = 10000;  // of standard output, 4,096 bytes
-  constexpr std::size_t kAbovePipe = 200000;   // which holds 65,536
-  std::vector<Scenario> all;
-  for (const char* name :
-       {"incident", "incident-trace", "event-err", "event-trace", "log-rotation"}) {
-    all.push_back(prepared(original(name), kBelowBuffer));
+void addFileSizes(Catalogue& catalogue) {
+  for (const rlim_t bytes :
+       {0UL,     1UL,     10UL,     20UL,     27UL,     28UL,     50UL,     100UL,
+        200UL,   300UL,   400UL,    500UL,    600UL,    700UL,    800UL,    900UL,
+        1000UL,  1200UL,  1500UL,   2000UL,   3000UL,   4000UL,   4096UL,   10000UL,
+        20000UL, 50000UL, 100000UL, 200000UL, 511999UL, 512000UL, 512001UL, 600000UL}) {
+    catalogue.add("limit on file size",
+                  {"incident", "incident-trace", "incident-above-pipe", "event-err", "event-trace",
+                   "log-rotation"},
+                  std::to_string(bytes), limitTo(RLIMIT_FSIZE, bytes));
+    catalogue.add("limit on file size", {"incident", "event-err"},
+                  std::to_string(bytes) + " SIGXFSZ ignored", [bytes](Situation& situation) {
+                    limitTo(RLIMIT_FSIZE, bytes)(situation);
+                    situation.caller.ignored = bitOf(SIGXFSZ);
+                  });
   }
-  const Scenario& incident = original("incident");
-  all.push_back(renamed(prepared(incident, kAboveBuffer), "incident-above-buffer"));
-  all.push_back(renamed(prepared(incident, kAbovePipe), "incident-above-pipe"));
-  return all;
 }
 
-const Scenario& scenarioOf(const std::string& name) {
-  for (const Scenario& scenario : inheritedScenarios()) {
-    if (scenario.name == name) return scenario;
+void addOpenFiles(Catalogue& catalogue) {
+  constexpr rlim_t kMost = 24;
+  for (rlim_t count = kStreams; count <= kMost; ++count) {
+    for (unsigned closed = 0; closed < 8; ++closed) {
+      const std::string what = closed == 0 ? "" : " closed " + std::to_string(closed);
+      catalogue.add("limit on open files", {"incident", "event-err", "log-rotation"},
+                    std::to_string(count) + what, [count, closed](Situation& situation) {
+                      limitTo(RLIMIT_NOFILE, count)(situation);
+                      for (unsigned stream = 0; stream < kStreams; ++stream) {
+                        if ((closed >> stream & 1U) == 0) continue;
+                        situation.caller.streams[stream] = Stream::kClosed;
+                      }
+                    });
+    }
   }
-  throw std::invalid_argument("no scenario is called " + name);
+  for (const std::string zone : {"UTC0", "XST-9", "Asia/Tokyo"}) {
+    catalogue.add("limit on open files", {"event-err"}, "4 zone " + zone,
+                  [zone](Situation& situation) {
+                    limitTo(RLIMIT_NOFILE, kStreams + 1)(situation);
+                    situation.caller.setVariable("TZ=" + zone);
+                  });
+  }
+}
+
+void addMemory(Catalogue& catalogue) {
+  for (rlim_t steps = 4; steps <= 128; ++steps) {
+    const rlim_t bytes = steps * kMegabyte / 16;
+    catalogue.add("limit on address space", {"incident", "event-err"}, std::to_string(bytes),
+                  limitTo(RLIMIT_AS, bytes));
+  }
+  for (rlim_t pages = 1; pages <= 32; ++pages) {
+    const rlim_t bytes = pages * 4 * kKilobyte;
+    catalogue.add("limit on stack", {"incident", "event-err", "log-rotation"},
+                  std::to_string(bytes), limitTo(RLIMIT_STACK, bytes));
+  }
+  rlimit core = {};
+  ::getrlimit(RLIMIT_CORE, &core);
+  for (const rlim_t bytes : {rlim_t{0}, rlim_t{1}, rlim_t{kMegabyte}, rlim_t{RLIM_INFINITY}}) {
+    if (bytes == core.rlim_cur || bytes > core.rlim_max) continue;
+    catalogue.add("limit on core", {"incident", "event-err", "log-rotation"}, std::to_string(bytes),
+                  limitTo(RLIMIT_CORE, bytes));
+  }
+}
+
+// --- what else a process has ---------------------------------------------------------------------
+
+void addFolders(Catalogue& catalogue) {
+  for (int kind = 1; kind < kFolderKinds; ++kind) {
+    const auto folder = static_cast<Folder>(kind);
+    catalogue.add("working directory",
+                  {"incident", "incident-trace", "event-err", "event-trace", "log-rotation"},
+                  kFolderNames[kind],
+                  [folder](Situation& situation) { situation.caller.folder = folder; });
+  }
+}
+
+void addMasks(Catalogue& catalogue) {
+  constexpr mode_t kMost = 0777;
+  for (mode_t mask = 0; mask <= kMost; ++mask) {
+    if (mask == Caller().mask) continue;
+    char text[8];
+    std::snprintf(text, sizeof text, "%03o", mask);
+    catalogue.add("mask", {"incident", "event-err"}, text,
+                  [mask](Situation& situation) { situation.caller.mask = mask; });
+  }
+}
+
+void addNiceness(Catalogue& catalogue) {
+  constexpr int kMost = 19;
+  for (int nice = leastNice(); nice <= kMost; ++nice) {
+    if (nice == ::getpriority(PRIO_PROCESS, 0)) continue;
+    catalogue.add("niceness", {"incident", "event-err"}, std::to_string(nice),
+                  [nice](Situation& situation) { situation.caller.nice = nice; });
+  }
+}
+
+void addSessions(Catalogue& catalogue) {
+  const auto add = [&catalogue](const char* what, Session session) {
+    catalogue.add("session", {"incident", "event-err", "log-rotation"}, what,
+                  [session](Situation& situation) { situation.caller.session = session; });
+  };
+  add("without a terminal", Session::kNoTerminal);
+  add("with a terminal", Session::kTerminal);
+}
+
+void addWords(Catalogue& catalogue) {
+  const auto add = [&catalogue](std::size_t count, const std::string& word) {
+    catalogue.add("arguments", {"incident", "event-err", "log-rotation"},
+                  std::to_string(count) + " of " + std::to_string(word.size()),
+                  [=](Situation& situation) {
+                    std::vector<std::string>& words = situation.caller.words;
+                    words.resize(words.size() + count, word);
+                  });
+  };
+  constexpr std::size_t kLongest = 128UL * 1024UL - 1;  // what the kernel takes as one word
+  add(1, "");
+  add(1, "\xff\xfe");
+  add(100, "-i");
+  add(100, "-r");
+  add(1, std::string(kLongest, 'w'));
+  add(kMegabyte / kLongest, std::string(kLongest, 'w'));
+  add(kMegabyte / 10, "123456789");
+}
+
+void addPrograms(Catalogue& catalogue) {
+  std::vector<std::string> programs = {
+      "", "tanexics", "-tanexics", "/", "a\nb", "%s%n%d", "../../srv/bin/tanexics", "\xff"};
+  for (const std::size_t bytes : {2000, 2020, 3000, 100000}) programs.emplace_back(bytes, 'p');
+  for (std::size_t at = 0; at < programs.size(); ++at) {
+    const std::string& program = programs[at];
+    catalogue.add("program's name", {"incident", "event-err", "log-rotation"}, std::to_string(at),
+                  [program](Situation& situation) { situation.caller.program = program; });
+  }
+}
+
+// --- much of it at once --------------------------------------------------------------------------
+
+using Random = std::mt19937_64;
+
+unsigned below(Random& random, unsigned end) {
+  return std::uniform_int_distribution<unsigned>(0, end - 1)(random);
+}
+
+/// About a quarter of all signals.
+std::uint64_t someSignals(Random& random) {
+  const std::uint64_t half = random();
+  return half & random() & ~kFixedSignals;
+}
+
+void mix(Random& random, Situation& situation) {
+  constexpr std::uint64_t kOfStops =
+      bitOf(SIGCONT) | bitOf(SIGTSTP) | bitOf(SIGTTIN) | bitOf(SIGTTOU);
+  Caller& caller = situation.caller;
+  caller.ignored = someSignals(random);
+  caller.blocked = someSignals(random);
+  // What is ignored is discarded before it is pending, and stopping and going on discard each
+  // other.
+  caller.pending = someSignals(random) & caller.blocked & ~caller.ignored & ~kOfStops;
+  for (Stream& stream : caller.streams) stream = static_cast<Stream>(below(random, kStreamKinds));
+  caller.mask = static_cast<mode_t>(below(random, 01000));
+  caller.nice += static_cast<int>(below(random, 5));
+  caller.folder = static_cast<Folder>(below(random, kFolderKinds));
+  caller.session = static_cast<Session>(below(random, 3));
+  // A shell whose complaint about such a directory finds no reader dies of SIGPIPE once it empties
+  // the mask, while its command runs or after it: nobody can tell which.
+  const bool isComplaining =
+      caller.folder == Folder::kDeleted || caller.folder == Folder::kDetached;
+  if (isComplaining && caller.streams[2] == Stream::kBrokenPipe) {
+    caller.blocked &= ~bitOf(SIGPIPE);
+    caller.pending &= ~bitOf(SIGPIPE);
+  }
+  for (const char* entry : {"TZ=XST-9", "LANG=ja_JP.eucJP", "LC_ALL=nonsense", "IFS=/",
+                            "HOME=", "TMPDIR=/nonexistent", "LD_LIBRARY_PATH=/nonexistent"}) {
+    if (below(random, 2) == 0) caller.setVariable(entry);
+  }
+  caller.words.resize(caller.words.size() + below(random, 1000), "word");
+  caller.limits[RLIMIT_NOFILE] = 12 + below(random, 20);  // enough for a shell
 }
 
 }  // namespace
 
-const std::vector<Scenario>& inheritedScenarios() {
-  static const std::vector<Scenario> all = makeScenarios();
-  return all;
-}
-
-Situation undisturbed(const Scenario& scenario) {
-  Situation situation;
-  situation.family = "undisturbed";
-  situation.name = "undisturbed " + scenario.name;
-  situation.scenario = &scenario;
-  situation.caller.program = kCommandFile;
-  situation.caller.words = scenario.arguments;
-  situation.caller.environment = {"PATH=/usr/bin:/bin"};
-  for (const auto& [name, value] : scenario.environment) {
-    situation.caller.environment.push_back(name);
-    situation.caller.environment.back() += "=" + value;
-  }
-  situation.caller.nice = ::getpriority(PRIO_PROCESS, 0);
-  return situation;
-}
-
-void Catalogue::add(const std::string& family, std::initializer_list<const char*> scenarios,
-                    const std::string& what, const std::function<void(Situation&)>& change) {
-  for (const char* name : scenarios) {
-    Situation situation = undisturbed(scenarioOf(name));
-    situation.family = family;
-    situation.name = name;
-    situation.name.append(" ").append(family).append(" ").append(what);
-    change(situation);
-    m_situations.push_back(std::move(situation));
-  }
-}
-
-std::vector<Situation> allSituations() {
-  Catalogue catalogue;
+void addProcess(Catalogue& catalogue) {
   addSignals(catalogue);
   addStreams(catalogue);
-  addLimits(catalogue);
-  addProcess(catalogue);
-  addEnvironment(catalogue);
-  addTemporary(catalogue);
-  addMixtures(catalogue);
-  return std::move(catalogue.situations());
+  addFileSizes(catalogue);
+  addOpenFiles(catalogue);
+  addMemory(catalogue);
+  addFolders(catalogue);
+  addMasks(catalogue);
+  addNiceness(catalogue);
+  addSessions(catalogue);
+  addWords(catalogue);
+  addPrograms(catalogue);
 }
 
-bool canDo(const std::function<bool()>& something) {
-  const pid_t pid = ::fork();
-  if (pid == 0) ::_exit(something() ? 0 : 1);
-  int status = -1;
-  return pid > 0 && ::waitpid(pid, &status, 0) == pid && status == 0;
-}
-
-void setVariable(Caller& caller, const std::string& entry) {
-  caller.environment.insert(caller.environment.begin(), entry);
+void addMixtures(Catalogue& catalogue) {
+  constexpr int kMixtures = 100;
+  for (int number = 0; number < kMixtures; ++number) {
+    Random random(static_cast<Random::result_type>(number));  // the same in every run
+    catalogue.add("mixture", {"incident", "incident-above-pipe", "event-err", "log-rotation"},
+                  std::to_string(number),
+                  [&random](Situation& situation) { mix(random, situation); });
+  }
 }
 
 int leastNice() {
   constexpr int kLeast = -20;
-  static const int least = canDo([] { return ::setpriority(PRIO_PROCESS, 0, kLeast) == 0; })
-                               ? kLeast
-                               : ::getpriority(PRIO_PROCESS, 0);
-  return least;
-}
-
-std::vector<std::string> leftOut() {
-  std::vector<std::string> what = {
-      "SIGKILL and SIGSTOP ignored or blocked: the kernel allows neither"};
-  if (leastNice() > -20) what.emplace_back("less niceness than the caller's: not permitted here");
-  return what;
+  // Tried in a process that ends with it.
+  static const bool isPermitted = [] {
+    const pid_t pid = ::fork();
+    if (pid == 0) ::_exit(::setpriority(PRIO_PROCESS, 0, kLeast) == 0 ? 0 : 1);
+    int status = -1;
+    return pid > 0 && ::waitpid(pid, &status, 0) == pid && status == 0;
+  }();
+  return isPermitted ? kLeast : ::getpriority(PRIO_PROCESS, 0);
 }

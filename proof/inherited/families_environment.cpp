@@ -1,4 +1,7 @@
-#include "inherited/families.h"
+#include <iterator>
+#include <sstream>
+
+#include "inherited/situation.h"
 
 namespace {
 
@@ -6,24 +9,36 @@ using Texts = std::vector<std::string>;
 
 constexpr std::size_t kMegabyte = 1024UL * 1024UL;
 
-/// One entry in front of the others, in the scenarios that run every kind of child.
+/// The scenarios that run every kind of child.
+const std::initializer_list<const char*> kScenarios = {"incident", "event-err", "log-rotation"};
+
+/// The words of a text that are separated by blanks and line feeds.
+Texts wordsOf(const std::string& text) {
+  std::istringstream stream(text);
+  return Texts(std::istream_iterator<std::string>(stream), {});
+}
+
+/// One entry in front of the others.
 void addEntries(Catalogue& catalogue, const std::string& family, const Texts& entries) {
   for (std::size_t at = 0; at < entries.size(); ++at) {
     const std::string& entry = entries[at];
     catalogue.add(
-        family, {"incident", "event-err", "log-rotation"},
+        family, kScenarios,
         std::to_string(at) + " " + entry.substr(0, entry.find_first_of("\n\xff")).substr(0, 40),
-        [entry](Situation& situation) { setVariable(situation.caller, entry); });
+        [entry](Situation& situation) { situation.caller.setVariable(entry); });
   }
 }
 
 Texts values(const std::string& name, const Texts& values) {
   Texts entries;
-  for (const std::string& value : values) {
-    entries.push_back(name);
-    entries.back() += "=" + value;
-  }
+  for (const std::string& value : values) entries.push_back(std::string(name).append("=") + value);
   return entries;
+}
+
+Texts joined(std::initializer_list<Texts> parts) {
+  Texts all;
+  for (const Texts& part : parts) all.insert(all.end(), part.begin(), part.end());
+  return all;
 }
 
 // --- what is read by nothing, or by the shell alone ----------------------------------------------
@@ -31,62 +46,30 @@ Texts values(const std::string& name, const Texts& values) {
 void addOdd(Catalogue& catalogue) {
   // Run by no shell that is not a terminal's; it would leave a file.
   const std::string run = "$(touch /srv/t/ran)";
+  const Texts shapeless = {"",     "=",     "=value",  "NOVALUE",
+                           "PATH", "A B=c", "LF=a\nb", "\xff\xfe=\xff"};
+  const Texts ran = {"PATH=/usr/bin:/bin",
+                     "ENV=" + run,
+                     "BASH_ENV=" + run,
+                     "PS1=" + run,
+                     "PS4=" + run,
+                     "SHELLOPTS=xtrace:errexit",
+                     "POSIXLY_CORRECT=1",
+                     "BASH_FUNC_mkdir%%=() { touch /srv/t/ran; }",
+                     "mkdir=() { touch /srv/t/ran; }"};
+  const Texts others = wordsOf(R"(
+      SHELL=/bin/false HOME= HOME=/nonexistent PWD=/nonexistent OLDPWD=/nonexistent CDPATH=/tmp:/
+      OPTIND=9 PPID=1 LINENO=7 MAIL=/nonexistent FCEDIT=/bin/false TERM=dumb COLUMNS=1 LINES=1
+      HOSTNAME=liar HOST=liar USER=nobody LOGNAME=nobody
+      VERSION_CONTROL=numbered SIMPLE_BACKUP_SUFFIX=.bak QUOTING_STYLE=shell BLOCK_SIZE=1
+      MALLOC_CHECK_=3 MALLOC_PERTURB_=165 MALLOC_ARENA_MAX=1 MALLOC_TOP_PAD_=0
+      GLIBC_TUNABLES=glibc.malloc.tcache_count=0
+      GCONV_PATH=/nonexistent LOCPATH=/nonexistent NLSPATH=/nonexistent
+      LD_BIND_NOW=1 LD_BIND_NOT=1 LD_ORIGIN_PATH=/nonexistent
+      TANEX_LOG_LEVEL=log_level_trace TANEX_LOG_LEVEL= TANEX_NOT_DEL_TEMP=
+      PKG_INSTALL_ROOT=/nonexistent)");
   addEntries(catalogue, "environment",
-             {"",
-              "=",
-              "=value",
-              "NOVALUE",
-              "PATH",
-              "A B=c",
-              "LF=a\nb",
-              "\xff\xfe=\xff",
-              "PATH=/usr/bin:/bin",
-              "ENV=" + run,
-              "BASH_ENV=" + run,
-              "PS1=" + run,
-              "PS4=" + run,
-              "SHELLOPTS=xtrace:errexit",
-              "POSIXLY_CORRECT=1",
-              "BASH_FUNC_mkdir%%=() { touch /srv/t/ran; }",
-              "mkdir=() { touch /srv/t/ran; }",
-              "SHELL=/bin/false",
-              "HOME=",
-              "HOME=/nonexistent",
-              "PWD=/nonexistent",
-              "OLDPWD=/nonexistent",
-              "CDPATH=/tmp:/",
-              "OPTIND=9",
-              "PPID=1",
-              "LINENO=7",
-              "MAIL=/nonexistent",
-              "FCEDIT=/bin/false",
-              "TERM=dumb",
-              "COLUMNS=1",
-              "LINES=1",
-              "HOSTNAME=liar",
-              "HOST=liar",
-              "USER=nobody",
-              "LOGNAME=nobody",
-              "VERSION_CONTROL=numbered",
-              "SIMPLE_BACKUP_SUFFIX=.bak",
-              "QUOTING_STYLE=shell",
-              "BLOCK_SIZE=1",
-              "MALLOC_CHECK_=3",
-              "MALLOC_PERTURB_=165",
-              "MALLOC_ARENA_MAX=1",
-              "MALLOC_TOP_PAD_=0",
-              "GLIBC_TUNABLES=glibc.malloc.tcache_count=0",
-              "GCONV_PATH=/nonexistent",
-              "LOCPATH=/nonexistent",
-              "NLSPATH=/nonexistent",
-              "LD_BIND_NOW=1",
-              "LD_BIND_NOT=1",
-              "LD_ORIGIN_PATH=/nonexistent",
-              "TANEX_LOG_LEVEL=log_level_trace",
-              "TANEX_LOG_LEVEL=",
-              "TANEX_NOT_DEL_TEMP=",
-              "PKG_INSTALL_ROOT=/nonexistent",
-              std::string(127UL * 1024UL, 'n') + "=value"});
+             joined({shapeless, ran, others, {std::string(127UL * 1024UL, 'n') + "=value"}}));
   addEntries(catalogue, "environment",
              values("IFS", {"", " ", "/", ":", "-", "\n", "swcon", "0123456789",
                             "abcdefghijklmnopqrstuvwxyz/ -"}));
@@ -94,19 +77,18 @@ void addOdd(Catalogue& catalogue) {
 
 void addSizes(Catalogue& catalogue) {
   const auto add = [&catalogue](const std::string& what, std::size_t count, std::size_t bytes) {
-    catalogue.add("environment", {"incident", "event-err", "log-rotation"}, what,
-                  [=](Situation& situation) {
-                    for (std::size_t at = 0; at < count; ++at) {
-                      std::string name = "V" + std::to_string(at) + "=";
-                      name.resize(bytes, 'v');
-                      situation.caller.environment.push_back(name);
-                    }
-                  });
+    catalogue.add("environment", kScenarios, what, [=](Situation& situation) {
+      for (std::size_t at = 0; at < count; ++at) {
+        std::string name = "V" + std::to_string(at) + "=";
+        name.resize(bytes, 'v');
+        situation.caller.environment.push_back(name);
+      }
+    });
   };
   add("1 MB in 8", 8, kMegabyte / 8 - 1);
   add("1 MB in 1,024", 1024, 1023);
   add("1 MB in 32,768", 32768, 31);
-  catalogue.add("environment", {"incident", "event-err", "log-rotation"}, "none at all",
+  catalogue.add("environment", kScenarios, "none at all",
                 [](Situation& situation) { situation.caller.environment.clear(); });
 }
 
@@ -114,11 +96,10 @@ void addSizes(Catalogue& catalogue) {
 
 void addPaths(Catalogue& catalogue) {
   const auto add = [&catalogue](const std::string& value, bool hasNoCommands) {
-    catalogue.add("PATH", {"incident", "event-err", "log-rotation"},
-                  "'" + value.substr(0, 40) + "'", [=](Situation& situation) {
-                    situation.caller.environment = {"PATH=" + value};
-                    situation.hasNoCommands = hasNoCommands;
-                  });
+    catalogue.add("PATH", kScenarios, "'" + value.substr(0, 40) + "'", [=](Situation& situation) {
+      situation.caller.environment = {"PATH=" + value};
+      situation.hasNoCommands = hasNoCommands;
+    });
   };
   for (const char* value :
        {"", ".", ":", "/nonexistent", "/srv/t", "/usr/bin/mkdir", "relative/bin"}) {
@@ -133,24 +114,25 @@ void addPaths(Catalogue& catalogue) {
   std::string folders;
   while (folders.size() < kMegabyte / 16) folders += "/nonexistent:";
   add(folders + "/usr/bin", /*hasNoCommands=*/false);
-  catalogue.add("PATH", {"incident", "event-err", "log-rotation"}, "unset",
+  catalogue.add("PATH", kScenarios, "unset",
                 [](Situation& situation) { situation.caller.environment = {"A=b"}; });
 }
 
 void addLoader(Catalogue& catalogue) {
   std::string folders;
-  for (int number = 0; number < 1000; ++number)
+  for (int number = 0; number < 1000; ++number) {
     folders += "/nonexistent" + std::to_string(number) + ":";
-  const Texts others = {"",  ":",           "/nonexistent",          "/usr/lib", "/srv/t:/tmp",
-                        ".", "/srv/t;/tmp", "/nonexistent:/usr/lib", folders};
-  addEntries(catalogue, "LD_LIBRARY_PATH", values("LD_LIBRARY_PATH", others));
+  }
+  addEntries(catalogue, "LD_LIBRARY_PATH",
+             values("LD_LIBRARY_PATH", {"", ":", "/nonexistent", "/usr/lib", "/srv/t:/tmp", ".",
+                                        "/srv/t;/tmp", "/nonexistent:/usr/lib", folders}));
   for (const std::string& value :
        Texts{"/srv/lib", "/nonexistent:/srv/lib", "/srv/lib:/nonexistent", ":/srv/lib",
              "/srv/lib:", "/srv/t:/srv/lib:/tmp", "/usr/lib:/srv/lib", "/nonexistent;/srv/lib",
              folders + "/srv/lib"}) {
     catalogue.add("LD_LIBRARY_PATH", {"incident", "event-err"},
                   "only '" + value.substr(0, 40) + "'", [value](Situation& situation) {
-                    setVariable(situation.caller, "LD_LIBRARY_PATH=" + value);
+                    situation.caller.setVariable("LD_LIBRARY_PATH=" + value);
                     situation.isLibraryElsewhere = true;
                   });
   }
@@ -159,56 +141,22 @@ void addLoader(Catalogue& catalogue) {
 // --- zone and language ---------------------------------------------------------------------------
 
 void addZones(Catalogue& catalogue) {
-  addEntries(catalogue, "TZ",
-             values("TZ", {"",
-                           ":",
-                           "UTC",
-                           "UTC0",
-                           "XST-9",
-                           "XST+9",
-                           "XST-14",
-                           "XST+12",
-                           "XST-24:59:59",
-                           "XST+24:59:59",
-                           "XST-5:45:30",
-                           "<+1245>-12:45",
-                           "<->9",
-                           "AAA0BBB,0,364",
-                           "AAA3BBB,J1/0,J365/23",
-                           "EST5EDT,M3.2.0,M11.1.0",
-                           "EST5EDT4,M3.2.0/-167,M11.1.0/167",
-                           "EST5EDT",
-                           "Europe/London",
-                           "Asia/Tokyo",
-                           ":America/St_Johns",
-                           "Pacific/Kiritimati",
-                           "right/UTC",
-                           "posix/Asia/Tokyo",
-                           "/etc/localtime",
-                           ":/etc/localtime",
-                           "/usr/share/zoneinfo/Asia/Tokyo",
-                           "nonsense",
-                           "X",
-                           "XST",
-                           "XST-",
-                           "XST-99",
-                           "-9",
-                           "/etc/passwd",
-                           "../../../../etc/passwd",
-                           "/dev/null",
-                           "/dev/zero",
-                           "/",
-                           "/nonexistent",
-                           "\xff\xfe",
-                           "a\nb",
-                           std::string(5000, 'z'),
-                           std::string(100000, '/')}));
+  const Texts zones = wordsOf(R"(
+      : UTC UTC0 XST-9 XST+9 XST-14 XST+12 XST-24:59:59 XST+24:59:59 XST-5:45:30
+      <+1245>-12:45 <->9 AAA0BBB,0,364 AAA3BBB,J1/0,J365/23 EST5EDT,M3.2.0,M11.1.0
+      EST5EDT4,M3.2.0/-167,M11.1.0/167 EST5EDT
+      Europe/London Asia/Tokyo :America/St_Johns Pacific/Kiritimati right/UTC posix/Asia/Tokyo
+      /etc/localtime :/etc/localtime /usr/share/zoneinfo/Asia/Tokyo
+      nonsense X XST XST- XST-99 -9
+      /etc/passwd ../../../../etc/passwd /dev/null /dev/zero / /nonexistent)");
+  const Texts odd = {"\xff\xfe", "a\nb", std::string(5000, 'z'), std::string(100000, '/')};
+  addEntries(catalogue, "TZ", values("TZ", joined({{""}, zones, odd})));
   for (const char* call : {"KEL_GetID", "KEL_StartComm"}) {
     for (const char* before : {"A=b", "TZ=UTC0", "TZ=AAA3", "TZ=Asia/Tokyo"}) {
       for (const char* zone : {"XST-9:30", "YST+5:30", "UTC1"}) {
         catalogue.add("TZ changed", {"incident", "event-err"},
                       std::string(call) + " " + before + " " + zone, [=](Situation& situation) {
-                        setVariable(situation.caller, before);
+                        situation.caller.setVariable(before);
                         situation.zoneCall = call;
                         situation.zone = zone;
                       });
@@ -218,31 +166,13 @@ void addZones(Catalogue& catalogue) {
 }
 
 void addLocales(Catalogue& catalogue) {
-  const Texts locales = {"",
-                         "C",
-                         "POSIX",
-                         "C.UTF-8",
-                         "C.utf8",
-                         "en_US.UTF-8",
-                         "en_US",
-                         "de_DE@euro",
-                         "ja",
-                         "japanese",
-                         "ja_JP.eucJP",
-                         "ja_JP.ujis",
-                         "ja_JP.SJIS",
-                         "ja_JP.UTF-8",
-                         "tr_TR.UTF-8",
-                         "zh_CN.GB18030",
-                         "ar_EG",
-                         "nonsense",
-                         "/nonexistent",
-                         "../../etc",
-                         "a/b",
-                         "\xff",
-                         std::string(5000, 'l')};
+  const Texts locales = wordsOf(R"(
+      C POSIX C.UTF-8 C.utf8 en_US.UTF-8 en_US de_DE@euro
+      ja japanese ja_JP.eucJP ja_JP.ujis ja_JP.SJIS ja_JP.UTF-8 tr_TR.UTF-8 zh_CN.GB18030 ar_EG
+      nonsense /nonexistent ../../etc a/b)");
   for (const char* name : {"LANG", "LC_ALL", "LC_MESSAGES", "LC_CTYPE", "LC_TIME", "LANGUAGE"}) {
-    addEntries(catalogue, "locale", values(name, locales));
+    const Texts odd = {"\xff", std::string(5000, 'l')};
+    addEntries(catalogue, "locale", values(name, joined({{""}, locales, odd})));
   }
 }
 

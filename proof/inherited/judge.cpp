@@ -4,11 +4,7 @@
 #include <csignal>
 #include <set>
 
-#include "inherited/stagefiles.h"
-#include "inherited/subject.h"
-#include "sweep/ending.h"
-#include "sweep/judge.h"
-#include "sweep/loglines.h"
+#include "core/loglines.h"
 
 namespace {
 
@@ -16,22 +12,20 @@ using Texts = std::vector<std::string>;
 
 // --- what was handed down ------------------------------------------------------------------------
 
-std::string libraryOf(const Situation& situation) {
-  return std::string(situation.isLibraryElsewhere ? kOwnLibraryFolder : kMakersFolder) +
-         "/libkelcom.so";
-}
-
-Texts unseenIn(const Situation& situation, const Run& run) {
-  const Observation* loaded = find(run, Role::kLoaded);
-  const Observation* caller = find(run, Role::kCaller);
+Findings unseenIn(const Situation& situation, const Run& run) {
+  const Observation* loaded = run.find(Role::kLoaded);
+  Findings missing;
   if (loaded == nullptr) {
-    return caller == nullptr ? Texts{"no observation"}
-                             : unseen(situation.caller, *caller, /*isLoaded=*/false);
+    const Observation* caller = run.find(Role::kCaller);
+    missing.expect(caller != nullptr, "no observation");
+    if (caller != nullptr) missing = unseen(situation.caller, *caller, /*isLoaded=*/false);
+    return missing;
   }
-  Texts missing = unseen(situation.caller, *loaded, /*isLoaded=*/true);
-  if (loaded->detail != libraryOf(situation))
-    missing.push_back("the library of " + std::string(loaded->detail));
-  if (!situation.zoneCall.empty() && !run.isZoneChanged) missing.emplace_back("the change of zone");
+  missing = unseen(situation.caller, *loaded, /*isLoaded=*/true);
+  const char* folder = situation.isLibraryElsewhere ? kOwnLibraryFolder : kMakersFolder;
+  missing.expect(loaded->detail == std::string(folder) + "/libkelcom.so",
+                 "the library of " + std::string(loaded->detail));
+  missing.expect(situation.zoneCall.empty() || run.isZoneChanged, "the change of zone");
   return missing;
 }
 
@@ -46,10 +40,9 @@ void judgeEnd(const Subject& subject) {
 void judgeRecord(const Subject& subject) {
   const std::string record = normalised(subject.run.outcome.record);
   subject.expect(record == normalised(subject.expected.record), "exchanges: " + record);
-  for (const std::string& broken :
-       judgeOrder(subject.run.outcome.record, *subject.situation.scenario, Ending::kWhole)) {
-    subject.broken.push_back("exchanges: " + broken);
-  }
+  subject.findings.take(
+      judgeOrder(subject.run.outcome.record, *subject.situation.scenario, Ending::kWhole),
+      "exchanges: ");
 }
 
 void judgeStreams(const Subject& subject) {
@@ -89,8 +82,8 @@ bool isNotStarted(const Subject& subject) {
 
 void judgeWantOfMemory(const Subject& subject) {
   if (isNotStarted(subject)) return;
-  const Reference reference = {subject.situation.scenario, subject.undisturbed.run.outcome};
-  judgeShortOfMemory(reference, subject.run.outcome, subject.broken);
+  judgeShortOfMemory(*subject.situation.scenario, subject.undisturbed.run.outcome,
+                     subject.run.outcome, subject.findings);
 }
 
 /// What was done until then was done as always.
@@ -99,17 +92,14 @@ void judgeWantOfStack(const Subject& subject) {
   const bool isEnded = signalOf(outcome.trace.waitStatus) == SIGSEGV;
   subject.expect(isEnded, "want: " + endText(outcome.trace.waitStatus));
   if (isNotStarted(subject)) return;
-  const std::vector<PlainLine> lines = plainLines(outcome.log);
+  const std::vector<LogLine> lines = linesOf(outcome.log);
   const Texts& messages = subject.expected.messages;
   for (std::size_t at = 0; at + 1 < lines.size(); ++at) {
     const std::string message = normalised(lines[at].message);
     subject.expect(at < messages.size() && message == normalised(messages[at]),
                    "want: line " + std::to_string(at + 1) + " is: " + message);
   }
-  for (const std::string& broken :
-       judgeOrder(outcome.record, *subject.situation.scenario, Ending::kCut)) {
-    subject.broken.push_back(broken);
-  }
+  subject.findings.take(judgeOrder(outcome.record, *subject.situation.scenario, Ending::kCut));
   subject.expect(outcome.inputs == subject.undisturbed.run.outcome.inputs,
                  "want: an input file was changed");
 }
@@ -120,18 +110,22 @@ Judgement judgeInherited(const Situation& situation, const Undisturbed& undistur
                          const Run& run) {
   Judgement judgement;
   judgement.unseen = unseenIn(situation, run);
-  const Expected expected = expectationFor(situation, undisturbed.expected, judgement.claimed);
-  const Subject subject = {situation, undisturbed, expected, run, judgement.broken};
+  Expected expected = undisturbed.expected;
+  for (const Exception& exception : exceptions()) {
+    const Expected before = expected;
+    exception.apply(situation, expected);
+    if (!(before == expected)) judgement.claimed.emplace_back(exception.name);
+  }
+  const Subject subject = {situation, undisturbed, expected, run, judgement.findings};
   judgeEnd(subject);
   judgeLog(subject);
   judgeRecord(subject);
   judgeStreams(subject);
   judgeRemains(subject);
   judgeProcesses(subject);
-  if (judgement.broken.empty() || !(expected.mayLackMemory || expected.mayLackStack)) {
-    return judgement;
-  }
-  judgement.broken.clear();
+  const bool isWanting = expected.mayLackMemory || expected.mayLackStack;
+  if (judgement.findings.broken.empty() || !isWanting) return judgement;
+  judgement.findings.broken.clear();
   judgement.claimed.emplace_back(expected.mayLackMemory ? kWantOfMemory : kWantOfStack);
   expected.mayLackMemory ? judgeWantOfMemory(subject) : judgeWantOfStack(subject);
   return judgement;

@@ -1,10 +1,11 @@
+#include "inherited/judge.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <set>
 
-#include "inherited/subject.h"
-#include "sweep/loglines.h"
+#include "core/loglines.h"
 
 namespace {
 
@@ -60,9 +61,9 @@ std::size_t firstOfNewZone(const Subject& subject) {
   return isStart ? at : at + 1;
 }
 
-void judgeHeads(const Subject& subject, const std::vector<PlainLine>& lines) {
+void judgeHeads(const Subject& subject, const std::vector<LogLine>& lines) {
   constexpr std::size_t kTime = 20;
-  const Observation* loaded = find(subject.run, Role::kLoaded);
+  const Observation* loaded = subject.run.find(Role::kLoaded);
   if (loaded == nullptr) return;
   std::set<std::string> times = timesIn(zoneOf(subject.situation), subject.run);
   for (const std::string& zone : subject.expected.zones) {
@@ -77,7 +78,7 @@ void judgeHeads(const Subject& subject, const std::vector<PlainLine>& lines) {
   }
 }
 
-void judgeMessages(const Subject& subject, const std::vector<PlainLine>& lines) {
+void judgeMessages(const Subject& subject, const std::vector<LogLine>& lines) {
   const Texts& messages = subject.expected.messages;
   for (std::size_t at = 0; at < std::min(lines.size(), messages.size()); ++at) {
     const std::string message = normalised(lines[at].message);
@@ -90,14 +91,14 @@ void judgeMessages(const Subject& subject, const std::vector<PlainLine>& lines) 
 }
 
 /// A log that has reached its limit: whole lines, and of the next one what there was room for.
-void judgeCutLog(const Subject& subject, std::vector<PlainLine>& lines) {
+void judgeCutLog(const Subject& subject, std::vector<LogLine>& lines) {
   const Texts& messages = subject.expected.messages;
   const std::string& log = subject.run.outcome.log;
   const std::size_t end = log.rfind('\n') + 1;  // 0 where there is none
-  lines = plainLines(log.substr(0, end));
-  const std::vector<PlainLine> rest = plainLines(log.substr(end));
+  lines = linesOf(log.substr(0, end));
+  const std::vector<LogLine> rest = linesOf(log.substr(end));
   const bool isInHead = rest.empty() || rest.front().head.empty();
-  std::vector<PlainLine> all = lines;
+  std::vector<LogLine> all = lines;
   if (!isInHead) all.push_back(rest.front());
   subject.expect(all.size() <= messages.size(), "log: more lines than expected");
   for (std::size_t at = 0; at < std::min(all.size(), messages.size()); ++at) {
@@ -125,7 +126,7 @@ void judgeLog(const Subject& subject) {
     subject.expect(log == initialLog(*subject.situation.scenario), "log: it was written to");
     return;
   }
-  std::vector<PlainLine> lines = plainLines(log);
+  std::vector<LogLine> lines = linesOf(log);
   subject.expect(log.size() <= subject.expected.mostLogBytes, "log: it has grown beyond the limit");
   if (log.size() == subject.expected.mostLogBytes) {
     judgeCutLog(subject, lines);

@@ -1,3 +1,5 @@
+#include "inherited/judge.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -5,8 +7,7 @@
 #include <csignal>
 #include <cstring>
 
-#include "inherited/subject.h"
-#include "sweep/loglines.h"
+#include "core/loglines.h"
 
 namespace {
 
@@ -41,7 +42,7 @@ bool isHandedOn(const Subject& subject, int stream, const StreamState& state) {
   if (subject.situation.caller.streams[at] == Stream::kClosed) {
     return state.isOpen && state.access == O_RDWR && S_ISCHR(state.mode);
   }
-  const StreamState& first = find(subject.run, Role::kLoaded)->streams[at];
+  const StreamState& first = subject.run.find(Role::kLoaded)->streams[at];
   return state.isOpen && state.access == first.access && state.device == first.device &&
          state.file == first.file;
 }
@@ -100,7 +101,7 @@ void judgeAttributes(const Child& child) {
 void judgeChild(const Subject& subject, const Observation& found) {
   const bool isShell = found.role == Role::kShell;
   const Child child = {
-      subject, found, *find(subject.run, Role::kLoaded), isShell,
+      subject, found, *subject.run.find(Role::kLoaded), isShell,
       (isShell ? "shell of " : "collection command on ") + normalised(found.detail) + ": "};
   judgeSignals(child);
   judgeDescriptors(child);
@@ -109,8 +110,8 @@ void judgeChild(const Subject& subject, const Observation& found) {
 
 /// The same bits as undisturbed, whatever the caller's mask.
 void judgeTempMode(const Subject& subject) {
-  const Observation* usual = find(subject.undisturbed.run, Role::kCollector);
-  const Observation* found = find(subject.run, Role::kCollector);
+  const Observation* usual = subject.undisturbed.run.find(Role::kCollector);
+  const Observation* found = subject.run.find(Role::kCollector);
   if (usual == nullptr || found == nullptr || found->tempMode == 0) return;
   subject.expect(found->tempMode == usual->tempMode,
                  "temporary directory: its permission bits are " + std::to_string(found->tempMode));

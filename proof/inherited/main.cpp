@@ -2,101 +2,147 @@
 // limits, working directory, environment, argument list, mask, niceness and terminal.
 // docs/proof.md explains what is tried and what must hold.
 
-#include <CLI/CLI.hpp>
-#include <algorithm>
-#include <chrono>
+#include <csignal>
 #include <cstdio>
-#include <iostream>
-#include <thread>
+#include <map>
 
-#include "inherited/exceptions.h"
-#include "inherited/sweep.h"
-#include "sweep/report.h"
+#include "core/harness.h"
+#include "inherited/judge.h"
 
 namespace {
 
-void printRow(const std::string& name, int tried, int seen, int excepted, int broken) {
-  std::printf("%-28s %8d %8d %8d %8d\n", name.c_str(), tried, seen, excepted, broken);
-}
+/// One bug of seeds.cpp, how the findings begin of which there must be one, and what brings it out.
+struct Seed {
+  const char* bug;
+  const char* scenario;
+  const char* judge;
+  void (*change)(Situation&);
+};
 
-void printTable(const Tally& tally) {
-  std::printf("%-28s %8s %8s %8s %8s\n", "family", "tried", "seen", "excepted", "broken");
-  for (const auto& [name, counts] : tally.rows) {
-    if (isExceptionRow(name)) continue;
-    printRow(name, tally.at(name, "tried"), tally.at(name, "seen"), tally.at(name, "excepted"),
-             tally.at(name, "broken"));
+constexpr auto kOrdinary = [](Situation&) {};
+const Seed kSeeds[] = {
+    {"sigchld-kept", "incident", "end: ", [](Situation& s) { s.caller.ignored = bitOf(SIGCHLD); }},
+    {"sigpipe-default", "incident-above-buffer", "end: signal 13",
+     [](Situation& s) { s.caller.streams[1] = Stream::kBrokenPipe; }},
+    {"sigxfsz-default", "event-err", "end: signal 25",
+     [](Situation& s) { s.caller.limits[RLIMIT_FSIZE] = 500; }},
+    {"handler-installed", "event-err", "command in KEL_GetID: catches", kOrdinary},
+    {"signals-handed-on", "incident", "shell of uname", kOrdinary},
+    {"signal-blocked", "incident", "shell of uname", kOrdinary},
+    {"mask-kept", "event-err", "log: its permission bits",
+     [](Situation& s) { s.caller.mask = 0777; }},
+    {"mask-kept", "incident", "temporary directory: ", [](Situation& s) { s.caller.mask = 0; }},
+    {"descriptors-closed", "event-err",
+     "command in KEL_GetID: ", [](Situation& s) { s.caller.streams[0] = Stream::kClosed; }},
+    {"descriptors-closed", "incident",
+     "command in KEL_GetID: ", [](Situation& s) { s.caller.streams[1] = Stream::kClosed; }},
+    {"zone-ignored", "event-err", "log: line 1 has the head",
+     [](Situation& s) { s.caller.setVariable("TZ=XST-9"); }},
+    {"zone-kept", "event-err", "log: line ",
+     [](Situation& s) {
+       s.zoneCall = "KEL_StartComm";
+       s.zone = "XST-9";
+     }},
+    {"folder-needed", "event-err",
+     "end: ", [](Situation& s) { s.caller.folder = Folder::kDeleted; }}};
+
+class InheritedSweep : public Sweep {
+ public:
+  void prepare(const Plan& plan, Tally* tally) override {
+    m_isBlunt = plan.isBlunt;
+    enterInheritedStage(plan.command);
+    for (const Scenario& scenario : inheritedScenarios()) {
+      Undisturbed& reference = m_references[&scenario];
+      reference.run = runIn(undisturbed(scenario), /*isBlunt=*/false);
+      reference.expected = expectationFrom(scenario, reference.run);
+      if (tally != nullptr) judgeReference(scenario, reference.expected, *tally);
+    }
   }
-  printRow("all", tally.sum("tried"), tally.sum("seen"), tally.sum("excepted"),
-           tally.sum("broken"));
-}
 
-/// The exceptions with the number of their claims. Returns whether each was claimed.
-bool printExceptions(const Tally& tally) {
-  bool areAll = true;
+  std::vector<Trial> trials() override {
+    Catalogue catalogue;
+    addProcess(catalogue);
+    addEnvironment(catalogue);
+    addTemporary(catalogue);
+    addMixtures(catalogue);
+    std::vector<Trial> all;
+    for (Situation& situation : catalogue.situations) {
+      const std::string family = situation.family;
+      const std::string name = situation.name;
+      all.push_back(
+          {family, name, [this, situation = std::move(situation)] { return tryOut(situation); }});
+    }
+    return all;
+  }
+
+  std::vector<Trial> selfTrials() override {
+    std::vector<Trial> all;
+    for (const Seed& seed : kSeeds) {
+      const Situation situation = changed(seed.scenario, kSelfTestRow, seed.bug, seed.change);
+      all.push_back(seedTrial(situation.name, seed.bug, seed.judge,
+                              [this, situation](const std::string& bug) {
+                                Situation seeded = situation;
+                                seeded.bug = bug;
+                                seeded.caller.environment.push_back("SEEDED_BUG=" + bug);
+                                return tryOut(seeded).findings;
+                              }));
+    }
+    return all;
+  }
+
+ private:
+  /// A second run must be like the first, with nothing excepted.
+  void judgeReference(const Scenario& scenario, const Expected& expected, Tally& tally) {
+    const Situation situation = undisturbed(scenario);
+    Verdict second = tryOut(situation);
+    for (const std::string& what : second.claimed) {
+      second.findings.expect(false, "0: claimed: " + what);
+    }
+    second.findings.expect(expected.output == scenario.output, "0: another output");
+    second.findings.expect(expected.errors.empty(), "0: " + expected.errors);
+    tally.note(situation.family, situation.name, second.findings);
+  }
+
+  Verdict tryOut(const Situation& situation) const {
+    Verdict verdict;
+    Run run = runIn(situation, m_isBlunt);
+    Judgement judgement = judgeInherited(situation, m_references.at(situation.scenario), run);
+    verdict.isHit = judgement.unseen.broken.empty();
+    verdict.claimed = std::move(judgement.claimed);
+    verdict.findings = std::move(judgement.findings);
+    verdict.findings.take(judgement.unseen, "not seen to take effect: ");
+    verdict.run = std::move(run.outcome);
+    return verdict;
+  }
+
+  std::map<const Scenario*, Undisturbed> m_references;
+  bool m_isBlunt = false;
+};
+
+/// The exceptions with the number of their claims. Returns whether each was claimed, unless
+/// something is left out.
+bool printExceptions(const Plan& plan, const Tally& tally) {
+  bool areClaimed = true;
   for (const Exception& exception : exceptions()) {
-    const int count = tally.at(exceptionRow(exception.name), "claimed");
-    areAll = areAll && count > 0;
+    const auto claim = tally.claims.find(exception.name);
+    const int count = claim == tally.claims.end() ? 0 : claim->second;
+    areClaimed = areClaimed && count > 0;
     std::printf("%-28s %8d  %s\n", exception.name, count, exception.reason);
   }
-  return areAll;
-}
-
-/// What was seen to take effect. The seeded bugs are no proof of the command, unless they are all
-/// that was wanted.
-int seenOf(const Tally& tally) {
-  const int all = tally.sum("seen");
-  const int own = tally.at(kSeededRow, "seen");
-  return own == all ? all : all - own;
-}
-
-/// Prints everything. Returns whether all is well.
-bool report(const InheritedPlan& plan, int least, const Tally& tally, double seconds,
-            const char* program) {
-  printTable(tally);
-  const bool areClaimed = printExceptions(tally);
-  for (const std::string& what : leftOut()) std::printf("left out: %s\n", what.c_str());
-  printFindings(tally, program);
-  const int seen = seenOf(tally);
-  printEffort(plan.seed, plan.jobs, seconds);
-  if (seen < least) std::printf("only %d seen to take effect, %d are wanted\n", seen, least);
-  const bool isWhole = plan.sample == 0 && plan.family.empty() && plan.only.empty();
-  const bool isIdle = isWhole && !plan.isBlunt && !areClaimed;
-  if (isIdle) std::printf("an exception is claimed by nothing\n");
-  return printClosingLine(tally) && seen >= least && !isIdle;
-}
-
-InheritedPlan defaultPlan() {
-  InheritedPlan plan;
-  plan.equipment.command = TANEXICS_COMMAND;
-  plan.equipment.seeded = SEEDED_COMMAND;
-  plan.equipment.library = WITNESS_LIBRARY;
-  plan.equipment.witness = WITNESS_PROGRAM;
-  plan.jobs = std::max(1U, std::thread::hardware_concurrency());
-  return plan;
+  std::printf("left out: SIGKILL and SIGSTOP ignored or blocked: the kernel allows neither\n");
+  if (leastNice() > -20) {
+    std::printf("left out: less niceness than the caller's: not permitted here\n");
+  }
+  const bool isWell = areClaimed || !plan.isWhole();
+  if (!isWell) std::printf("an exception is claimed by nothing\n");
+  return isWell;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  InheritedPlan plan = defaultPlan();
-  int least = 1;
-  CLI::App app("Hands down everything odd to the command. Runs as the super-user.");
-  app.add_option("--command", plan.equipment.command, "the command under proof");
-  app.add_option("--seed", plan.seed, "of the sample and of the order");
-  app.add_option("--sample", plan.sample, "how many situations, drawn by the seed; 0 for all");
-  app.add_option("--jobs", plan.jobs, "how many at a time")->check(CLI::PositiveNumber);
-  app.add_option("--family", plan.family, "only this line of the table");
-  app.add_option("--only", plan.only, "only the one of this name, as a finding prints it");
-  app.add_option("--at-least", least, "fail when fewer took effect")->check(CLI::NonNegativeNumber);
-  app.add_flag("--blunt", plan.isBlunt, "hand down nothing: everything must fail");
-  CLI11_PARSE(app, argc, argv);
-  try {
-    const auto start = std::chrono::steady_clock::now();
-    const Tally tally = sweepInherited(plan);
-    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-    return report(plan, least, tally, seconds.count(), argv[0]) ? 0 : 1;
-  } catch (const std::exception& error) {
-    std::cerr << "the proof cannot be run: " << error.what() << "\n";
-    return 2;
-  }
+  const Terms terms = {"Hands down everything odd to the command.", "family",
+                       {"tried", "hit", "excepted", "broken"},      TANEXICS_COMMAND,
+                       [] { return new InheritedSweep; },           printExceptions};
+  return runSweep(argc, argv, terms);
 }

@@ -1,55 +1,22 @@
-#include "inherited/run.h"
-
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <set>
-#include <stdexcept>
 
-#include "inherited/stagefiles.h"
-#include "sweep/launch.h"
+#include "inherited/judge.h"
 
 namespace fs = std::filesystem;
 
-const char* const kTempFolder = "/srv/t";
-
 namespace {
-
-const char* const kVarOpt = "/var/opt";
-const char* const kLogFolder = "/var/opt/QZKBsoftmsg/log";
-
-Testimony* testimony = nullptr;
-
-void check(bool isDone, const std::string& what) {
-  if (!isDone) throw std::runtime_error(what + ": " + std::strerror(errno));
-}
 
 void placeLink(const std::string& target, const fs::path& name) {
   fs::create_directories(name.parent_path());
   fs::remove(name);
   fs::create_symlink(target, name);
-}
-
-void makeTestimony() {
-  const int file = ::open(kTestimonyFile, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-  check(file >= 0 && ::ftruncate(file, sizeof(Testimony)) == 0, "testimony");
-  ::close(file);
-  testimony = openTestimony();
-  check(testimony != nullptr, "mmap");
-}
-
-void orderTestimony(const Situation& situation) {
-  std::memset(static_cast<void*>(testimony), 0, sizeof *testimony);
-  testimony->collectedBytes = situation.scenario->collected.size();
-  std::strncpy(testimony->zoneCall, situation.zoneCall.c_str(), sizeof testimony->zoneCall - 1);
-  std::strncpy(testimony->zone, situation.zone.c_str(), sizeof testimony->zone - 1);
 }
 
 /// The witness in the place of the collection commands, and the closed library where the maker
@@ -99,41 +66,45 @@ std::vector<std::string> newItems(const std::set<std::string>& before) {
 }
 
 Launch launchIn(const Situation& situation, const Caller& caller) {
-  Launch launch = launchOf(*situation.scenario);
-  if (!situation.bug.empty()) launch.program = kSeededFile;
+  Launch launch;
+  launch.program = situation.bug.empty() ? kCommandFile : kSeededFile;
   launch.words = {caller.program};
   launch.words.insert(launch.words.end(), caller.words.begin(), caller.words.end());
-  launch.environment.clear();
-  launch.moreEnvironment = caller.environment;
+  launch.environment = caller.environment;
   return launch;
+}
+
+Orders ordersFor(const Situation& situation) {
+  Orders orders = {};
+  situation.zoneCall.copy(orders.zoneCall, sizeof orders.zoneCall - 1);
+  situation.zone.copy(orders.zone, sizeof orders.zone - 1);
+  return orders;
 }
 
 }  // namespace
 
-void enterInheritedStage(const InheritedEquipment& equipment) {
+void enterInheritedStage(const std::string& command) {
   const fs::path shell = fs::canonical("/bin/sh");
-  enterStage({{kCommandFile, equipment.command},
-              {kSeededFile, equipment.seeded},
-              {kWitnessLibrary, equipment.library},
-              {kWitnessProgram, equipment.witness},
+  enterStage({{kCommandFile, command},
+              {kSeededFile, SEEDED_COMMAND},
+              {kWitnessLibrary, KELCOM_LIBRARY},
+              {kWitnessProgram, WITNESS_PROGRAM},
               {kRealShell, shell}});
-  mountMemory(kVarOpt);
-  placeLink("/srv/log", kLogFolder);
+  mountMemory("/var/opt");
+  placeLink("/srv/log", "/var/opt/QZKBsoftmsg/log");
   check(::mount(kWitnessProgram, shell.c_str(), nullptr, MS_BIND, nullptr) == 0,
         "mount(" + shell.string() + ")");
-  makeTestimony();
 }
 
 Run runIn(const Situation& situation, bool isBlunt) {
   const Caller caller = isBlunt ? undisturbed(*situation.scenario).caller : situation.caller;
-  prepareStage(*situation.scenario);
+  prepareStage(*situation.scenario, ordersFor(situation));
   placePrograms(situation);
   makePlaces(situation.temp);
-  orderTestimony(situation);
   const Surroundings surroundings(caller);
   const std::set<std::string> before = itemsAround();
   Launch launch = launchIn(situation, caller);
-  launch.handDown = [&] { return handDown(caller, surroundings, testimony); };
+  launch.handDown = [&] { return handDown(caller, surroundings); };
 
   Run run;
   run.begin = std::time(nullptr);
@@ -141,19 +112,19 @@ Run runIn(const Situation& situation, bool isBlunt) {
   run.end = std::time(nullptr);
   run.left = newItems(before);
   run.outcome = collectOutcome(std::move(trace));
-  run.outcome.record = testimony->record;
-  const int count = std::min<int>(testimony->count, kMostObservations);
-  run.observations.assign(testimony->observations, testimony->observations + count);
-  run.isZoneChanged = !situation.zoneCall.empty() && testimony->zoneCall[0] == '\0';
+  const Testimony& found = *testimony();
+  const int count = std::min<int>(found.count, kMostObservations);
+  run.observations.assign(found.observations, found.observations + count);
+  run.isZoneChanged = !situation.zoneCall.empty() && found.orders.zoneCall[0] == '\0';
   struct stat status = {};
   if (::stat(kActionLog, &status) == 0) run.logMode = status.st_mode;
   for (const std::string& item : run.left) fs::remove_all(item);
   return run;
 }
 
-const Observation* find(const Run& run, Role role) {
-  const auto found =
-      std::find_if(run.observations.begin(), run.observations.end(),
-                   [role](const Observation& observation) { return observation.role == role; });
-  return found == run.observations.end() ? nullptr : &*found;
+const Observation* Run::find(Role role) const {
+  for (const Observation& observation : observations) {
+    if (observation.role == role) return &observation;
+  }
+  return nullptr;
 }

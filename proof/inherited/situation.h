@@ -1,11 +1,19 @@
 #ifndef TANEXICS_PROOF_INHERITED_SITUATION_H
 #define TANEXICS_PROOF_INHERITED_SITUATION_H
 
+#include <functional>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
 #include "inherited/caller.h"
-#include "sweep/scenario.h"
+
+constexpr const char* kWitnessProgram = "/srv/bin/witness";
+constexpr const char* kWitnessLibrary =
+    "/srv/bin/libkelcom.so";                               // the loader looks at nothing there
+constexpr const char* kMakersFolder = "/opt/QZKBkel/lib";  // where the maker installs his
+constexpr const char* kOwnLibraryFolder = "/srv/lib";      // for LD_LIBRARY_PATH alone
+constexpr const char* kTempFolder = "/srv/t";              // for odd places of TMPDIR
 
 /// What becomes of the temporary directory.
 enum class TempFate {
@@ -27,7 +35,6 @@ struct TempPlace {
   std::vector<std::string> files;
   std::vector<std::pair<std::string, std::string>> links;  // name and target
 };
-extern const char* const kTempFolder;
 
 /// One thing handed down, in one scenario.
 struct Situation {
@@ -51,10 +58,30 @@ Situation undisturbed(const Scenario& scenario);
 /// more than a buffer or a pipe takes.
 const std::vector<Scenario>& inheritedScenarios();
 
-/// Everything that is tried, without what this system cannot do.
-std::vector<Situation> allSituations();
+/// An ordinary caller's situation, changed by `change`. `what` tells it from the others of its
+/// family.
+using Change = std::function<void(Situation&)>;
+Situation changed(const std::string& scenario, const std::string& family, const std::string& what,
+                  const Change& change);
 
-/// What cannot be handed down here, each with the reason; for the report.
-std::vector<std::string> leftOut();
+/// What is tried, as it is put together.
+class Catalogue {
+ public:
+  /// Adds a changed situation in each of the scenarios.
+  void add(const std::string& family, std::initializer_list<const char*> scenarios,
+           const std::string& what, const Change& change);
+
+  std::vector<Situation> situations;
+};
+
+// The families, each by the file that adds it. Together they are everything that is tried, without
+// what this system cannot do.
+void addProcess(Catalogue& catalogue);  // signals, descriptors, limits, and what else a process has
+void addEnvironment(Catalogue& catalogue);  // environment, PATH, loader, zone, locale
+void addTemporary(Catalogue& catalogue);    // TMPDIR
+void addMixtures(Catalogue& catalogue);     // much of it at once
+
+/// The lowest niceness that can be handed down.
+int leastNice();
 
 #endif

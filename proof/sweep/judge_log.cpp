@@ -6,10 +6,9 @@
 #include <algorithm>
 #include <iterator>
 
-#include "sweep/areas.h"
-#include "sweep/calls.h"
-#include "sweep/ending.h"
-#include "sweep/loglines.h"
+#include "core/calls.h"
+#include "core/loglines.h"
+#include "sweep/reading.h"
 
 namespace {
 
@@ -113,51 +112,51 @@ void compare(const Texts& expected, const Texts& lines, Texts& lacking, Texts& a
 }
 
 /// Every line goes out as head, message and line feed.
-void judgeShape(const Case& subject, const std::vector<LogLine>& lines) {
-  for (const LogLine& line : lines) {
+void judgeShape(const Case& subject, const std::vector<IntendedLine>& lines) {
+  for (const IntendedLine& line : lines) {
     if (!line.isOpened) {
-      subject.expect(line.pieces.empty(), 4, "something is written to a log that was not opened");
+      subject.expect(line.pieces.empty(), "4: something is written to a log that was not opened");
       continue;
     }
-    const bool isCutOff = &line == &lines.back() && isTerminated(subject.run.trace);
+    const bool isCutOff = &line == &lines.back() && isTerminated(subject.run);
     subject.expect(isCutOff || (line.pieces.size() == 3 && line.pieces[2] == "\n" &&
                                 isHead(line.pieces[0], subject.run.trace.processes[0].pid)),
-                   4, "a line is not head, message and line feed: " + messageOf(line));
+                   "4: a line is not head, message and line feed: " + messageOf(line));
   }
 }
 
 /// The undisturbed run's lines, those that could not be opened left out of both.
-void judgeLines(const Case& subject, const std::vector<LogLine>& lines) {
-  const Texts expected = messagesOf(intendedLines(subject.reference.trace));
+void judgeLines(const Case& subject, const std::vector<IntendedLine>& lines) {
+  const Texts expected = messagesOf(subject.reference.trace);
   const bool isLogAlone = (subject.areas & ~(kLog | kOutput | kErrors | kTimeZone | kStart)) == 0;
   if (isLogAlone) {
-    subject.expect(
-        lines.size() == expected.size(), 4,
-        std::to_string(lines.size()) + " lines instead of " + std::to_string(expected.size()));
+    subject.expect(lines.size() == expected.size(), "4: " + std::to_string(lines.size()) +
+                                                        " lines instead of " +
+                                                        std::to_string(expected.size()));
     for (std::size_t at = 0; at < lines.size() && at < expected.size(); ++at) {
-      subject.expect(!lines[at].isOpened || messageOf(lines[at]) == expected[at], 4,
-                     "line " + std::to_string(at + 1) + " is: " + messageOf(lines[at]));
+      subject.expect(!lines[at].isOpened || messageOf(lines[at]) == expected[at],
+                     "4: line " + std::to_string(at + 1) + " is: " + messageOf(lines[at]));
     }
     return;
   }
   Texts lacking;
   Texts appearing;
-  compare(expected, messagesOf(lines), lacking, appearing);
+  compare(expected, messagesOf(subject.run.trace), lacking, appearing);
   const bool isCut =
-      isEndOfPipes(subject.run.trace) || isTerminated(subject.run.trace) || isRejected(subject);
+      isEndOfPipes(subject.run.trace) || isTerminated(subject.run) || isRejected(subject);
   std::size_t unopened = 0;  // each of these lacks one line, and appears as an empty one
-  for (const LogLine& line : lines) unopened += line.isOpened ? 0 : 1;
+  for (const IntendedLine& line : lines) unopened += line.isOpened ? 0 : 1;
   for (const std::string& line : lacking) {
     if (isCut || isExcepted(kMayLack, subject, line)) continue;
     if (unopened > 0) {
       --unopened;
       continue;
     }
-    subject.expect(false, 4, "a line is missing: " + line);
+    subject.expect(false, "4: a line is missing: " + line);
   }
   for (const std::string& line : appearing) {
-    subject.expect(line.empty() || isExcepted(kMayAppear, subject, line), 4,
-                   "a line appears: " + line);
+    subject.expect(line.empty() || isExcepted(kMayAppear, subject, line),
+                   "4: a line appears: " + line);
   }
 }
 
@@ -173,19 +172,19 @@ void judgeRotation(const Case& subject) {
     begun += isPipe && areaOfCall(trace, at, subject.reference.trace) == kRotation ? 1 : 0;
     emptied += call.kind == SYS_truncate ? 1 : 0;
   }
-  const bool isCut = isEndOfPipes(trace) || isTerminated(trace);
-  subject.expect(begun == emptied || isCut, 4, "a log was copied and not emptied");
+  const bool isCut = isEndOfPipes(trace) || isTerminated(subject.run);
+  subject.expect(begun == emptied || isCut, "4: a log was copied and not emptied");
 }
 
 /// A directory is given up after ten attempts, each of which has its line.
-void judgeAttempts(const Case& subject, const std::vector<LogLine>& lines) {
+void judgeAttempts(const Case& subject, const std::vector<IntendedLine>& lines) {
   constexpr int kAttempts = 10;
   const bool isGivenUp = exitStatusOf(subject.run.trace.waitStatus) == kNoTempDir;
   if (!isGivenUp || subject.touched(kLog)) return;
-  const auto count = std::count_if(lines.begin(), lines.end(), [](const LogLine& line) {
+  const auto count = std::count_if(lines.begin(), lines.end(), [](const IntendedLine& line) {
     return ::fnmatch("VUQ9010[123]L : *", messageOf(line).c_str(), 0) == 0;
   });
-  subject.expect(count == kAttempts, 4, std::to_string(count) + " attempts at a directory");
+  subject.expect(count == kAttempts, "4: " + std::to_string(count) + " attempts at a directory");
 }
 
 bool isInputUnread(const Case& subject) {
@@ -199,12 +198,12 @@ bool isInputUnread(const Case& subject) {
 }
 
 /// An input whose reading fails is rejected for that alone: nothing is said of what it lacks.
-void judgeUnreadInput(const Case& subject, const std::vector<LogLine>& lines) {
+void judgeUnreadInput(const Case& subject, const std::vector<IntendedLine>& lines) {
   if (!isInputUnread(subject)) return;
-  for (const LogLine& line : lines) {
+  for (const IntendedLine& line : lines) {
     for (const char* fault : {"No send file.(*", "* parameter error.(*"}) {
-      subject.expect(::fnmatch(fault, messageOf(line).c_str(), 0) != 0, 4,
-                     "an input that was not read is said to be wrong: " + messageOf(line));
+      subject.expect(::fnmatch(fault, messageOf(line).c_str(), 0) != 0,
+                     "4: an input that was not read is said to be wrong: " + messageOf(line));
     }
   }
 }
@@ -212,17 +211,16 @@ void judgeUnreadInput(const Case& subject, const std::vector<LogLine>& lines) {
 }  // namespace
 
 void judgeLog(const Case& subject) {
-  const std::vector<LogLine> lines = intendedLines(subject.run.trace);
+  const std::vector<IntendedLine> lines = intendedLines(subject.run.trace);
   judgeShape(subject, lines);
   judgeLines(subject, lines);
   judgeRotation(subject);
   judgeAttempts(subject, lines);
   judgeUnreadInput(subject, lines);
   const LogContents contents = contentsAfter(subject.run.trace, initialLog(subject.scenario));
-  subject.expect(subject.run.log == contents.log, 4,
-                 "the log holds something else than what was written to it");
+  subject.expect(subject.run.log == contents.log,
+                 "4: the log holds something else than what was written to it");
   // A copy that fails leaves what it leaves; the log is emptied all the same.
   if (subject.touched(kRotation) || isEndOfPipes(subject.run.trace)) return;
-  subject.expect(subject.run.backup == (contents.isBackedUp ? contents.backup : ""), 6,
-                 "the backup is not what the log was");
+  subject.expect(subject.run.backup == contents.backup, "6: the backup is not what the log was");
 }

@@ -4,24 +4,13 @@
 
 #include <algorithm>
 
-#include "sweep/areas.h"
+#include "sweep/reading.h"
 
 namespace {
 
-bool isCommandHitAt(const Trace& trace, std::initializer_list<long> kinds) {
-  for (const Call& call : trace.calls) {
-    if (!call.isHit || call.process != 0) continue;
-    for (const long kind : kinds) {
-      if (call.kind == kind) return true;
-    }
-  }
-  return false;
-}
-
 bool isHitIn(const Trace& trace, int process) {
-  return std::any_of(trace.calls.begin(), trace.calls.end(), [process](const Call& call) {
-    return call.isHit && (call.process == process);
-  });
+  return std::any_of(trace.calls.begin(), trace.calls.end(),
+                     [process](const Call& call) { return call.isHit && call.process == process; });
 }
 
 /// Whether the directory came to be although the command was told that it did not: mkdir failed
@@ -40,7 +29,7 @@ void judgeTemporary(const Case& subject) {
   const bool isExcused = subject.touched(kRemoval) || isEndOfPipes(trace);
   if (isExcused || keepsItems(subject.scenario)) return;
   for (const std::string& path : subject.run.temporary) {
-    subject.expect(isGivenUp(trace, path), 6, "left behind: " + path);
+    subject.expect(isGivenUp(trace, path), "6: left behind: " + path);
   }
 }
 
@@ -51,32 +40,32 @@ bool isReaped(const Trace& trace, const Process& process) {
   return shell->isReaped;
 }
 
-void judgeInputs(const Case& subject) {
-  subject.expect(subject.run.inputs == subject.reference.inputs, 6,
-                 "something changed outside log, backup and temporary area");
-}
-
 void judgeChildren(const Case& subject) {
   const Trace& trace = subject.run.trace;
   // A child that could not be waited for, or whose output has no stream, is left to itself.
-  const bool isExcused = isCommandHitAt(trace, {SYS_wait4, SYS_fcntl}) || isTerminated(trace);
+  const bool isLeftAlone =
+      std::any_of(trace.calls.begin(), trace.calls.end(), [](const Call& call) {
+        return call.isHit && call.process == 0 &&
+               (call.kind == SYS_wait4 || call.kind == SYS_fcntl);
+      });
+  const bool isExcused = isLeftAlone || isTerminated(subject.run);
   for (const int number : trace.leftRunning) {
     const Process& process = trace.processes.at(static_cast<std::size_t>(number));
     // A shell that could not wait for its program is gone before it.
     const bool isOfShell = process.parent > 0 && isHitIn(trace, process.parent);
     const bool isLeft = isExcused && !isReaped(trace, process);
-    subject.expect(isLeft || isOfShell, 6, "runs on: " + process.program);
+    subject.expect(isLeft || isOfShell, "6: runs on: " + process.program);
   }
   for (const Process& process : trace.processes) {
-    subject.expect(process.parent != 0 || process.isReaped || isExcused, 6,
-                   "nobody waited for " + process.shell);
+    subject.expect(process.parent != 0 || process.isReaped || isExcused,
+                   "6: nobody waited for " + process.shell);
   }
   for (int number = 0; number < static_cast<int>(trace.processes.size()); ++number) {
     const Process& process = trace.processes[static_cast<std::size_t>(number)];
     // What a shell keeps for itself when its own calls fail is not the command's doing.
     if (process.parent > 0 && (isHitIn(trace, process.parent) || isHitIn(trace, number))) continue;
-    subject.expect(process.leaked.empty(), 6,
-                   "descriptors open in " + process.program + ": " + process.leaked);
+    subject.expect(process.leaked.empty(),
+                   "6: descriptors open in " + process.program + ": " + process.leaked);
   }
 }
 
@@ -84,6 +73,7 @@ void judgeChildren(const Case& subject) {
 
 void judgeRemains(const Case& subject) {
   judgeTemporary(subject);
-  judgeInputs(subject);
+  subject.expect(subject.run.inputs == subject.reference.inputs,
+                 "6: something changed outside log, backup and temporary area");
   judgeChildren(subject);
 }

@@ -1,0 +1,257 @@
+#include "core/harness.h"
+
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <random>
+#include <stdexcept>
+#include <thread>
+
+const char* const kSelfTestRow = "self-test";
+
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Tally::Finding, trial, broken)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Tally, rows, claims, findings)
+
+namespace {
+
+using Json = nlohmann::json;
+
+// --- one process ---------------------------------------------------------------------------------
+
+/// The trials that the plan asks for, in the same order in every process, so that each takes its
+/// own share of them.
+std::vector<Trial> chosenTrials(const Plan& plan, Sweep& sweep) {
+  const auto leaveOut = [&plan](std::vector<Trial> trials) {
+    const auto isUnwanted = [&plan](const Trial& trial) {
+      return (!plan.row.empty() && trial.row != plan.row) ||
+             (!plan.only.empty() && trial.name != plan.only);
+    };
+    trials.erase(std::remove_if(trials.begin(), trials.end(), isUnwanted), trials.end());
+    return trials;
+  };
+  std::vector<Trial> trials = leaveOut(sweep.trials());
+  std::mt19937 random(plan.seed);
+  std::shuffle(trials.begin(), trials.end(), random);
+  if (plan.sample > 0 && trials.size() > plan.sample) trials.resize(plan.sample);
+  if (plan.isBlunt) return trials;
+  for (Trial& trial : leaveOut(sweep.selfTrials())) trials.push_back(std::move(trial));
+  return trials;
+}
+
+void tryOut(const Plan& plan, const Trial& trial, Tally& tally) {
+  Verdict verdict;
+  try {
+    verdict = trial.run();
+    verdict.findings.expect(verdict.isHit, "0: it was not seen to happen");
+  } catch (const std::exception& error) {
+    verdict.findings.expect(false, std::string("0: ") + error.what());
+  }
+  // Asked for one trial alone, somebody wants to see it.
+  if (!plan.only.empty()) std::cout << storyOf(verdict.run) << std::flush;
+  ++tally.rows[trial.row]["tried"];
+  tally.rows[trial.row]["hit"] += verdict.isHit ? 1 : 0;
+  tally.rows[trial.row]["excepted"] += verdict.claimed.empty() ? 0 : 1;
+  for (const std::string& name : verdict.claimed) ++tally.claims[name];
+  tally.note(trial.row, trial.name, verdict.findings);
+}
+
+Tally doShare(const Plan& plan, const Terms& terms, unsigned number) {
+  Tally tally;
+  const std::unique_ptr<Sweep> sweep(terms.makeSweep());
+  sweep->prepare(plan, number == 0 ? &tally : nullptr);
+  const std::vector<Trial> trials = chosenTrials(plan, *sweep);
+  for (std::size_t at = number; at < trials.size(); at += plan.jobs) {
+    tryOut(plan, trials[at], tally);
+  }
+  return tally;
+}
+
+// --- all of them ---------------------------------------------------------------------------------
+
+/// Does one share in a process of its own; what it found goes to `report`.
+void startWorker(const Plan& plan, const Terms& terms, unsigned number, int report) {
+  const pid_t pid = ::fork();
+  if (pid < 0) throw std::runtime_error("no worker");
+  if (pid != 0) return;
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  Json result;
+  try {
+    result = doShare(plan, terms, number);
+  } catch (const std::exception& error) {
+    result = {{"failure", error.what()}};
+  }
+  // Bytes of a hostile command may be anything.
+  const std::string text = result.dump(-1, ' ', true, Json::error_handler_t::replace);
+  ::_exit(::write(report, text.data(), text.size()) == static_cast<ssize_t>(text.size()) ? 0 : 1);
+}
+
+std::string readReport(int report) {
+  std::string text(static_cast<std::size_t>(std::max<off_t>(::lseek(report, 0, SEEK_END), 0)), ' ');
+  const ssize_t size = ::pread(report, text.data(), text.size(), 0);
+  ::close(report);
+  return size < 0 ? "" : text;
+}
+
+void addReport(Tally& tally, const std::string& text) {
+  const Json report = Json::parse(text, nullptr, /*allow_exceptions=*/false);
+  if (!report.is_object()) throw std::runtime_error("a worker ended without a report");
+  if (report.contains("failure")) throw std::runtime_error(report.value("failure", ""));
+  const auto more = report.get<Tally>();
+  for (const auto& [row, counts] : more.rows) {
+    for (const auto& [column, count] : counts) tally.rows[row][column] += count;
+  }
+  for (const auto& [name, count] : more.claims) tally.claims[name] += count;
+  tally.findings.insert(tally.findings.end(), more.findings.begin(), more.findings.end());
+}
+
+/// Does all shares at once, each in a process of its own, and adds up what they come to.
+Tally workTogether(const Plan& plan, const Terms& terms) {
+  std::vector<int> reports;
+  for (unsigned number = 0; number < plan.jobs; ++number) {
+    reports.push_back(::memfd_create("report", MFD_CLOEXEC));
+    startWorker(plan, terms, number, reports.back());
+  }
+  while (::wait(nullptr) > 0 || errno == EINTR) continue;
+  Tally tally;
+  for (const int report : reports) addReport(tally, readReport(report));
+  return tally;
+}
+
+// --- what is printed -----------------------------------------------------------------------------
+
+void printTable(const Terms& terms, const Tally& tally) {
+  const auto printRow = [&terms](const std::string& name, const auto& textOf) {
+    std::printf("%-28s", name.c_str());
+    for (const char* column : terms.columns) std::printf(" %8s", textOf(column).c_str());
+    std::printf("\n");
+  };
+  printRow(terms.row, [](const char* column) { return std::string(column); });
+  for (const auto& row : tally.rows) {
+    const std::string& name = row.first;
+    if (tally.at(name, "tried") == 0 && tally.at(name, "broken") == 0) continue;
+    printRow(name, [&](const char* column) { return std::to_string(tally.at(name, column)); });
+  }
+  printRow("all", [&tally](const char* column) { return std::to_string(tally.sum(column)); });
+}
+
+/// Each finding, with the line that tries it again; the first ones of very many.
+void printFindings(const Tally& tally, const char* program) {
+  constexpr std::size_t kMost = 40;
+  for (std::size_t at = 0; at < std::min(tally.findings.size(), kMost); ++at) {
+    std::printf("%s --only '%s'\n", program, tally.findings[at].trial.c_str());
+    for (const std::string& what : tally.findings[at].broken) std::printf("    %s\n", what.c_str());
+  }
+  if (tally.findings.size() > kMost)
+    std::printf("... and %zu more\n", tally.findings.size() - kMost);
+}
+
+double secondsOf(const timeval& time) {
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
+}
+
+/// The seed, and what it took on the clock and of all processors.
+void printEffort(const Plan& plan, std::chrono::steady_clock::time_point start) {
+  const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+  rusage usage = {};
+  ::getrusage(RUSAGE_CHILDREN, &usage);
+  std::printf("seed %u, %u at a time, %.0f seconds, %.0f of processor time\n", plan.seed, plan.jobs,
+              seconds.count(), secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime));
+}
+
+/// What was hit. The self-tests are no proof of the command, unless they are all that was wanted.
+int hitsOf(const Tally& tally) {
+  const int all = tally.sum("hit");
+  const int own = tally.at(kSelfTestRow, "hit");
+  return own == all ? all : all - own;
+}
+
+/// "N passed, M failed". Returns whether nothing failed.
+bool printClosingLine(const Tally& tally) {
+  const int failed = static_cast<int>(tally.findings.size());
+  std::printf("%d passed, %d failed\n", std::max(tally.sum("tried") - failed, 0), failed);
+  return failed == 0;
+}
+
+/// Does all that the plan asks for, and prints everything. Returns whether all is well.
+bool carryOut(const Plan& plan, const Terms& terms, const char* program) {
+  const auto start = std::chrono::steady_clock::now();
+  const Tally tally = workTogether(plan, terms);
+  printTable(terms, tally);
+  const bool isMoreWell = terms.reportMore(plan, tally);
+  printFindings(tally, program);
+  printEffort(plan, start);
+  const int hits = hitsOf(tally);
+  if (hits < plan.least) std::printf("only %d were hit, %d are wanted\n", hits, plan.least);
+  return printClosingLine(tally) && hits >= plan.least && isMoreWell;
+}
+
+}  // namespace
+
+void Tally::note(const std::string& row, const std::string& trial, const Findings& found) {
+  if (found.broken.empty()) return;
+  ++rows[row]["broken"];
+  findings.push_back({trial, found.broken});
+}
+
+int Tally::at(const std::string& row, const std::string& column) const {
+  const auto counts = rows.find(row);
+  if (counts == rows.end()) return 0;
+  const auto count = counts->second.find(column);
+  return count == counts->second.end() ? 0 : count->second;
+}
+
+int Tally::sum(const std::string& column) const {
+  int sum = 0;
+  for (const auto& [row, counts] : rows) sum += at(row, column);
+  return sum;
+}
+
+int runSweep(int argc, char** argv, const Terms& terms) {
+  Plan plan;
+  plan.command = terms.command;
+  plan.jobs = std::max(1U, std::thread::hardware_concurrency());
+  CLI::App app(std::string(terms.purpose) + " Runs as the super-user.");
+  app.add_option("--command", plan.command, "the command under proof");
+  app.add_option("--seed", plan.seed, "of the sample and of the order");
+  app.add_option("--sample", plan.sample, "how many trials, drawn by the seed; 0 for all");
+  app.add_option("--jobs", plan.jobs, "how many at a time")->check(CLI::PositiveNumber);
+  app.add_option(std::string("--") + terms.row, plan.row, "only this line of the table");
+  app.add_option("--only", plan.only, "only the trial of this name, as a finding prints it");
+  app.add_option("--at-least", plan.least, "fail when fewer were hit")
+      ->check(CLI::NonNegativeNumber);
+  app.add_flag("--blunt", plan.isBlunt, "have nothing happen: everything must fail");
+  CLI11_PARSE(app, argc, argv);
+  try {
+    return carryOut(plan, terms, argv[0]) ? 0 : 1;
+  } catch (const std::exception& error) {
+    std::cerr << "the proof cannot be run: " << error.what() << "\n";
+    return 2;
+  }
+}
+
+Trial seedTrial(const std::string& name, const std::string& bug, const std::string& judge,
+                const std::function<Findings(const std::string&)>& findingsOf) {
+  return {kSelfTestRow, name, [=] {
+            Verdict verdict;
+            verdict.isHit = true;
+            const Findings found = findingsOf(bug);
+            if (!found.hasHead(judge)) {
+              verdict.findings.expect(false, "0: the seeded bug is not found by " + judge);
+              verdict.findings.take(found);
+            }
+            verdict.findings.take(findingsOf("none"), "0: without the bug: ");
+            return verdict;
+          }};
+}

@@ -1,0 +1,47 @@
+#ifndef TANEXICS_PROOF_SWEEP_TRIALS_H
+#define TANEXICS_PROOF_SWEEP_TRIALS_H
+
+#include <string>
+#include <vector>
+
+#include "core/harness.h"
+
+constexpr const char* kHostileFolder = "/srv/bin/hostile";  // the closed library that misbehaves
+
+/// One scenario with its undisturbed run.
+struct Reference {
+  const Scenario* scenario = nullptr;
+  Outcome outcome;
+  bool isBlunt = false;  // for the proof of the sweep itself: no fault is injected, all must be red
+};
+
+/// A run of the reference's scenario: under the tracer, undisturbed where there is no fault.
+Outcome runTraced(const Reference& reference, const Launch& launch, const Fault* fault);
+
+/// Each call of a scenario fails in turn.
+std::vector<Trial> callTrials(const Reference& reference);
+
+/// A signal reaches the command at each of its calls: one that ends it, whereupon an undisturbed
+/// run follows on what is left, or one that must not change anything.
+std::vector<Trial> signalTrials(const Reference& reference);
+
+/// Every allocation fails in turn, once and from there on.
+std::vector<Trial> allocationTrials(const Reference& reference);
+
+/// The closed library returns, throws, hangs and crashes as it likes.
+std::vector<Trial> libraryTrials(const Reference& reference);
+
+/// Those of them in which it throws.
+std::vector<Trial> throwTrials(const Reference& reference);
+
+/// After the last call of each process of a scenario there is none: its trials are complete.
+Trial endTrial(const Reference& reference);
+
+/// The machinery itself: a fault that is not injected must be missed, a seeded bug must be found.
+std::vector<Trial> selfTrials(const Reference& event, const Reference& incident);
+
+/// Whether an error would make a difference to a call of the undisturbed run: one that fails so
+/// anyway, or transfers too little to be cut short, proves nothing.
+bool canBeTried(const Call& call, int error);
+
+#endif

@@ -13,7 +13,6 @@
 #include <csignal>
 #include <cstdio>
 #include <iostream>
-#include <memory>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <stdexcept>
@@ -67,11 +66,10 @@ void tryOut(const Plan& plan, const Trial& trial, Tally& tally) {
   tally.note(trial.row, trial.name, verdict.findings);
 }
 
-Tally doShare(const Plan& plan, const Terms& terms, unsigned number) {
+Tally doShare(const Plan& plan, Sweep& sweep, unsigned number) {
   Tally tally;
-  const std::unique_ptr<Sweep> sweep(terms.makeSweep());
-  sweep->prepare(plan, number == 0 ? &tally : nullptr);
-  const std::vector<Trial> trials = chosenTrials(plan, *sweep);
+  sweep.prepare(plan, number == 0 ? &tally : nullptr);
+  const std::vector<Trial> trials = chosenTrials(plan, sweep);
   for (std::size_t at = number; at < trials.size(); at += plan.jobs) {
     tryOut(plan, trials[at], tally);
   }
@@ -81,14 +79,14 @@ Tally doShare(const Plan& plan, const Terms& terms, unsigned number) {
 // --- all of them ---------------------------------------------------------------------------------
 
 /// Does one share in a process of its own; what it found goes to `report`.
-void startWorker(const Plan& plan, const Terms& terms, unsigned number, int report) {
+void startWorker(const Plan& plan, Sweep& sweep, unsigned number, int report) {
   const pid_t pid = ::fork();
   if (pid < 0) throw std::runtime_error("no worker");
   if (pid != 0) return;
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   Json result;
   try {
-    result = doShare(plan, terms, number);
+    result = doShare(plan, sweep, number);
   } catch (const std::exception& error) {
     result = {{"failure", error.what()}};
   }
@@ -117,11 +115,11 @@ void addReport(Tally& tally, const std::string& text) {
 }
 
 /// Does all shares at once, each in a process of its own, and adds up what they come to.
-Tally workTogether(const Plan& plan, const Terms& terms) {
+Tally workTogether(const Plan& plan, Sweep& sweep) {
   std::vector<int> reports;
   for (unsigned number = 0; number < plan.jobs; ++number) {
     reports.push_back(::memfd_create("report", MFD_CLOEXEC));
-    startWorker(plan, terms, number, reports.back());
+    startWorker(plan, sweep, number, reports.back());
   }
   while (::wait(nullptr) > 0 || errno == EINTR) continue;
   Tally tally;
@@ -185,11 +183,11 @@ bool printClosingLine(const Tally& tally) {
 }
 
 /// Does all that the plan asks for, and prints everything. Returns whether all is well.
-bool carryOut(const Plan& plan, const Terms& terms, const char* program) {
+bool carryOut(const Plan& plan, const Terms& terms, Sweep& sweep, const char* program) {
   const auto start = std::chrono::steady_clock::now();
-  const Tally tally = workTogether(plan, terms);
+  const Tally tally = workTogether(plan, sweep);
   printTable(terms, tally);
-  const bool isMoreWell = terms.reportMore(plan, tally);
+  const bool isMoreWell = sweep.report(plan, tally);
   printFindings(tally, program);
   printEffort(plan, start);
   const int hits = hitsOf(tally);
@@ -218,9 +216,9 @@ int Tally::sum(const std::string& column) const {
   return sum;
 }
 
-int runSweep(int argc, char** argv, const Terms& terms) {
+int runSweep(int argc, char** argv, const Terms& terms, Sweep& sweep) {
   Plan plan;
-  plan.command = terms.command;
+  plan.command = TANEXICS_COMMAND;
   plan.jobs = std::max(1U, std::thread::hardware_concurrency());
   CLI::App app(std::string(terms.purpose) + " Runs as the super-user.");
   app.add_option("--command", plan.command, "the command under proof");
@@ -234,7 +232,7 @@ int runSweep(int argc, char** argv, const Terms& terms) {
   app.add_flag("--blunt", plan.isBlunt, "have nothing happen: everything must fail");
   CLI11_PARSE(app, argc, argv);
   try {
-    return carryOut(plan, terms, argv[0]) ? 0 : 1;
+    return carryOut(plan, terms, sweep, argv[0]) ? 0 : 1;
   } catch (const std::exception& error) {
     std::cerr << "the proof cannot be run: " << error.what() << "\n";
     return 2;

@@ -16,8 +16,8 @@
 struct Verdict {
   bool isHit = false;  // what was to happen was seen to happen; a trial without it proves nothing
   Findings findings;
-  std::vector<std::string> claimed;  // the exceptions that the run has made use of
-  Outcome run;                       // the run itself, or the last one of several
+  Texts claimed;  // the exceptions that the run has made use of
+  Outcome run;    // the run itself, or the last one of several
 };
 
 /// One trial, ready to be tried.
@@ -31,7 +31,7 @@ struct Trial {
 struct Tally {
   struct Finding {
     std::string trial;
-    std::vector<std::string> broken;
+    Texts broken;
   };
   std::map<std::string, std::map<std::string, int>> rows;  // counts, by row and column
   std::map<std::string, int> claims;                       // of exceptions
@@ -61,7 +61,7 @@ struct Plan {
   bool isWhole() const { return sample == 0 && row.empty() && only.empty() && !isBlunt; }
 };
 
-/// One sweep. Its object is made anew in each of the processes that share the work.
+/// One sweep. Each of the processes that share the work has its own copy of the object.
 class Sweep {
  public:
   virtual ~Sweep() = default;
@@ -76,24 +76,23 @@ class Sweep {
   /// The trials of the sweep itself, which are never left to chance; not asked for where the plan
   /// is blunt.
   virtual std::vector<Trial> selfTrials() = 0;
+
+  /// Prints what there is to say beside the table. Returns whether all is well.
+  virtual bool report(const Plan& /*plan*/, const Tally& /*tally*/) { return true; }
 };
 
 /// What the sweep is called by those who use it.
 struct Terms {
-  const char* purpose;                // for --help
-  const char* row;                    // "scenario": the option that chooses a line of the table
-  std::vector<const char*> columns;   // of the table, beside the row's name
-  const char* command;                // the command under proof, unless another one is asked for
-  std::function<Sweep*()> makeSweep;  // with new
-  /// Prints what there is to say beside the table. Returns whether all is well.
-  std::function<bool(const Plan&, const Tally&)> reportMore;
+  const char* purpose;               // for --help
+  const char* row;                   // "scenario": the option that chooses a line of the table
+  std::vector<const char*> columns;  // of the table, beside the row's name
 };
 
 /// The row of the trials that try the machinery itself.
 extern const char* const kSelfTestRow;
 
 /// The main function of a sweep. Returns the exit status.
-int runSweep(int argc, char** argv, const Terms& terms);
+int runSweep(int argc, char** argv, const Terms& terms, Sweep& sweep);
 
 /// The trial of a seeded bug: it must be found by those whose findings begin with `judge`, and
 /// nothing must be found without it. `findingsOf` runs the seeded command with the bug of a name.

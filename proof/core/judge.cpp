@@ -19,7 +19,7 @@ std::string callOf(const Json& record) {
 int sentFiles(const Scenario& scenario) {
   const auto list = scenario.files.find("list");
   if (list == scenario.files.end()) return 0;
-  const std::vector<std::string> lines = splitLines(list->second);
+  const Texts lines = splitLines(list->second);
   return static_cast<int>(lines.size() - std::count(lines.begin(), lines.end(), ""));
 }
 
@@ -104,7 +104,7 @@ bool isExcused(const Outcome& run, const std::string& path) {
 
 void judgeLastLine(const Outcome& run, Findings& findings) {
   if (signalOf(run.trace.waitStatus) != 0) return;
-  const std::vector<std::string> lines = splitLines(run.log);
+  const Texts lines = splitLines(run.log);
   const std::string last = lines.empty() ? "" : lines.back();
   const std::string head = "exit. code = ";
   const std::size_t at = last.find(head);
@@ -128,10 +128,20 @@ void judgeWholeLines(const Outcome& run, Findings& findings) {
 
 }  // namespace
 
+void Findings::expectSame(const Texts& texts, const Texts& expected, const std::string& what,
+                          bool isBeginning) {
+  for (std::size_t at = 0; at < texts.size(); ++at) {
+    expect(at < expected.size() && texts[at] == expected[at],
+           what + " " + std::to_string(at + 1) + " is: " + texts[at]);
+  }
+  for (std::size_t at = texts.size(); at < expected.size() && !isBeginning; ++at) {
+    expect(false, what + " " + std::to_string(at + 1) + " is missing: " + expected[at]);
+  }
+}
+
 bool Findings::hasHead(const std::string& head) const {
-  return std::any_of(broken.begin(), broken.end(), [&head](const std::string& what) {
-    return what.compare(0, head.size(), head) == 0;
-  });
+  return std::any_of(broken.begin(), broken.end(),
+                     [&head](const std::string& what) { return beginsWith(what, head); });
 }
 
 bool isTerminated(const Outcome& run) { return signalOf(run.trace.waitStatus) == SIGABRT; }
@@ -158,7 +168,7 @@ Findings judgeOrder(const std::string& record, const Scenario& scenario, Ending 
 }
 
 bool isPartOf(const std::string& text, const std::string& whole) {
-  const std::vector<std::string> expected = splitLines(whole);
+  const Texts expected = splitLines(whole);
   std::size_t at = 0;
   for (const std::string& line : splitLines(text)) {
     while (at < expected.size() && expected[at].find(line) == std::string::npos) ++at;

@@ -11,12 +11,16 @@
 
 /// What is broken, each text with the promise, or the judge, that it belongs to at its head.
 struct Findings {
-  std::vector<std::string> broken;
+  Texts broken;
 
   /// Notes `what` unless it is kept.
   void expect(bool isKept, const std::string& what) {
     if (!isKept) broken.push_back(what);
   }
+
+  /// Expects the same texts, each at its place, or where `isBeginning` only the first of them.
+  void expectSame(const Texts& texts, const Texts& expected, const std::string& what,
+                  bool isBeginning = false);
 
   /// Takes over what others have found.
   void take(const Findings& others, const std::string& head = "") {

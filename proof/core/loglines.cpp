@@ -53,6 +53,12 @@ std::vector<LogLine> linesOf(const std::string& log) {
   return lines;
 }
 
+Texts messagesOf(const std::vector<LogLine>& lines) {
+  Texts messages;
+  for (const LogLine& line : lines) messages.push_back(normalised(line.message));
+  return messages;
+}
+
 bool isHead(const std::string& head, pid_t pid) {
   char rest[32];
   std::snprintf(rest, sizeof rest, "%5d ", pid);
@@ -67,15 +73,24 @@ std::string normalised(const std::string& text) {
   return result;
 }
 
+Texts normalised(Texts texts) {
+  for (std::string& text : texts) text = normalised(text);
+  return texts;
+}
+
 std::string withFixedNames(const std::string& text) {
   std::string result = text;
   blank(result, kNameHead, kGenerated, isOfName, 'X', /*isEach=*/true);
   return result;
 }
 
-std::vector<std::string> splitLines(const std::string& text) {
-  std::vector<std::string> lines;
+Texts splitLines(const std::string& text) {
+  Texts lines;
   std::istringstream stream(text);
   for (std::string line; std::getline(stream, line);) lines.push_back(line);
   return lines;
+}
+
+bool beginsWith(const std::string& text, const std::string& head) {
+  return text.compare(0, head.size(), head) == 0;
 }

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "core/loglines.h"
+
 // The fixed places of the stage on which every run takes place.
 constexpr const char* kStage = "/srv";            // everything below, in memory
 constexpr const char* kCaseFolder = "/srv/case";  // the run's input, and its working directory
@@ -23,7 +25,7 @@ constexpr const char* kLoopbackFolder = "/srv/bin/loopback";  // the stand-in of
 /// One way to call the command, and what is known beforehand of its undisturbed run.
 struct Scenario {
   std::string name;
-  std::vector<std::string> arguments;
+  Texts arguments;
   std::map<std::string, std::string> environment;
   std::map<std::string, std::string> files;          // of the case folder, by name
   std::string answers;                               // the stand-in's script; empty for its default

@@ -18,7 +18,7 @@ struct Outcome {
   std::string errors;
   std::string record;                         // the exchanges, one JSON object a line
   std::map<std::string, std::string> items;   // copies of the files sent, by name in the outbox
-  std::vector<std::string> temporary;         // what lies in /tmp
+  Texts temporary;                            // what lies in /tmp
   std::map<std::string, std::string> inputs;  // the case folder and /opt, by path
 };
 

@@ -15,10 +15,6 @@ std::string toText(const Fault& fault) {
   return place + errorName(fault.error) + ":" + kReachNames[static_cast<std::size_t>(fault.reach)];
 }
 
-const Process& Trace::processOf(const Call& call) const {
-  return processes.at(static_cast<std::size_t>(call.process));
-}
-
 bool Trace::isHit() const {
   return isSignalSent ||
          std::any_of(calls.begin(), calls.end(), [](const Call& call) { return call.isHit; });

@@ -74,7 +74,10 @@ struct Trace {
   bool isSignalSent = false;
   bool isStarted = false;  // main was reached
 
-  const Process& processOf(const Call& call) const;
+  Process& process(int number) { return processes.at(static_cast<std::size_t>(number)); }
+  const Process& process(int number) const {
+    return processes.at(static_cast<std::size_t>(number));
+  }
   bool isHit() const;
 };
 

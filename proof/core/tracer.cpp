@@ -65,12 +65,22 @@ void startTicks() {
 /// Follows one run of the command from start to end, with all that it forks. One object a run.
 class Tracer {
  public:
-  Tracer(const Launch& launch, const Fault* fault);
-  ~Tracer();
+  Tracer(const Launch& launch, const Fault* fault) : m_launch(launch), m_fault(fault) {
+    static const bool isTicking = (startTicks(), true);
+    (void)isTicking;
+  }
+
+  ~Tracer() { killAll(); }
   Tracer(const Tracer&) = delete;
   Tracer& operator=(const Tracer&) = delete;
 
-  Trace run();
+  Trace run() {
+    begin();
+    while (!m_living.empty() && waitForStop()) continue;
+    killAll();
+    if (!m_trace.isStarted) throw std::runtime_error("main was never reached");
+    return std::move(m_trace);
+  }
 
  private:
   /// What is known of a process between two stops.
@@ -82,26 +92,299 @@ class Tracer {
     unsigned long wanted = 0;  // of a brk: the end that was asked for
   };
 
-  void begin();
-  bool waitForStop();
-  void onEnd(pid_t pid, int status);
-  void onStop(pid_t pid, int status);
-  void onFork(pid_t pid);
-  void onExec(pid_t pid);
-  void onCall(pid_t pid);
-  void onReturn(pid_t pid);
-  void adopt(pid_t pid, int parent);
+  void killAll() {
+    for (const auto& [pid, state] : m_living) ::kill(pid, SIGKILL);
+    for (const auto& [pid, state] : m_living) {
+      int status = 0;
+      while (::waitpid(pid, &status, __WALL) == pid && !WIFEXITED(status) && !WIFSIGNALED(status)) {
+        continue;
+      }
+    }
+    m_living.clear();
+  }
 
-  int numberOf(pid_t pid) const;
-  bool isMark(Process& process, const CallRegisters& registers);
-  static std::string targetOf(pid_t pid, const CallKind& kind, const CallRegisters& registers);
+  void begin() {
+    m_command = startCommand(m_launch, /*isTraced=*/true);
+    m_deadline = std::chrono::steady_clock::now() + m_launch.limit;
+    int status = 0;
+    while (::waitpid(m_command, &status, __WALL) < 0 && errno == EINTR) continue;
+    if (!WIFSTOPPED(status)) throw std::runtime_error("ptrace(2) cannot be had for the command");
+    ::ptrace(PTRACE_SETOPTIONS, m_command, nullptr, kOptions);
+    adopt(m_command, -1);
+    m_living[m_command].isFresh = false;
+    resume(m_command);
+  }
+
+  void adopt(pid_t pid, int parent) {
+    Process process;
+    process.pid = pid;
+    process.parent = parent;
+    if (parent >= 0) {
+      process.shell = m_trace.process(parent).shell;
+      process.isCounting = true;
+    }
+    State state;
+    state.process = static_cast<int>(m_trace.processes.size());
+    state.isFresh = true;
+    m_trace.processes.push_back(process);
+    m_living[pid] = state;
+  }
+
+  /// Waits for the next thing to happen. Returns false when the time is over.
+  bool waitForStop() {
+    int status = 0;
+    const pid_t pid = ::waitpid(-1, &status, __WALL);
+    if (pid < 0) {
+      if (errno != EINTR) return false;
+      if (std::chrono::steady_clock::now() < m_deadline) return true;
+      if (m_living.count(m_command) != 0) m_trace.isTimedOut = true;
+      return false;
+    }
+    if (WIFEXITED(status) || WIFSIGNALED(status)) {
+      onEnd(pid, status);
+    } else if (m_living.count(pid) == 0) {
+      m_early.insert(pid);
+    } else {
+      onStop(pid, status);
+    }
+    return true;
+  }
+
+  void onEnd(pid_t pid, int status) {
+    const auto ended = m_living.find(pid);
+    if (ended == m_living.end()) return;
+    m_trace.process(ended->second.process).waitStatus = status;
+    m_living.erase(ended);
+    if (pid != m_command) return;
+    m_trace.waitStatus = status;
+    for (const auto& [other, state] : m_living) {
+      if (isRunning(other)) m_trace.leftRunning.push_back(state.process);
+    }
+    m_deadline = std::chrono::steady_clock::now() + kGraceOfChildren;
+  }
+
+  void onStop(pid_t pid, int status) {
+    State& state = m_living[pid];
+    const int signal = WSTOPSIG(status);
+    switch (status >> 16) {
+      case PTRACE_EVENT_FORK:
+      case PTRACE_EVENT_VFORK:
+      case PTRACE_EVENT_CLONE:
+        onFork(pid);
+        return;
+      case PTRACE_EVENT_EXEC:
+        onExec(pid);
+        return;
+      case PTRACE_EVENT_SECCOMP:
+        onCall(pid);
+        return;
+      default:
+        break;
+    }
+    if (signal == kCallStop) {
+      onReturn(pid);
+    } else if (signal == SIGSTOP && state.isFresh) {
+      state.isFresh = false;
+      resume(pid);
+    } else {
+      resume(pid, signal, state.awaitsExit);
+    }
+  }
+
+  void onFork(pid_t pid) {
+    unsigned long message = 0;
+    ::ptrace(PTRACE_GETEVENTMSG, pid, nullptr, &message);
+    const auto child = static_cast<pid_t>(message);
+    const State& state = m_living[pid];
+    adopt(child, state.process);
+    if (!m_trace.calls.empty()) {
+      m_trace.calls[m_living[pid].call].child = m_living[child].process;
+    }
+    if (m_early.erase(child) != 0) {
+      m_living[child].isFresh = false;
+      resume(child);
+    }
+    resume(pid);
+  }
+
+  void onExec(pid_t pid) {
+    Process& process = m_trace.process(m_living[pid].process);
+    process.isCounting = false;  // the loader's calls come first
+    if (pid != m_command) {
+      const std::string extra = extraDescriptors(pid);
+      if (!extra.empty()) process.leaked = extra;
+    }
+    resume(pid);
+  }
+
+  /// Whether the call only tells where counting begins or ends.
+  bool isMark(Process& process, const CallRegisters& registers) {
+    const bool isCommand = process.pid == m_command;
+    switch (registers.number()) {
+      case SYS_umask:
+        if (isCommand && !m_trace.isStarted) {
+          m_trace.isStarted = true;
+          process.isCounting = true;
+        }
+        return true;
+      case SYS_munmap:
+        // The last that the loader does is to give up its cache.
+        if (!isCommand) process.isCounting = true;
+        return true;
+      case SYS_prctl:
+        if (registers.argument(0) == kFenceMark) process.isInLibrary = registers.argument(1) != 0;
+        return true;
+      default:
+        return false;
+    }
+  }
+
+  /// The number of the process that has this id now; 0, which nobody waits for, when there is none.
+  int numberOf(pid_t pid) const {
+    for (std::size_t number = m_trace.processes.size(); number-- > 0;) {
+      if (m_trace.processes[number].pid == pid) return static_cast<int>(number);
+    }
+    return 0;
+  }
+
+  /// The command line of a shell is known as soon as it is asked for, also when it never starts.
+  void noteShell(pid_t pid, Process& process, const CallRegisters& registers) const {
+    process.program = readText(pid, registers.argument(0));
+    const unsigned long words = registers.argument(1);
+    const auto word = [pid, words](unsigned long at) {
+      return readText(pid, readWord(pid, words + at * sizeof(unsigned long)));
+    };
+    if (process.program == "/bin/sh" && word(1) == "-c") process.shell = word(2);
+  }
+
+  /// Whether the call is a fork that the kernel begins anew, because a signal came in between: that
+  /// of a child which ended meanwhile, say. The process itself has called once.
+  bool isRestart(const State& state, const CallKind& kind) const {
+    if (!makesProcess(kind.number) || state.call >= m_trace.calls.size()) return false;
+    const Call& last = m_trace.calls[state.call];
+    return last.process == state.process && last.kind == kind.number && last.error == 0 &&
+           last.child == 0;
+  }
+
+  static std::string targetOf(pid_t pid, const CallKind& kind, const CallRegisters& registers) {
+    std::string target;
+    if (kind.target == Target::kPath)
+      target = readText(pid, registers.argument(kind.targetArgument));
+    // With an empty path the call is about its descriptor.
+    if (kind.target == Target::kDescriptor || (target.empty() && kind.targetArgument == 1)) {
+      target = descriptorTarget(pid, static_cast<int>(registers.argument(0)));
+    }
+    return target;
+  }
+
   Call describe(pid_t pid, const Process& process, const CallKind& kind,
-                const CallRegisters& registers) const;
-  bool isRestart(const State& state, const CallKind& kind) const;
-  void noteShell(pid_t pid, Process& process, const CallRegisters& registers) const;
-  bool isDue(const Call& call, const CallKind& kind);
-  void inject(State& state, Call& call, const CallKind& kind, CallRegisters& registers);
-  void killAll();
+                const CallRegisters& registers) const {
+    Call call;
+    call.process = m_living.at(pid).process;
+    call.number = process.calls;
+    call.kind = kind.number;
+    // What the others work on is asked in an undisturbed run alone: it is much work for every call.
+    if (pid == m_command || m_fault == nullptr) {
+      call.target = targetOf(pid, kind, registers);
+    }
+    if (kind.number == SYS_wait4) call.child = numberOf(static_cast<pid_t>(registers.argument(0)));
+    if (kind.sizeArgument >= 0)
+      call.size = static_cast<long>(registers.argument(kind.sizeArgument));
+    if (kind.number == SYS_write && pid == m_command) {
+      call.bytes = readBytes(pid, registers.argument(1), registers.argument(2));
+    }
+    return call;
+  }
+
+  void onCall(pid_t pid) {
+    State& state = m_living[pid];
+    Process& process = m_trace.process(state.process);
+    CallRegisters registers(pid);
+    const CallKind* kind = findCall(registers.number());
+    const bool isMade = !isMark(process, registers) && process.isCounting && !process.isInLibrary;
+    if (isMade && kind == nullptr) m_trace.undecided.insert(registers.number());
+    if (!isMade || kind == nullptr || isLeftOut(*kind, registers) || isRestart(state, *kind)) {
+      resume(pid);
+      return;
+    }
+    if (kind->number == SYS_execve) noteShell(pid, process, registers);
+    ++process.calls;
+    state.call = m_trace.calls.size();
+    m_trace.calls.push_back(describe(pid, process, *kind, registers));
+    Call& call = m_trace.calls.back();
+    if (isDue(call, *kind)) {
+      inject(state, call, *kind, registers);
+    } else {
+      if (kind->number == SYS_wait4 && call.child != 0) {
+        m_trace.process(call.child).isReaped = true;
+      }
+      // An undisturbed run also learns what each call gives: half of nothing cannot be tried, and a
+      // call that fails anyway proves nothing.
+      state.awaitsExit = m_fault == nullptr && !endsInEvent(*kind);
+    }
+    resume(pid, 0, state.awaitsExit);
+  }
+
+  bool isDue(const Call& call, const CallKind& kind) {
+    const Fault* fault = m_fault;
+    if (fault == nullptr) return false;
+    if (call.process == fault->process && call.number == fault->call) {
+      if (fault->signal == 0 && !canFailWith(kind, fault->error)) return false;
+      m_isArmed = true;
+      m_armedKind = kind.number;
+      if (fault->signal == 0) return true;
+      m_trace.isSignalSent = !m_fault->isBlunt && ::kill(m_command, fault->signal) == 0;
+      return false;
+    }
+    if (!m_isArmed || fault->signal != 0 || fault->reach == Reach::kOnce) return false;
+    if (isRepeatable(fault->error) && m_hits >= kMostRepeats) return false;
+    if (fault->error == kShortCount && call.size < 2) return false;
+    return fault->reach == Reach::kKind ? kind.number == m_armedKind
+                                        : canFailWith(kind, fault->error);
+  }
+
+  void inject(State& state, Call& call, const CallKind& kind, CallRegisters& registers) {
+    call.error = m_fault->error;
+    state.awaitsExit = true;
+    ++m_hits;
+    if (m_fault->isBlunt) return;
+    if (call.error == kShortCount) {
+      // A read may find less than was asked for anyway: only a single byte is short for certain.
+      const long size = kind.number == SYS_read ? 1 : call.size / 2;
+      registers.changeArgument(kind.sizeArgument, static_cast<unsigned long>(size));
+    } else if (kind.number == SYS_brk) {
+      // A refused brk returns the break as it is, which is what asking for it returns.
+      state.wanted = registers.argument(0);
+      registers.changeArgument(0, 0);
+    } else if (kind.number != SYS_close) {
+      registers.skip(-call.error);
+    }
+  }
+
+  void onReturn(pid_t pid) {
+    State& state = m_living[pid];
+    if (!state.awaitsExit) {
+      resume(pid);
+      return;
+    }
+    state.awaitsExit = false;
+    Call& call = m_trace.calls[state.call];
+    CallRegisters registers(pid);
+    if (call.error == 0) {
+      call.result = registers.result();
+      if (call.kind == SYS_read) call.size = call.result;
+    } else if (call.error == kShortCount) {
+      const long most = call.kind == SYS_read ? 1 : call.size / 2;
+      call.isHit = registers.result() > 0 && registers.result() <= most;
+    } else if (call.kind == SYS_brk) {
+      call.isHit = static_cast<unsigned long>(registers.result()) < state.wanted;
+    } else {
+      // A close has been made by now: one that fails closes all the same.
+      if (call.kind == SYS_close && !m_fault->isBlunt) registers.changeResult(-call.error);
+      call.isHit = CallRegisters(pid).result() == -call.error;
+    }
+    resume(pid);
+  }
 
   const Launch& m_launch;
   const Fault* m_fault;  // null for an undisturbed run
@@ -114,314 +397,6 @@ class Tracer {
   int m_hits = 0;
   std::chrono::steady_clock::time_point m_deadline;
 };
-
-Tracer::Tracer(const Launch& launch, const Fault* fault) : m_launch(launch), m_fault(fault) {
-  static const bool isTicking = (startTicks(), true);
-  (void)isTicking;
-}
-
-Tracer::~Tracer() { killAll(); }
-
-void Tracer::killAll() {
-  for (const auto& [pid, state] : m_living) ::kill(pid, SIGKILL);
-  for (const auto& [pid, state] : m_living) {
-    int status = 0;
-    while (::waitpid(pid, &status, __WALL) == pid && !WIFEXITED(status) && !WIFSIGNALED(status)) {
-      continue;
-    }
-  }
-  m_living.clear();
-}
-
-Trace Tracer::run() {
-  begin();
-  while (!m_living.empty() && waitForStop()) continue;
-  killAll();
-  if (!m_trace.isStarted) throw std::runtime_error("main was never reached");
-  return std::move(m_trace);
-}
-
-void Tracer::begin() {
-  m_command = startCommand(m_launch, /*isTraced=*/true);
-  m_deadline = std::chrono::steady_clock::now() + m_launch.limit;
-  int status = 0;
-  while (::waitpid(m_command, &status, __WALL) < 0 && errno == EINTR) continue;
-  if (!WIFSTOPPED(status))
-    throw std::runtime_error("the command cannot be started under ptrace(2)");
-  ::ptrace(PTRACE_SETOPTIONS, m_command, nullptr, kOptions);
-  adopt(m_command, -1);
-  m_living[m_command].isFresh = false;
-  resume(m_command);
-}
-
-void Tracer::adopt(pid_t pid, int parent) {
-  Process process;
-  process.pid = pid;
-  process.parent = parent;
-  if (parent >= 0) {
-    process.shell = m_trace.processes[static_cast<std::size_t>(parent)].shell;
-    process.isCounting = true;
-  }
-  State state;
-  state.process = static_cast<int>(m_trace.processes.size());
-  state.isFresh = true;
-  m_trace.processes.push_back(process);
-  m_living[pid] = state;
-}
-
-/// Waits for the next thing to happen. Returns false when the time is over.
-bool Tracer::waitForStop() {
-  int status = 0;
-  const pid_t pid = ::waitpid(-1, &status, __WALL);
-  if (pid < 0) {
-    if (errno != EINTR) return false;
-    if (std::chrono::steady_clock::now() < m_deadline) return true;
-    if (m_living.count(m_command) != 0) m_trace.isTimedOut = true;
-    return false;
-  }
-  if (WIFEXITED(status) || WIFSIGNALED(status)) {
-    onEnd(pid, status);
-  } else if (m_living.count(pid) == 0) {
-    m_early.insert(pid);
-  } else {
-    onStop(pid, status);
-  }
-  return true;
-}
-
-void Tracer::onEnd(pid_t pid, int status) {
-  const auto ended = m_living.find(pid);
-  if (ended == m_living.end()) return;
-  m_trace.processes[static_cast<std::size_t>(ended->second.process)].waitStatus = status;
-  m_living.erase(ended);
-  if (pid != m_command) return;
-  m_trace.waitStatus = status;
-  for (const auto& [other, state] : m_living) {
-    if (isRunning(other)) m_trace.leftRunning.push_back(state.process);
-  }
-  m_deadline = std::chrono::steady_clock::now() + kGraceOfChildren;
-}
-
-void Tracer::onStop(pid_t pid, int status) {
-  State& state = m_living[pid];
-  const int signal = WSTOPSIG(status);
-  switch (status >> 16) {
-    case PTRACE_EVENT_FORK:
-    case PTRACE_EVENT_VFORK:
-    case PTRACE_EVENT_CLONE:
-      onFork(pid);
-      return;
-    case PTRACE_EVENT_EXEC:
-      onExec(pid);
-      return;
-    case PTRACE_EVENT_SECCOMP:
-      onCall(pid);
-      return;
-    default:
-      break;
-  }
-  if (signal == kCallStop) {
-    onReturn(pid);
-  } else if (signal == SIGSTOP && state.isFresh) {
-    state.isFresh = false;
-    resume(pid);
-  } else {
-    resume(pid, signal, state.awaitsExit);
-  }
-}
-
-void Tracer::onFork(pid_t pid) {
-  unsigned long message = 0;
-  ::ptrace(PTRACE_GETEVENTMSG, pid, nullptr, &message);
-  const auto child = static_cast<pid_t>(message);
-  const State& state = m_living[pid];
-  adopt(child, state.process);
-  if (!m_trace.calls.empty()) {
-    m_trace.calls[m_living[pid].call].child = m_living[child].process;
-  }
-  if (m_early.erase(child) != 0) {
-    m_living[child].isFresh = false;
-    resume(child);
-  }
-  resume(pid);
-}
-
-void Tracer::onExec(pid_t pid) {
-  Process& process = m_trace.processes[static_cast<std::size_t>(m_living[pid].process)];
-  process.isCounting = false;  // the loader's calls come first
-  if (pid != m_command) {
-    const std::string extra = extraDescriptors(pid);
-    if (!extra.empty()) process.leaked = extra;
-  }
-  resume(pid);
-}
-
-/// Whether the call only tells where counting begins or ends.
-bool Tracer::isMark(Process& process, const CallRegisters& registers) {
-  const bool isCommand = process.pid == m_command;
-  switch (registers.number()) {
-    case SYS_umask:
-      if (isCommand && !m_trace.isStarted) {
-        m_trace.isStarted = true;
-        process.isCounting = true;
-      }
-      return true;
-    case SYS_munmap:
-      // The last that the loader does is to give up its cache.
-      if (!isCommand) process.isCounting = true;
-      return true;
-    case SYS_prctl:
-      if (registers.argument(0) == kFenceMark) process.isInLibrary = registers.argument(1) != 0;
-      return true;
-    default:
-      return false;
-  }
-}
-
-/// The number of the process that has this id now; 0, which nobody waits for, when there is none.
-int Tracer::numberOf(pid_t pid) const {
-  for (std::size_t number = m_trace.processes.size(); number-- > 0;) {
-    if (m_trace.processes[number].pid == pid) return static_cast<int>(number);
-  }
-  return 0;
-}
-
-/// The command line of a shell is known as soon as it is asked for, also when it never starts.
-void Tracer::noteShell(pid_t pid, Process& process, const CallRegisters& registers) const {
-  process.program = readText(pid, registers.argument(0));
-  const unsigned long words = registers.argument(1);
-  const auto word = [pid, words](unsigned long at) {
-    return readText(pid, readWord(pid, words + at * sizeof(unsigned long)));
-  };
-  if (process.program == "/bin/sh" && word(1) == "-c") process.shell = word(2);
-}
-
-/// Whether the call is a fork that the kernel begins anew, because a signal came in between: that
-/// of a child which ended meanwhile, say. The process itself has called once.
-bool Tracer::isRestart(const State& state, const CallKind& kind) const {
-  if (!makesProcess(kind.number) || state.call >= m_trace.calls.size()) return false;
-  const Call& last = m_trace.calls[state.call];
-  return last.process == state.process && last.kind == kind.number && last.error == 0 &&
-         last.child == 0;
-}
-
-std::string Tracer::targetOf(pid_t pid, const CallKind& kind, const CallRegisters& registers) {
-  std::string target;
-  if (kind.target == Target::kPath) target = readText(pid, registers.argument(kind.targetArgument));
-  // With an empty path the call is about its descriptor.
-  if (kind.target == Target::kDescriptor || (target.empty() && kind.targetArgument == 1)) {
-    target = descriptorTarget(pid, static_cast<int>(registers.argument(0)));
-  }
-  return target;
-}
-
-Call Tracer::describe(pid_t pid, const Process& process, const CallKind& kind,
-                      const CallRegisters& registers) const {
-  Call call;
-  call.process = m_living.at(pid).process;
-  call.number = process.calls;
-  call.kind = kind.number;
-  // What the others work on is asked in an undisturbed run alone: it is much work for every call.
-  if (pid == m_command || m_fault == nullptr) {
-    call.target = targetOf(pid, kind, registers);
-  }
-  if (kind.number == SYS_wait4) call.child = numberOf(static_cast<pid_t>(registers.argument(0)));
-  if (kind.sizeArgument >= 0) call.size = static_cast<long>(registers.argument(kind.sizeArgument));
-  if (kind.number == SYS_write && pid == m_command) {
-    call.bytes = readBytes(pid, registers.argument(1), registers.argument(2));
-  }
-  return call;
-}
-
-void Tracer::onCall(pid_t pid) {
-  State& state = m_living[pid];
-  Process& process = m_trace.processes[static_cast<std::size_t>(state.process)];
-  CallRegisters registers(pid);
-  const CallKind* kind = findCall(registers.number());
-  const bool isMade = !isMark(process, registers) && process.isCounting && !process.isInLibrary;
-  if (isMade && kind == nullptr) m_trace.undecided.insert(registers.number());
-  if (!isMade || kind == nullptr || isLeftOut(*kind, registers) || isRestart(state, *kind)) {
-    resume(pid);
-    return;
-  }
-  if (kind->number == SYS_execve) noteShell(pid, process, registers);
-  ++process.calls;
-  state.call = m_trace.calls.size();
-  m_trace.calls.push_back(describe(pid, process, *kind, registers));
-  Call& call = m_trace.calls.back();
-  if (isDue(call, *kind)) {
-    inject(state, call, *kind, registers);
-  } else {
-    if (kind->number == SYS_wait4 && call.child != 0) {
-      m_trace.processes[static_cast<std::size_t>(call.child)].isReaped = true;
-    }
-    // An undisturbed run also learns what each call gives: half of nothing cannot be tried, and a
-    // call that fails anyway proves nothing.
-    state.awaitsExit = m_fault == nullptr && !endsInEvent(*kind);
-  }
-  resume(pid, 0, state.awaitsExit);
-}
-
-bool Tracer::isDue(const Call& call, const CallKind& kind) {
-  const Fault* fault = m_fault;
-  if (fault == nullptr) return false;
-  if (call.process == fault->process && call.number == fault->call) {
-    if (fault->signal == 0 && !canFailWith(kind, fault->error)) return false;
-    m_isArmed = true;
-    m_armedKind = kind.number;
-    if (fault->signal == 0) return true;
-    m_trace.isSignalSent = !m_fault->isBlunt && ::kill(m_command, fault->signal) == 0;
-    return false;
-  }
-  if (!m_isArmed || fault->signal != 0 || fault->reach == Reach::kOnce) return false;
-  if (isRepeatable(fault->error) && m_hits >= kMostRepeats) return false;
-  if (fault->error == kShortCount && call.size < 2) return false;
-  return fault->reach == Reach::kKind ? kind.number == m_armedKind
-                                      : canFailWith(kind, fault->error);
-}
-
-void Tracer::inject(State& state, Call& call, const CallKind& kind, CallRegisters& registers) {
-  call.error = m_fault->error;
-  state.awaitsExit = true;
-  ++m_hits;
-  if (m_fault->isBlunt) return;
-  if (call.error == kShortCount) {
-    // A read may find less than was asked for anyway: only a single byte is short for certain.
-    const long size = kind.number == SYS_read ? 1 : call.size / 2;
-    registers.changeArgument(kind.sizeArgument, static_cast<unsigned long>(size));
-  } else if (kind.number == SYS_brk) {
-    // A refused brk returns the break as it is, which is what asking for it returns.
-    state.wanted = registers.argument(0);
-    registers.changeArgument(0, 0);
-  } else if (kind.number != SYS_close) {
-    registers.skip(-call.error);
-  }
-}
-
-void Tracer::onReturn(pid_t pid) {
-  State& state = m_living[pid];
-  if (!state.awaitsExit) {
-    resume(pid);
-    return;
-  }
-  state.awaitsExit = false;
-  Call& call = m_trace.calls[state.call];
-  CallRegisters registers(pid);
-  if (call.error == 0) {
-    call.result = registers.result();
-    if (call.kind == SYS_read) call.size = call.result;
-  } else if (call.error == kShortCount) {
-    const long most = call.kind == SYS_read ? 1 : call.size / 2;
-    call.isHit = registers.result() > 0 && registers.result() <= most;
-  } else if (call.kind == SYS_brk) {
-    call.isHit = static_cast<unsigned long>(registers.result()) < state.wanted;
-  } else {
-    // A close has been made by now: one that fails closes all the same.
-    if (call.kind == SYS_close && !m_fault->isBlunt) registers.changeResult(-call.error);
-    call.isHit = CallRegisters(pid).result() == -call.error;
-  }
-  resume(pid);
-}
 
 }  // namespace
 

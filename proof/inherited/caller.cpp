@@ -90,7 +90,7 @@ template <class Action>
 bool forStreams(const Caller& caller, const Action& action) {
   bool isDone = true;
   for (int stream = 0; isDone && stream < kStreams; ++stream) {
-    isDone = action(stream, caller.streams[static_cast<std::size_t>(stream)]);
+    isDone = action(stream, caller.stream(stream));
   }
   return isDone;
 }

@@ -47,15 +47,15 @@ struct Caller {
   std::array<Stream, kStreams> streams = {};
   std::map<int, rlim_t> limits;  // by number of the resource; soft ones
   Folder folder = Folder::kCase;
-  std::string program;             // the first word of the argument list
-  std::vector<std::string> words;  // the others
-  std::vector<std::string> environment;
+  std::string program;  // the first word of the argument list
+  Texts words;          // the others
+  Texts environment;
   mode_t mask = 022;
   int nice = 0;
   Session session = Session::kCallers;
 
-  /// "NAME=value" in front of all other entries of the environment.
-  void setVariable(const std::string& entry) { environment.insert(environment.begin(), entry); }
+  Stream& stream(int number) { return streams.at(static_cast<std::size_t>(number)); }
+  Stream stream(int number) const { return streams.at(static_cast<std::size_t>(number)); }
 };
 
 /// The signals whose disposition and mask nobody may change.

@@ -7,12 +7,9 @@
 #include <cstdio>
 #include <tuple>
 
-#include "core/loglines.h"
 #include "inherited/judge.h"
 
 namespace {
-
-using Texts = std::vector<std::string>;
 
 const char* const kFixedName = "/swconXXXXXX_";
 const char* const kPlainName = "/tmp/swconXXXXXX_";
@@ -20,10 +17,6 @@ const char* const kElapsed = "ELAPSED:range='executing tanexics', time='0.0'";
 
 const char* const kUnopened =
     "*** failed to open(/var/opt/QZKBsoftmsg/log/msg_action.log):Too many open files\n";
-
-bool beginsWith(const std::string& text, const std::string& head) {
-  return text.compare(0, head.size(), head) == 0;
-}
 
 void replaceAll(std::string& text, const std::string& from, const std::string& to) {
   for (std::size_t at = text.find(from); at != std::string::npos;
@@ -50,10 +43,6 @@ bool isTraced(const Situation& situation) {
 std::uint64_t limitOf(const Situation& situation, int resource) {
   const auto limit = situation.caller.limits.find(resource);
   return limit == situation.caller.limits.end() ? RLIM_INFINITY : limit->second;
-}
-
-Stream streamOf(const Situation& situation, int stream) {
-  return situation.caller.streams[static_cast<std::size_t>(stream)];
 }
 
 bool isAnyClosed(const Situation& situation) {
@@ -166,7 +155,8 @@ bool isComplaining(const Situation& situation) {
 /// A shell that cannot name its working directory says so, and where nobody reads that any more a
 /// shell that has SIGPIPE from its caller ends there.
 void endShells(const Situation& situation, Expected& expected) {
-  const bool isEnd = isComplaining(situation) && streamOf(situation, 2) == Stream::kBrokenPipe &&
+  const bool isEnd = isComplaining(situation) &&
+                     situation.caller.stream(2) == Stream::kBrokenPipe &&
                      (situation.caller.ignored & bitOf(SIGPIPE)) == 0;
   if (!isEnd) return;
   if (isRotated(situation)) expected.backup.clear();
@@ -187,8 +177,8 @@ void complain(const Situation& situation, Expected& expected) {
 }
 
 void loseOutput(const Situation& situation, Expected& expected) {
-  if (streamOf(situation, 1) != Stream::kOrdinary) expected.output.clear();
-  if (streamOf(situation, 2) != Stream::kOrdinary) expected.errors.clear();
+  if (situation.caller.stream(1) != Stream::kOrdinary) expected.output.clear();
+  if (situation.caller.stream(2) != Stream::kOrdinary) expected.errors.clear();
 }
 
 void cutFiles(const Situation& situation, Expected& expected) {
@@ -394,8 +384,8 @@ bool Expected::operator==(const Expected& other) const {
   return all(*this) == all(other);
 }
 
-std::vector<std::string> childrenOf(const Run& run) {
-  std::vector<std::string> children;
+Texts childrenOf(const Run& run) {
+  Texts children;
   for (const Observation& observation : run.observations) {
     if (observation.role != Role::kShell && observation.role != Role::kCollector) continue;
     const char* kind = observation.role == Role::kShell ? "sh: " : "collect: ";

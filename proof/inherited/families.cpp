@@ -26,20 +26,15 @@ void addSignals(Catalogue& catalogue) {
   for (int signal = 1; signal <= kSignals; ++signal) {
     const std::uint64_t bit = bitOf(signal);
     if ((bit & kFixedSignals) != 0) continue;
-    const auto add = [&](const char* family, std::uint64_t Caller::*set) {
-      catalogue.add(family, {"incident", "event-err"}, std::to_string(signal),
-                    [=](Situation& situation) { situation.caller.*set = bit; });
-    };
-    add("ignored", &Caller::ignored);
-    add("blocked", &Caller::blocked);
-    add("pending", &Caller::pending);
+    const std::string what = std::to_string(signal);
+    catalogue.add("ignored", {"incident", "event-err"}, what, having(&Caller::ignored, bit));
+    catalogue.add("blocked", {"incident", "event-err"}, what, having(&Caller::blocked, bit));
+    catalogue.add("pending", {"incident", "event-err"}, what, having(&Caller::pending, bit));
   }
   const auto add = [&](std::initializer_list<const char*> scenarios, const std::string& what,
                        std::uint64_t ignored, std::uint64_t blocked) {
-    catalogue.add("ignored and blocked", scenarios, what, [=](Situation& situation) {
-      situation.caller.ignored = ignored;
-      situation.caller.blocked = blocked;
-    });
+    catalogue.add("ignored and blocked", scenarios, what,
+                  all({having(&Caller::ignored, ignored), having(&Caller::blocked, blocked)}));
   };
   for (unsigned ignored = 0; ignored < 8; ++ignored) {
     for (unsigned blocked = ignored == 0 ? 1 : 0; blocked < 8; ++blocked) {
@@ -70,15 +65,11 @@ void addStreams(Catalogue& catalogue) {
     catalogue.add(
         "descriptors",
         {"incident", "incident-above-buffer", "incident-above-pipe", "event-err", "log-rotation"},
-        what, [streams](Situation& situation) { situation.caller.streams = streams; });
+        what, having(&Caller::streams, streams));
   }
 }
 
 // --- limits --------------------------------------------------------------------------------------
-
-Change limitTo(int resource, rlim_t value) {
-  return [=](Situation& situation) { situation.caller.limits[resource] = value; };
-}
 
 void addFileSizes(Catalogue& catalogue) {
   for (const rlim_t bytes :
@@ -89,12 +80,10 @@ void addFileSizes(Catalogue& catalogue) {
     catalogue.add("limit on file size",
                   {"incident", "incident-trace", "incident-above-pipe", "event-err", "event-trace",
                    "log-rotation"},
-                  std::to_string(bytes), limitTo(RLIMIT_FSIZE, bytes));
+                  std::to_string(bytes), limitedTo(RLIMIT_FSIZE, bytes));
     catalogue.add("limit on file size", {"incident", "event-err"},
-                  std::to_string(bytes) + " SIGXFSZ ignored", [bytes](Situation& situation) {
-                    limitTo(RLIMIT_FSIZE, bytes)(situation);
-                    situation.caller.ignored = bitOf(SIGXFSZ);
-                  });
+                  std::to_string(bytes) + " SIGXFSZ ignored",
+                  all({limitedTo(RLIMIT_FSIZE, bytes), having(&Caller::ignored, bitOf(SIGXFSZ))}));
   }
 }
 
@@ -103,22 +92,17 @@ void addOpenFiles(Catalogue& catalogue) {
   for (rlim_t count = kStreams; count <= kMost; ++count) {
     for (unsigned closed = 0; closed < 8; ++closed) {
       const std::string what = closed == 0 ? "" : " closed " + std::to_string(closed);
+      std::vector<Change> changes = {limitedTo(RLIMIT_NOFILE, count)};
+      for (int stream = 0; stream < kStreams; ++stream) {
+        if ((closed >> stream & 1U) != 0) changes.push_back(having(stream, Stream::kClosed));
+      }
       catalogue.add("limit on open files", {"incident", "event-err", "log-rotation"},
-                    std::to_string(count) + what, [count, closed](Situation& situation) {
-                      limitTo(RLIMIT_NOFILE, count)(situation);
-                      for (unsigned stream = 0; stream < kStreams; ++stream) {
-                        if ((closed >> stream & 1U) == 0) continue;
-                        situation.caller.streams[stream] = Stream::kClosed;
-                      }
-                    });
+                    std::to_string(count) + what, all(changes));
     }
   }
   for (const std::string zone : {"UTC0", "XST-9", "Asia/Tokyo"}) {
     catalogue.add("limit on open files", {"event-err"}, "4 zone " + zone,
-                  [zone](Situation& situation) {
-                    limitTo(RLIMIT_NOFILE, kStreams + 1)(situation);
-                    situation.caller.setVariable("TZ=" + zone);
-                  });
+                  all({limitedTo(RLIMIT_NOFILE, kStreams + 1), having("TZ=" + zone)}));
   }
 }
 
@@ -126,19 +110,19 @@ void addMemory(Catalogue& catalogue) {
   for (rlim_t steps = 4; steps <= 128; ++steps) {
     const rlim_t bytes = steps * kMegabyte / 16;
     catalogue.add("limit on address space", {"incident", "event-err"}, std::to_string(bytes),
-                  limitTo(RLIMIT_AS, bytes));
+                  limitedTo(RLIMIT_AS, bytes));
   }
   for (rlim_t pages = 1; pages <= 32; ++pages) {
     const rlim_t bytes = pages * 4 * kKilobyte;
     catalogue.add("limit on stack", {"incident", "event-err", "log-rotation"},
-                  std::to_string(bytes), limitTo(RLIMIT_STACK, bytes));
+                  std::to_string(bytes), limitedTo(RLIMIT_STACK, bytes));
   }
   rlimit core = {};
   ::getrlimit(RLIMIT_CORE, &core);
   for (const rlim_t bytes : {rlim_t{0}, rlim_t{1}, rlim_t{kMegabyte}, rlim_t{RLIM_INFINITY}}) {
     if (bytes == core.rlim_cur || bytes > core.rlim_max) continue;
     catalogue.add("limit on core", {"incident", "event-err", "log-rotation"}, std::to_string(bytes),
-                  limitTo(RLIMIT_CORE, bytes));
+                  limitedTo(RLIMIT_CORE, bytes));
   }
 }
 
@@ -149,8 +133,7 @@ void addFolders(Catalogue& catalogue) {
     const auto folder = static_cast<Folder>(kind);
     catalogue.add("working directory",
                   {"incident", "incident-trace", "event-err", "event-trace", "log-rotation"},
-                  kFolderNames[kind],
-                  [folder](Situation& situation) { situation.caller.folder = folder; });
+                  kFolderNames[kind], having(&Caller::folder, folder));
   }
 }
 
@@ -160,8 +143,7 @@ void addMasks(Catalogue& catalogue) {
     if (mask == Caller().mask) continue;
     char text[8];
     std::snprintf(text, sizeof text, "%03o", mask);
-    catalogue.add("mask", {"incident", "event-err"}, text,
-                  [mask](Situation& situation) { situation.caller.mask = mask; });
+    catalogue.add("mask", {"incident", "event-err"}, text, having(&Caller::mask, mask));
   }
 }
 
@@ -170,17 +152,16 @@ void addNiceness(Catalogue& catalogue) {
   for (int nice = leastNice(); nice <= kMost; ++nice) {
     if (nice == ::getpriority(PRIO_PROCESS, 0)) continue;
     catalogue.add("niceness", {"incident", "event-err"}, std::to_string(nice),
-                  [nice](Situation& situation) { situation.caller.nice = nice; });
+                  having(&Caller::nice, nice));
   }
 }
 
 void addSessions(Catalogue& catalogue) {
-  const auto add = [&catalogue](const char* what, Session session) {
-    catalogue.add("session", {"incident", "event-err", "log-rotation"}, what,
-                  [session](Situation& situation) { situation.caller.session = session; });
-  };
-  add("without a terminal", Session::kNoTerminal);
-  add("with a terminal", Session::kTerminal);
+  const auto scenarios = {"incident", "event-err", "log-rotation"};
+  catalogue.add("session", scenarios, "without a terminal",
+                having(&Caller::session, Session::kNoTerminal));
+  catalogue.add("session", scenarios, "with a terminal",
+                having(&Caller::session, Session::kTerminal));
 }
 
 void addWords(Catalogue& catalogue) {
@@ -188,7 +169,7 @@ void addWords(Catalogue& catalogue) {
     catalogue.add("arguments", {"incident", "event-err", "log-rotation"},
                   std::to_string(count) + " of " + std::to_string(word.size()),
                   [=](Situation& situation) {
-                    std::vector<std::string>& words = situation.caller.words;
+                    Texts& words = situation.caller.words;
                     words.resize(words.size() + count, word);
                   });
   };
@@ -203,13 +184,12 @@ void addWords(Catalogue& catalogue) {
 }
 
 void addPrograms(Catalogue& catalogue) {
-  std::vector<std::string> programs = {
-      "", "tanexics", "-tanexics", "/", "a\nb", "%s%n%d", "../../srv/bin/tanexics", "\xff"};
+  Texts programs = {"",    "tanexics", "-tanexics", "/", "a\nb", "%s%n%d", "../../srv/bin/tanexics",
+                    "\xff"};
   for (const std::size_t bytes : {2000, 2020, 3000, 100000}) programs.emplace_back(bytes, 'p');
   for (std::size_t at = 0; at < programs.size(); ++at) {
-    const std::string& program = programs[at];
     catalogue.add("program's name", {"incident", "event-err", "log-rotation"}, std::to_string(at),
-                  [program](Situation& situation) { situation.caller.program = program; });
+                  having(&Caller::program, programs[at]));
   }
 }
 
@@ -251,7 +231,7 @@ void mix(Random& random, Situation& situation) {
   }
   for (const char* entry : {"TZ=XST-9", "LANG=ja_JP.eucJP", "LC_ALL=nonsense", "IFS=/",
                             "HOME=", "TMPDIR=/nonexistent", "LD_LIBRARY_PATH=/nonexistent"}) {
-    if (below(random, 2) == 0) caller.setVariable(entry);
+    if (below(random, 2) == 0) having(entry)(situation);
   }
   caller.words.resize(caller.words.size() + below(random, 1000), "word");
   caller.limits[RLIMIT_NOFILE] = 12 + below(random, 20);  // enough for a shell

@@ -5,8 +5,6 @@
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 constexpr std::size_t kMegabyte = 1024UL * 1024UL;
 
 /// The scenarios that run every kind of child.
@@ -25,7 +23,7 @@ void addEntries(Catalogue& catalogue, const std::string& family, const Texts& en
     catalogue.add(
         family, kScenarios,
         std::to_string(at) + " " + entry.substr(0, entry.find_first_of("\n\xff")).substr(0, 40),
-        [entry](Situation& situation) { situation.caller.setVariable(entry); });
+        having(entry));
   }
 }
 
@@ -88,8 +86,7 @@ void addSizes(Catalogue& catalogue) {
   add("1 MB in 8", 8, kMegabyte / 8 - 1);
   add("1 MB in 1,024", 1024, 1023);
   add("1 MB in 32,768", 32768, 31);
-  catalogue.add("environment", kScenarios, "none at all",
-                [](Situation& situation) { situation.caller.environment.clear(); });
+  catalogue.add("environment", kScenarios, "none at all", having(&Caller::environment, Texts()));
 }
 
 // --- what finds programs and libraries -----------------------------------------------------------
@@ -114,8 +111,7 @@ void addPaths(Catalogue& catalogue) {
   std::string folders;
   while (folders.size() < kMegabyte / 16) folders += "/nonexistent:";
   add(folders + "/usr/bin", /*hasNoCommands=*/false);
-  catalogue.add("PATH", kScenarios, "unset",
-                [](Situation& situation) { situation.caller.environment = {"A=b"}; });
+  catalogue.add("PATH", kScenarios, "unset", having(&Caller::environment, Texts{"A=b"}));
 }
 
 void addLoader(Catalogue& catalogue) {
@@ -132,7 +128,7 @@ void addLoader(Catalogue& catalogue) {
              folders + "/srv/lib"}) {
     catalogue.add("LD_LIBRARY_PATH", {"incident", "event-err"},
                   "only '" + value.substr(0, 40) + "'", [value](Situation& situation) {
-                    situation.caller.setVariable("LD_LIBRARY_PATH=" + value);
+                    having("LD_LIBRARY_PATH=" + value)(situation);
                     situation.isLibraryElsewhere = true;
                   });
   }
@@ -155,11 +151,8 @@ void addZones(Catalogue& catalogue) {
     for (const char* before : {"A=b", "TZ=UTC0", "TZ=AAA3", "TZ=Asia/Tokyo"}) {
       for (const char* zone : {"XST-9:30", "YST+5:30", "UTC1"}) {
         catalogue.add("TZ changed", {"incident", "event-err"},
-                      std::string(call) + " " + before + " " + zone, [=](Situation& situation) {
-                        situation.caller.setVariable(before);
-                        situation.zoneCall = call;
-                        situation.zone = zone;
-                      });
+                      std::string(call) + " " + before + " " + zone,
+                      all({having(before), changingZone(call, zone)}));
       }
     }
   }

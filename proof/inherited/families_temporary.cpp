@@ -40,7 +40,7 @@ class Places {
   void add(const std::string& what, const std::string& value, const TempPlace& place) {
     m_catalogue.add("TMPDIR", {"incident", "incident-trace", "event-err"}, what,
                     [=](Situation& situation) {
-                      situation.caller.setVariable("TMPDIR=" + value);
+                      having("TMPDIR=" + value)(situation);
                       situation.temp = place;
                     });
   }

@@ -14,8 +14,8 @@ struct Run {
   std::time_t begin = 0;
   std::time_t end = 0;
   mode_t logMode = 0;
-  std::vector<std::string> left;  // what lies where temporary directories may be, and was not there
-  bool isZoneChanged = false;     // the closed library has done as it was ordered
+  Texts left;                  // what lies where temporary directories may be, and was not there
+  bool isZoneChanged = false;  // the closed library has done as it was ordered
 
   /// The first observation of `role`; null when there is none.
   const Observation* find(Role role) const;
@@ -33,20 +33,20 @@ Run runIn(const Situation& situation, bool isBlunt);
 struct Expected {
   bool isLoaded = true;  // false: the command cannot be started, and nothing at all happens
   int status = 0;
-  std::vector<std::string> messages;               // of the log, without their heads
+  Texts messages;                                  // of the log, without their heads
   std::uint64_t mostLogBytes = ~std::uint64_t{0};  // the log ends there, within a line or after one
   std::string backup;
   std::string record;
   std::string output;
   std::string errors;
-  std::vector<std::string> children;  // shells and collection commands, with what they are given
+  Texts children;  // shells and collection commands, with what they are given
   // Signals that the caller ignores or blocks, and a collection command does not.
   std::uint64_t ignoredHidden = 0;
   std::uint64_t blockedHidden = 0;
-  bool isCommandCut = false;       // the collection commands have the caller's standard error
-  std::vector<std::string> left;   // items that stay
-  std::vector<std::string> zones;  // further zones in which a line's time may be
-  bool mayLackMemory = false;      // see judgeShortOfMemory
+  bool isCommandCut = false;   // the collection commands have the caller's standard error
+  Texts left;                  // items that stay
+  Texts zones;                 // further zones in which a line's time may be
+  bool mayLackMemory = false;  // see judgeShortOfMemory
   bool mayLackStack = false;
 
   bool operator==(const Expected& other) const;
@@ -68,7 +68,7 @@ constexpr const char* kWantOfStack = "want of stack";
 Expected expectationFrom(const Scenario& scenario, const Run& run);
 
 /// The children of a run, as an expectation has them.
-std::vector<std::string> childrenOf(const Run& run);
+Texts childrenOf(const Run& run);
 
 /// The undisturbed run of a scenario, with what is expected of it.
 struct Undisturbed {
@@ -78,8 +78,8 @@ struct Undisturbed {
 
 /// What a run has shown.
 struct Judgement {
-  Findings unseen;                   // what was handed down and not found; nothing when all was
-  std::vector<std::string> claimed;  // the names of the exceptions
+  Findings unseen;  // what was handed down and not found; nothing when all was
+  Texts claimed;    // the names of the exceptions
   Findings findings;
 };
 

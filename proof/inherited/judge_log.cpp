@@ -5,15 +5,7 @@
 #include <ctime>
 #include <set>
 
-#include "core/loglines.h"
-
 namespace {
-
-using Texts = std::vector<std::string>;
-
-bool beginsWith(const std::string& text, const std::string& head) {
-  return text.compare(0, head.size(), head) == 0;
-}
 
 /// TZ as the command has it: the first of several counts.
 const char* zoneOf(const Situation& situation) {
@@ -78,37 +70,22 @@ void judgeHeads(const Subject& subject, const std::vector<LogLine>& lines) {
   }
 }
 
-void judgeMessages(const Subject& subject, const std::vector<LogLine>& lines) {
-  const Texts& messages = subject.expected.messages;
-  for (std::size_t at = 0; at < std::min(lines.size(), messages.size()); ++at) {
-    const std::string message = normalised(lines[at].message);
-    subject.expect(message == normalised(messages[at]),
-                   "log: line " + std::to_string(at + 1) + " is: " + message);
-  }
-  subject.expect(lines.size() == messages.size(), "log: " + std::to_string(lines.size()) +
-                                                      " lines instead of " +
-                                                      std::to_string(messages.size()));
-}
-
 /// A log that has reached its limit: whole lines, and of the next one what there was room for.
 void judgeCutLog(const Subject& subject, std::vector<LogLine>& lines) {
-  const Texts& messages = subject.expected.messages;
   const std::string& log = subject.run.outcome.log;
   const std::size_t end = log.rfind('\n') + 1;  // 0 where there is none
   lines = linesOf(log.substr(0, end));
+  Texts messages = messagesOf(lines);
   const std::vector<LogLine> rest = linesOf(log.substr(end));
   const bool isInHead = rest.empty() || rest.front().head.empty();
-  std::vector<LogLine> all = lines;
-  if (!isInHead) all.push_back(rest.front());
-  subject.expect(all.size() <= messages.size(), "log: more lines than expected");
-  for (std::size_t at = 0; at < std::min(all.size(), messages.size()); ++at) {
-    const std::string message = normalised(all[at].message);
-    const std::string expected = normalised(messages[at]);
-    // The last one may lack its end, which with some is a line feed of its own.
-    const bool isLast = at + 1 == all.size();
-    subject.expect(isLast ? beginsWith(expected, message) : message == expected,
-                   "log: line " + std::to_string(at + 1) + " is: " + message);
+  if (!isInHead) messages.push_back(normalised(rest.front().message));
+  Texts expected = normalised(subject.expected.messages);
+  // The last one may lack its end, which with some is a line feed of its own.
+  const std::size_t last = messages.size() - 1;
+  if (!messages.empty() && last < expected.size() && beginsWith(expected[last], messages[last])) {
+    expected[last] = messages[last];
   }
+  subject.findings.expectSame(messages, expected, "log: line", /*isBeginning=*/true);
 }
 
 void judgeLogFile(const Subject& subject) {
@@ -131,7 +108,8 @@ void judgeLog(const Subject& subject) {
   if (log.size() == subject.expected.mostLogBytes) {
     judgeCutLog(subject, lines);
   } else {
-    judgeMessages(subject, lines);
+    subject.findings.expectSame(messagesOf(lines), normalised(subject.expected.messages),
+                                "log: line");
   }
   judgeHeads(subject, lines);
   judgeLogFile(subject);

@@ -7,11 +7,7 @@
 #include <csignal>
 #include <cstring>
 
-#include "core/loglines.h"
-
 namespace {
-
-using Texts = std::vector<std::string>;
 
 std::string hexText(std::uint64_t set) {
   char text[32];
@@ -38,11 +34,10 @@ void judgeCommand(const Subject& subject, const Observation& called) {
 /// Whether a child's standard descriptor is the one that its caller handed down: where that was
 /// closed, /dev/null.
 bool isHandedOn(const Subject& subject, int stream, const StreamState& state) {
-  const auto at = static_cast<std::size_t>(stream);
-  if (subject.situation.caller.streams[at] == Stream::kClosed) {
+  if (subject.situation.caller.stream(stream) == Stream::kClosed) {
     return state.isOpen && state.access == O_RDWR && S_ISCHR(state.mode);
   }
-  const StreamState& first = subject.run.find(Role::kLoaded)->streams[at];
+  const StreamState& first = subject.run.find(Role::kLoaded)->streams[stream];
   return state.isOpen && state.access == first.access && state.device == first.device &&
          state.file == first.file;
 }
@@ -126,14 +121,8 @@ void judgeProcesses(const Subject& subject) {
       judgeChild(subject, observation);
     }
   }
-  Texts children = childrenOf(subject.run);
   Texts expected = subject.expected.children;
   for (std::string& child : expected) child = child.substr(0, child.find(' ') + kDetailBytes);
-  subject.expect(children == expected,
-                 "children: " + std::to_string(children.size()) + " of them, other than expected");
-  for (std::size_t at = 0; at < children.size() && children != expected; ++at) {
-    subject.expect(at < expected.size() && children[at] == expected[at],
-                   "children: " + children[at]);
-  }
+  subject.findings.expectSame(childrenOf(subject.run), expected, "child");
   judgeTempMode(subject);
 }

@@ -16,35 +16,23 @@ struct Seed {
   const char* bug;
   const char* scenario;
   const char* judge;
-  void (*change)(Situation&);
+  Change change;
 };
 
-constexpr auto kOrdinary = [](Situation&) {};
 const Seed kSeeds[] = {
-    {"sigchld-kept", "incident", "end: ", [](Situation& s) { s.caller.ignored = bitOf(SIGCHLD); }},
-    {"sigpipe-default", "incident-above-buffer", "end: signal 13",
-     [](Situation& s) { s.caller.streams[1] = Stream::kBrokenPipe; }},
-    {"sigxfsz-default", "event-err", "end: signal 25",
-     [](Situation& s) { s.caller.limits[RLIMIT_FSIZE] = 500; }},
-    {"handler-installed", "event-err", "command in KEL_GetID: catches", kOrdinary},
-    {"signals-handed-on", "incident", "shell of uname", kOrdinary},
-    {"signal-blocked", "incident", "shell of uname", kOrdinary},
-    {"mask-kept", "event-err", "log: its permission bits",
-     [](Situation& s) { s.caller.mask = 0777; }},
-    {"mask-kept", "incident", "temporary directory: ", [](Situation& s) { s.caller.mask = 0; }},
-    {"descriptors-closed", "event-err",
-     "command in KEL_GetID: ", [](Situation& s) { s.caller.streams[0] = Stream::kClosed; }},
-    {"descriptors-closed", "incident",
-     "command in KEL_GetID: ", [](Situation& s) { s.caller.streams[1] = Stream::kClosed; }},
-    {"zone-ignored", "event-err", "log: line 1 has the head",
-     [](Situation& s) { s.caller.setVariable("TZ=XST-9"); }},
-    {"zone-kept", "event-err", "log: line ",
-     [](Situation& s) {
-       s.zoneCall = "KEL_StartComm";
-       s.zone = "XST-9";
-     }},
-    {"folder-needed", "event-err",
-     "end: ", [](Situation& s) { s.caller.folder = Folder::kDeleted; }}};
+    {"sigchld-kept", "incident", "end: ", having(&Caller::ignored, bitOf(SIGCHLD))},
+    {"sigpipe-default", "incident-above-buffer", "end: signal 13", having(1, Stream::kBrokenPipe)},
+    {"sigxfsz-default", "event-err", "end: signal 25", limitedTo(RLIMIT_FSIZE, 500)},
+    {"handler-installed", "event-err", "command in KEL_GetID: catches", asAlways},
+    {"signals-handed-on", "incident", "shell of uname", asAlways},
+    {"signal-blocked", "incident", "shell of uname", asAlways},
+    {"mask-kept", "event-err", "log: its permission bits", having(&Caller::mask, 0777)},
+    {"mask-kept", "incident", "temporary directory: ", having(&Caller::mask, 0)},
+    {"descriptors-closed", "event-err", "command in KEL_GetID: ", having(0, Stream::kClosed)},
+    {"descriptors-closed", "incident", "command in KEL_GetID: ", having(1, Stream::kClosed)},
+    {"zone-ignored", "event-err", "log: line 1 has the head", having("TZ=XST-9")},
+    {"zone-kept", "event-err", "log: line ", changingZone("KEL_StartComm", "XST-9")},
+    {"folder-needed", "event-err", "end: ", having(&Caller::folder, Folder::kDeleted)}};
 
 class InheritedSweep : public Sweep {
  public:
@@ -90,6 +78,25 @@ class InheritedSweep : public Sweep {
     return all;
   }
 
+  /// The exceptions with the number of their claims. Returns whether each was claimed, unless
+  /// something is left out.
+  bool report(const Plan& plan, const Tally& tally) override {
+    bool areClaimed = true;
+    for (const Exception& exception : exceptions()) {
+      const auto claim = tally.claims.find(exception.name);
+      const int count = claim == tally.claims.end() ? 0 : claim->second;
+      areClaimed = areClaimed && count > 0;
+      std::printf("%-28s %8d  %s\n", exception.name, count, exception.reason);
+    }
+    std::printf("left out: SIGKILL and SIGSTOP ignored or blocked: the kernel allows neither\n");
+    if (leastNice() > -20) {
+      std::printf("left out: less niceness than the caller's: not permitted here\n");
+    }
+    const bool isWell = areClaimed || !plan.isWhole();
+    if (!isWell) std::printf("an exception is claimed by nothing\n");
+    return isWell;
+  }
+
  private:
   /// A second run must be like the first, with nothing excepted.
   void judgeReference(const Scenario& scenario, const Expected& expected, Tally& tally) {
@@ -119,30 +126,13 @@ class InheritedSweep : public Sweep {
   bool m_isBlunt = false;
 };
 
-/// The exceptions with the number of their claims. Returns whether each was claimed, unless
-/// something is left out.
-bool printExceptions(const Plan& plan, const Tally& tally) {
-  bool areClaimed = true;
-  for (const Exception& exception : exceptions()) {
-    const auto claim = tally.claims.find(exception.name);
-    const int count = claim == tally.claims.end() ? 0 : claim->second;
-    areClaimed = areClaimed && count > 0;
-    std::printf("%-28s %8d  %s\n", exception.name, count, exception.reason);
-  }
-  std::printf("left out: SIGKILL and SIGSTOP ignored or blocked: the kernel allows neither\n");
-  if (leastNice() > -20) {
-    std::printf("left out: less niceness than the caller's: not permitted here\n");
-  }
-  const bool isWell = areClaimed || !plan.isWhole();
-  if (!isWell) std::printf("an exception is claimed by nothing\n");
-  return isWell;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  const Terms terms = {"Hands down everything odd to the command.", "family",
-                       {"tried", "hit", "excepted", "broken"},      TANEXICS_COMMAND,
-                       [] { return new InheritedSweep; },           printExceptions};
-  return runSweep(argc, argv, terms);
+  InheritedSweep sweep;
+  return runSweep(argc, argv,
+                  {"Hands down everything odd to the command.",
+                   "family",
+                   {"tried", "hit", "excepted", "broken"}},
+                  sweep);
 }

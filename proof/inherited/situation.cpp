@@ -62,6 +62,36 @@ Situation undisturbed(const Scenario& scenario) {
   return situation;
 }
 
+void asAlways(Situation& /*situation*/) {}
+
+Change having(const std::string& variable) {
+  return [variable](Situation& situation) {
+    Texts& environment = situation.caller.environment;
+    environment.insert(environment.begin(), variable);
+  };
+}
+
+Change having(int stream, Stream kind) {
+  return [=](Situation& situation) { situation.caller.stream(stream) = kind; };
+}
+
+Change limitedTo(int resource, rlim_t value) {
+  return [=](Situation& situation) { situation.caller.limits[resource] = value; };
+}
+
+Change changingZone(const std::string& call, const std::string& zone) {
+  return [=](Situation& situation) {
+    situation.zoneCall = call;
+    situation.zone = zone;
+  };
+}
+
+Change all(const std::vector<Change>& changes) {
+  return [changes](Situation& situation) {
+    for (const Change& change : changes) change(situation);
+  };
+}
+
 Situation changed(const std::string& scenario, const std::string& family, const std::string& what,
                   const Change& change) {
   Situation situation = undisturbed(findScenario(inheritedScenarios(), scenario));

@@ -29,10 +29,10 @@ struct TempPlace {
   std::string parent = "/tmp";     // as the command's lines name it
   std::string canonical = "/tmp";  // the same without detours
   TempFate fate = TempFate::kMade;
-  int mkdirStatus = 0;                  // wait status
-  std::vector<std::string> leftBehind;  // where it is not made: what mkdir makes instead
-  std::vector<std::string> folders;     // to be made for it
-  std::vector<std::string> files;
+  int mkdirStatus = 0;  // wait status
+  Texts leftBehind;     // where it is not made: what mkdir makes instead
+  Texts folders;        // to be made for it
+  Texts files;
   std::vector<std::pair<std::string, std::string>> links;  // name and target
 };
 
@@ -58,9 +58,23 @@ Situation undisturbed(const Scenario& scenario);
 /// more than a buffer or a pipe takes.
 const std::vector<Scenario>& inheritedScenarios();
 
+// What makes a situation of an ordinary one.
+using Change = std::function<void(Situation&)>;
+void asAlways(Situation& situation);
+Change having(const std::string& variable);  // in front of all others of the environment
+Change having(int stream, Stream kind);
+Change limitedTo(int resource, rlim_t value);
+Change changingZone(const std::string& call, const std::string& zone);
+template <class Value, class Given>
+Change having(Value Caller::*member, const Given& given) {
+  return [member, value = Value(given)](Situation& situation) { situation.caller.*member = value; };
+}
+
+/// Several changes, one after the other.
+Change all(const std::vector<Change>& changes);
+
 /// An ordinary caller's situation, changed by `change`. `what` tells it from the others of its
 /// family.
-using Change = std::function<void(Situation&)>;
 Situation changed(const std::string& scenario, const std::string& family, const std::string& what,
                   const Change& change);
 

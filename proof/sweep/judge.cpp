@@ -58,7 +58,7 @@ void judgeShells(const Case& subject) {
   const Trace& trace = subject.run.trace;
   for (std::size_t at = 0; at < trace.calls.size(); ++at) {
     const Call& call = trace.calls[at];
-    const Process& process = trace.processOf(call);
+    const Process& process = trace.process(call.process);
     const bool isPipe = call.kind == SYS_pipe2 && call.process == 0;
     const bool isShell = call.kind == SYS_execve && process.parent == 0;
     if (!call.isHit || !(isPipe || isShell)) continue;

@@ -83,8 +83,6 @@ bool isExcepted(const Exception (&exceptions)[Count], const Case& subject,
   });
 }
 
-using Texts = std::vector<std::string>;
-
 /// The longest common part of two lists of lines; what is outside goes to `lacking`, `appearing`.
 void compare(const Texts& expected, const Texts& lines, Texts& lacking, Texts& appearing) {
   std::vector<std::vector<std::size_t>> common(expected.size() + 1,

@@ -36,7 +36,7 @@ void judgeTemporary(const Case& subject) {
 /// Whether the command has waited for the shell that the process belongs to.
 bool isReaped(const Trace& trace, const Process& process) {
   const Process* shell = &process;
-  while (shell->parent > 0) shell = &trace.processes.at(static_cast<std::size_t>(shell->parent));
+  while (shell->parent > 0) shell = &trace.process(shell->parent);
   return shell->isReaped;
 }
 
@@ -50,7 +50,7 @@ void judgeChildren(const Case& subject) {
       });
   const bool isExcused = isLeftAlone || isTerminated(subject.run);
   for (const int number : trace.leftRunning) {
-    const Process& process = trace.processes.at(static_cast<std::size_t>(number));
+    const Process& process = trace.process(number);
     // A shell that could not wait for its program is gone before it.
     const bool isOfShell = process.parent > 0 && isHitIn(trace, process.parent);
     const bool isLeft = isExcused && !isReaped(trace, process);
@@ -61,7 +61,7 @@ void judgeChildren(const Case& subject) {
                    "6: nobody waited for " + process.shell);
   }
   for (int number = 0; number < static_cast<int>(trace.processes.size()); ++number) {
-    const Process& process = trace.processes[static_cast<std::size_t>(number)];
+    const Process& process = trace.process(number);
     // What a shell keeps for itself when its own calls fail is not the command's doing.
     if (process.parent > 0 && (isHitIn(trace, process.parent) || isHitIn(trace, number))) continue;
     subject.expect(process.leaked.empty(),

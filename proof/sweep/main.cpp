@@ -70,11 +70,10 @@ class FaultSweep : public Sweep {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const Terms terms = {"Makes every call of the command fail in turn.",
-                       "scenario",
-                       {"calls", "tried", "hit", "broken"},
-                       TANEXICS_COMMAND,
-                       [] { return new FaultSweep; },
-                       [](const Plan&, const Tally&) { return true; }};
-  return runSweep(argc, argv, terms);
+  FaultSweep sweep;
+  return runSweep(argc, argv,
+                  {"Makes every call of the command fail in turn.",
+                   "scenario",
+                   {"calls", "tried", "hit", "broken"}},
+                  sweep);
 }

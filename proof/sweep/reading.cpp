@@ -12,10 +12,6 @@
 
 namespace {
 
-bool beginsWith(const std::string& text, const std::string& head) {
-  return text.compare(0, head.size(), head) == 0;
-}
-
 bool contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
@@ -76,7 +72,7 @@ Area areaOfNthShell(const Trace& reference, int number) {
       continue;
     }
     const int child = childOf(reference, at);
-    return areaOfShell(reference.processes.at(static_cast<std::size_t>(child)).shell);
+    return areaOfShell(reference.process(child).shell);
   }
   // Behind the last shell of the undisturbed run there are only repeated attempts at a directory.
   return kTempDir;
@@ -86,7 +82,7 @@ Area areaOfNthShell(const Trace& reference, int number) {
 Area areaOfShellCall(const Trace& run, std::size_t call, const Trace& reference) {
   const std::size_t pipe = pipeBefore(run, call);
   const int child = childOf(run, pipe);
-  if (child != 0) return areaOfShell(run.processes.at(static_cast<std::size_t>(child)).shell);
+  if (child != 0) return areaOfShell(run.process(child).shell);
   return areaOfNthShell(reference, pipesUpTo(run, pipe));
 }
 
@@ -138,7 +134,7 @@ std::size_t acceptedBytes(const Call& call) {
 Area areaOfCall(const Trace& run, std::size_t at, const Trace& reference) {
   const Call& call = run.calls.at(at);
   if (call.process != 0) {
-    return areaOfShell(run.processOf(call).shell);
+    return areaOfShell(run.process(call.process).shell);
   }
   if (call.kind == SYS_mmap || call.kind == SYS_brk || call.kind == SYS_mremap) return kMemory;
   if (call.kind == SYS_poll) return kStart;
@@ -179,8 +175,8 @@ std::string messageOf(const IntendedLine& line) {
   return line.pieces.size() < 2 ? "" : normalised(line.pieces[1]);
 }
 
-std::vector<std::string> messagesOf(const Trace& trace) {
-  std::vector<std::string> messages;
+Texts messagesOf(const Trace& trace) {
+  Texts messages;
   for (const IntendedLine& line : intendedLines(trace)) messages.push_back(messageOf(line));
   return messages;
 }
@@ -190,7 +186,7 @@ LogContents contentsAfter(const Trace& trace, const std::string& before) {
   contents.log = before;
   for (const Call& call : trace.calls) {
     if (call.process == 0 && makesProcess(call.kind) && call.child != 0 &&
-        areaOfShell(trace.processes.at(static_cast<std::size_t>(call.child)).shell) == kRotation) {
+        areaOfShell(trace.process(call.child).shell) == kRotation) {
       contents.backup = contents.log;
     }
     if (!isOfLog(call)) continue;

@@ -90,17 +90,15 @@ void judgeWantOfStack(const Subject& subject) {
 
 }  // namespace
 
-Judgement judgeInherited(const Situation& situation, const Undisturbed& undisturbed,
-                         const Run& run) {
-  Judgement judgement;
-  judgement.unseen = unseenIn(situation, run);
+Verdict judgeInherited(const Situation& situation, const Undisturbed& undisturbed, Run run) {
+  Verdict verdict;
   Expected expected = undisturbed.expected;
   for (const Exception& exception : exceptions()) {
     const Expected before = expected;
     exception.apply(situation, expected);
-    if (!(before == expected)) judgement.claimed.emplace_back(exception.name);
+    if (!(before == expected)) verdict.claimed.emplace_back(exception.name);
   }
-  const Subject subject = {situation, undisturbed, expected, run, judgement.findings};
+  const Subject subject = {situation, undisturbed, expected, run, verdict.findings};
   judgeEnd(subject);
   judgeLog(subject);
   judgeRecord(subject);
@@ -108,9 +106,14 @@ Judgement judgeInherited(const Situation& situation, const Undisturbed& undistur
   judgeRemains(subject);
   judgeProcesses(subject);
   const bool isWanting = expected.mayLackMemory || expected.mayLackStack;
-  if (judgement.findings.broken.empty() || !isWanting) return judgement;
-  judgement.findings.broken.clear();
-  judgement.claimed.emplace_back(expected.mayLackMemory ? kWantOfMemory : kWantOfStack);
-  expected.mayLackMemory ? judgeWantOfMemory(subject) : judgeWantOfStack(subject);
-  return judgement;
+  if (!verdict.findings.broken.empty() && isWanting) {
+    verdict.findings.broken.clear();
+    verdict.claimed.emplace_back(expected.mayLackMemory ? kWantOfMemory : kWantOfStack);
+    expected.mayLackMemory ? judgeWantOfMemory(subject) : judgeWantOfStack(subject);
+  }
+  const Findings missing = unseenIn(situation, run);
+  verdict.isHit = missing.broken.empty();
+  verdict.findings.take(missing, "not seen to take effect: ");
+  verdict.run = std::move(run.outcome);
+  return verdict;
 }

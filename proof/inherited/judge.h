@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "core/harness.h"
 #include "inherited/situation.h"
 
 /// What one run has left behind.
@@ -76,17 +77,9 @@ struct Undisturbed {
   Expected expected;
 };
 
-/// What a run has shown.
-struct Judgement {
-  Findings unseen;  // what was handed down and not found; nothing when all was
-  Texts claimed;    // the names of the exceptions
-  Findings findings;
-};
-
 /// Judges the run of a situation by the undisturbed one of its scenario: what it leaves must be the
 /// same, but for the exceptions that the situation can claim.
-Judgement judgeInherited(const Situation& situation, const Undisturbed& undisturbed,
-                         const Run& run);
+Verdict judgeInherited(const Situation& situation, const Undisturbed& undisturbed, Run run);
 
 /// One run before its judge.
 struct Subject {

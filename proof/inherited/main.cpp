@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <map>
 
-#include "core/harness.h"
 #include "inherited/judge.h"
 
 namespace {
@@ -111,15 +110,8 @@ class InheritedSweep : public Sweep {
   }
 
   Verdict tryOut(const Situation& situation) const {
-    Verdict verdict;
-    Run run = runIn(situation, m_isBlunt);
-    Judgement judgement = judgeInherited(situation, m_references.at(situation.scenario), run);
-    verdict.isHit = judgement.unseen.broken.empty();
-    verdict.claimed = std::move(judgement.claimed);
-    verdict.findings = std::move(judgement.findings);
-    verdict.findings.take(judgement.unseen, "not seen to take effect: ");
-    verdict.run = std::move(run.outcome);
-    return verdict;
+    return judgeInherited(situation, m_references.at(situation.scenario),
+                          runIn(situation, m_isBlunt));
   }
 
   std::map<const Scenario*, Undisturbed> m_references;

@@ -268,8 +268,9 @@ class Tracer {
 
   static std::string targetOf(pid_t pid, const CallKind& kind, const CallRegisters& registers) {
     std::string target;
-    if (kind.target == Target::kPath)
+    if (kind.target == Target::kPath) {
       target = readText(pid, registers.argument(kind.targetArgument));
+    }
     // With an empty path the call is about its descriptor.
     if (kind.target == Target::kDescriptor || (target.empty() && kind.targetArgument == 1)) {
       target = descriptorTarget(pid, static_cast<int>(registers.argument(0)));
@@ -288,8 +289,9 @@ class Tracer {
       call.target = targetOf(pid, kind, registers);
     }
     if (kind.number == SYS_wait4) call.child = numberOf(static_cast<pid_t>(registers.argument(0)));
-    if (kind.sizeArgument >= 0)
+    if (kind.sizeArgument >= 0) {
       call.size = static_cast<long>(registers.argument(kind.sizeArgument));
+    }
     if (kind.number == SYS_write && pid == m_command) {
       call.bytes = readBytes(pid, registers.argument(1), registers.argument(2));
     }

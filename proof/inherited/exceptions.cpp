@@ -108,26 +108,26 @@ void endBeforeTempDir(Expected& expected) {
 }
 
 /// Ten attempts at a temporary directory, and status 78.
-void giveUpTempDir(const Situation& situation, Expected& expected) {
+void giveUpTempDir(const Situation& situation, TempFate fate, int mkdirStatus, Expected& expected) {
   constexpr int kAttempts = 10;
-  const TempPlace& temp = situation.temp;
+  const std::string& parent = situation.temp.parent;
   const bool isTrace = isTraced(situation);
   Texts attempt;
   if (isTrace) attempt.emplace_back("[T](CTemp:73):getTemp_sub():prefix=/tmp,templ=swconf");
-  const std::string command = "mkdir -p " + escaped(temp.parent) + kFixedName + " 2>/dev/null";
-  if (temp.fate == TempFate::kNoName) {
+  const std::string command = "mkdir -p " + escaped(parent) + kFixedName + " 2>/dev/null";
+  if (fate == TempFate::kNoName) {
     attempt.emplace_back("VUQ90102L : failed to tempnam():Invalid argument");
   } else {
-    attempt.push_back(waitLine(temp.mkdirStatus));
+    attempt.push_back(waitLine(mkdirStatus));
     attempt.push_back("VUQ90004L : com=" + command);
-    const Texts trace = isTrace ? exitTrace(temp.mkdirStatus) : Texts();
+    const Texts trace = isTrace ? exitTrace(mkdirStatus) : Texts();
     attempt.insert(attempt.end(), trace.begin(), trace.end());
-    attempt.push_back("VUQ90103L : failed to create dir:" + temp.parent + kFixedName);
+    attempt.push_back("VUQ90103L : failed to create dir:" + parent + kFixedName);
   }
   endBeforeTempDir(expected);
   for (int number = 0; number < kAttempts; ++number) {
     expected.messages.insert(expected.messages.end(), attempt.begin(), attempt.end());
-    if (temp.fate != TempFate::kNoName) expected.children.push_back("sh: " + command);
+    if (fate != TempFate::kNoName) expected.children.push_back("sh: " + command);
   }
   expected.status = kNoTempDir;
   expected.messages.emplace_back("make tempname error (CSendEventSingleSystem::SendEvent)");
@@ -139,10 +139,7 @@ void giveUpTempDir(const Situation& situation, Expected& expected) {
 void failCommands(const Situation& situation, Expected& expected, int status) {
   emptyHostName(expected);
   *findLine(expected.messages, "VUQ90004L : pid=") = waitLine(status);
-  Situation refused = situation;
-  refused.temp.fate = TempFate::kNotMade;
-  refused.temp.mkdirStatus = status;
-  giveUpTempDir(refused, expected);
+  giveUpTempDir(situation, TempFate::kNotMade, status, expected);
 }
 
 // --- the exceptions ------------------------------------------------------------------------------
@@ -161,10 +158,7 @@ void endShells(const Situation& situation, Expected& expected) {
   if (!isEnd) return;
   if (isRotated(situation)) expected.backup.clear();
   if (!makesTempDir(expected)) return;
-  Situation refused = situation;
-  refused.temp.fate = TempFate::kNotMade;
-  refused.temp.mkdirStatus = SIGPIPE;
-  giveUpTempDir(refused, expected);
+  giveUpTempDir(situation, TempFate::kNotMade, SIGPIPE, expected);
 }
 
 void complain(const Situation& situation, Expected& expected) {
@@ -266,7 +260,7 @@ void makeNoTempDir(const Situation& situation, Expected& expected) {
   const TempFate fate = situation.temp.fate;
   const bool isRefused = fate == TempFate::kNoName || fate == TempFate::kNotMade;
   if (!isRefused || !makesTempDir(expected)) return;
-  giveUpTempDir(situation, expected);
+  giveUpTempDir(situation, fate, situation.temp.mkdirStatus, expected);
   expected.left = situation.temp.leftBehind;
 }
 

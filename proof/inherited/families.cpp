@@ -128,35 +128,24 @@ void addMemory(Catalogue& catalogue) {
 
 // --- what else a process has ---------------------------------------------------------------------
 
-void addFolders(Catalogue& catalogue) {
+void addAttributes(Catalogue& catalogue) {
   for (int kind = 1; kind < kFolderKinds; ++kind) {
-    const auto folder = static_cast<Folder>(kind);
     catalogue.add("working directory",
                   {"incident", "incident-trace", "event-err", "event-trace", "log-rotation"},
-                  kFolderNames[kind], having(&Caller::folder, folder));
+                  kFolderNames[kind], having(&Caller::folder, static_cast<Folder>(kind)));
   }
-}
-
-void addMasks(Catalogue& catalogue) {
-  constexpr mode_t kMost = 0777;
-  for (mode_t mask = 0; mask <= kMost; ++mask) {
+  for (mode_t mask = 0; mask <= 0777; ++mask) {
     if (mask == Caller().mask) continue;
     char text[8];
     std::snprintf(text, sizeof text, "%03o", mask);
     catalogue.add("mask", {"incident", "event-err"}, text, having(&Caller::mask, mask));
   }
-}
-
-void addNiceness(Catalogue& catalogue) {
-  constexpr int kMost = 19;
-  for (int nice = leastNice(); nice <= kMost; ++nice) {
+  constexpr int kMostNice = 19;
+  for (int nice = leastNice(); nice <= kMostNice; ++nice) {
     if (nice == ::getpriority(PRIO_PROCESS, 0)) continue;
     catalogue.add("niceness", {"incident", "event-err"}, std::to_string(nice),
                   having(&Caller::nice, nice));
   }
-}
-
-void addSessions(Catalogue& catalogue) {
   const auto scenarios = {"incident", "event-err", "log-rotation"};
   catalogue.add("session", scenarios, "without a terminal",
                 having(&Caller::session, Session::kNoTerminal));
@@ -245,10 +234,7 @@ void addProcess(Catalogue& catalogue) {
   addFileSizes(catalogue);
   addOpenFiles(catalogue);
   addMemory(catalogue);
-  addFolders(catalogue);
-  addMasks(catalogue);
-  addNiceness(catalogue);
-  addSessions(catalogue);
+  addAttributes(catalogue);
   addWords(catalogue);
   addPrograms(catalogue);
 }

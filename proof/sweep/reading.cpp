@@ -18,31 +18,21 @@ bool contains(const std::string& text, const std::string& part) {
 
 bool isPipe(const Call& call) { return call.kind == SYS_pipe2 || call.kind == SYS_pipe; }
 
-/// Every shell of the command begins with a pipe. The place of the pipe that the call belongs to.
-std::size_t pipeBefore(const Trace& run, std::size_t call) {
-  for (std::size_t at = call + 1; at-- > 0;) {
-    if (run.calls[at].process == 0 && isPipe(run.calls[at])) return at;
-  }
-  throw std::runtime_error("a call belongs to a shell before there is any");
-}
+/// A shell of the command. Every one begins with a pipe.
+struct Shell {
+  std::size_t pipe;  // the place of its call
+  int child = 0;     // the process that came of it, 0 when none did
+};
 
-/// The child that came of a pipe, 0 when there is none.
-int childOf(const Trace& run, std::size_t pipe) {
-  for (std::size_t at = pipe + 1; at < run.calls.size(); ++at) {
+std::vector<Shell> shellsOf(const Trace& run) {
+  std::vector<Shell> shells;
+  for (std::size_t at = 0; at < run.calls.size(); ++at) {
     const Call& call = run.calls[at];
     if (call.process != 0) continue;
-    if (isPipe(call)) break;
-    if (makesProcess(call.kind)) return call.child;
+    if (isPipe(call)) shells.push_back({at});
+    if (makesProcess(call.kind) && !shells.empty()) shells.back().child = call.child;
   }
-  return 0;
-}
-
-int pipesUpTo(const Trace& run, std::size_t last) {
-  int count = 0;
-  for (std::size_t at = 0; at <= last; ++at) {
-    count += run.calls[at].process == 0 && isPipe(run.calls[at]) ? 1 : 0;
-  }
-  return count;
+  return shells;
 }
 
 /// The area of the command line that a shell was given, kNoArea for any other.
@@ -65,25 +55,19 @@ Area areaOfShell(const std::string& shell) {
   return area;
 }
 
-Area areaOfNthShell(const Trace& reference, int number) {
-  int count = 0;
-  for (std::size_t at = 0; at < reference.calls.size(); ++at) {
-    if (reference.calls[at].process != 0 || !isPipe(reference.calls[at]) || ++count < number) {
-      continue;
-    }
-    const int child = childOf(reference, at);
-    return areaOfShell(reference.process(child).shell);
-  }
-  // Behind the last shell of the undisturbed run there are only repeated attempts at a directory.
-  return kTempDir;
-}
-
-/// The shell that a call of the command serves.
+/// The area of the shell that a call of the command serves. The undisturbed run tells what a shell
+/// would have been that never came to be.
 Area areaOfShellCall(const Trace& run, std::size_t call, const Trace& reference) {
-  const std::size_t pipe = pipeBefore(run, call);
-  const int child = childOf(run, pipe);
+  const std::vector<Shell> shells = shellsOf(run);
+  std::size_t number = shells.size();
+  while (number > 0 && shells[number - 1].pipe > call) --number;
+  if (number == 0) throw std::runtime_error("a call belongs to a shell before there is any");
+  const int child = shells[number - 1].child;
   if (child != 0) return areaOfShell(run.process(child).shell);
-  return areaOfNthShell(reference, pipesUpTo(run, pipe));
+  const std::vector<Shell> usual = shellsOf(reference);
+  // After the last shell of the undisturbed run there are only repeated attempts at a directory.
+  if (number > usual.size()) return kTempDir;
+  return areaOfShell(reference.process(usual[number - 1].child).shell);
 }
 
 bool isOnShell(const Call& call) {

@@ -2,7 +2,6 @@
 
 #include <sys/syscall.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <set>
 

@@ -149,119 +149,8 @@ bool isComplaining(const Situation& situation) {
   return folder == Folder::kDeleted || folder == Folder::kDetached;
 }
 
-/// A shell that cannot name its working directory says so, and where nobody reads that any more a
-/// shell that has SIGPIPE from its caller ends there.
-void endShells(const Situation& situation, Expected& expected) {
-  const bool isEnd = isComplaining(situation) &&
-                     situation.caller.stream(2) == Stream::kBrokenPipe &&
-                     (situation.caller.ignored & bitOf(SIGPIPE)) == 0;
-  if (!isEnd) return;
-  if (isRotated(situation)) expected.backup.clear();
-  if (!makesTempDir(expected)) return;
-  giveUpTempDir(situation, TempFate::kNotMade, SIGPIPE, expected);
-}
-
-void complain(const Situation& situation, Expected& expected) {
-  if (!isComplaining(situation)) return;
-  for (const std::string& child : expected.children) {
-    // That of uname has a standard error of its own.
-    if (!beginsWith(child, "sh: ") || beginsWith(child, "sh: uname")) continue;
-    expected.errors += "sh: 0: getcwd() failed: No such file or directory\n";
-  }
-}
-
-void loseOutput(const Situation& situation, Expected& expected) {
-  if (situation.caller.stream(1) != Stream::kOrdinary) expected.output.clear();
-  if (situation.caller.stream(2) != Stream::kOrdinary) expected.errors.clear();
-}
-
-void cutFiles(const Situation& situation, Expected& expected) {
-  const std::uint64_t limit = limitOf(situation, RLIMIT_FSIZE);
-  if (limit == RLIM_INFINITY) return;
-  constexpr std::size_t kHeadAndEnd = 28;  // with a few bytes of reserve for long process ids
-  std::size_t logBytes = 0;
-  for (const std::string& message : expected.messages) logBytes += message.size() + kHeadAndEnd;
-  if (limit < logBytes) expected.mostLogBytes = limit;
-  if (limit < expected.backup.size()) expected.backup.resize(limit);
-  if (limit < expected.output.size()) expected.output.resize(limit);
-}
-
 bool isLoaderStarved(const Situation& situation) {
   return limitOf(situation, RLIMIT_NOFILE) <= kStreams && !isAnyClosed(situation);
-}
-
-void startNothing(const Situation& situation, Expected& expected) {
-  if (!isLoaderStarved(situation)) return;
-  expected = Expected();
-  expected.isLoaded = false;
-  constexpr int kNotStarted = 127;
-  expected.status = kNotStarted;
-}
-
-void openNothing(const Situation& situation, Expected& expected) {
-  if (limitOf(situation, RLIMIT_NOFILE) > kStreams || isLoaderStarved(situation)) return;
-  // The size of the log asks for its backup first, and that for a pipe.
-  const bool isEnd = isRotated(situation);
-  expected = Expected();
-  expected.status = isEnd ? 1 : kRejected;
-  if (isEnd) return;
-  constexpr int kLines = 4;  // the frame, and why the run was rejected
-  for (int line = 0; line < kLines; ++line) expected.errors += kUnopened;
-}
-
-void makeNoPipe(const Situation& situation, Expected& expected) {
-  if (limitOf(situation, RLIMIT_NOFILE) != kStreams + 1) return;
-  if (isRotated(situation)) {
-    expected = Expected();
-    expected.status = 1;
-    return;
-  }
-  if (!makesTempDir(expected)) return;
-  emptyHostName(expected);
-  const auto host = findLine(expected.messages, "VUQ90004L : com=uname");
-  *host = "VUQ90003L : failed to pipe():Too many open files";
-  expected.messages.erase(host + 1);
-  endBeforeTempDir(expected);
-  expected.children.clear();
-  expected.status = 1;
-}
-
-/// The shell moves what it redirects to descriptors from 10 on.
-void redirectNothing(const Situation& situation, Expected& expected) {
-  constexpr std::uint64_t kForPipe = kStreams + 2;
-  constexpr std::uint64_t kForOne = 11;  // "2>/dev/null"
-  constexpr std::uint64_t kForTwo = 12;  // ">/dev/null 2>&1"
-  const std::uint64_t limit = limitOf(situation, RLIMIT_NOFILE);
-  if (limit < kForPipe || limit >= kForTwo) return;
-  const bool isOne = limit >= kForOne;
-  if (isRotated(situation)) {
-    expected.backup.clear();
-    expected.errors = isOne ? "" : "/bin/sh: 1: 1: Invalid argument\n";
-  }
-  if (!makesTempDir(expected)) return;
-  if (isOne) {
-    expected.left = {std::string("/tmp") + kFixedName, std::string("/tmp") + kFixedName + "/data"};
-    return;
-  }
-  failCommands(situation, expected, /*status=*/2 << 8);
-  if (limit > kForPipe) return;
-  // This line is logged while the pipe is open.
-  eraseLines(expected.messages, "VUQ90004L : com=uname");
-  expected.errors.insert(0, kUnopened);
-}
-
-void runNoCommands(const Situation& situation, Expected& expected) {
-  if (!situation.hasNoCommands) return;
-  expected.backup.clear();
-  if (makesTempDir(expected)) failCommands(situation, expected, /*status=*/127 << 8);
-}
-
-void makeNoTempDir(const Situation& situation, Expected& expected) {
-  const TempFate fate = situation.temp.fate;
-  const bool isRefused = fate == TempFate::kNoName || fate == TempFate::kNotMade;
-  if (!isRefused || !makesTempDir(expected)) return;
-  giveUpTempDir(situation, fate, situation.temp.mkdirStatus, expected);
-  expected.left = situation.temp.leftBehind;
 }
 
 /// The command for a collection, as far as there is room for it.
@@ -270,104 +159,224 @@ std::string collectionLine(const std::string& program, const std::string& folder
   return ("/opt/dovra/tanex/bin/" + program + " " + folder + " 2>/dev/null").substr(0, kRoom);
 }
 
-void moveTempDir(const Situation& situation, Expected& expected) {
-  const TempPlace& temp = situation.temp;
-  if (temp.parent == "/tmp" || !makesTempDir(expected)) return;
-  const std::string path = temp.parent + kFixedName;
-  for (std::string& message : expected.messages) {
-    if (beginsWith(message, "[T](common:469)")) {
-      message = "[T](common:469):getCanonicalPath():" + path + "," + temp.canonical + kFixedName;
-    }
-    const bool isCommand =
-        beginsWith(message, "VUQ90004L : com=mkdir") || beginsWith(message, "[T](common:520)");
-    if (!isCommand && message.find("CTemp") == std::string::npos) continue;
-    replaceAll(message, kPlainName, isCommand ? escaped(path) : path);
-  }
-  for (std::string& child : expected.children) {
-    if (beginsWith(child, "collect: ")) {
-      child = "collect: " + path;
-    } else if (beginsWith(child, "sh: /opt")) {
-      child =
-          "sh: " +
-          collectionLine(child.find("tanexcc") != std::string::npos ? "tanexcc" : "tanexcs", path);
-    } else {
-      replaceAll(child, kPlainName, escaped(path));
-    }
-  }
-}
-
-void splitWords(const Situation& situation, Expected& expected) {
-  const std::string path = situation.temp.parent + kFixedName;
-  const std::string word = path.substr(0, path.find_first_of(" ;"));
-  if (word == path) return;
-  for (std::string& child : expected.children) {
-    if (beginsWith(child, "collect: ")) child = "collect: " + word;
-  }
-}
-
-void cutCommand(const Situation& situation, Expected& expected) {
-  const std::string path = situation.temp.parent + kFixedName;
-  const std::string line = collectionLine("tanexcc", path);
-  if (line.find(" 2>") != std::string::npos || !makesTempDir(expected)) return;
-  expected.isCommandCut = true;
-  for (std::string& child : expected.children) {
-    if (beginsWith(child, "collect: ")) child = "collect: " + line.substr(line.find(" /") + 1);
-  }
-}
-
-void keepTempDir(const Situation& situation, Expected& expected) {
-  if (situation.temp.fate != TempFate::kKept || !makesTempDir(expected)) return;
-  const std::string line =
-      "VUQ90008L : " + situation.temp.parent + kFixedName + " too shallow to delete";
-  auto removal = findLine(expected.messages, "[T](common:520)");
-  if (removal == expected.messages.end()) {
-    expected.messages.insert(expected.messages.end() - 2, line);
-  } else {
-    constexpr int kTraceOfStatus = 4;
-    *removal = line;
-    expected.messages.erase(removal + 1, removal + 1 + kTraceOfStatus);
-  }
-  eraseLines(expected.children, "sh: /bin/rm");
-  const std::string item = situation.temp.canonical + kFixedName;
-  expected.left = {item, item + "/data"};
-}
-
-void nameProgram(const Situation& situation, Expected& expected) {
-  for (std::string& message : expected.messages) {
-    if (beginsWith(message, "### main : ")) {
-      replaceAll(message, kCommandFile, situation.caller.program);
-    }
-  }
-}
-
-void cutLines(const Situation&, Expected& expected) {
-  constexpr std::size_t kMost = 2046;
-  for (std::string& message : expected.messages) {
-    if (message.size() > kMost) message = message.substr(0, kMost) + '\0';
-  }
-}
-
-void hideSignals(const Situation& situation, Expected& expected) {
-  if (!makesTempDir(expected)) return;
-  expected.ignoredHidden = situation.caller.ignored & bitOf(SIGCHLD);
-  expected.blockedHidden = situation.caller.blocked | situation.caller.pending;
-}
-
-void readNoZone(const Situation& situation, Expected& expected) {
-  if (limitOf(situation, RLIMIT_NOFILE) == kStreams + 1) expected.zones.emplace_back("UTC0");
-}
-
-void lackMemory(const Situation& situation, Expected& expected) {
-  constexpr std::uint64_t kEnough = 4UL << 20;
-  expected.mayLackMemory = limitOf(situation, RLIMIT_AS) < kEnough;
-}
-
-void lackStack(const Situation& situation, Expected& expected) {
-  constexpr std::uint64_t kEnough = 32UL << 10;
-  expected.mayLackStack = limitOf(situation, RLIMIT_STACK) < kEnough;
-}
-
 }  // namespace
+
+const std::vector<Exception> kExceptions = {
+    {"not started", "the loader has no descriptor for a library",
+     [](const Situation& situation, Expected& expected) {
+       if (!isLoaderStarved(situation)) return;
+       expected = Expected();
+       expected.isLoaded = false;
+       constexpr int kNotStarted = 127;
+       expected.status = kNotStarted;
+     }},
+    {"nothing opened", "no descriptor for log and list: status 68, each line on standard error",
+     [](const Situation& situation, Expected& expected) {
+       if (limitOf(situation, RLIMIT_NOFILE) > kStreams || isLoaderStarved(situation)) return;
+       // The size of the log asks for its backup first, and that for a pipe.
+       const bool isEnd = isRotated(situation);
+       expected = Expected();
+       expected.status = isEnd ? 1 : kRejected;
+       if (isEnd) return;
+       constexpr int kLines = 4;  // the frame, and why the run was rejected
+       for (int line = 0; line < kLines; ++line) expected.errors += kUnopened;
+     }},
+    {"no pipe", "no two descriptors for a pipe: the run ends there with status 1",
+     [](const Situation& situation, Expected& expected) {
+       if (limitOf(situation, RLIMIT_NOFILE) != kStreams + 1) return;
+       if (isRotated(situation)) {
+         expected = Expected();
+         expected.status = 1;
+         return;
+       }
+       if (!makesTempDir(expected)) return;
+       emptyHostName(expected);
+       const auto host = findLine(expected.messages, "VUQ90004L : com=uname");
+       *host = "VUQ90003L : failed to pipe():Too many open files";
+       expected.messages.erase(host + 1);
+       endBeforeTempDir(expected);
+       expected.children.clear();
+       expected.status = 1;
+     }},
+    // The shell moves what it redirects to descriptors from 10 on.
+    {"no redirection", "below 12 descriptors the shell cannot redirect, and runs no such command",
+     [](const Situation& situation, Expected& expected) {
+       constexpr std::uint64_t kForPipe = kStreams + 2;
+       constexpr std::uint64_t kForOne = 11;  // "2>/dev/null"
+       constexpr std::uint64_t kForTwo = 12;  // ">/dev/null 2>&1"
+       const std::uint64_t limit = limitOf(situation, RLIMIT_NOFILE);
+       if (limit < kForPipe || limit >= kForTwo) return;
+       const bool isOne = limit >= kForOne;
+       if (isRotated(situation)) {
+         expected.backup.clear();
+         expected.errors = isOne ? "" : "/bin/sh: 1: 1: Invalid argument\n";
+       }
+       if (!makesTempDir(expected)) return;
+       if (isOne) {
+         expected.left = {std::string("/tmp") + kFixedName,
+                          std::string("/tmp") + kFixedName + "/data"};
+         return;
+       }
+       failCommands(situation, expected, /*status=*/2 << 8);
+       if (limit > kForPipe) return;
+       // This line is logged while the pipe is open.
+       eraseLines(expected.messages, "VUQ90004L : com=uname");
+       expected.errors.insert(0, kUnopened);
+     }},
+    {"no zone file", "no descriptor for the file of the time zone: times are in UTC",
+     [](const Situation& situation, Expected& expected) {
+       if (limitOf(situation, RLIMIT_NOFILE) == kStreams + 1) expected.zones.emplace_back("UTC0");
+     }},
+    {"files cut", "no file grows beyond the limit; what does not fit is lost",
+     [](const Situation& situation, Expected& expected) {
+       const std::uint64_t limit = limitOf(situation, RLIMIT_FSIZE);
+       if (limit == RLIM_INFINITY) return;
+       constexpr std::size_t kHeadAndEnd = 28;  // with a few bytes of reserve for long process ids
+       std::size_t logBytes = 0;
+       for (const std::string& message : expected.messages) {
+         logBytes += message.size() + kHeadAndEnd;
+       }
+       if (limit < logBytes) expected.mostLogBytes = limit;
+       if (limit < expected.backup.size()) expected.backup.resize(limit);
+       if (limit < expected.output.size()) expected.output.resize(limit);
+     }},
+    {"no commands", "PATH leads to no uname, cp and mkdir: they have failed",
+     [](const Situation& situation, Expected& expected) {
+       if (!situation.hasNoCommands) return;
+       expected.backup.clear();
+       if (makesTempDir(expected)) failCommands(situation, expected, /*status=*/127 << 8);
+     }},
+    {"no directory", "TMPDIR is a place where none can be made: ten attempts, status 78",
+     [](const Situation& situation, Expected& expected) {
+       const TempFate fate = situation.temp.fate;
+       const bool isRefused = fate == TempFate::kNoName || fate == TempFate::kNotMade;
+       if (!isRefused || !makesTempDir(expected)) return;
+       giveUpTempDir(situation, fate, situation.temp.mkdirStatus, expected);
+       expected.left = situation.temp.leftBehind;
+     }},
+    {"directory elsewhere", "TMPDIR wins over /tmp",
+     [](const Situation& situation, Expected& expected) {
+       const TempPlace& temp = situation.temp;
+       if (temp.parent == "/tmp" || !makesTempDir(expected)) return;
+       const std::string path = temp.parent + kFixedName;
+       for (std::string& message : expected.messages) {
+         if (beginsWith(message, "[T](common:469)")) {
+           message =
+               "[T](common:469):getCanonicalPath():" + path + "," + temp.canonical + kFixedName;
+         }
+         const bool isCommand =
+             beginsWith(message, "VUQ90004L : com=mkdir") || beginsWith(message, "[T](common:520)");
+         if (!isCommand && message.find("CTemp") == std::string::npos) continue;
+         replaceAll(message, kPlainName, isCommand ? escaped(path) : path);
+       }
+       for (std::string& child : expected.children) {
+         if (beginsWith(child, "collect: ")) {
+           child = "collect: " + path;
+         } else if (beginsWith(child, "sh: /opt")) {
+           child = "sh: " +
+                   collectionLine(
+                       child.find("tanexcc") != std::string::npos ? "tanexcc" : "tanexcs", path);
+         } else {
+           replaceAll(child, kPlainName, escaped(path));
+         }
+       }
+     }},
+    {"directory kept", "TMPDIR is too shallow a place for the guard of removals",
+     [](const Situation& situation, Expected& expected) {
+       if (situation.temp.fate != TempFate::kKept || !makesTempDir(expected)) return;
+       const std::string line =
+           "VUQ90008L : " + situation.temp.parent + kFixedName + " too shallow to delete";
+       auto removal = findLine(expected.messages, "[T](common:520)");
+       if (removal == expected.messages.end()) {
+         expected.messages.insert(expected.messages.end() - 2, line);
+       } else {
+         constexpr int kTraceOfStatus = 4;
+         *removal = line;
+         expected.messages.erase(removal + 1, removal + 1 + kTraceOfStatus);
+       }
+       eraseLines(expected.children, "sh: /bin/rm");
+       const std::string item = situation.temp.canonical + kFixedName;
+       expected.left = {item, item + "/data"};
+     }},
+    {"words split", "a collection command is given the directory unquoted",
+     [](const Situation& situation, Expected& expected) {
+       const std::string path = situation.temp.parent + kFixedName;
+       const std::string word = path.substr(0, path.find_first_of(" ;"));
+       if (word == path) return;
+       for (std::string& child : expected.children) {
+         if (beginsWith(child, "collect: ")) child = "collect: " + word;
+       }
+     }},
+    {"command cut", "a collection command's line has room for 1,022 bytes",
+     [](const Situation& situation, Expected& expected) {
+       const std::string path = situation.temp.parent + kFixedName;
+       const std::string line = collectionLine("tanexcc", path);
+       if (line.find(" 2>") != std::string::npos || !makesTempDir(expected)) return;
+       expected.isCommandCut = true;
+       for (std::string& child : expected.children) {
+         if (beginsWith(child, "collect: ")) child = "collect: " + line.substr(line.find(" /") + 1);
+       }
+     }},
+    {"program's name", "the frame of the log names the program as its caller does",
+     [](const Situation& situation, Expected& expected) {
+       for (std::string& message : expected.messages) {
+         if (beginsWith(message, "### main : ")) {
+           replaceAll(message, kCommandFile, situation.caller.program);
+         }
+       }
+     }},
+    {"line cut", "a line of the log has room for 2,046 bytes, and a zero byte then",
+     [](const Situation&, Expected& expected) {
+       constexpr std::size_t kMost = 2046;
+       for (std::string& message : expected.messages) {
+         if (message.size() > kMost) message = message.substr(0, kMost) + '\0';
+       }
+     }},
+    {"signals of a shell",
+     "before it becomes a command the shell takes SIGCHLD and empties the mask",
+     [](const Situation& situation, Expected& expected) {
+       if (!makesTempDir(expected)) return;
+       expected.ignoredHidden = situation.caller.ignored & bitOf(SIGCHLD);
+       expected.blockedHidden = situation.caller.blocked | situation.caller.pending;
+     }},
+    // A shell that cannot name its working directory says so, and where nobody reads that any more
+    // a shell that has SIGPIPE from its caller ends there.
+    {"shell ended", "its complaint about the working directory has no reader, and SIGPIPE ends it",
+     [](const Situation& situation, Expected& expected) {
+       const bool isEnd = isComplaining(situation) &&
+                          situation.caller.stream(2) == Stream::kBrokenPipe &&
+                          (situation.caller.ignored & bitOf(SIGPIPE)) == 0;
+       if (!isEnd) return;
+       if (isRotated(situation)) expected.backup.clear();
+       if (!makesTempDir(expected)) return;
+       giveUpTempDir(situation, TempFate::kNotMade, SIGPIPE, expected);
+     }},
+    {"shell complaining",
+     "a shell that cannot name its working directory says so on standard error",
+     [](const Situation& situation, Expected& expected) {
+       if (!isComplaining(situation)) return;
+       for (const std::string& child : expected.children) {
+         // That of uname has a standard error of its own.
+         if (!beginsWith(child, "sh: ") || beginsWith(child, "sh: uname")) continue;
+         expected.errors += "sh: 0: getcwd() failed: No such file or directory\n";
+       }
+     }},
+    {"output dropped", "what standard output or standard error does not take is lost",
+     [](const Situation& situation, Expected& expected) {
+       if (situation.caller.stream(1) != Stream::kOrdinary) expected.output.clear();
+       if (situation.caller.stream(2) != Stream::kOrdinary) expected.errors.clear();
+     }},
+    {kWantOfMemory, "not started, or ended by std::terminate, or without its children",
+     [](const Situation& situation, Expected& expected) {
+       constexpr std::uint64_t kEnough = 4UL << 20;
+       expected.mayLackMemory = limitOf(situation, RLIMIT_AS) < kEnough;
+     }},
+    {kWantOfStack, "below 32 KB the process cannot be started, or ends by SIGSEGV where it stands",
+     [](const Situation& situation, Expected& expected) {
+       constexpr std::uint64_t kEnough = 32UL << 10;
+       expected.mayLackStack = limitOf(situation, RLIMIT_STACK) < kEnough;
+     }},
+};
 
 bool Expected::operator==(const Expected& other) const {
   const auto all = [](const Expected& one) {
@@ -401,39 +410,4 @@ Expected expectationFrom(const Scenario& scenario, const Run& run) {
   expected.errors = outcome.errors;
   expected.children = childrenOf(run);
   return expected;
-}
-
-const std::vector<Exception>& exceptions() {
-  static const std::vector<Exception> all = {
-      {"not started", "the loader has no descriptor for a library", startNothing},
-      {"nothing opened", "no descriptor for log and list: status 68, each line on standard error",
-       openNothing},
-      {"no pipe", "no two descriptors for a pipe: the run ends there with status 1", makeNoPipe},
-      {"no redirection", "below 12 descriptors the shell cannot redirect, and runs no such command",
-       redirectNothing},
-      {"no zone file", "no descriptor for the file of the time zone: times are in UTC", readNoZone},
-      {"files cut", "no file grows beyond the limit; what does not fit is lost", cutFiles},
-      {"no commands", "PATH leads to no uname, cp and mkdir: they have failed", runNoCommands},
-      {"no directory", "TMPDIR is a place where none can be made: ten attempts, status 78",
-       makeNoTempDir},
-      {"directory elsewhere", "TMPDIR wins over /tmp", moveTempDir},
-      {"directory kept", "TMPDIR is too shallow a place for the guard of removals", keepTempDir},
-      {"words split", "a collection command is given the directory unquoted", splitWords},
-      {"command cut", "a collection command's line has room for 1,022 bytes", cutCommand},
-      {"program's name", "the frame of the log names the program as its caller does", nameProgram},
-      {"line cut", "a line of the log has room for 2,046 bytes, and a zero byte then", cutLines},
-      {"signals of a shell",
-       "before it becomes a command the shell takes SIGCHLD and empties the mask", hideSignals},
-      {"shell ended",
-       "its complaint about the working directory has no reader, and SIGPIPE ends it", endShells},
-      {"shell complaining",
-       "a shell that cannot name its working directory says so on standard error", complain},
-      {"output dropped", "what standard output or standard error does not take is lost",
-       loseOutput},
-      {kWantOfMemory, "not started, or ended by std::terminate, or without its children",
-       lackMemory},
-      {kWantOfStack,
-       "below 32 KB the process cannot be started, or ends by SIGSEGV where it stands", lackStack},
-  };
-  return all;
 }

@@ -93,7 +93,7 @@ void judgeWantOfStack(const Subject& subject) {
 Verdict judgeInherited(const Situation& situation, const Undisturbed& undisturbed, Run run) {
   Verdict verdict;
   Expected expected = undisturbed.expected;
-  for (const Exception& exception : exceptions()) {
+  for (const Exception& exception : kExceptions) {
     const Expected before = expected;
     exception.apply(situation, expected);
     if (!(before == expected)) verdict.claimed.emplace_back(exception.name);

@@ -59,7 +59,7 @@ struct Exception {
   const char* reason;
   void (*apply)(const Situation& situation, Expected& expected);
 };
-const std::vector<Exception>& exceptions();
+extern const std::vector<Exception> kExceptions;
 
 // The exceptions that allow several outcomes; a run that is like the undisturbed one claims none.
 constexpr const char* kWantOfMemory = "want of memory";

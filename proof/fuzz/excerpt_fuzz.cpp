@@ -7,7 +7,6 @@
 #include "fuzz/judges.h"
 #include "fuzz/scratchfile.h"
 #include "fuzz/target.h"
-#include "support/slowsplit.h"
 #include "support/testevent.h"
 
 namespace {

@@ -4,8 +4,8 @@
 
 #include <list>
 
+#include "fuzz/judges.h"
 #include "fuzz/target.h"
-#include "support/slowsplit.h"
 
 void tryInput(Input input) {
   const int maxFields = static_cast<int>(input.choice(16)) - 1;

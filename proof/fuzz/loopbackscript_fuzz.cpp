@@ -6,9 +6,9 @@
 #include <map>
 #include <optional>
 
+#include "fuzz/judges.h"
 #include "fuzz/target.h"
 #include "loopback/script.h"
-#include "support/slowsplit.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <filesystem>
 
 #include "common/files/removal.h"
+#include "fuzz/judges.h"
 #include "fuzz/target.h"
-#include "support/slowsplit.h"
 
 namespace {
 

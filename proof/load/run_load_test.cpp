@@ -8,8 +8,8 @@
 #include <map>
 
 #include "e2e/support/cases.h"
+#include "load/logpieces.h"
 #include "support/actionlog.h"
-#include "support/logpieces.h"
 
 namespace {
 

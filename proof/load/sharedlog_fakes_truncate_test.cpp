@@ -19,9 +19,9 @@
 #include <vector>
 
 #include "common/base/format.h"
+#include "load/logpieces.h"
 #include "log/CLog.h"
 #include "support/environmentguard.h"
-#include "support/logpieces.h"
 #include "support/scratch.h"
 
 namespace {

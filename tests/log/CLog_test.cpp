@@ -22,7 +22,6 @@
 #include "support/fakeprogram.h"
 #include "support/privateroot.h"
 #include "support/scratch.h"
-#include "support/timezoneguard.h"
 
 namespace {
 

@@ -2,6 +2,7 @@
 #define TANEXICS_TESTS_SUPPORT_ENVIRONMENTGUARD_H
 
 #include <cstdlib>
+#include <ctime>
 #include <optional>
 #include <string>
 
@@ -27,6 +28,22 @@ class EnvironmentGuard {
 
   std::string m_name;
   std::optional<std::string> m_old;
+};
+
+/// Sets the time zone for the life of the object: a rule as tzset(3) reads it, such as "JST-9", for
+/// which no zone file is needed.
+class TimeZoneGuard {
+ public:
+  explicit TimeZoneGuard(const char* rule) : m_variable("TZ", rule) { ::tzset(); }
+  TimeZoneGuard(const TimeZoneGuard&) = delete;
+  TimeZoneGuard& operator=(const TimeZoneGuard&) = delete;
+
+ private:
+  /// Reads the zone again after the variable, which is declared after it, has its old value.
+  struct Reread {
+    ~Reread() { ::tzset(); }
+  } m_reread;
+  EnvironmentGuard m_variable;
 };
 
 #endif

@@ -12,9 +12,9 @@
 
 #include "support/actionlog.h"
 #include "support/childrun.h"
+#include "support/environmentguard.h"
 #include "support/logtexts.h"
 #include "support/scratch.h"
-#include "support/timezoneguard.h"
 
 namespace {
 

@@ -7,9 +7,15 @@
 #include <string>
 
 #include "support/actionlog.h"
-#include "support/generator.h"
 
 namespace {
+
+/// All bytes from 1 to 255 in order.
+std::string allBytes() {
+  std::string bytes;
+  for (int byte = 1; byte < 256; ++byte) bytes += static_cast<char>(byte);
+  return bytes;
+}
 
 TEST(ToLowerStr, EveryLetter_IsLoweredInPlaceAndInACopy) {
   std::string lowered = allBytes();

@@ -11,7 +11,7 @@
 #include <regex>
 #include <string>
 
-#include "support/timezoneguard.h"
+#include "support/environmentguard.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "support/logpieces.h"
+#include "load/logpieces.h"
 
 #include <cctype>
 #include <cstdio>

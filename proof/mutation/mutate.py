@@ -68,8 +68,8 @@ class Base:
     def make(self):
         listed = run(["git", "-C", ROOT, "ls-files", "-co", "--exclude-standard"], check=True).stdout
         # A kept tree may hold what has gone since.
-        gone = {path for path in self.tree.rglob("*") if path.is_file()} - {self.tree / name for name in listed.splitlines()}
-        for path in gone:
+        kept = {self.tree / name for name in listed.splitlines()}
+        for path in [path for path in self.tree.rglob("*") if path.is_file() and path not in kept]:
             path.unlink()
         for name in listed.splitlines():
             source, copy = ROOT / name, self.tree / name

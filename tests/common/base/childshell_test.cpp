@@ -5,8 +5,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 
+#include "common/base/callersignals.h"
 #include "support/childrun.h"
 #include "support/descriptors.h"
 #include "support/scratch.h"
@@ -120,6 +122,15 @@ TEST(ExecShell, Command_IsOneArgumentOfTheShell) {
       runInChild([]() -> int { execShell("echo \"$0\" 'a  b' $#; exit 3", 1); });
   EXPECT_EQ(child.exitCode(), 3);
   EXPECT_EQ(child.out, "/bin/sh a  b 0\n");
+}
+
+TEST(ExecShell, Command_HasTheSignalsAsTheCallerHandedThemDown) {
+  const ChildResult child = runInChild([]() -> int {
+    ::signal(SIGPIPE, SIG_DFL);
+    settleSignals();
+    execShell("kill -PIPE $$; exit 3", 1);
+  });
+  EXPECT_EQ(child.signal(), SIGPIPE);
 }
 
 TEST(ExecShell, NoShell_EndsWithTheGivenStatus) {

@@ -256,6 +256,14 @@ int pipeBytes() {
   return bytes;
 }
 
+TEST(ExecGetLinesTimeout, GrandchildWithoutTheOutput_OutlivesTheCommand) {
+  const Outcome outcome = runToItsEnd("sleep 1000 >/dev/null & echo $!");
+  ASSERT_EQ(outcome.lines.size(), 1u);
+  ::usleep(20000);  // a signal would take its time
+  EXPECT_TRUE(isAlive(outcome.lines[0]));
+  ::kill(std::stoi(outcome.lines[0]), SIGKILL);
+}
+
 TEST(ExecGetLinesTimeout, MoreThanAPipeHolds_EndsInTheTimeoutWithWhatItHeld) {
   const int capacity = pipeBytes();
   const struct {

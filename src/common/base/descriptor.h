@@ -9,10 +9,13 @@
 /// Owns one file descriptor and closes it at the end of its life. A negative number owns nothing.
 class Descriptor {
  public:
+  /// Takes over `number`; below 0, as a call that failed gives it, there is nothing to own.
   explicit Descriptor(int number = -1) : m_number(number) {}
   ~Descriptor() { close(); }
 
+  /// Takes over what `other` owns.
   Descriptor(Descriptor&& other) noexcept : m_number(other.release()) {}
+  /// Takes over what `other` owns, which gets in exchange, and closes at its end, what this owned.
   Descriptor& operator=(Descriptor&& other) noexcept {
     std::swap(m_number, other.m_number);
     return *this;
@@ -20,7 +23,10 @@ class Descriptor {
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
 
+  /// The number, still owned; below 0 for none.
   int get() const { return m_number; }
+
+  /// Whether there is one.
   bool isOpen() const { return m_number >= 0; }
 
   /// Closes it now; of an owner of nothing nothing is closed. errno stays as it is: the end of life

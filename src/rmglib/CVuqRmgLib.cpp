@@ -64,6 +64,10 @@ int ICVuqRmgLib::loadLibrary(const char* /*path*/) { return 0; }
 void ICVuqRmgLib::scenarioLoadLibraries() {}
 void ICVuqRmgLib::scenarioUnloadLibraries() {}
 
+const char* CVuqRmgLib::FailRM_StartCommException::what() const noexcept {
+  return "FailRM_StartCommException";
+}
+
 CVuqRmgLib::CVuqRmgLib() : m_machineID(), m_lastStatus(0), m_startedCom(false) {}
 
 CVuqRmgLib::~CVuqRmgLib() {

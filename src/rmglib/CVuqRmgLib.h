@@ -118,7 +118,7 @@ class CVuqRmgLib : public CVuqRmgLibImpl, public ICVuqRmgLib, public IExtKelErro
     using CVuqRmgLibException::CVuqRmgLibException;
 
     /// "FailRM_StartCommException".
-    const char* what() const noexcept override { return "FailRM_StartCommException"; }
+    const char* what() const noexcept override;
   };
 
   /// The environment setting was refused.

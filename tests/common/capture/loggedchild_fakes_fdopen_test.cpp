@@ -1,3 +1,4 @@
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
@@ -14,7 +15,13 @@
 
 // --- takes the place of the C library's call in this program -------------------------------------
 
-extern "C" FILE* fdopen(int /*fd*/, const char* /*mode*/) noexcept { return nullptr; }
+static bool isFdopenFailing = false;
+
+extern "C" FILE* fdopen(int fd, const char* mode) noexcept {
+  using Fdopen = FILE* (*)(int, const char*);
+  static const auto real = reinterpret_cast<Fdopen>(::dlsym(RTLD_NEXT, "fdopen"));
+  return isFdopenFailing ? nullptr : real(fd, mode);
+}
 
 namespace {
 
@@ -24,8 +31,10 @@ TEST(LoggedChild, NoStream_LeavesTheChildUnwaitedAndNoDescriptorOpen) {
     const ChildResult child = runInChild([isLimited] {
       const int before = upcomingDescriptor(2);
       std::list<std::string> lines = {"left over"};
+      isFdopenFailing = true;
       const int result = isLimited ? execGetLinesTimeout(lines, "exit 3", 5)
                                    : execGetLines(lines, "exit 3", -1, nullptr, -1);
+      isFdopenFailing = false;
       if (result != -1 || !lines.empty()) return 77;
       if (upcomingDescriptor(2) != before) return 78;
       int status = 0;

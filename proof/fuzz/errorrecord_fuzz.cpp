@@ -2,10 +2,11 @@
 // following three numbers and the message after them, which is written and read back; or any text,
 // which is read.
 
+#include "support/errorrecord.h"
+
 #include <cstdlib>
 #include <sstream>
 
-#include "fuzz/record.h"
 #include "fuzz/target.h"
 
 namespace {

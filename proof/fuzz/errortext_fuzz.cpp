@@ -1,9 +1,9 @@
 // The texts of the error record: the input is the kind of error, the return code and the agent's
 // code, in one byte each or in four, and the mail server's message.
 
-#include "fuzz/record.h"
 #include "fuzz/target.h"
 #include "rmglib/catalogue.h"
+#include "support/errorrecord.h"
 
 namespace {
 

@@ -85,25 +85,14 @@ TEST(CollectLines, Lines_AreAppendedWithoutTheirLineEnds) {
 
 struct Collector {
   int (*run)(Lines& lines, const char* command);
-  std::string invalid;  // what is logged for a null command
-  std::string traced;   // and at trace level for "echo a"
+  std::string traced;  // what is logged at trace level for "echo a"
 };
 
 const Collector kCollectors[] = {
     {[](Lines& lines, const char* command) { return execGetLines(lines, command, -1, nullptr, 0); },
-     "[I](common:1341):invalid param", "[T](common:1345):execGetLines():count=-1,echo a"},
+     "[T](common:1345):execGetLines():count=-1,echo a"},
     {[](Lines& lines, const char* command) { return execGetLinesTimeout(lines, command, 5); },
-     "[I](common:2951):invalid param", "[T](common:2955):execGetLinesTimeout() command:[echo a]"}};
-
-TEST(LoggedChild, NullCommand_IsLoggedAndChangesNothing) {
-  for (const Collector& collector : kCollectors) {
-    const CapturedLog log(CapturedLog::Level::kTrace);
-    Lines lines = {"left over"};
-    EXPECT_EQ(collector.run(lines, nullptr), -1);
-    EXPECT_EQ(lines, Lines({"left over"}));
-    EXPECT_EQ(log.texts(), Texts({collector.invalid}));
-  }
-}
+     "[T](common:2955):execGetLinesTimeout() command:[echo a]"}};
 
 TEST(LoggedChild, NoPipe_IsLoggedWithTheReason) {
   for (const Collector& collector : kCollectors) {

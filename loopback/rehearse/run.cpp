@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "loopback/rehearse/pointersto.h"
+
 namespace {
 
 /// Ignores a signal for a while, as system(3) does for those of the terminal.
@@ -91,15 +93,6 @@ std::vector<std::string> makeEnvironment(const Arguments& arguments,
     set(environment, "KELCOM_LOOPBACK_SCRIPT", std::filesystem::absolute(arguments.script));
   }
   return environment;
-}
-
-/// The null-terminated array that C calls take. Valid as long as `texts` is unchanged.
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  pointers.reserve(texts.size() + 1);
-  for (std::string& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  return pointers;
 }
 
 void requireFile(const std::string& path, int access, const char* what) {

@@ -19,6 +19,7 @@
 
 #include "core/calls.h"
 #include "core/scenario.h"
+#include "loopback/rehearse/pointersto.h"
 
 namespace {
 
@@ -42,14 +43,6 @@ bool becomeOrdinaryUser() {
 bool redirect(const char* path, int flags, int descriptor) {
   const int file = ::open(path, flags | O_CLOEXEC, 0600);
   return file >= 0 && ::dup2(file, descriptor) == descriptor;
-}
-
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  pointers.reserve(texts.size() + 1);
-  for (std::string& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  return pointers;
 }
 
 [[noreturn]] void becomeCommand(const Launch& launch, bool isTraced) {

@@ -16,6 +16,7 @@
 #include <regex>
 #include <sstream>
 
+#include "loopback/rehearse/pointersto.h"
 #include "support/actionlog.h"
 
 namespace fs = std::filesystem;
@@ -89,13 +90,6 @@ Variables environmentOf(const Call& call) {
     }
   }
   return environment;
-}
-
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  for (std::string& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  return pointers;
 }
 
 bool writePid() {

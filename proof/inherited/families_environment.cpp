@@ -169,6 +169,85 @@ void addLocales(Catalogue& catalogue) {
   }
 }
 
+// --- where temporary directories are -------------------------------------------------------------
+
+/// A folder of this many bytes of path name.
+std::string longFolder(std::size_t bytes) {
+  std::string path = kTempFolder;
+  while (path.size() + 101 < bytes) path += "/" + std::string(99, 'l');
+  return path + "/" + std::string(bytes - path.size() - 1, 'e');
+}
+
+/// One value of TMPDIR, and the place to which it leads.
+struct Place {
+  std::string what;
+  std::string value;
+  TempPlace temp = {value, value};
+};
+
+std::vector<Place> oddPlaces() {
+  constexpr int kExit1 = 1 << 8;  // wait statuses
+  constexpr int kNotFound = 127 << 8;
+  constexpr TempFate kNotMade = TempFate::kNotMade;
+  constexpr TempFate kKept = TempFate::kKept;
+  const std::string longest = longFolder(4085);
+  return {
+      // No place at all: it is /tmp.
+      {"missing", "/srv/t/missing", {}},
+      {"a file", "/srv/t/file", {}},
+      {"below a file", "/srv/t/file/below", {}},
+      {"empty", "", {}},
+      {"not text", "\xff\xfe", {}},
+      {"longer than a path", "/srv/t/" + std::string(5000, 'x'), {}},
+      {"a broken link", "/srv/t/broken", {}},
+      {"/tmp itself", "/tmp"},
+      {"/tmp with a slash", "/tmp/", {}},
+      // None that can be written to.
+      {"read only", "/usr", {"/usr", "/usr", kNotMade, kExit1}},
+      {"of the kernel", "/proc", {"/proc", "/proc", kNotMade, kExit1}},
+      {"the root", "/", {"/", "", kNotMade, kExit1}},
+      {"above /tmp", "/tmp/..", {"/tmp/..", "", kNotMade, kExit1}},
+      {"4,085 bytes", longest, {longest, longest, TempFate::kNoName}},
+      // Elsewhere.
+      {"elsewhere", "/srv/t/area"},
+      {"deep", "/srv/t/a/b/c/d/e/f"},
+      {"with a slash", "/srv/t/area/", {"/srv/t/area", "/srv/t/area"}},
+      {"with slashes", "/srv/t/area///", {"/srv/t/area", "/srv/t/area"}},
+      {"/tmp with a dot", "/tmp/.", {"/tmp/.", "/tmp"}},
+      {"two slashes", "//tmp", {"//tmp", "/tmp"}},
+      {"below /tmp", "/tmp/area"},
+      {"with dots", "/srv/./t/../t", {"/srv/./t/../t", "/srv/t"}},
+      {"relative", "../t/area", {"../t/area", "/srv/t/area"}},
+      {"a link to /tmp", "/srv/t/to-tmp"},
+      {"a link", "/srv/t/to-area"},
+      // What the command does not hide from the shell ends mkdir's line.
+      {"named a;b", "/srv/t/a;b", {"/srv/t/a;b", "/srv/t/a;b", kNotMade, kNotFound, {"/srv/t/a"}}},
+      {"named with a line feed",
+       "/srv/t/a\nb",
+       {"/srv/t/a\nb", "/srv/t/a\nb", kNotMade, kNotFound, {"/srv/t/a"}}},
+      {"too shallow", "/srv", {"/srv", "/srv", kKept}},
+      {"too shallow by dots", "/srv/t/..", {"/srv/t/..", "/srv", kKept}},
+      {"too shallow, relative", "..", {"..", "/srv", kKept}},
+  };
+}
+
+void addPlaces(Catalogue& catalogue) {
+  std::vector<Place> places = oddPlaces();
+  for (const std::size_t bytes : {200, 900, 968, 980, 981, 1200, 1900, 2020, 3000, 4000}) {
+    places.push_back({std::to_string(bytes) + " bytes", longFolder(bytes)});
+  }
+  for (const std::string name : {"a b", "a*b", "a#b", "a?b", "a[b]", "a=b", "a~b", "a!b", "a%sb"}) {
+    places.push_back({"named " + name, "/srv/t/" + name});
+  }
+  for (const Place& place : places) {
+    catalogue.add("TMPDIR", {"incident", "incident-trace", "event-err"}, place.what,
+                  [place](Situation& situation) {
+                    having("TMPDIR=" + place.value)(situation);
+                    situation.temp = place.temp;
+                  });
+  }
+}
+
 }  // namespace
 
 void addEnvironment(Catalogue& catalogue) {
@@ -178,4 +257,5 @@ void addEnvironment(Catalogue& catalogue) {
   addLoader(catalogue);
   addZones(catalogue);
   addLocales(catalogue);
+  addPlaces(catalogue);
 }

@@ -30,6 +30,10 @@ void enterInheritedStage(const std::string& command);
 /// situation's.
 Run runIn(const Situation& situation, bool isBlunt);
 
+/// What of the caller's `observation` does not show; nothing when all of it has taken effect. The
+/// argument list and the environment are looked at where `isLoaded`, by the command itself.
+Findings unseen(const Caller& caller, const Observation& observation, bool isLoaded);
+
 /// All that a run must leave behind. Times and process ids are made equal, generated names fixed.
 struct Expected {
   bool isLoaded = true;  // false: the command cannot be started, and nothing at all happens

@@ -50,7 +50,6 @@ class InheritedSweep : public Sweep {
     Catalogue catalogue;
     addProcess(catalogue);
     addEnvironment(catalogue);
-    addTemporary(catalogue);
     addMixtures(catalogue);
     std::vector<Trial> all;
     for (Situation& situation : catalogue.situations) {

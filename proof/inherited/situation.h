@@ -1,12 +1,18 @@
 #ifndef TANEXICS_PROOF_INHERITED_SITUATION_H
 #define TANEXICS_PROOF_INHERITED_SITUATION_H
 
+#include <sys/resource.h>
+
+#include <array>
+#include <cstdint>
 #include <functional>
 #include <initializer_list>
+#include <iterator>
+#include <map>
 #include <string>
 #include <vector>
 
-#include "inherited/caller.h"
+#include "core/judge.h"
 
 constexpr const char* kWitnessProgram = "/srv/bin/witness";
 constexpr const char* kWitnessLibrary =
@@ -14,6 +20,56 @@ constexpr const char* kWitnessLibrary =
 constexpr const char* kMakersFolder = "/opt/QZKBkel/lib";  // where the maker installs his
 constexpr const char* kOwnLibraryFolder = "/srv/lib";      // for LD_LIBRARY_PATH alone
 constexpr const char* kTempFolder = "/srv/t";              // for odd places of TMPDIR
+
+/// What one of the descriptors 0 to 2 is when the command starts.
+enum class Stream {
+  kOrdinary,   // /dev/null to read from, the files of the stage to write to
+  kClosed,     // nothing
+  kWrongWay,   // the ordinary one, open the wrong way: read only, or write only for 0
+  kFull,       // /dev/full
+  kBrokenPipe  // a pipe whose reader has gone
+};
+constexpr const char* kStreamNames[] = {"ordinary", "closed", "wrong-way", "full", "broken"};
+constexpr int kStreamKinds = std::size(kStreamNames);
+
+/// The working directory.
+enum class Folder {
+  kCase,        // that of the run's input
+  kDeleted,     // one that is there no more
+  kUnreadable,  // mode 0, and the right to pass over that given up
+  kDeep,        // of a name longer than 4,096 bytes
+  kDetached     // on a file system that was unmounted below it
+};
+constexpr const char* kFolderNames[] = {"case", "deleted", "unreadable", "deep", "detached"};
+constexpr int kFolderKinds = std::size(kFolderNames);
+
+enum class Session {
+  kCallers,     // whatever the proof was started in
+  kNoTerminal,  // one of its own, without a terminal
+  kTerminal     // one of its own, with a terminal
+};
+
+/// All that a caller hands down to the command.
+struct Caller {
+  std::uint64_t ignored = 0;  // sets of signals
+  std::uint64_t blocked = 0;
+  std::uint64_t pending = 0;  // blocked as well
+  std::array<Stream, kStreams> streams = {};
+  std::map<int, rlim_t> limits;  // by number of the resource; soft ones
+  Folder folder = Folder::kCase;
+  std::string program;  // the first word of the argument list
+  Texts words;          // the others
+  Texts environment;
+  mode_t mask = 022;
+  int nice = 0;
+  Session session = Session::kCallers;
+
+  Stream& stream(int number) { return streams.at(static_cast<std::size_t>(number)); }
+  Stream stream(int number) const { return streams.at(static_cast<std::size_t>(number)); }
+};
+
+/// The signals whose disposition and mask nobody may change.
+constexpr std::uint64_t kFixedSignals = bitOf(9) | bitOf(19);
 
 /// What becomes of the temporary directory.
 enum class TempFate {
@@ -23,17 +79,13 @@ enum class TempFate {
   kKept,     // it is made, and too shallow to be removed
 };
 
-/// Where the temporary directory is to be. The folders named here are below kTempFolder and made
-/// beforehand.
+/// Where the temporary directory is to be.
 struct TempPlace {
   std::string parent = "/tmp";     // as the command's lines name it
-  std::string canonical = "/tmp";  // the same without detours
+  std::string canonical = "/tmp";  // the same without detours; made where it is not there
   TempFate fate = TempFate::kMade;
-  int mkdirStatus = 0;  // wait status
-  Texts leftBehind;     // where it is not made: what mkdir makes instead
-  Texts folders;        // to be made for it
-  Texts files;
-  std::vector<std::pair<std::string, std::string>> links;  // name and target
+  int mkdirStatus = 0;    // wait status
+  Texts leftBehind = {};  // where it is not made: what mkdir makes instead
 };
 
 /// One thing handed down, in one scenario.
@@ -79,21 +131,19 @@ Situation changed(const std::string& scenario, const std::string& family, const 
                   const Change& change);
 
 /// What is tried, as it is put together.
-class Catalogue {
- public:
+struct Catalogue {
+  std::vector<Situation> situations;
+
   /// Adds a changed situation in each of the scenarios.
   void add(const std::string& family, std::initializer_list<const char*> scenarios,
            const std::string& what, const Change& change);
-
-  std::vector<Situation> situations;
 };
 
 // The families, each by the file that adds it. Together they are everything that is tried, without
 // what this system cannot do.
 void addProcess(Catalogue& catalogue);  // signals, descriptors, limits, and what else a process has
-void addEnvironment(Catalogue& catalogue);  // environment, PATH, loader, zone, locale
-void addTemporary(Catalogue& catalogue);    // TMPDIR
 void addMixtures(Catalogue& catalogue);     // much of it at once
+void addEnvironment(Catalogue& catalogue);  // PATH, loader, zone, locale, TMPDIR
 
 /// The lowest niceness that can be handed down.
 int leastNice();

@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <nlohmann/json.hpp>
 #include <set>
 
-#include "core/loglines.h"
-#include "sweep/reading.h"
-
 namespace {
+
+using Json = nlohmann::json;
+
+// --- end and streams -----------------------------------------------------------------------------
 
 /// The statuses with which a run may end whose faults touched these areas.
 std::set<int> allowedStatuses(const Case& subject) {
@@ -128,6 +130,149 @@ void judgeStreams(const Case& subject) {
   // What standard error refuses is lost with the line that it stands for.
   const bool isRight = subject.touched(kErrors) ? isPartOf(errors, owed) : errors == owed;
   subject.expect(isRight, "4: standard error is: " + errors);
+}
+
+// --- exchanges -----------------------------------------------------------------------------------
+
+std::string withoutHostName(const std::string& text) {
+  static const std::string head = "HOSTNAME=\"";
+  const std::size_t at = text.find(head);
+  if (at == std::string::npos) return text;
+  const std::size_t begin = at + head.size();
+  return text.substr(0, begin) + text.substr(text.find('"', begin));
+}
+
+std::string withoutExcerpt(const std::string& text) {
+  const std::size_t comma = text.rfind(",\"");
+  return comma == std::string::npos ? text : text.substr(0, comma + 1);
+}
+
+/// Whether the notification's text is that of the undisturbed run, or lacks what was touched.
+bool isText(const Case& subject, const std::string& expected, const std::string& text) {
+  if (text == expected) return true;
+  if (subject.touched(kHostName) && text == withoutHostName(expected)) return true;
+  return subject.touched(kExcerpt) && text == withoutExcerpt(expected);
+}
+
+/// Whether the calls are the same, the numbers of the copies aside.
+bool isSame(const Case& subject, Json expected, Json record) {
+  if (!expected.is_object() || !record.is_object()) return false;
+  if (expected.contains("text") && record.contains("text") && expected["text"].is_string() &&
+      record["text"].is_string()) {
+    if (!isText(subject, expected["text"], record["text"])) return false;
+    record["text"] = expected["text"];
+  }
+  return expected == record;
+}
+
+void judgeCopies(const Case& subject, const std::vector<Json>& records) {
+  for (const Json& record : records) {
+    if (!record.is_object() || !record.contains("items")) continue;
+    for (const Json& item : record["items"]) {
+      if (!item.contains("copy")) continue;
+      std::string path = item.value("path", "");
+      if (path.front() != '/') path = std::string(kCaseFolder) + "/" + path;
+      const auto copy = subject.run.items.find(item.value("copy", ""));
+      const auto sent = subject.run.inputs.find(path);
+      subject.expect(copy != subject.run.items.end() && sent != subject.run.inputs.end() &&
+                         copy->second == sent->second,
+                     "6: what was sent is not what lies in " + path);
+    }
+  }
+}
+
+void judgeExchanges(const Case& subject) {
+  // The process that ends where it stands cannot stop communication any more.
+  const bool isCut = isEndOfPipes(subject.run.trace);
+  const Ending ownEnd = isTerminated(subject.run) ? Ending::kTerminated : Ending::kWhole;
+  const Ending ending = isCut ? Ending::kCut : ownEnd;
+  subject.findings.take(judgeOrder(subject.run.record, subject.scenario, ending));
+  const std::vector<Json> expected = recordsOf(subject.reference.record);
+  const std::vector<Json> records = recordsOf(subject.run.record);
+  judgeCopies(subject, records);
+  // A terminated run lets go of its line in turn, which is all that is asked of it.
+  if (isTerminated(subject.run)) return;
+  const bool isWhole = records.size() == expected.size() ||
+                       (records.empty() && isRejected(subject)) ||
+                       (isCut && records.size() < expected.size());
+  subject.expect(isWhole, "3: " + std::to_string(records.size()) +
+                              " calls of the library instead of " +
+                              std::to_string(expected.size()));
+  for (std::size_t at = 0; at < records.size() && at < expected.size(); ++at) {
+    subject.expect(
+        isSame(subject, expected[at], records[at]),
+        "3: call " + std::to_string(at + 1) + " of the library is " + records[at].dump());
+  }
+}
+
+// --- what remains --------------------------------------------------------------------------------
+
+bool isHitIn(const Trace& trace, int process) {
+  return std::any_of(trace.calls.begin(), trace.calls.end(),
+                     [process](const Call& call) { return call.isHit && call.process == process; });
+}
+
+/// Whether the directory came to be although the command was told that it did not: mkdir failed
+/// after the making, or could not be waited for. Nobody knows of such a one any more.
+bool isGivenUp(const Trace& trace, const std::string& path) {
+  const std::string command = "mkdir -p " + path + " 2>/dev/null";
+  return std::any_of(trace.processes.begin(), trace.processes.end(), [&](const Process& process) {
+    return process.parent == 0 && process.shell == command &&
+           (!process.isReaped || process.waitStatus != 0);
+  });
+}
+
+void judgeTemporary(const Case& subject) {
+  const Trace& trace = subject.run.trace;
+  // rm that fails, and a process that ends where it stands.
+  const bool isExcused = subject.touched(kRemoval) || isEndOfPipes(trace);
+  if (isExcused || keepsItems(subject.scenario)) return;
+  for (const std::string& path : subject.run.temporary) {
+    subject.expect(isGivenUp(trace, path), "6: left behind: " + path);
+  }
+}
+
+/// Whether the command has waited for the shell that the process belongs to.
+bool isReaped(const Trace& trace, const Process& process) {
+  const Process* shell = &process;
+  while (shell->parent > 0) shell = &trace.process(shell->parent);
+  return shell->isReaped;
+}
+
+void judgeChildren(const Case& subject) {
+  const Trace& trace = subject.run.trace;
+  // A child that could not be waited for, or whose output has no stream, is left to itself.
+  const bool isLeftAlone =
+      std::any_of(trace.calls.begin(), trace.calls.end(), [](const Call& call) {
+        return call.isHit && call.process == 0 &&
+               (call.kind == SYS_wait4 || call.kind == SYS_fcntl);
+      });
+  const bool isExcused = isLeftAlone || isTerminated(subject.run);
+  for (const int number : trace.leftRunning) {
+    const Process& process = trace.process(number);
+    // A shell that could not wait for its program is gone before it.
+    const bool isOfShell = process.parent > 0 && isHitIn(trace, process.parent);
+    const bool isLeft = isExcused && !isReaped(trace, process);
+    subject.expect(isLeft || isOfShell, "6: runs on: " + process.program);
+  }
+  for (const Process& process : trace.processes) {
+    subject.expect(process.parent != 0 || process.isReaped || isExcused,
+                   "6: nobody waited for " + process.shell);
+  }
+  for (int number = 0; number < static_cast<int>(trace.processes.size()); ++number) {
+    const Process& process = trace.process(number);
+    // What a shell keeps for itself when its own calls fail is not the command's doing.
+    if (process.parent > 0 && (isHitIn(trace, process.parent) || isHitIn(trace, number))) continue;
+    subject.expect(process.leaked.empty(),
+                   "6: descriptors open in " + process.program + ": " + process.leaked);
+  }
+}
+
+void judgeRemains(const Case& subject) {
+  judgeTemporary(subject);
+  subject.expect(subject.run.inputs == subject.reference.inputs,
+                 "6: something changed outside log, backup and temporary area");
+  judgeChildren(subject);
 }
 
 }  // namespace

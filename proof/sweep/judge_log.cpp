@@ -8,7 +8,6 @@
 
 #include "core/calls.h"
 #include "core/loglines.h"
-#include "sweep/reading.h"
 
 namespace {
 

@@ -1,5 +1,3 @@
-#include "sweep/reading.h"
-
 #include <sys/syscall.h>
 
 #include <array>
@@ -9,6 +7,7 @@
 #include "core/calls.h"
 #include "core/loglines.h"
 #include "core/scenario.h"
+#include "sweep/judge.h"
 
 namespace {
 

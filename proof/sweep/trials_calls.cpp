@@ -6,7 +6,6 @@
 
 #include "core/calls.h"
 #include "sweep/judge.h"
-#include "sweep/reading.h"
 
 namespace {
 

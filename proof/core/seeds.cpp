@@ -1,33 +1,6 @@
 // Bugs for the proof of the proof. Linked over the command's own objects with --wrap: a call of the
 // function between two files goes through here. SEEDED_BUG names the one bug of a run; each must be
-// found, by the promise that it breaks.
-//
-//   crash             a wait that fails ends in a segmentation fault
-//   failed-shell      a shell that cannot be started ends with 127
-//   other-status      the process ends with another status than its exit line says
-//   partial-list      a list whose reading fails is sent as far as it was read
-//   single-stop       communication is stopped once instead of twice
-//   torn-line         after a write that failed the next piece of the line is left out
-//   dirty-output      something is printed on standard output
-//   kept-directory    the temporary directory stays when a collection command failed
-//   open-descriptor   a descriptor stays open in the programs that are run
-//   changed-input     the send-file list is written to
-//   unwaited-child    nobody waits for the programs that are run
-//   repeated-removal  the temporary directory is removed twice
-//
-// And those of what a caller hands down:
-//
-//   sigchld-kept        SIGCHLD stays as the caller had it
-//   sigpipe-default     SIGPIPE ends the process
-//   sigxfsz-default     SIGXFSZ ends the process
-//   handler-installed   SIGPIPE has a handler
-//   signals-handed-on   the programs that are run get the command's own dispositions
-//   signal-blocked      SIGTERM is blocked
-//   mask-kept           the file-creation mask stays as the caller had it
-//   descriptors-closed  standard descriptors that were closed stay so
-//   zone-ignored        times are in UTC
-//   zone-kept           times stay in the zone of the first one
-//   folder-needed       without a working directory the process ends with 1
+// found, by the promise that it breaks: the tables of sweep/trials_self.cpp and inherited/main.cpp.
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,12 +1,18 @@
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
+#include <sys/uio.h>
+#include <sys/user.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <set>
 #include <stdexcept>
@@ -15,9 +21,119 @@
 #include "core/calls.h"
 #include "core/testimony.h"
 #include "core/trace.h"
-#include "core/tracee.h"
+
+namespace fs = std::filesystem;
 
 namespace {
+
+// --- what is read from a stopped process, and changed in it: x86-64 only -------------------------
+
+/// The registers of a process that stands at a system call.
+class CallRegisters {
+ public:
+  explicit CallRegisters(pid_t pid) : m_pid(pid) {
+    ::ptrace(PTRACE_GETREGS, pid, nullptr, &m_registers);
+  }
+
+  long number() const { return static_cast<long>(m_registers.orig_rax); }
+  unsigned long argument(int place) const { return m_registers.*kArguments[place]; }
+  long result() const { return static_cast<long>(m_registers.rax); }
+
+  /// At the entry: the call is not made, and returns `result`.
+  void skip(long result) {
+    m_registers.orig_rax = static_cast<unsigned long long>(-1);
+    changeResult(result);
+  }
+  /// At the entry: the call is made with another argument.
+  void changeArgument(int place, unsigned long value) {
+    m_registers.*kArguments[place] = value;
+    store();
+  }
+  /// At the exit: the call returns `result`.
+  void changeResult(long result) {
+    m_registers.rax = static_cast<unsigned long long>(result);
+    store();
+  }
+
+ private:
+  using Register = unsigned long long user_regs_struct::*;
+  static constexpr Register kArguments[] = {&user_regs_struct::rdi, &user_regs_struct::rsi,
+                                            &user_regs_struct::rdx, &user_regs_struct::r10,
+                                            &user_regs_struct::r8,  &user_regs_struct::r9};
+
+  void store() { ::ptrace(PTRACE_SETREGS, m_pid, nullptr, &m_registers); }
+
+  pid_t m_pid;
+  user_regs_struct m_registers = {};
+};
+
+/// `size` bytes at `address`, or as many as can be read.
+std::string readBytes(pid_t pid, unsigned long address, std::size_t size) {
+  std::string bytes(size, '\0');
+  const iovec here = {bytes.data(), size};
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): an address in another process
+  const iovec there = {reinterpret_cast<void*>(address), size};
+  const ssize_t count = ::process_vm_readv(pid, &here, 1, &there, 1, 0);
+  bytes.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
+  return bytes;
+}
+
+/// The zero-terminated text at `address`; what cannot be read is left out.
+std::string readText(pid_t pid, unsigned long address) {
+  constexpr std::size_t kPageBytes = 4096;
+  std::string text;
+  while (text.size() < PATH_MAX) {
+    // Never across the end of a page: the next one may not be there.
+    const std::size_t room = kPageBytes - (address + text.size()) % kPageBytes;
+    const std::string piece = readBytes(pid, address + text.size(), room < 256 ? room : 256);
+    const std::size_t end = piece.find('\0');
+    text += piece.substr(0, end);
+    if (end != std::string::npos || piece.empty()) break;
+  }
+  return text;
+}
+
+/// The word at `address`, 0 when it cannot be read.
+unsigned long readWord(pid_t pid, unsigned long address) {
+  const std::string bytes = readBytes(pid, address, sizeof(unsigned long));
+  unsigned long word = 0;
+  if (bytes.size() == sizeof word) std::memcpy(&word, bytes.data(), sizeof word);
+  return word;
+}
+
+fs::path procPath(pid_t pid, const char* name) {
+  return "/proc/" + std::to_string(pid) + "/" + name;
+}
+
+/// What the descriptor stands for, "/etc/localtime" or "pipe:[17]"; empty when it is not open.
+std::string descriptorTarget(pid_t pid, int descriptor) {
+  std::error_code error;
+  return fs::read_symlink(procPath(pid, "fd") / std::to_string(descriptor), error);
+}
+
+/// The open descriptors above standard error, as "3 -> /etc/passwd", blank-separated.
+std::string extraDescriptors(pid_t pid) {
+  std::string extra;
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator(procPath(pid, "fd"), error)) {
+    const std::string name = entry.path().filename();
+    if (std::stoi(name) <= STDERR_FILENO) continue;
+    extra += (extra.empty() ? "" : " ") + name + " -> " + descriptorTarget(pid, std::stoi(name));
+  }
+  return extra;
+}
+
+/// Whether the process runs at all: not ended, not waiting to be waited for.
+bool isRunning(pid_t pid) {
+  std::ifstream file(procPath(pid, "stat"));
+  std::string text;
+  std::getline(file, text);
+  const std::size_t name = text.rfind(") ");  // the state follows it
+  const char state = name == std::string::npos ? 'Z' : text[name + 2];
+  return state != 'Z' && state != 'X';
+}
+
+// --- the tracer ----------------------------------------------------------------------------------
 
 constexpr int kCallStop = SIGTRAP | 0x80;
 constexpr long kOptions = PTRACE_O_EXITKILL | PTRACE_O_TRACESYSGOOD | PTRACE_O_TRACESECCOMP |

@@ -85,19 +85,4 @@ struct Undisturbed {
 /// same, but for the exceptions that the situation can claim.
 Verdict judgeInherited(const Situation& situation, const Undisturbed& undisturbed, Run run);
 
-/// One run before its judge.
-struct Subject {
-  const Situation& situation;
-  const Undisturbed& undisturbed;
-  const Expected& expected;
-  const Run& run;
-  Findings& findings;
-
-  void expect(bool isKept, const std::string& what) const { findings.expect(isKept, what); }
-};
-
-// What must be as expected, in files of their own.
-void judgeLog(const Subject& subject);        // heads, messages, permission bits and backup
-void judgeProcesses(const Subject& subject);  // the command at each call, and its children
-
 #endif

@@ -16,6 +16,7 @@ namespace {
 /// Every system call whose failure is tried.
 std::vector<CallKind> makeCallKinds() {
   const std::vector<int> opening = {ENOSPC, EIO, EACCES, EMFILE, ENFILE, ENOMEM, EINTR, ENOENT};
+  const std::vector<int> writing = {ENOSPC, EIO, EINTR, EPIPE, EAGAIN, kShortCount};
   const std::vector<int> examining = {EACCES, EIO, ENOMEM, ELOOP};
   const std::vector<int> naming = {ENOSPC, EACCES, EIO};
   const std::vector<int> transferring = {ENOSPC, EIO};
@@ -26,12 +27,7 @@ std::vector<CallKind> makeCallKinds() {
       {SYS_openat, "openat", Target::kPath, 1, -1, opening},
       {SYS_open, "open", Target::kPath, 0, -1, opening},
       {SYS_read, "read", Target::kDescriptor, 0, 2, {EIO, EINTR, kShortCount}},
-      {SYS_write,
-       "write",
-       Target::kDescriptor,
-       0,
-       2,
-       {ENOSPC, EIO, EINTR, EPIPE, EAGAIN, kShortCount}},
+      {SYS_write, "write", Target::kDescriptor, 0, 2, writing},
       {SYS_close, "close", Target::kDescriptor, 0, -1, {EIO, EINTR}},
       {SYS_newfstatat, "newfstatat", Target::kPath, 1, -1, examining},
       {SYS_stat, "stat", Target::kPath, 0, -1, examining},
@@ -81,38 +77,15 @@ std::vector<CallKind> makeCallKinds() {
 
 /// The system calls that are left out on purpose: those that cannot fail for a program in order,
 /// those of the loader alone, and getrandom: how often a generated name asks for it is a matter of
-/// chance. A call that is neither here nor above is reported, so that none goes untried unnoticed.
-constexpr long kLeftOut[] = {
-    SYS_rt_sigaction, SYS_rt_sigprocmask,  SYS_rt_sigreturn,    SYS_getpid,
-    SYS_getppid,      SYS_gettid,          SYS_getuid,          SYS_geteuid,
-    SYS_getgid,       SYS_getegid,         SYS_uname,           SYS_umask,
-    SYS_futex,        SYS_exit_group,      SYS_clock_gettime,   SYS_restart_syscall,
-    SYS_prctl,        SYS_munmap,          SYS_mprotect,        SYS_pread64,
-    SYS_arch_prctl,   SYS_set_tid_address, SYS_set_robust_list, SYS_rseq,
-    SYS_prlimit64,    SYS_getrandom};
-
-sock_filter statement(unsigned code, std::uint32_t value) {
-  return {static_cast<std::uint16_t>(code), 0, 0, value};
-}
-
-/// Answers with `action` to the call whose number is in the accumulator when it is `number`.
-void answer(std::vector<sock_filter>& program, long number, std::uint32_t action) {
-  const auto code = static_cast<std::uint16_t>(BPF_JMP | BPF_JEQ | BPF_K);
-  program.push_back({code, 0, 1, static_cast<std::uint32_t>(number)});
-  program.push_back(statement(BPF_RET | BPF_K, action));
-}
-
-/// Of the mappings only those of memory are asked for: a file is mapped by the loader alone, a
-/// dozen times for each program, and each stop costs as much as the call.
-void answerMapping(std::vector<sock_filter>& program) {
-  constexpr std::uint32_t kNoFile = 0xffffffff;
-  const auto equals = static_cast<std::uint16_t>(BPF_JMP | BPF_JEQ | BPF_K);
-  program.push_back({equals, 0, 4, SYS_mmap});
-  program.push_back(statement(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[4])));
-  program.push_back({equals, 0, 1, kNoFile});
-  program.push_back(statement(BPF_RET | BPF_K, SECCOMP_RET_TRACE));
-  program.push_back(statement(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
-}
+/// chance. A call that is neither here nor above, nor a mark of the tracer, is reported, so that
+/// none goes untried unnoticed.
+constexpr std::uint32_t kLeftOut[] = {
+    SYS_rt_sigaction, SYS_rt_sigprocmask, SYS_rt_sigreturn,    SYS_getpid,
+    SYS_getppid,      SYS_gettid,         SYS_getuid,          SYS_geteuid,
+    SYS_getgid,       SYS_getegid,        SYS_uname,           SYS_futex,
+    SYS_exit_group,   SYS_clock_gettime,  SYS_restart_syscall, SYS_mprotect,
+    SYS_pread64,      SYS_arch_prctl,     SYS_set_tid_address, SYS_set_robust_list,
+    SYS_rseq,         SYS_prlimit64,      SYS_getrandom};
 
 }  // namespace
 
@@ -139,14 +112,23 @@ std::string errorName(int error) {
 }
 
 bool installCallFilter() {
-  std::vector<sock_filter> program = {
-      statement(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
-  for (const long mark : {SYS_umask, SYS_munmap, SYS_prctl}) {
-    answer(program, mark, SECCOMP_RET_TRACE);
+  constexpr int kLoad = BPF_LD | BPF_W | BPF_ABS;
+  constexpr int kJumpUnless = BPF_JMP | BPF_JEQ | BPF_K;
+  constexpr int kReturn = BPF_RET | BPF_K;
+  constexpr std::uint32_t kNoFile = 0xffffffff;
+  // Of the mappings only those of memory are asked for: a file is mapped by the loader alone, a
+  // dozen times for each program, and each stop costs as much as the call.
+  std::vector<sock_filter> program = {BPF_STMT(kLoad, offsetof(seccomp_data, nr)),
+                                      BPF_JUMP(kJumpUnless, SYS_mmap, 0, 4),
+                                      BPF_STMT(kLoad, offsetof(seccomp_data, args[4])),
+                                      BPF_JUMP(kJumpUnless, kNoFile, 0, 1),
+                                      BPF_STMT(kReturn, SECCOMP_RET_TRACE),
+                                      BPF_STMT(kReturn, SECCOMP_RET_ALLOW)};
+  for (const std::uint32_t number : kLeftOut) {
+    program.push_back(BPF_JUMP(kJumpUnless, number, 0, 1));
+    program.push_back(BPF_STMT(kReturn, SECCOMP_RET_ALLOW));
   }
-  answerMapping(program);
-  for (const long number : kLeftOut) answer(program, number, SECCOMP_RET_ALLOW);
-  program.push_back(statement(BPF_RET | BPF_K, SECCOMP_RET_TRACE));
+  program.push_back(BPF_STMT(kReturn, SECCOMP_RET_TRACE));
   const sock_fprog filter = {static_cast<std::uint16_t>(program.size()), program.data()};
   return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
          ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <fstream>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <random>
@@ -95,15 +96,10 @@ void startWorker(const Plan& plan, Sweep& sweep, unsigned number, int report) {
   ::_exit(::write(report, text.data(), text.size()) == static_cast<ssize_t>(text.size()) ? 0 : 1);
 }
 
-std::string readReport(int report) {
-  std::string text(static_cast<std::size_t>(std::max<off_t>(::lseek(report, 0, SEEK_END), 0)), ' ');
-  const ssize_t size = ::pread(report, text.data(), text.size(), 0);
-  ::close(report);
-  return size < 0 ? "" : text;
-}
-
-void addReport(Tally& tally, const std::string& text) {
+void addReport(Tally& tally, int file) {
+  std::ifstream text("/proc/self/fd/" + std::to_string(file));
   const Json report = Json::parse(text, nullptr, /*allow_exceptions=*/false);
+  ::close(file);
   if (!report.is_object()) throw std::runtime_error("a worker ended without a report");
   if (report.contains("failure")) throw std::runtime_error(report.value("failure", ""));
   const auto more = report.get<Tally>();
@@ -123,23 +119,22 @@ Tally workTogether(const Plan& plan, Sweep& sweep) {
   }
   while (::wait(nullptr) > 0 || errno == EINTR) continue;
   Tally tally;
-  for (const int report : reports) addReport(tally, readReport(report));
+  for (const int report : reports) addReport(tally, report);
   return tally;
 }
 
 // --- what is printed -----------------------------------------------------------------------------
 
-void printTable(const Terms& terms, const Tally& tally) {
+void printTable(const Terms& terms, Tally& tally) {
   const auto printRow = [&terms](const std::string& name, const auto& textOf) {
     std::printf("%-28s", name.c_str());
     for (const char* column : terms.columns) std::printf(" %8s", textOf(column).c_str());
     std::printf("\n");
   };
   printRow(terms.row, [](const char* column) { return std::string(column); });
-  for (const auto& row : tally.rows) {
-    const std::string& name = row.first;
-    if (tally.at(name, "tried") == 0 && tally.at(name, "broken") == 0) continue;
-    printRow(name, [&](const char* column) { return std::to_string(tally.at(name, column)); });
+  for (auto& [name, counts] : tally.rows) {
+    if (counts["tried"] == 0 && counts["broken"] == 0) continue;
+    printRow(name, [&row = counts](const char* column) { return std::to_string(row[column]); });
   }
   printRow("all", [&tally](const char* column) { return std::to_string(tally.sum(column)); });
 }
@@ -155,28 +150,24 @@ void printFindings(const Tally& tally, const char* program) {
     std::printf("... and %zu more\n", tally.findings.size() - kMost);
 }
 
-double secondsOf(const timeval& time) {
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
-}
-
 /// The seed, and what it took on the clock and of all processors.
 void printEffort(const Plan& plan, std::chrono::steady_clock::time_point start) {
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
   rusage usage = {};
   ::getrusage(RUSAGE_CHILDREN, &usage);
-  std::printf("seed %u, %u at a time, %.0f seconds, %.0f of processor time\n", plan.seed, plan.jobs,
-              seconds.count(), secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime));
+  std::printf("seed %u, %u at a time, %.0f seconds, %ld of processor time\n", plan.seed, plan.jobs,
+              seconds.count(), usage.ru_utime.tv_sec + usage.ru_stime.tv_sec);
 }
 
 /// What was hit. The self-tests are no proof of the command, unless they are all that was wanted.
-int hitsOf(const Tally& tally) {
+int hitsOf(Tally& tally) {
   const int all = tally.sum("hit");
-  const int own = tally.at(kSelfTestRow, "hit");
+  const int own = tally.rows[kSelfTestRow]["hit"];
   return own == all ? all : all - own;
 }
 
 /// "N passed, M failed". Returns whether nothing failed.
-bool printClosingLine(const Tally& tally) {
+bool printClosingLine(Tally& tally) {
   const int failed = static_cast<int>(tally.findings.size());
   std::printf("%d passed, %d failed\n", std::max(tally.sum("tried") - failed, 0), failed);
   return failed == 0;
@@ -185,7 +176,7 @@ bool printClosingLine(const Tally& tally) {
 /// Does all that the plan asks for, and prints everything. Returns whether all is well.
 bool carryOut(const Plan& plan, const Terms& terms, Sweep& sweep, const char* program) {
   const auto start = std::chrono::steady_clock::now();
-  const Tally tally = workTogether(plan, sweep);
+  Tally tally = workTogether(plan, sweep);
   printTable(terms, tally);
   const bool isMoreWell = sweep.report(plan, tally);
   printFindings(tally, program);
@@ -203,16 +194,9 @@ void Tally::note(const std::string& row, const std::string& trial, const Finding
   findings.push_back({trial, found.broken});
 }
 
-int Tally::at(const std::string& row, const std::string& column) const {
-  const auto counts = rows.find(row);
-  if (counts == rows.end()) return 0;
-  const auto count = counts->second.find(column);
-  return count == counts->second.end() ? 0 : count->second;
-}
-
-int Tally::sum(const std::string& column) const {
+int Tally::sum(const std::string& column) {
   int sum = 0;
-  for (const auto& [row, counts] : rows) sum += at(row, column);
+  for (auto& row : rows) sum += row.second[column];
   return sum;
 }
 

@@ -41,9 +41,7 @@ struct Tally {
   /// nothing is broken.
   void note(const std::string& row, const std::string& trial, const Findings& found);
 
-  /// 0 for what was never counted.
-  int at(const std::string& row, const std::string& column) const;
-  int sum(const std::string& column) const;
+  int sum(const std::string& column);
 };
 
 /// What is to be tried.
@@ -78,7 +76,7 @@ class Sweep {
   virtual std::vector<Trial> selfTrials() = 0;
 
   /// Prints what there is to say beside the table. Returns whether all is well.
-  virtual bool report(const Plan& /*plan*/, const Tally& /*tally*/) { return true; }
+  virtual bool report(const Plan& /*plan*/, Tally& /*tally*/) { return true; }
 };
 
 /// What the sweep is called by those who use it.

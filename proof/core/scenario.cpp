@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "core/testimony.h"
+#include "core/trace.h"
 
 namespace {
 
@@ -30,109 +31,93 @@ std::string definitionWith(const std::string& line, const std::string& replaceme
   return text.replace(text.find(line), line.size(), replacement);
 }
 
-/// The scenarios as they are put together. What an addition returns is valid until the next one.
-class Scenarios {
- public:
-  Scenario& addIncident(const std::string& name) {
-    Scenario& scenario = add(name);
-    scenario.arguments = {"list", "-i", "42"};
-    scenario.files = {{"list", "/srv/case/first\n" + filler("\n") + "/srv/case/second\n"},
-                      {"first", "the first file\n"},
-                      {"second", std::string(300, 's')}};
-    scenario.exchanges = 4;
-    scenario.output = scenario.collected + kCollectedBySecond;
-    return scenario;
-  }
+Scenario incident(const std::string& name) {
+  Scenario scenario;
+  scenario.name = name;
+  scenario.arguments = {"list", "-i", "42"};
+  scenario.files = {{"list", "/srv/case/first\n" + filler("\n") + "/srv/case/second\n"},
+                    {"first", "the first file\n"},
+                    {"second", std::string(300, 's')}};
+  scenario.exchanges = 4;
+  scenario.output = scenario.collected + kCollectedBySecond;
+  return scenario;
+}
 
-  Scenario& addEvent(const std::string& name, const std::string& definition = kDefinition) {
-    Scenario& scenario = add(name);
-    scenario.arguments = {"list", "-r", "definition"};
-    scenario.files = {
-        {"list", "/srv/case/db01.syslog.txt\n/srv/case/other\n"},
-        {"definition", definition},
-        {"db01.syslog.txt", "# messages of db01\nOct  5 11:59:58 db01 kernel: sda: I/O error\n"},
-        {"other", "the other file\n"}};
-    scenario.exchanges = 2;
-    return scenario;
-  }
+Scenario event(const std::string& name, const std::string& definition = kDefinition) {
+  Scenario scenario;
+  scenario.name = name;
+  scenario.arguments = {"list", "-r", "definition"};
+  scenario.files = {
+      {"list", "/srv/case/db01.syslog.txt\n/srv/case/other\n"},
+      {"definition", definition},
+      {"db01.syslog.txt", "# messages of db01\nOct  5 11:59:58 db01 kernel: sda: I/O error\n"},
+      {"other", "the other file\n"}};
+  scenario.exchanges = 2;
+  return scenario;
+}
 
-  void addRejectedOption(const std::string& name, const std::vector<std::string>& arguments) {
-    reject(addIncident(name)).arguments = arguments;
-  }
+/// The same, with an end before anything is collected or sent.
+Scenario unsent(Scenario scenario, int status = kRejected) {
+  scenario.status = status;
+  scenario.exchanges = 0;
+  scenario.output = "";
+  return scenario;
+}
 
-  void addRejectedDefinition(const std::string& name, const std::string& definition) {
-    reject(addEvent(name, definition));
-  }
-
-  /// Nothing is sent.
-  static Scenario& reject(Scenario& scenario, int status = 68) {
-    scenario.status = status;
-    scenario.exchanges = 0;
-    scenario.output = "";
-    return scenario;
-  }
-
-  std::vector<Scenario> all;
-
- private:
-  Scenario& add(const std::string& name) {
-    all.emplace_back();
-    all.back().name = name;
-    return all.back();
-  }
-};
-
-void addRuns(Scenarios& scenarios) {
+void addRuns(std::vector<Scenario>& all) {
   constexpr std::size_t kAboveRotation = 512001;
-  scenarios.addIncident("incident");
-  scenarios.addIncident("incident-trace").environment[kLogLevel] = "LOG_LEVEL_TRACE";
-  scenarios.addEvent("event-err");
-  scenarios.addEvent("event-trace").environment[kLogLevel] = "LOG_LEVEL_TRACE";
-  scenarios.addEvent("event-other", definitionWith("SendType=err", "SendType=warn"))
+  all.push_back(incident("incident"));
+  all.emplace_back(incident("incident-trace")).environment[kLogLevel] = "LOG_LEVEL_TRACE";
+  all.push_back(event("event-err"));
+  all.emplace_back(event("event-trace")).environment[kLogLevel] = "LOG_LEVEL_TRACE";
+  all.emplace_back(event("event-other", definitionWith("SendType=err", "SendType=warn")))
       .files["db01.syslog.txt"] = "# nothing\n";
-  Scenario& stopped = scenarios.addIncident("centre-stopped");
+  Scenario& stopped = all.emplace_back(incident("centre-stopped"));
   stopped.answers = "status 0x20000\n";
   stopped.exchanges = 0;
   stopped.status = 1;
-  Scenario& refused = scenarios.addEvent("start-refused");
-  refused.answers = "start -7\n";
-  refused.exchanges = 0;
-  refused.status = 1;
-  scenarios.addEvent("log-rotation").logBytes = kAboveRotation;
+  all.emplace_back(unsent(event("start-refused"), 1)).answers = "start -7\n";
+  all.emplace_back(event("log-rotation")).logBytes = kAboveRotation;
 }
 
-void addRejections(Scenarios& scenarios) {
-  scenarios.addRejectedOption("reject-count", {"list", "-i"});
-  scenarios.addRejectedOption("reject-option", {"list", "-x", "42"});
-  scenarios.addRejectedOption("reject-list-missing", {"no-list", "-i", "42"});
-  scenarios.reject(scenarios.addIncident("reject-list-empty")).files["list"] = "\n\r\n\n";
-  scenarios.addRejectedOption("reject-definition-missing", {"list", "-r", "no-definition"});
-  scenarios.addRejectedDefinition("reject-format", definitionWith("Label=disk", "Label"));
-  scenarios.addRejectedDefinition("reject-keyword", definitionWith("Label=disk", "label=disk"));
-  scenarios.addRejectedDefinition("reject-value", definitionWith("Label=disk", "Label="));
-  scenarios.addRejectedDefinition("reject-parameter", definitionWith("Label=disk\n", ""));
-  scenarios.reject(scenarios.addIncident("ordinary-user"), 65).asOrdinaryUser = true;
+void addRejections(std::vector<Scenario>& all) {
+  const auto addArguments = [&all](const char* name, const Texts& arguments) {
+    all.emplace_back(unsent(incident(name))).arguments = arguments;
+  };
+  const auto addDefinition = [&all](const char* name, const char* line, const char* replacement) {
+    all.push_back(unsent(event(name, definitionWith(line, replacement))));
+  };
+  addArguments("reject-count", {"list", "-i"});
+  addArguments("reject-option", {"list", "-x", "42"});
+  addArguments("reject-list-missing", {"no-list", "-i", "42"});
+  all.emplace_back(unsent(incident("reject-list-empty"))).files["list"] = "\n\r\n\n";
+  addArguments("reject-definition-missing", {"list", "-r", "no-definition"});
+  addDefinition("reject-format", "Label=disk", "Label");
+  addDefinition("reject-keyword", "Label=disk", "label=disk");
+  addDefinition("reject-value", "Label=disk", "Label=");
+  addDefinition("reject-parameter", "Label=disk\n", "");
+  all.emplace_back(unsent(incident("ordinary-user"), 65)).asOrdinaryUser = true;
 }
 
-void addOddities(Scenarios& scenarios) {
-  scenarios.addIncident("kept-items").environment[kNotRemoved] = "1";
-  scenarios.addIncident("exchanges-refused").answers = "communicate * -62 2 54\n";
+void addOddities(std::vector<Scenario>& all) {
+  all.emplace_back(incident("kept-items")).environment[kNotRemoved] = "1";
+  all.emplace_back(incident("exchanges-refused")).answers = "communicate * -62 2 54\n";
   // Bytes that mean something to printf, zero bytes, and lines longer than a relayed piece.
-  Scenario& hostile = scenarios.addIncident("hostile-output");
+  Scenario& hostile = all.emplace_back(incident("hostile-output"));
   const std::string longLine = std::string(1200, 'l') + "\n";
   hostile.collected = "%s %d %n %% 100%\n" + std::string("seen\0lost\n", 10) + longLine;
   hostile.output = "%s %d %n % 100%\nseen" + longLine + kCollectedBySecond;
-  Scenario& missing = scenarios.addIncident("files-missing");
+  Scenario& missing = all.emplace_back(incident("files-missing"));
   missing.files.erase("second");
   missing.files["list"] = "first\n/srv/case/second\n";
 }
 
 std::vector<Scenario> makeScenarios() {
-  Scenarios scenarios;
-  addRuns(scenarios);
-  addRejections(scenarios);
-  addOddities(scenarios);
-  return std::move(scenarios.all);
+  std::vector<Scenario> all;
+  addRuns(all);
+  addRejections(all);
+  addOddities(all);
+  return all;
 }
 
 }  // namespace

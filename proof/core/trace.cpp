@@ -25,19 +25,17 @@ namespace {
 
 constexpr int kCannotStart = 125;
 
+bool tell(const char* path, const std::string& text) {
+  const int file = ::open(path, O_WRONLY | O_CLOEXEC);
+  return file >= 0 && ::write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+}
+
 /// A user id that is not 0 even where this program is root of a user namespace alone: the child
 /// moves into a namespace of its own, in which the same user has another number.
 bool becomeOrdinaryUser() {
-  if (::unshare(CLONE_NEWUSER) != 0) return false;
-  for (const char* file : {"/proc/self/uid_map", "/proc/self/gid_map"}) {
-    const int map = ::open(file, O_WRONLY | O_CLOEXEC);
-    if (std::strcmp(file, "/proc/self/gid_map") == 0) {
-      const int deny = ::open("/proc/self/setgroups", O_WRONLY | O_CLOEXEC);
-      if (deny >= 0 && ::write(deny, "deny", 4) != 4) return false;
-    }
-    if (map < 0 || ::write(map, "1000 0 1", 8) != 8) return false;
-  }
-  return ::getuid() == 1000;
+  return ::unshare(CLONE_NEWUSER) == 0 && tell("/proc/self/uid_map", "1000 0 1") &&
+         tell("/proc/self/setgroups", "deny") && tell("/proc/self/gid_map", "1000 0 1") &&
+         ::getuid() == 1000;
 }
 
 bool redirect(const char* path, int flags, int descriptor) {

@@ -78,11 +78,10 @@ class InheritedSweep : public Sweep {
 
   /// The exceptions with the number of their claims. Returns whether each was claimed, unless
   /// something is left out.
-  bool report(const Plan& plan, const Tally& tally) override {
+  bool report(const Plan& plan, Tally& tally) override {
     bool areClaimed = true;
     for (const Exception& exception : kExceptions) {
-      const auto claim = tally.claims.find(exception.name);
-      const int count = claim == tally.claims.end() ? 0 : claim->second;
+      const int count = tally.claims[exception.name];
       areClaimed = areClaimed && count > 0;
       std::printf("%-28s %8d  %s\n", exception.name, count, exception.reason);
     }

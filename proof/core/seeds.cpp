@@ -1,6 +1,6 @@
 // Bugs for the proof of the proof. Linked over the command's own objects with --wrap: a call of the
 // function between two files goes through here. SEEDED_BUG names the one bug of a run; each must be
-// found, by the promise that it breaks: the tables of sweep/trials_self.cpp and inherited/main.cpp.
+// found, by the promise that it breaks: the tables of sweep/main.cpp and inherited/main.cpp.
 
 #include <fcntl.h>
 #include <sys/stat.h>

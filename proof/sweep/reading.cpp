@@ -1,8 +1,6 @@
 #include <sys/syscall.h>
 
-#include <array>
 #include <stdexcept>
-#include <utility>
 
 #include "core/calls.h"
 #include "core/loglines.h"
@@ -36,18 +34,14 @@ std::vector<Shell> shellsOf(const Trace& run) {
 
 /// The area of the command line that a shell was given, kNoArea for any other.
 Area findArea(const std::string& shell) {
-  static const std::array<std::pair<const char*, Area>, 5> heads = {{{"cp -f", kRotation},
-                                                                     {"uname", kHostName},
-                                                                     {"mkdir", kTempDir},
-                                                                     {"/opt/dovra", kCollection},
-                                                                     {"/bin/rm", kRemoval}}};
-  for (const auto& [head, area] : heads) {
-    if (beginsWith(shell, head)) return area;
-  }
-  return kNoArea;
+  if (beginsWith(shell, "cp -f")) return kRotation;
+  if (beginsWith(shell, "uname")) return kHostName;
+  if (beginsWith(shell, "mkdir")) return kTempDir;
+  if (beginsWith(shell, "/opt/dovra")) return kCollection;
+  return beginsWith(shell, "/bin/rm") ? kRemoval : kNoArea;
 }
 
-/// The area of the command line that a shell was given.
+/// The same; throws where there is none.
 Area areaOfShell(const std::string& shell) {
   const Area area = findArea(shell);
   if (area == kNoArea) throw std::runtime_error("a shell that belongs to no area: " + shell);

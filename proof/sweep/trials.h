@@ -34,12 +34,6 @@ std::vector<Trial> libraryTrials(const Reference& reference);
 /// Those of them in which it throws.
 std::vector<Trial> throwTrials(const Reference& reference);
 
-/// After the last call of each process of a scenario there is none: its trials are complete.
-Trial endTrial(const Reference& reference);
-
-/// The machinery itself: a fault that is not injected must be missed, a seeded bug must be found.
-std::vector<Trial> selfTrials(const Reference& event, const Reference& incident);
-
 /// Whether an error would make a difference to a call of the undisturbed run: one that fails so
 /// anyway, or transfers too little to be cut short, proves nothing.
 bool canBeTried(const Call& call, int error);

@@ -142,8 +142,7 @@ std::vector<Trial> throwTrials(const Reference& reference) {
     deeds.add(call, "object");
   }
   for (const char* call : kSecondTimes) deeds.add(call, "object");
-  deeds.add("KEL_GetID:2", "throw", 33);
-  deeds.add("KEL_Communicate:2", "throw", 33);
+  for (const char* call : {"KEL_GetID:2", "KEL_Communicate:2"}) deeds.add(call, "throw", 33);
   return deeds.trials;
 }
 
@@ -154,7 +153,8 @@ std::vector<Trial> libraryTrials(const Reference& reference) {
   for (const char* call : kCalls) {
     for (int value = kLeastResult; value <= kMostResult; ++value) deeds.add(call, "return", value);
     for (const int value : {kLeast, kMost, 256, 0x10000}) deeds.add(call, "return", value);
-    for (const char* deed : {"hang", "crash"}) deeds.add(call, deed);
+    deeds.add(call, "hang");
+    deeds.add(call, "crash");
   }
   for (const char* call : kSecondTimes) deeds.add(call, "crash");
   for (int bit = 0; bit < 32; ++bit) {

@@ -91,15 +91,11 @@ class Line {
     put("{\"call\":\"");
     put(call);
     put("\"");
-    const Orders& orders = testimony->orders;
-    if (std::strcmp(call, orders.guiltyCall) != 0) return;
+    if (std::strcmp(call, testimony->orders.guiltyCall) != 0) return;
     static int time = 0;
     ++time;
-    m_isGuilty = orders.guiltyTime == 0 || orders.guiltyTime == time;
-  }
-
-  bool isGuiltyOf(const char* deed) const {
-    return m_isGuilty && std::strcmp(testimony->orders.deed, deed) == 0;
+    const int guiltyTime = testimony->orders.guiltyTime;
+    m_isGuilty = guiltyTime == 0 || guiltyTime == time;
   }
 
   /// What is ordered for this deed, `usual` where it is not to be done.
@@ -112,24 +108,27 @@ class Line {
     // Without its memory the library can vouch for nothing; it says so, and the trial shows it.
     constexpr int kUnusable = -1;
     if (testimony == nullptr) return kUnusable;
-    const Orders& orders = testimony->orders;
-    const int result = valueOf("return", 0);
     // A call that does not return has no result.
     const bool isReturning = !m_isGuilty || misbehave == nullptr || isGuiltyOf("return") ||
                              isGuiltyOf("status") || isGuiltyOf("garbage");
-    putNumber("result", isReturning ? result : -1);
+    const int result = isReturning ? valueOf("return", 0) : -1;
+    putNumber("result", result);
     if (m_isGuilty) {
       put(",\"deed\":\"");
-      put(orders.deed);
+      put(testimony->orders.deed);
       put("\"");
-      putNumber("value", orders.value);
+      putNumber("value", testimony->orders.value);
     }
     put("}\n");
-    if (!isReturning) misbehave(orders.deed, orders.value);
+    if (!isReturning) misbehave(testimony->orders.deed, testimony->orders.value);
     return result;
   }
 
  private:
+  bool isGuiltyOf(const char* deed) const {
+    return m_isGuilty && std::strcmp(testimony->orders.deed, deed) == 0;
+  }
+
   bool m_isGuilty = false;
 };
 

@@ -78,24 +78,6 @@ void collectTree(const fs::path& folder, std::map<std::string, std::string>& fil
   }
 }
 
-void tellProcesses(const Trace& trace, std::ostream& story) {
-  for (std::size_t number = 0; number < trace.processes.size(); ++number) {
-    const Process& process = trace.processes[number];
-    story << "process " << number << " of " << process.parent << ": " << process.program << " "
-          << process.shell << ": " << endText(process.waitStatus) << "\n";
-  }
-}
-
-void tellCalls(const Trace& trace, std::ostream& story) {
-  for (const Call& call : trace.calls) {
-    const CallKind* kind = findCall(call.kind);
-    story << call.process << "." << call.number << " " << kind->name << " " << call.target;
-    if (call.isHit) story << " = " << errorName(call.error);
-    if (!call.bytes.empty()) story << " \"" << call.bytes << "\"";
-    story << "\n";
-  }
-}
-
 void makeTestimony() {
   const int file = ::open(kTestimonyFile, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
   check(file >= 0 && ::ftruncate(file, sizeof(Testimony)) == 0, "testimony");
@@ -206,8 +188,18 @@ Outcome collectOutcome(Trace trace) {
 
 std::string storyOf(const Outcome& run) {
   std::ostringstream story;
-  tellProcesses(run.trace, story);
-  tellCalls(run.trace, story);
+  for (std::size_t number = 0; number < run.trace.processes.size(); ++number) {
+    const Process& process = run.trace.processes[number];
+    story << "process " << number << " of " << process.parent << ": " << process.program << " "
+          << process.shell << ": " << endText(process.waitStatus) << "\n";
+  }
+  for (const Call& call : run.trace.calls) {
+    story << call.process << "." << call.number << " " << findCall(call.kind)->name << " "
+          << call.target;
+    if (call.isHit) story << " = " << errorName(call.error);
+    if (!call.bytes.empty()) story << " \"" << call.bytes << "\"";
+    story << "\n";
+  }
   story << "--- log\n"
         << run.log << "--- standard output\n"
         << run.output << "--- standard error\n"

@@ -167,12 +167,10 @@ bool endsInEvent(const CallKind& kind) {
   return makesProcess(kind.number) || kind.number == SYS_execve;
 }
 
-void ignoreAlarm(int) {}
-
 /// Interrupts waitpid(2) ten times a second, so that a run which hangs is noticed.
 void startTicks() {
   struct sigaction action = {};
-  action.sa_handler = ignoreAlarm;
+  action.sa_handler = [](int) {};
   ::sigaction(SIGALRM, &action, nullptr);
   const itimerval tick = {{0, 100000}, {0, 100000}};
   ::setitimer(ITIMER_REAL, &tick, nullptr);
@@ -181,10 +179,7 @@ void startTicks() {
 /// Follows one run of the command from start to end, with all that it forks. One object a run.
 class Tracer {
  public:
-  Tracer(const Launch& launch, const Fault* fault) : m_launch(launch), m_fault(fault) {
-    static const bool isTicking = (startTicks(), true);
-    (void)isTicking;
-  }
+  Tracer(const Launch& launch, const Fault* fault) : m_launch(launch), m_fault(fault) {}
 
   ~Tracer() { killAll(); }
   Tracer(const Tracer&) = delete;
@@ -220,6 +215,7 @@ class Tracer {
   }
 
   void begin() {
+    startTicks();
     m_command = startCommand(m_launch, /*isTraced=*/true);
     m_deadline = std::chrono::steady_clock::now() + m_launch.limit;
     int status = 0;

@@ -36,26 +36,17 @@ void printCollected(std::size_t count) {
   printAll(line + sizeof line - count, count);
 }
 
-void noteFolder(Observation& observation, const char* folder) {
-  struct stat status = {};
-  if (::stat(folder, &status) == 0) observation.tempMode = status.st_mode;
-}
-
-void leaveFile(const char* folder) {
-  const int place = ::open(folder, O_PATH | O_DIRECTORY | O_CLOEXEC);
-  if (place < 0) return;
-  const int file = ::openat(place, "data", O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
-  if (file >= 0) ::close(file);
-  ::close(place);
-}
-
 int collect(int argc, char** argv, const Testimony* testimony, Observation* observation) {
   const char* folder = argc > 1 ? argv[1] : "";
+  struct stat status = {};
+  const int place = ::open(folder, O_PATH | O_DIRECTORY | O_CLOEXEC);
   if (observation != nullptr) {
     setDetail(*observation, folder);
-    noteFolder(*observation, folder);
+    if (::fstat(place, &status) == 0) observation->tempMode = status.st_mode;
   }
-  leaveFile(folder);
+  const int file = ::openat(place, "data", O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+  if (file >= 0) ::close(file);
+  if (place >= 0) ::close(place);
   if (endsWith(argv[0], "tanexcs")) {
     printAll(kCollectedBySecond, std::strlen(kCollectedBySecond));
   } else if (testimony != nullptr) {

@@ -27,26 +27,25 @@ void addSignals(Catalogue& catalogue) {
     const std::uint64_t bit = bitOf(signal);
     if ((bit & kFixedSignals) != 0) continue;
     const std::string what = std::to_string(signal);
-    catalogue.add("ignored", {"incident", "event-err"}, what, having(&Caller::ignored, bit));
-    catalogue.add("blocked", {"incident", "event-err"}, what, having(&Caller::blocked, bit));
-    catalogue.add("pending", {"incident", "event-err"}, what, having(&Caller::pending, bit));
+    catalogue.add("ignored", kSending, what, having(&Caller::ignored, bit));
+    catalogue.add("blocked", kSending, what, having(&Caller::blocked, bit));
+    catalogue.add("pending", kSending, what, having(&Caller::pending, bit));
   }
-  const auto add = [&](std::initializer_list<const char*> scenarios, const std::string& what,
-                       std::uint64_t ignored, std::uint64_t blocked) {
-    catalogue.add("ignored and blocked", scenarios, what,
-                  all({having(&Caller::ignored, ignored), having(&Caller::blocked, blocked)}));
+  const auto both = [](std::uint64_t ignored, std::uint64_t blocked) {
+    return all({having(&Caller::ignored, ignored), having(&Caller::blocked, blocked)});
   };
-  for (unsigned ignored = 0; ignored < 8; ++ignored) {
-    for (unsigned blocked = ignored == 0 ? 1 : 0; blocked < 8; ++blocked) {
-      add({"incident", "incident-trace", "event-err", "log-rotation"},
-          std::to_string(ignored) + "." + std::to_string(blocked), subsetOf(ignored),
-          subsetOf(blocked));
-    }
+  const char* const family = "ignored and blocked";
+  for (unsigned number = 1; number < 64; ++number) {
+    const unsigned ignored = number / 8;
+    const unsigned blocked = number % 8;
+    catalogue.add(family, {"incident", "incident-trace", "event-err", "log-rotation"},
+                  std::to_string(ignored) + "." + std::to_string(blocked),
+                  both(subsetOf(ignored), subsetOf(blocked)));
   }
   const auto scenarios = {"incident", "incident-above-pipe", "event-err", "log-rotation"};
-  add(scenarios, "all.none", ~kFixedSignals, 0);
-  add(scenarios, "none.all", 0, ~kFixedSignals);
-  add(scenarios, "all.all", ~kFixedSignals, ~kFixedSignals);
+  catalogue.add(family, scenarios, "all.none", both(~kFixedSignals, 0));
+  catalogue.add(family, scenarios, "none.all", both(0, ~kFixedSignals));
+  catalogue.add(family, scenarios, "all.all", both(~kFixedSignals, ~kFixedSignals));
 }
 
 // --- descriptors ---------------------------------------------------------------------------------
@@ -81,8 +80,7 @@ void addFileSizes(Catalogue& catalogue) {
                   {"incident", "incident-trace", "incident-above-pipe", "event-err", "event-trace",
                    "log-rotation"},
                   std::to_string(bytes), limitedTo(RLIMIT_FSIZE, bytes));
-    catalogue.add("limit on file size", {"incident", "event-err"},
-                  std::to_string(bytes) + " SIGXFSZ ignored",
+    catalogue.add("limit on file size", kSending, std::to_string(bytes) + " SIGXFSZ ignored",
                   all({limitedTo(RLIMIT_FSIZE, bytes), having(&Caller::ignored, bitOf(SIGXFSZ))}));
   }
 }
@@ -96,8 +94,8 @@ void addOpenFiles(Catalogue& catalogue) {
       for (int stream = 0; stream < kStreams; ++stream) {
         if ((closed >> stream & 1U) != 0) changes.push_back(having(stream, Stream::kClosed));
       }
-      catalogue.add("limit on open files", {"incident", "event-err", "log-rotation"},
-                    std::to_string(count) + what, all(changes));
+      catalogue.add("limit on open files", kAllChildren, std::to_string(count) + what,
+                    all(changes));
     }
   }
   for (const std::string zone : {"UTC0", "XST-9", "Asia/Tokyo"}) {
@@ -109,19 +107,19 @@ void addOpenFiles(Catalogue& catalogue) {
 void addMemory(Catalogue& catalogue) {
   for (rlim_t steps = 4; steps <= 128; ++steps) {
     const rlim_t bytes = steps * kMegabyte / 16;
-    catalogue.add("limit on address space", {"incident", "event-err"}, std::to_string(bytes),
+    catalogue.add("limit on address space", kSending, std::to_string(bytes),
                   limitedTo(RLIMIT_AS, bytes));
   }
   for (rlim_t pages = 1; pages <= 32; ++pages) {
     const rlim_t bytes = pages * 4 * kKilobyte;
-    catalogue.add("limit on stack", {"incident", "event-err", "log-rotation"},
-                  std::to_string(bytes), limitedTo(RLIMIT_STACK, bytes));
+    catalogue.add("limit on stack", kAllChildren, std::to_string(bytes),
+                  limitedTo(RLIMIT_STACK, bytes));
   }
   rlimit core = {};
   ::getrlimit(RLIMIT_CORE, &core);
   for (const rlim_t bytes : {rlim_t{0}, rlim_t{1}, rlim_t{kMegabyte}, rlim_t{RLIM_INFINITY}}) {
     if (bytes == core.rlim_cur || bytes > core.rlim_max) continue;
-    catalogue.add("limit on core", {"incident", "event-err", "log-rotation"}, std::to_string(bytes),
+    catalogue.add("limit on core", kAllChildren, std::to_string(bytes),
                   limitedTo(RLIMIT_CORE, bytes));
   }
 }
@@ -138,24 +136,22 @@ void addAttributes(Catalogue& catalogue) {
     if (mask == Caller().mask) continue;
     char text[8];
     std::snprintf(text, sizeof text, "%03o", mask);
-    catalogue.add("mask", {"incident", "event-err"}, text, having(&Caller::mask, mask));
+    catalogue.add("mask", kSending, text, having(&Caller::mask, mask));
   }
   constexpr int kMostNice = 19;
   for (int nice = leastNice(); nice <= kMostNice; ++nice) {
     if (nice == ::getpriority(PRIO_PROCESS, 0)) continue;
-    catalogue.add("niceness", {"incident", "event-err"}, std::to_string(nice),
-                  having(&Caller::nice, nice));
+    catalogue.add("niceness", kSending, std::to_string(nice), having(&Caller::nice, nice));
   }
-  const auto scenarios = {"incident", "event-err", "log-rotation"};
-  catalogue.add("session", scenarios, "without a terminal",
+  catalogue.add("session", kAllChildren, "without a terminal",
                 having(&Caller::session, Session::kNoTerminal));
-  catalogue.add("session", scenarios, "with a terminal",
+  catalogue.add("session", kAllChildren, "with a terminal",
                 having(&Caller::session, Session::kTerminal));
 }
 
 void addWords(Catalogue& catalogue) {
   const auto add = [&catalogue](std::size_t count, const std::string& word) {
-    catalogue.add("arguments", {"incident", "event-err", "log-rotation"},
+    catalogue.add("arguments", kAllChildren,
                   std::to_string(count) + " of " + std::to_string(word.size()),
                   [=](Situation& situation) {
                     Texts& words = situation.caller.words;
@@ -177,7 +173,7 @@ void addPrograms(Catalogue& catalogue) {
                     "\xff"};
   for (const std::size_t bytes : {2000, 2020, 3000, 100000}) programs.emplace_back(bytes, 'p');
   for (std::size_t at = 0; at < programs.size(); ++at) {
-    catalogue.add("program's name", {"incident", "event-err", "log-rotation"}, std::to_string(at),
+    catalogue.add("program's name", kAllChildren, std::to_string(at),
                   having(&Caller::program, programs[at]));
   }
 }
@@ -241,8 +237,8 @@ void addProcess(Catalogue& catalogue) {
 
 void addMixtures(Catalogue& catalogue) {
   constexpr int kMixtures = 100;
-  for (int number = 0; number < kMixtures; ++number) {
-    Random random(static_cast<Random::result_type>(number));  // the same in every run
+  for (unsigned number = 0; number < kMixtures; ++number) {
+    Random random(number);  // the same in every run
     catalogue.add("mixture", {"incident", "incident-above-pipe", "event-err", "log-rotation"},
                   std::to_string(number),
                   [&random](Situation& situation) { mix(random, situation); });

@@ -7,9 +7,6 @@ namespace {
 
 constexpr std::size_t kMegabyte = 1024UL * 1024UL;
 
-/// The scenarios that run every kind of child.
-const std::initializer_list<const char*> kScenarios = {"incident", "event-err", "log-rotation"};
-
 /// The words of a text that are separated by blanks and line feeds.
 Texts wordsOf(const std::string& text) {
   std::istringstream stream(text);
@@ -21,7 +18,7 @@ void addEntries(Catalogue& catalogue, const std::string& family, const Texts& en
   for (std::size_t at = 0; at < entries.size(); ++at) {
     const std::string& entry = entries[at];
     catalogue.add(
-        family, kScenarios,
+        family, kAllChildren,
         std::to_string(at) + " " + entry.substr(0, entry.find_first_of("\n\xff")).substr(0, 40),
         having(entry));
   }
@@ -75,7 +72,7 @@ void addOdd(Catalogue& catalogue) {
 
 void addSizes(Catalogue& catalogue) {
   const auto add = [&catalogue](const std::string& what, std::size_t count, std::size_t bytes) {
-    catalogue.add("environment", kScenarios, what, [=](Situation& situation) {
+    catalogue.add("environment", kAllChildren, what, [=](Situation& situation) {
       for (std::size_t at = 0; at < count; ++at) {
         std::string name = "V" + std::to_string(at) + "=";
         name.resize(bytes, 'v');
@@ -86,14 +83,14 @@ void addSizes(Catalogue& catalogue) {
   add("1 MB in 8", 8, kMegabyte / 8 - 1);
   add("1 MB in 1,024", 1024, 1023);
   add("1 MB in 32,768", 32768, 31);
-  catalogue.add("environment", kScenarios, "none at all", having(&Caller::environment, Texts()));
+  catalogue.add("environment", kAllChildren, "none at all", having(&Caller::environment, Texts()));
 }
 
 // --- what finds programs and libraries -----------------------------------------------------------
 
 void addPaths(Catalogue& catalogue) {
   const auto add = [&catalogue](const std::string& value, bool hasNoCommands) {
-    catalogue.add("PATH", kScenarios, "'" + value.substr(0, 40) + "'", [=](Situation& situation) {
+    catalogue.add("PATH", kAllChildren, "'" + value.substr(0, 40) + "'", [=](Situation& situation) {
       situation.caller.environment = {"PATH=" + value};
       situation.hasNoCommands = hasNoCommands;
     });
@@ -111,7 +108,7 @@ void addPaths(Catalogue& catalogue) {
   std::string folders;
   while (folders.size() < kMegabyte / 16) folders += "/nonexistent:";
   add(folders + "/usr/bin", /*hasNoCommands=*/false);
-  catalogue.add("PATH", kScenarios, "unset", having(&Caller::environment, Texts{"A=b"}));
+  catalogue.add("PATH", kAllChildren, "unset", having(&Caller::environment, Texts{"A=b"}));
 }
 
 void addLoader(Catalogue& catalogue) {
@@ -126,8 +123,8 @@ void addLoader(Catalogue& catalogue) {
        Texts{"/srv/lib", "/nonexistent:/srv/lib", "/srv/lib:/nonexistent", ":/srv/lib",
              "/srv/lib:", "/srv/t:/srv/lib:/tmp", "/usr/lib:/srv/lib", "/nonexistent;/srv/lib",
              folders + "/srv/lib"}) {
-    catalogue.add("LD_LIBRARY_PATH", {"incident", "event-err"},
-                  "only '" + value.substr(0, 40) + "'", [value](Situation& situation) {
+    catalogue.add("LD_LIBRARY_PATH", kSending, "only '" + value.substr(0, 40) + "'",
+                  [value](Situation& situation) {
                     having("LD_LIBRARY_PATH=" + value)(situation);
                     situation.isLibraryElsewhere = true;
                   });
@@ -150,8 +147,7 @@ void addZones(Catalogue& catalogue) {
   for (const char* call : {"KEL_GetID", "KEL_StartComm"}) {
     for (const char* before : {"A=b", "TZ=UTC0", "TZ=AAA3", "TZ=Asia/Tokyo"}) {
       for (const char* zone : {"XST-9:30", "YST+5:30", "UTC1"}) {
-        catalogue.add("TZ changed", {"incident", "event-err"},
-                      std::string(call) + " " + before + " " + zone,
+        catalogue.add("TZ changed", kSending, std::string(call) + " " + before + " " + zone,
                       all({having(before), changingZone(call, zone)}));
       }
     }

@@ -130,6 +130,10 @@ Change all(const std::vector<Change>& changes);
 Situation changed(const std::string& scenario, const std::string& family, const std::string& what,
                   const Change& change);
 
+// The scenarios in which most is tried: those that run every kind of child, and without a rotation.
+const std::initializer_list<const char*> kAllChildren = {"incident", "event-err", "log-rotation"};
+const std::initializer_list<const char*> kSending = {"incident", "event-err"};
+
 /// What is tried, as it is put together.
 struct Catalogue {
   std::vector<Situation> situations;

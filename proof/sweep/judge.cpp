@@ -95,11 +95,13 @@ std::string owedErrors(const Trace& trace) {
   return text;
 }
 
-/// Standard error with what programs of others say of their own failures left out.
-std::string withoutForeignLines(const std::string& text) {
+/// Standard error with what programs of others say of their own failures left out. They write a
+/// line in several pieces, so that one of the command's may stand in its middle.
+std::string withoutForeignText(const std::string& text) {
   std::string own;
   for (const std::string& line : splitLines(text)) {
-    if (line.find("*** ") == 0) own += line + "\n";
+    const std::size_t begin = line.find("*** ");
+    if (begin != std::string::npos) own += line.substr(begin) + "\n";
   }
   return own;
 }
@@ -125,7 +127,7 @@ void judgeStreams(const Case& subject) {
   const bool isChildHit = std::any_of(
       calls.begin(), calls.end(), [](const Call& call) { return call.isHit && call.process != 0; });
   const std::string errors =
-      isChildHit ? withoutForeignLines(subject.run.errors) : subject.run.errors;
+      isChildHit ? withoutForeignText(subject.run.errors) : subject.run.errors;
   const std::string owed = owedErrors(subject.run.trace);
   // What standard error refuses is lost with the line that it stands for.
   const bool isRight = subject.touched(kErrors) ? isPartOf(errors, owed) : errors == owed;

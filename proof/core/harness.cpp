@@ -33,20 +33,20 @@ using Json = nlohmann::json;
 /// The trials that the plan asks for, in the same order in every process, so that each takes its
 /// own share of them.
 std::vector<Trial> chosenTrials(const Plan& plan, Sweep& sweep) {
-  const auto leaveOut = [&plan](std::vector<Trial> trials) {
-    const auto isUnwanted = [&plan](const Trial& trial) {
-      return (!plan.row.empty() && trial.row != plan.row) ||
-             (!plan.only.empty() && trial.name != plan.only);
-    };
-    trials.erase(std::remove_if(trials.begin(), trials.end(), isUnwanted), trials.end());
-    return trials;
+  const auto wanted = [&plan](const std::vector<Trial>& all) {
+    std::vector<Trial> some;
+    for (const Trial& trial : all) {
+      const bool isInRow = plan.row.empty() || trial.row == plan.row;
+      if (isInRow && (plan.only.empty() || trial.name == plan.only)) some.push_back(trial);
+    }
+    return some;
   };
-  std::vector<Trial> trials = leaveOut(sweep.trials());
+  std::vector<Trial> trials = wanted(sweep.trials());
   std::mt19937 random(plan.seed);
   std::shuffle(trials.begin(), trials.end(), random);
   if (plan.sample > 0 && trials.size() > plan.sample) trials.resize(plan.sample);
   if (plan.isBlunt) return trials;
-  for (Trial& trial : leaveOut(sweep.selfTrials())) trials.push_back(std::move(trial));
+  for (const Trial& trial : wanted(sweep.selfTrials())) trials.push_back(trial);
   return trials;
 }
 

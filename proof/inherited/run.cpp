@@ -301,22 +301,6 @@ std::vector<std::string> newItems(const std::set<std::string>& before) {
   return items;
 }
 
-Launch launchIn(const Situation& situation, const Caller& caller) {
-  Launch launch;
-  launch.program = situation.bug.empty() ? kCommandFile : kSeededFile;
-  launch.words = {caller.program};
-  launch.words.insert(launch.words.end(), caller.words.begin(), caller.words.end());
-  launch.environment = caller.environment;
-  return launch;
-}
-
-Orders ordersFor(const Situation& situation) {
-  Orders orders = {};
-  situation.zoneCall.copy(orders.zoneCall, sizeof orders.zoneCall - 1);
-  situation.zone.copy(orders.zone, sizeof orders.zone - 1);
-  return orders;
-}
-
 }  // namespace
 
 Findings unseen(const Caller& caller, const Observation& observation, bool isLoaded) {
@@ -357,12 +341,19 @@ void enterInheritedStage(const std::string& command) {
 
 Run runIn(const Situation& situation, bool isBlunt) {
   const Caller caller = isBlunt ? undisturbed(*situation.scenario).caller : situation.caller;
-  prepareStage(*situation.scenario, ordersFor(situation));
+  Orders orders = {};
+  situation.zoneCall.copy(orders.zoneCall, sizeof orders.zoneCall - 1);
+  situation.zone.copy(orders.zone, sizeof orders.zone - 1);
+  prepareStage(*situation.scenario, orders);
   placePrograms(situation);
   makePlaces(situation.temp);
   const Surroundings surroundings(caller);
   const std::set<std::string> before = itemsAround();
-  Launch launch = launchIn(situation, caller);
+  Launch launch;
+  launch.program = situation.bug.empty() ? kCommandFile : kSeededFile;
+  launch.words = caller.words;
+  launch.words.insert(launch.words.begin(), caller.program);
+  launch.environment = caller.environment;
   launch.handDown = [&] { return handDown(caller, surroundings); };
 
   Run run;

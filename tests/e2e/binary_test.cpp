@@ -66,34 +66,29 @@ TEST(Binary, ImportedNames_HaveFiveCallsOfTheClosedLibrary) {
                                           "KEL_StartComm", "KEL_StopComm"}));
 }
 
-/// Text that one of the tables of readelf(1) has, or has not.
-struct Property {
-  std::string name;
-  std::string option;
-  std::string pattern;
-  bool isThere = true;
-};
-
-class Hardening : public testing::TestWithParam<Property> {};
-
-TEST_P(Hardening, ShowsInTheTables) {
-  const std::string table = readelf(GetParam().option);
-  EXPECT_EQ(std::regex_search(table, std::regex(GetParam().pattern)), GetParam().isThere) << table;
+TEST(Binary, Hardening_ShowsInTheTables) {
+  const struct {
+    const char* property;
+    std::string option;
+    const char* pattern;
+    bool isThere = true;
+  } rows[] = {
+      {"position-independent file", "--file-header", R"(Type:\s+DYN )"},
+      {"position-independent executable", "--dynamic", R"(FLAGS_1\).*\bPIE\b)"},
+      {"interpreter", "--program-headers", R"(\n\s+INTERP )"},
+      {"read-only relocations", "--program-headers", R"(\n\s+GNU_RELRO )"},
+      {"immediate binding", "--dynamic", R"(FLAGS_1\).*\bNOW\b)"},
+      {"stack not executable", "--program-headers", R"(\n\s+GNU_STACK [^\n]* RW +0x)"},
+      {"writable and executable", "--program-headers", R"(\n\s+LOAD [^\n]* RWE )", false},
+      {"old run path", "--dynamic", R"(\(RPATH\))", false},
+  };
+  for (const auto& row : rows) {
+    const std::string table = readelf(row.option);
+    EXPECT_EQ(std::regex_search(table, std::regex(row.pattern)), row.isThere)
+        << row.property << "\n"
+        << table;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Property, Hardening,
-    testing::Values(Property{"PositionIndependentFile", "--file-header", R"(Type:\s+DYN )"},
-                    Property{"PositionIndependentExecutable", "--dynamic", R"(FLAGS_1\).*\bPIE\b)"},
-                    Property{"Interpreter", "--program-headers", R"(\n\s+INTERP )"},
-                    Property{"ReadOnlyRelocations", "--program-headers", R"(\n\s+GNU_RELRO )"},
-                    Property{"ImmediateBinding", "--dynamic", R"(FLAGS_1\).*\bNOW\b)"},
-                    Property{"StackNotExecutable", "--program-headers",
-                             R"(\n\s+GNU_STACK [^\n]* RW +0x)"},
-                    Property{"SegmentWritableAndExecutable", "--program-headers",
-                             R"(\n\s+LOAD [^\n]* RWE )", false},
-                    Property{"OldRunPath", "--dynamic", R"(\(RPATH\))", false}),
-    [](const auto& row) { return row.param.name; });
 
 TEST(Binary, ImportedNames_HaveStackProtectorAndFortifiedCalls) {
 #ifdef TANEXICS_INSTRUMENTED

@@ -1,5 +1,5 @@
-// The two collection commands of an incident: what they print is relayed, and nothing that they do
-// changes the run.
+// The two collection commands of an incident and their temporary directory: what they print is
+// relayed, and nothing that they do changes the run.
 
 #include <sys/stat.h>
 
@@ -7,77 +7,90 @@
 
 namespace {
 
-/// The first one prints these bytes, the second one nothing.
-Arrange printing(const std::string& bytes) {
-  return [=](const Machine& machine) {
-    machine.write("/case/bytes", bytes);
-    machine.setCollection("cat /case/bytes\n", "");
+/// A run that logs this after the transmission.
+Expected endingWith(const LogText& tail) {
+  Sending sending;
+  sending.tail = tail;
+  return sending.incident();
+}
+
+using Collection = MachineTest;
+
+TEST_F(Collection, WhateverTheCommandsDo_ChangesNothing) {
+  const struct {
+    std::string script;
+    std::string out;
+  } rows[] = {
+      {"echo unseen >&2; printf part; exit 255\n", "partpart"},
+      {"kill -KILL $$\n", ""},
+      {"rmdir \"$1\"\n", ""},
+      {"mkdir -p \"$1/d e/f\"; touch \"$1/-rf\" \"$1/d e/f/x\"; chmod 0 \"$1\"\n", ""},
+      // Those of the command's children that have ended and were not waited for.
+      {"ps --ppid \"$(cat /pid)\" -o stat= | grep -c Z\n", "0\n0\n"},
   };
+  Expected expected = Sending().incident();
+  for (const auto& [script, out] : rows) {
+    machine.clear();
+    machine.setCollection(script);
+    expected.out = out;
+    SCOPED_TRACE(script);
+    expectRun(machine.run(incidentCall()), expected);
+    EXPECT_TRUE(machine.names("/tmp").empty());
+  }
 }
 
-Arrange running(const std::string& script) {
-  return [=](const Machine& machine) { machine.setCollection(script); };
-}
-
-void makeUnexecutable(const Machine& machine) {
+TEST_F(Collection, CommandsThatAreNotExecutable_ChangeNothing) {
   machine.setCollection("echo ran\n");
   for (const char* name : {"tanexcc", "tanexcs"}) {
     ::chmod(machine.outside(std::string("/opt/dovra/tanex/bin/") + name).c_str(), 0644);
   }
+  expectRun(machine.run(incidentCall()), Sending().incident());
 }
 
-std::string megabyte() {
-  std::string text;
-  for (int line = 0; text.size() < 1024 * 1024; ++line) {
-    text += std::to_string(line) + std::string(static_cast<std::size_t>(line % 900), 'm') + "\n";
+TEST_F(Collection, RefusedStart_BothCommandsRunAllTheSame) {
+  Sending sending;
+  sending.queries = asked() + startComm(-12);
+  sending.refusal = "(CSendInfo::SendInfo) CRMSenderBase::RM_StartComm() error(code=-12)\n";
+  expectRun(machine.run(incidentCall().traced().answered("start -12\n")), sending.incident());
+  EXPECT_EQ(machine.collected().size(), 2U);
+}
+
+TEST_F(Collection, Commands_GetTheSameDirectoryAndMask022WhateverTheCallersWas) {
+  for (const mode_t mask : {0U, 077U}) {
+    machine.clear();
+    machine.run(incidentCall().prepared([=] { return ::umask(mask) != 01000; }));
+    const std::vector<std::string> collected = machine.collected();
+    ASSERT_EQ(collected.size(), 2U);
+    const std::string directory = collected[0].substr(10, 17);
+    EXPECT_EQ(directory.substr(0, 10), "/tmp/swcon");
+    EXPECT_EQ(collected[0], "tanexcc 1 " + directory + " directory 755 0022");
+    EXPECT_EQ(collected[1], "tanexcs 1 " + directory + " directory 755 0022");
   }
-  return text;
 }
 
-/// An incident goes as ever, and prints this.
-Case collection(const std::string& name, const std::string& out, Arrange arrange) {
-  Expected expected = Sending().incident();
-  expected.out = out;
-  return {name, incidentCall(), expected, std::move(arrange)};
+TEST_F(Collection, DirectoryOfTheVariable_HasTheTemporaryOneForTheTime) {
+  machine.makeFolder("/case/tmp");
+  expectRun(machine.run(incidentCall().traced().with({{"TMPDIR", "/case/tmp"}})),
+            endingWith(collectionLines("/case/tmp")));
+  EXPECT_TRUE(machine.names("/case/tmp").empty());
 }
 
-std::vector<Case> cases() {
-  return {
-      collection("PrintingOneMegabyte", megabyte(), printing(megabyte())),
-      // As a format that there are no arguments to; 511 bytes are a piece, of which a zero byte
-      // hides the rest.
-      collection("PrintingConversions", std::string(508, 'x') + "%n%\xa5\xff\n%s %d % half",
-                 printing(std::string(508, 'x') + "%n%\xa5\xff\n%s %d %% ha" + '\0' + "\nlf")),
-      collection("PrintingToStandardError", "", running("echo unseen >&2\n")),
-      collection("FailingWithAStatus", "", running("exit 3\n")),
-      collection("EndingByASignal", "", running("kill -KILL $$\n")),
-      collection("PrintingBeforeItFails", "partpart", running("printf part; exit 255\n")),
-      collection("Missing", "", [](const Machine& m) { m.remove("/opt/dovra"); }),
-      collection("NotExecutable", "", makeUnexecutable),
-      collection("RemovingItsDirectory", "", running("rmdir \"$1\"\n")),
-      collection(
-          "FillingItsDirectory", "",
-          running("mkdir -p \"$1/d e/f\"; touch \"$1/-rf\" \"$1/d e/f/x\"; chmod 0 \"$1\"\n")),
-      collection("RunningOneAfterTheOther", "in out in out ",
-                 running("printf 'in '; sleep 0.1; printf 'out '\n")),
-  };
+TEST_F(Collection, MissingTmp_IsMade) {
+  machine.remove("/tmp");
+  const std::string made =
+      lines({"VUQ90004L : pid=*,wstat=00000000", "VUQ90004L : com=mkdir -p /tmp 2>/dev/null"});
+  expectRun(machine.run(incidentCall()), endingWith(made + collectionLines()));
+  EXPECT_TRUE(machine.names("/tmp").empty());
 }
 
-TANEXICS_PLAY(Collection, atBothLevels(cases()));
-
-using CollectionRun = MachineTest;
-
-TEST_F(CollectionRun, FailedFirst_SecondRunsAllTheSame) {
-  machine.setCollection("exit 1\n", "echo \"$0 $#\"\n");
-  const RunResult result = machine.run(incidentCall());
-  EXPECT_EQ(result.child.out, "/opt/dovra/tanex/bin/tanexcs 1\n");
-  EXPECT_EQ(result.child.exitCode(), 0);
-}
-
-TEST_F(CollectionRun, EveryChild_HasBeenWaitedForBeforeTheNextOne) {
-  // Those of the command's children that have ended and were not waited for.
-  machine.setCollection("ps --ppid \"$(cat /pid)\" -o stat= | grep -c Z\n");
-  EXPECT_EQ(machine.run(incidentCall()).child.out, "0\n0\n");
+TEST_F(Collection, NoSystemCommands_HostNameIsEmptyAndTheRunEndsWith78) {
+  machine.write("/case/list", "/case/a.txt\n");
+  const std::string text = R"(INCNO="1",HOSTNAME="",PART="1",TOTAL="1")";
+  const RunResult result = machine.run(incidentCall().with({{"PATH", "/nowhere"}}));
+  EXPECT_EQ(result.exchanges, asked() + startComm() + notify("0x40017", text) +
+                                  sendItems("0x4010b", {standardItems()[0]}) + stopped());
+  EXPECT_EQ(result.child.exitCode(), 78);
+  EXPECT_EQ(result.child.err, "");
 }
 
 }  // namespace

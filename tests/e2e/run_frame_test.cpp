@@ -1,10 +1,8 @@
-// The frame of a run: who may run the command, the lines around every log, and descriptors that the
-// caller left closed.
+// The frame of a run: who may run the command, the lines around every log, the log's place, and
+// descriptors that the caller left closed.
 
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <regex>
 
 #include "e2e/support/cases.h"
 #include "support/descriptors.h"
@@ -12,15 +10,15 @@
 namespace {
 
 constexpr uid_t kNobody = 65534;
+constexpr char kDefaultLog[] = "/var/opt/QZKBsoftmsg/log/msg_action.log";
+constexpr char kNoEntry[] = "No such file or directory";
 
-const Expected kRefused = rejected("not Super-User", 65);
-
-// --- the lines around every log ------------------------------------------------------------------
+// --- the action log ------------------------------------------------------------------------------
 
 using Frame = MachineTest;
 
 TEST_F(Frame, ArgumentZero_StandsInItVerbatim) {
-  for (const std::string name : {"/usr/sbin/tanexics", "./x/../tanexics", "%s%n", " ", ""}) {
+  for (const std::string name : {"./x/../tanexics", "%s%n", ""}) {
     machine.clear();
     Call call = eventCall();
     Sending sending;
@@ -29,25 +27,35 @@ TEST_F(Frame, ArgumentZero_StandsInItVerbatim) {
   }
 }
 
-TEST_F(Frame, ElapsedTime_IsThatOfTheRun) {
-  machine.setCollection("sleep 0.3\n", "");
-  machine.run(incidentCall());
-  const std::string log = machine.read("/case/action.log");
-  std::smatch match;
-  ASSERT_TRUE(std::regex_search(log, match, std::regex("time='([0-9]+\\.[0-9]{6})'")));
-  EXPECT_GE(std::stod(match[1]), 0.3);
-  EXPECT_LT(std::stod(match[1]), 30.0);
+TEST_F(Frame, LogWithoutItsDirectory_IsComplainedOfForEachLine) {
+  const Expected sent = Sending().event();
+  expectRun(machine.run(eventCall().with({{"TANEX_LOG", std::nullopt}})),
+            {"", sent.exchanges, 0, "", complaints(kDefaultLog, kNoEntry, sent.log)});
+  EXPECT_TRUE(machine.names("/var/opt").empty());
+  machine.clear();
+  expectRun(machine.run(Call().with({{"TANEX_LOG", "/no/log"}})),
+            {"", "", 68, "", complaints("/no/log", kNoEntry, rejected("").log)});
 }
 
-TEST_F(Frame, Mask_Is022WhateverTheCallersWas) {
-  for (const mode_t mask : {0U, 077U}) {
+TEST_F(Frame, LargeDefaultLog_IsRotatedBeforeTheFirstLine) {
+  const std::string old(512001, 'o');
+  machine.write(kDefaultLog, old);
+  machine.write("/var/opt/QZKBsoftmsg/log/msg_action.bak", std::string(600000, 'b'));
+  Expected expected = Sending().event();
+  const RunResult result = machine.run(eventCall().with({{"TANEX_LOG", std::nullopt}}));
+  EXPECT_EQ(machine.log(kDefaultLog), expected.log.info);
+  expected.log = "";
+  expectRun(result, expected);
+  EXPECT_TRUE(machine.read("/var/opt/QZKBsoftmsg/log/msg_action.bak") == old);
+}
+
+TEST_F(Frame, NewLog_HasItsPermissionBitsUnderEveryMaskOfTheCaller) {
+  for (const mode_t mask : {0U, 077U, 0777U}) {
     machine.clear();
-    machine.run(incidentCall().prepared([=] { return ::umask(mask) != 01000; }));
-    const std::vector<std::string> collected = machine.collected();
-    ASSERT_EQ(collected.size(), 2U);
-    for (const std::string& line : collected) {
-      EXPECT_EQ(line.substr(line.size() - 18), "directory 755 0022");
-    }
+    machine.run(eventCall().prepared([=] { return ::umask(mask) != 01000; }));
+    struct stat status = {};
+    ASSERT_EQ(::stat(machine.outside("/case/action.log").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 01204U) << mask;
   }
 }
 
@@ -65,42 +73,30 @@ class AnotherUser : public MachineTest {
     machine.makeFolder("/case", 0777);
     machine.makeFolder("/case/outbox", 0777);
     machine.makeFolder("/case/outbox/items", 0777);
+    // A process of set-user-ID finds its library on its own search path only.
+    machine.write("/opt/QZKBkel/lib/libkelcom.so", readFile(LOOPBACK_FOLDER "/libkelcom.so"));
   }
+
+  const Expected m_refused = rejected("not Super-User", 65);
 };
 
 TEST_F(AnotherUser, AnyArguments_AreRefused) {
-  const std::vector<std::vector<std::string>> all = {{},
-                                                     {"/case/none", "-i", "1"},
-                                                     {"/case/list", "-i", "1"},
-                                                     {"/case/list", "-r", "/case/event.def"},
-                                                     {"/case/list", "-x"}};
-  for (const std::vector<std::string>& arguments : all) {
-    for (const bool trace : {false, true}) {
-      machine.remove("/case/action.log");
-      expectRun(machine.run({arguments, "", trace, {}, becomeNobody}), kRefused);
-    }
+  for (const Call& call : {Call(), incidentCall().traced(), eventCall()}) {
+    machine.remove("/case/action.log");
+    expectRun(machine.run(call.prepared(becomeNobody)), m_refused);
   }
   EXPECT_FALSE(machine.exists("/case/collected"));
 }
 
-TEST_F(AnotherUser, NoLog_IsRefusedAndComplainsOfIt) {
-  const Call call = eventCall().with({{"TANEX_LOG", "/root.log"}}).prepared(becomeNobody);
-  const std::string err = complaints("/root.log", "Permission denied", kRefused.log);
-  expectRun(machine.run(call), {"", "", 65, "", err});
-}
-
 TEST_F(AnotherUser, EffectiveIdOfTheSuperUser_IsRefused) {
-  // Such a process is one of set-user-ID, and finds its library on its own search path only.
-  machine.write("/opt/QZKBkel/lib/libkelcom.so", readFile(LOOPBACK_FOLDER "/libkelcom.so"));
   const auto changeIds = [] { return ::setresuid(kNobody, 0, 0) == 0; };
-  expectRun(machine.run(eventCall().prepared(changeIds)), kRefused);
+  expectRun(machine.run(eventCall().prepared(changeIds)), m_refused);
 }
 
 TEST_F(AnotherUser, RealIdOfTheSuperUser_IsAccepted) {
 #ifdef TANEXICS_INSTRUMENTED
   GTEST_SKIP() << "the instrumentation cannot watch such a process";
 #endif
-  machine.write("/opt/QZKBkel/lib/libkelcom.so", readFile(LOOPBACK_FOLDER "/libkelcom.so"));
   const auto changeIds = [] { return ::setresuid(0, kNobody, kNobody) == 0; };
   expectRun(machine.run(eventCall().prepared(changeIds)), Sending().event());
 }
@@ -110,45 +106,32 @@ TEST_F(AnotherUser, RealIdOfTheSuperUser_IsAccepted) {
 /// Bit 0, 1 and 2 of the parameter: descriptor 0, 1 and 2 are closed when the command starts.
 class ClosedDescriptors : public MachineTest, public testing::WithParamInterface<int> {
  protected:
-  static bool isClosed(int descriptor) { return (GetParam() >> descriptor & 1) != 0; }
-
-  static bool close() {
-    closeStandardDescriptors(GetParam());
-    return true;
+  /// Runs an incident, whose collection commands print something, and compares what it leaves.
+  void expectIncident(const Environment& variables, Expected expected) const {
+    const auto isClosed = [](int descriptor) { return (GetParam() >> descriptor & 1) != 0; };
+    const auto close = [] {
+      closeStandardDescriptors(GetParam());
+      return true;
+    };
+    machine.setCollection("echo printed\necho unseen >&2\n");
+    if (!isClosed(1)) expected.out = "printed\nprinted\n";
+    if (isClosed(2)) expected.err = "";
+    expectRun(machine.run(incidentCall().prepared(close).with(variables)), expected);
   }
 };
 
 TEST_P(ClosedDescriptors, Incident_GoesAsEver) {
-  machine.setCollection("echo printed\necho unseen >&2\n");
-  Expected expected = Sending().incident();
-  if (!isClosed(1)) expected.out = "printed\nprinted\n";
-  expectRun(machine.run(incidentCall().prepared(close)), expected);
+  expectIncident({}, Sending().incident());
   EXPECT_EQ(machine.read("/case/a.txt"), "alpha\n");
+  EXPECT_EQ(machine.read("/case/outbox/items/0001-a.txt"), "alpha\n");
   EXPECT_EQ(machine.read("/case/list"), "/case/a.txt\n/case/b.syslog.txt\n/case/c.txt\n");
 }
 
-TEST_P(ClosedDescriptors, Event_GoesAsEver) {
-  expectRun(machine.run(eventCall().prepared(close)), Sending().event());
-  EXPECT_EQ(machine.read("/case/outbox/items/0001-a.txt"), "alpha\n");
-}
-
-TEST_P(ClosedDescriptors, LogThatCannotBeOpened_IsToldToAnOpenStandardErrorAlone) {
-  Expected expected = Sending().event();
-  if (!isClosed(2)) {
-    expected.err = complaints("/no/log", "No such file or directory", expected.log);
-  }
-  expected.log = "";
-  expectRun(machine.run(eventCall().with({{"TANEX_LOG", "/no/log"}}).prepared(close)), expected);
-}
-
-TEST_P(ClosedDescriptors, LineToTheCentre_GetsNothingOfOurs) {
-  machine.setCollection("echo printed\n");
-  const RunResult result =
-      machine.run(incidentCall().prepared(close).with({{"LD_LIBRARY_PATH", "/testkelcom"},
-                                                       {"TEST_KELCOM_LINE", "/case/line"},
-                                                       {"TANEX_LOG", "/no/log"}}));
-  EXPECT_EQ(result.child.exitCode(), 0);
-  EXPECT_EQ(result.child.out, isClosed(1) ? "" : "printed\nprinted\n");
+TEST_P(ClosedDescriptors, RunWithoutALog_TellsNothingToTheLineToTheCentre) {
+  expectIncident({{"LD_LIBRARY_PATH", "/testkelcom"},
+                  {"TEST_KELCOM_LINE", "/case/line"},
+                  {"TANEX_LOG", "/no/log"}},
+                 {"", "", 0, "", complaints("/no/log", kNoEntry, Sending().incident().log)});
   EXPECT_EQ(machine.read("/case/line"), "");
 }
 

@@ -1,5 +1,9 @@
 // An incident and an event travel from end to end: one notification and one data call for each file
-// of an incident, one of each for all files of an event.
+// of an incident, one of each for all files of an event. Some messages with which a run ends before
+// that; all are tried where the command line and the definition are read.
+
+#include <sys/resource.h>
+#include <sys/stat.h>
 
 #include "e2e/support/cases.h"
 
@@ -9,141 +13,173 @@ std::string replaced(std::string text, const std::string& from, const std::strin
   return text.replace(text.find(from), from.size(), to);
 }
 
-// --- an incident ---------------------------------------------------------------------------------
-
-/// An incident that arrives under this number, with these words after the list.
-Case incident(const std::string& name, const std::string& number,
-              const std::vector<std::string>& words) {
-  Sending sending;
-  sending.number = number;
-  Case row = {name, {{"/case/list"}}, sending.incident()};
-  row.call.arguments.insert(row.call.arguments.end(), words.begin(), words.end());
-  return row;
-}
-
-std::vector<Case> incidents() {
-  return {
-      incident("ThreeFilesGiveThreePairs", "R0017", {"-i", "R0017"}),
-      incident("JoinedOptionDropsTwoCharactersOfTheNextArgument", "C123", {"-ifoo", "ABC123"}),
-      incident("NumberIsNotValidated", "no number %s", {"-i", "no number %s"}),
-      incident("EmptyNumberAndArgumentsThatAreIgnored", "", {"-i", "", "-r", "/case/event.def"}),
+class Sent : public MachineTest {
+ protected:
+  struct Row {
+    Call call;
+    Expected expected;
+    std::string bytes = "";  // of the file that the call names last
   };
+
+  void play(const std::vector<Row>& rows) const {
+    for (const auto& [call, expected, bytes] : rows) {
+      SCOPED_TRACE(testing::PrintToString(call.arguments) + bytes);
+      machine.clear();
+      if (!bytes.empty()) machine.write(call.arguments.back(), bytes);
+      expectRun(machine.run(call), expected);
+    }
+  }
+};
+
+TEST_F(Sent, IncidentOrEvent_LeavesItsWholeLogAndRecord) {
+  Sending joined;
+  joined.number = "C123";
+  const Expected event = Sending().event();
+  play({
+      {incidentCall(), Sending().incident()},
+      {incidentCall().traced(), Sending().incident()},
+      // Odd: the number is the next argument without its first two characters.
+      {{{"/case/list", "-ifoo", "ABC123"}}, joined.incident()},
+      {eventCall(), event},
+      {eventCall().traced(), event},
+      {{{"list", "-revent.def", "/no/such/file"}}, event},
+  });
 }
 
-TANEXICS_PLAY(Incident, atBothLevels(incidents()));
-
-using IncidentRun = MachineTest;
-
-TEST_F(IncidentRun, CollectionCommands_GetTheSameDirectoryAndItVanishes) {
-  machine.run(incidentCall());
-  const std::vector<std::string> collected = machine.collected();
-  ASSERT_EQ(collected.size(), 2U);
-  const std::string directory = collected[0].substr(10, 17);
-  EXPECT_EQ(directory.substr(0, 10), "/tmp/swcon");
-  EXPECT_EQ(directory.back(), '_');
-  EXPECT_EQ(collected[0], "tanexcc 1 " + directory + " directory 755 0022");
-  EXPECT_EQ(collected[1], "tanexcs 1 " + directory + " directory 755 0022");
-  EXPECT_TRUE(machine.names("/tmp").empty());
-}
-
-TEST_F(IncidentRun, Collection_StartsOnlyAfterCommunicationHasStopped) {
-  machine.setCollection("grep -c KEL_StopComm /case/outbox/exchanges.jsonl\n");
-  EXPECT_EQ(machine.run(incidentCall()).child.out, "2\n2\n");
-}
-
-TEST_F(IncidentRun, LongNumber_IsCutAtTheBoundOfTheText) {
-  machine.write("/case/list", "/case/a.txt\n");
-  const std::string number(3000, '7');
-  // A text of 2,046 characters, and a log line of 2,046 characters and a zero byte.
-  const std::string text = incidentText(number, 1, 1).substr(0, 2046);
-  const std::string call = "RM_Communicate call (param=0x40017 0 0 " + text;
-  const RunResult result = machine.run({{"/case/list", "-i", number}});
-  EXPECT_NE(result.log.find("\n" + call.substr(0, 2046) + '\0' + "\n"), std::string::npos);
-  EXPECT_EQ(result.exchanges, asked() + startComm() + notify("0x40017", text) +
-                                  sendItems("0x4010b", {standardItems()[0]}) + stopped());
-}
-
-// --- an event ------------------------------------------------------------------------------------
-
-/// The definition that every machine has with one line exchanged, and the text that is sent.
-Case exchanged(const std::string& name, const std::string& line, const std::string& newLine,
-               const std::string& text, const std::string& code = "0x40204") {
+TEST_F(Sent, OddDefinition_IsTakenAsItIs) {
+  const std::string label = "a\"%s%n\xb9\xff";
+  std::string definition = "Label=first\n#no equals\r\n";
+  for (const std::string& line : linesOf(kEventDefinition)) definition += line + "\r\n\n";
+  definition = replaced(definition, "SendType=err", "SendType=err ");
+  definition = replaced(definition, "MsgID=4001\r\n", "");
+  machine.write("/case/event.def", replaced(definition, "disk", label));
+  machine.write("/case/b.syslog.txt", "# a\n#b\nFeb \"2\"\r\nlater\n");
   Sending sending;
-  sending.code = code;
-  sending.text = text;
-  sending.parameters.trace = replaced(sending.parameters.trace, line, newLine);
-  return {name, eventCall(), sending.event(),
-          written("/case/event.def", replaced(kEventDefinition, line, newLine))};
+  sending.code = "0x40205";
+  sending.files[1].size = 22;
+  sending.text = replaced(eventText(R"(Feb ""2"")"), "disk", "a\"\"%s%n\xb9\xff");
+  sending.text = replaced(sending.text, "\"4001\"", "");
+  // The map has no identifier of the message yet when it is traced.
+  sending.parameters = replaced(parameterLines("err ").trace, "MsgID=4001\n", "");
+  sending.parameters = replaced(sending.parameters.trace, "disk", label);
+  expectRun(machine.run(eventCall().traced()), sending.event());
 }
 
-std::vector<Case> definitions() {
-  const std::string label = "Label=disk\n";
-  const std::string bytes = "\xb9\xbe\xbe\xe3\x8f\xff";
-  const std::string text = eventText();
-  std::string odd = "Label=first\n#no equals\r\n";
-  for (const std::string& line : linesOf(kEventDefinition)) odd += line + "\r\n\n#Time=x\n";
-  return {
-      {"Plain", eventCall(), Sending().event()},
-      {"CommentsEmptyLinesAndARepeatedKey", eventCall(), Sending().event(),
-       written("/case/event.def", odd)},
-      exchanged("AnotherSendType", "SendType=err\n", "SendType=err \n", text, "0x40205"),
-      // The map has no such entry yet when it is traced.
-      exchanged("AbsentMsgId", "MsgID=4001\n", "", replaced(text, "\"4001\"", "")),
-      exchanged("Quotes", label, "Label=a\"b\n", replaced(text, "disk", "a\"\"b")),
-      exchanged("PercentSigns", label, "Label=%s%n%d\n", replaced(text, "disk", "%s%n%d")),
-      exchanged("BytesAbove0x7f", label, "Label=" + bytes + "\n", replaced(text, "disk", bytes)),
-  };
+TEST_F(Sent, RejectedInput_EndsTheRunBeforeAnyCall) {
+  const std::string from = ".(CSendEventSingleSystem::parseCommandLine)";
+  const std::string line = "%s%n%d\xa5\xff";
+  play({
+      {Call(), rejected("parameter count error" + from)},
+      {{{"/case/%s%n", "-x", "1"}}, rejected("/case/%s%n not found" + from)},
+      {{{"/case/list", "%s%n", "1"}}, rejected("parameter option error" + from)},
+      {{{"list", "-r", "no/%s"}}, rejected("no/%s not found.(CSendEventBase::parseMsgCommon)")},
+      {eventCall(), rejected(line + " format error.(CSendEventBase::parseMsgCommon)"),
+       kEventDefinition + line + "\n"},
+      // Told only after the definition was traced.
+      {eventCall().traced(),
+       rejected("HostName=db01\nLabel=disk\n"
+                "/case/event.def parameter error.(CSendEventBase::parseTanexMsg)"),
+       "Label=disk\nHostName=db01\n"},
+  });
+  machine.clear();
+  machine.write("/case/list", "\n\r\n" + std::string(3, '\0') + "\n");
+  expectRun(machine.run(incidentCall()), rejected("No send file" + from));
 }
 
-std::vector<Case> definitionNames() {
-  return {
-      {"Joined", {{"/case/list", "-r/case/event.def"}}, Sending().event()},
-      {"JoinedAndRelativeBeforeAnArgumentThatIsIgnored",
-       {{"list", "-revent.def", "/no/such/file"}},
-       Sending().event()},
-  };
+// --- listed files --------------------------------------------------------------------------------
+
+std::string listOf(const std::vector<File>& files) {
+  std::string list;
+  for (const File& file : files) list += file.path + "\n";
+  return list;
 }
 
-/// A log extract, and the notification text that it leads to.
-Case excerpt(const std::string& name, const std::string& bytes, const std::string& text) {
+TEST_F(Sent, ListedFiles_AreMeasuredAndNamedWhateverTheyAre) {
+  constexpr off_t kGiB = 1024LL * 1024 * 1024;
+  const std::string odd = "/case/a b\"c'%s%n;$(x)";
+  machine.write("/case/empty", "");
+  machine.write("/case/secret", "12345", 0000);
+  machine.write(odd, "123");
+  machine.makeFolder("/case/folder");
+  machine.makeSparse("/case/below", 4 * kGiB - 1);
+  machine.makeSparse("/case/above", 5 * kGiB);
+  ASSERT_EQ(::mkfifo(machine.outside("/case/fifo").c_str(), 0600), 0);
+  struct stat folder = {};
+  ASSERT_EQ(::stat(machine.outside("/case/folder").c_str(), &folder), 0);
   Sending sending;
-  sending.text = text;
-  sending.files[1].size = static_cast<long long>(bytes.size());
-  return {name, eventCall(), sending.event(), written("/case/b.syslog.txt", bytes)};
+  sending.files = {{"/case/none", -1, "No such file or directory"},
+                   {"/case/a.txt/x", -1, "Not a directory"},
+                   {"#\xa5\xff", -1, "No such file or directory"},
+                   {"/case/folder", folder.st_size, "not a regular file"},
+                   {"/case/secret", 5, "Permission denied"},
+                   {"/case/fifo", 0, "not a regular file"},
+                   {"/case/empty", 0},
+                   {"a.txt", 6},
+                   {odd, 3},
+                   {"/case/below", 4 * kGiB - 1},
+                   {"/case/above", 5 * kGiB}};
+  sending.text = eventText("Software Log");
+  machine.write("/case/list", listOf(sending.files));
+  expectRun(machine.run(eventCall().traced().prepared(obeyPermissions)), sending.event());
+  machine.clear();
+  expectRun(machine.run(incidentCall().traced().prepared(obeyPermissions)), sending.incident());
+  // The three that are missing and the one just below 4 GiB take one byte each off the sum.
+  const std::string total = std::to_string(kGiB + folder.st_size + 5 + 6 + 3 - 4);
+  EXPECT_NE(machine.log().find("final_total='" + total + "'"), std::string::npos);
 }
 
-std::vector<Case> excerpts() {
-  return {
-      excerpt("FirstLineThatIsNoComment", "# a\n#b\nFeb \"2\"\r\nlater\n",
-              eventText("Feb \"\"2\"\"")),
-      excerpt("OnlyComments", "# a\n# b\n", eventText("")),
-      excerpt("ZeroByte", std::string("Feb\0 2\n", 7), eventText("Feb")),
-  };
+// --- very many -----------------------------------------------------------------------------------
+
+class ManyFiles : public MachineTest {
+ protected:
+  static constexpr int kMany = 40000;  // pointers to them are more than the stack holds
+
+  void SetUp() override {
+    MachineTest::SetUp();
+    machine.write("/case/list", listOf(std::vector<File>(kMany, standardFiles()[0])));
+  }
+
+  /// On a small stack, and on the library that does nothing, so that the command's own time shows.
+  /// The system's time is not counted: most of it goes into a log that is opened for each line.
+  RunResult run(const Call& call) const {
+    const double before = userSeconds();
+    RunResult result =
+        machine.run(call.with({{"LD_LIBRARY_PATH", "/testkelcom"}}).prepared(limitStack));
+    EXPECT_LT(userSeconds() - before, 10.0);
+    return result;
+  }
+
+ private:
+  static bool limitStack() {
+    const rlimit limit = {256UL * 1024UL, 256UL * 1024UL};
+    return ::setrlimit(RLIMIT_STACK, &limit) == 0;
+  }
+
+  static double userSeconds() {
+    rusage usage = {};
+    EXPECT_EQ(::getrusage(RUSAGE_CHILDREN, &usage), 0);
+    return static_cast<double>(usage.ru_utime.tv_sec) +
+           static_cast<double>(usage.ru_utime.tv_usec) / 1e6;
+  }
+};
+
+TEST_F(ManyFiles, Event_TakesLittleTimeAndStack) {
+  const std::string text = eventText("Software Log");
+  expectRun(run(eventCall()),
+            {framed(startedLine() + eventPart("0x40204", text, kMany, "/case/a.txt") +
+                        "commonSendEvent OK\n",
+                    0)});
 }
 
-TANEXICS_PLAY(EventDefinition, atBothLevels(definitions()));
-TANEXICS_PLAY(EventDefinitionName, definitionNames());
-TANEXICS_PLAY(EventExcerpt, excerpts());
-
-using EventRun = MachineTest;
-
-TEST_F(EventRun, UnreadableExtract_GivesAnEmptyExcerptAndALine) {
-  machine.remove("/case/b.syslog.txt");
+TEST_F(ManyFiles, Incident_TakesLittleTimeAndStack) {
   Sending sending;
-  sending.text = eventText("");
-  sending.files[1] = {"/case/b.syslog.txt", -1, "No such file or directory"};
-  sending.excerptError =
-      "syslogfile open error.FILE=/case/b.syslog.txt(CSendEventBase::getSyslogLine)\n";
-  expectRun(machine.run(eventCall()), sending.event());
-}
-
-TEST_F(EventRun, LongValue_IsCutClosedAndLogged) {
-  machine.write("/case/event.def", replaced(kEventDefinition, "disk", std::string(1000, 'x')));
-  const std::string head = R"("2026/10/05 12:00:00",,")";
-  Sending sending;
-  sending.text = head + std::string(896 - head.size() - 1, 'x') + "\"";
-  sending.excerptError = "string convert error (CSendEventBase::convStr)\n";
-  expectRun(machine.run(eventCall()), sending.event());
+  sending.files.assign(kMany, sending.files[0]);
+  const std::string whole = sending.incident().log.info;
+  const RunResult result = run(incidentCall());
+  EXPECT_EQ(result.child.exitCode(), 0);
+  // The log has been rotated since it began.
+  ASSERT_GT(result.log.size(), 1000U);
+  EXPECT_TRUE(result.log == whole.substr(whole.size() - result.log.size()));
 }
 
 }  // namespace

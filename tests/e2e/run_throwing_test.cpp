@@ -7,20 +7,17 @@
 
 namespace {
 
-/// How the test library behaves, and all that comes of an event at trace level: an exit status or
-/// a signal, and the names of the library's calls.
+/// What the test library throws, and all that comes of an event at trace level: an exit status or a
+/// signal, and the names of the library's calls.
 struct Throw {
-  std::string name;
   std::string thrower;
   std::string values;
   std::string log;
-  int status;
+  int end;
   std::string calls;
 };
 
-const std::string kOneId = "GetID ";
 const std::string kIds = "GetID GetID ";
-const std::string kOneStatus = kIds + "GetStatus ";
 const std::string kStatuses = kIds + "GetStatus GetStatus ";
 const std::string kStart = kStatuses + "StartComm ";
 const std::string kAll = kStart + "Communicate Communicate StopComm StopComm ";
@@ -40,141 +37,77 @@ std::string caught(int code) {
          "(CSendInfo::CommSendInfo) caught error code=" + std::to_string(code) + "\n";
 }
 
-std::vector<Throw> integers() {
-  const std::string goesOn = caught(0) + sentLog().substr(parameterLines().trace.size()) + kOk;
-  return {
-      {"IdentifierNonzero", "GetID", "33", framed(caught(33), 33), 33, kOneId},
-      {"IdentifierNonzeroAtTheSecondTime", "GetID", "- 33", framed(caught(33), 33), 33, kIds},
-      {"IdentifierNegative", "GetID", "-1", framed(caught(-1), -1), 255, kOneId},
-      {"IdentifierOf256LooksLikeSuccess", "GetID", "256", framed(caught(256), 256), 0, kOneId},
-      {"IdentifierZeroGoesOn", "GetID", "0", framed(goesOn, 0), 0, kAll.substr(kOneId.size())},
-      {"IdentifierZeroAtTheSecondTimeGoesOn", "GetID", "- 0", framed(goesOn, 0), 0, kAll},
-      {"StatusNonzeroAtTheSecondTime", "GetStatus", "- 33", framed(measuredLog(), 33), 33,
-       kStatuses},
-      {"StatusOf256LooksLikeSuccess", "GetStatus", "256", framed(measuredLog(), 256), 0,
-       kOneStatus},
-      {"NotificationNonzero", "Communicate", "33", framed(sentLog() + kError, 33), 33, kAll},
-      {"DataNonzero", "Communicate", "- 33", framed(sentLog() + kError, 33), 33, kAll},
-      {"LastOfTwoWins", "Communicate", "33 34", framed(sentLog() + kError, 34), 34, kAll},
-      {"ZeroAfterAnotherWinsToo", "Communicate", "33 0", framed(sentLog() + kOk, 0), 0, kAll},
-      {"NotificationZeroIsNoError", "Communicate", "0", framed(sentLog() + kOk, 0), 0, kAll},
-      {"ExchangeOf256LooksLikeSuccess", "Communicate", "256", framed(sentLog() + kError, 256), 0,
-       kAll},
-      {"StopNonzero", "StopComm", "33", framed(sentLog() + kError, 33), 33, kAll},
-      {"StopZero", "StopComm", "0", framed(sentLog() + kOk, 0), 0, kAll},
-  };
-}
-
-std::vector<Throw> objects() {
-  const std::string start = "### main : tanexics started.\n";
-  const std::string all = start + sentLog();
-  const std::string notified = all.substr(0, all.find("RM_Communicate done"));
-  const std::string sent = all.substr(0, all.rfind("RM_Communicate done"));
-  const std::string opened = start + parameterLines().trace;
-  const std::string queried = start + measuredLog();
-  return {
-      {"Identifier", "GetID", "object", opened, SIGABRT, kOneId},
-      {"IdentifierAtTheSecondTime", "GetID", "- object", opened, SIGABRT, kIds},
-      {"Status", "GetStatus", "object", queried, SIGABRT, kOneStatus},
-      {"Start", "StartComm", "object", queried, SIGABRT, kStart},
-      {"StartWithAnInteger", "StartComm", "33", queried, SIGABRT, kStart},
-      {"Notification", "Communicate", "object", notified, SIGABRT,
-       kStart + "Communicate StopComm "},
-      {"Data", "Communicate", "- object", sent, SIGABRT,
-       kStart + "Communicate Communicate StopComm "},
-      {"Stop", "StopComm", "object", all, SIGABRT, kAll},
-  };
-}
-
-void PrintTo(const Throw& row, std::ostream* stream) { *stream << row.name; }
-
-Call throwing(const Call& call, const std::string& thrower, const std::string& values) {
-  return call.with({{"LD_LIBRARY_PATH", "/testkelcom"},
-                    {"TEST_KELCOM_CALLS", "/case/calls"},
-                    {"TEST_KELCOM_THROW", "KEL_" + thrower},
-                    {"TEST_KELCOM_VALUES", values}});
-}
-
-class ThrowingLibrary : public MachineTest {
+class Throwing : public MachineTest {
  protected:
-  /// The names of the calls, a blank after each.
+  RunResult run(const Call& call, const std::string& thrower, const std::string& values) const {
+    machine.clear();
+    return machine.run(call.traced().with({{"LD_LIBRARY_PATH", "/testkelcom"},
+                                           {"TEST_KELCOM_CALLS", "/case/calls"},
+                                           {"TEST_KELCOM_THROW", "KEL_" + thrower},
+                                           {"TEST_KELCOM_VALUES", values}}));
+  }
+
+  /// The names of the calls without "KEL_", a blank after each.
   std::string calls() const {
     std::string names;
     for (const std::string& call : linesOf(machine.read("/case/calls"))) {
-      EXPECT_EQ(call.substr(0, 4), "KEL_");
       names += call.substr(4) + " ";
     }
     return names;
   }
 };
 
-class Throwing : public ThrowingLibrary, public testing::WithParamInterface<Throw> {
- protected:
-  RunResult runEvent() const {
-    return machine.run(throwing(eventCall().traced(), GetParam().thrower, GetParam().values));
+TEST_F(Throwing, Integer_BecomesTheStatus) {
+  const std::string goesOn = caught(0) + sentLog().substr(parameterLines().trace.size()) + kOk;
+  const Throw rows[] = {
+      {"GetID", "- 33", framed(caught(33), 33), 33, kIds},
+      {"GetID", "-1", framed(caught(-1), -1), 255, "GetID "},
+      {"GetID", "0", framed(goesOn, 0), 0, kAll.substr(std::string("GetID ").size())},
+      {"GetStatus", "- 33", framed(measuredLog(), 33), 33, kStatuses},
+      {"Communicate", "33 34", framed(sentLog() + kError, 34), 34, kAll},
+      {"Communicate", "33 0", framed(sentLog() + kOk, 0), 0, kAll},
+      // Odd: it looks like success.
+      {"StopComm", "256", framed(sentLog() + kError, 256), 0, kAll},
+  };
+  for (const auto& [thrower, values, log, status, names] : rows) {
+    SCOPED_TRACE(testing::Message() << thrower << ' ' << values);
+    expectRun(run(eventCall(), thrower, values), {log, "", status});
+    EXPECT_EQ(calls(), names);
   }
-};
-
-class ThrowingInteger : public Throwing {};
-
-TEST_P(ThrowingInteger, BecomesTheStatus) {
-  expectRun(runEvent(), {GetParam().log, "", GetParam().status});
-  EXPECT_EQ(calls(), GetParam().calls);
 }
 
-INSTANTIATE_TEST_SUITE_P(Case, ThrowingInteger, testing::ValuesIn(integers()),
-                         testing::PrintToStringParamName());
-
-class ThrowingObject : public Throwing {};
-
-TEST_P(ThrowingObject, EndsTheProcessWithoutAnExitLine) {
-  const RunResult result = runEvent();
-  EXPECT_EQ(result.log, GetParam().log);
-  EXPECT_EQ(result.child.signal(), GetParam().status);
-  EXPECT_EQ(result.child.out, "");
-  EXPECT_EQ(result.child.err.rfind("terminate called after throwing an instance of '", 0), 0U)
-      << result.child.err;
-  EXPECT_EQ(calls(), GetParam().calls);
+TEST_F(Throwing, Object_EndsTheProcessWithoutAnExitLine) {
+  const std::string start = "### main : tanexics started.\n";
+  const std::string all = start + sentLog();
+  const std::string sent = all.substr(0, all.rfind("RM_Communicate done"));
+  const std::string queried = start + measuredLog();
+  const Throw rows[] = {
+      {"GetID", "- object", start + parameterLines().trace, SIGABRT, kIds},
+      {"GetStatus", "object", queried, SIGABRT, kIds + "GetStatus "},
+      {"StartComm", "object", queried, SIGABRT, kStart},
+      {"StartComm", "33", queried, SIGABRT, kStart},
+      {"Communicate", "- object", sent, SIGABRT, kStart + "Communicate Communicate StopComm "},
+      {"StopComm", "object", all, SIGABRT, kAll},
+  };
+  for (const auto& [thrower, values, log, signal, names] : rows) {
+    SCOPED_TRACE(testing::Message() << thrower << ' ' << values);
+    const RunResult result = run(eventCall(), thrower, values);
+    EXPECT_EQ(result.log, log);
+    EXPECT_EQ(result.child.signal(), signal);
+    EXPECT_EQ(result.child.out, "");
+    EXPECT_EQ(result.child.err.rfind("terminate called after throwing an instance of '", 0), 0U)
+        << result.child.err;
+    EXPECT_EQ(calls(), names);
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(Case, ThrowingObject, testing::ValuesIn(objects()),
-                         testing::PrintToStringParamName());
-
-/// An incident that ends with an error, on the library that keeps no record.
-Expected failedIncident(const LogText& tail, int status) {
+TEST_F(Throwing, SomeExchangesOfAnIncident_LoopGoesOnAndNoCollectionCommandRuns) {
   Sending sending;
   sending.ending = kError;
-  sending.tail = tail;
-  sending.status = status;
-  return {sending.incident().log, "", status};
-}
-
-using ThrowingIncident = ThrowingLibrary;
-
-TEST_F(ThrowingIncident, SomeExchanges_LoopGoesOnAndTheLastIntegerWins) {
-  expectRun(machine.run(throwing(incidentCall().traced(), "Communicate", "7 - 8 - - 9")),
-            failedIncident("", 9));
+  sending.tail = "";
+  sending.status = 9;
+  expectRun(run(incidentCall(), "Communicate", "7 - 8 - - 9"), {sending.incident().log, "", 9});
   EXPECT_FALSE(machine.exists("/case/collected"));
-  EXPECT_EQ(calls(), kStart +
-                         "Communicate Communicate Communicate Communicate Communicate "
-                         "Communicate StopComm StopComm ");
-}
-
-TEST_F(ThrowingIncident, Status68_NoCollectionCommandRuns) {
-  expectRun(machine.run(throwing(incidentCall(), "StopComm", "68")), failedIncident("", 68));
-  EXPECT_FALSE(machine.exists("/case/collected"));
-  EXPECT_TRUE(machine.names("/tmp").empty());
-}
-
-TEST_F(ThrowingIncident, Status1_CollectionCommandsRun) {
-  expectRun(machine.run(throwing(incidentCall(), "Communicate", "1")),
-            failedIncident(collectionLines(), 1));
-  EXPECT_EQ(machine.collected().size(), 2U);
-}
-
-TEST_F(ThrowingIncident, Identifier_ShowsAtInformationLevelInTheStatusAlone) {
-  expectRun(machine.run(throwing(incidentCall(), "GetID", "33")),
-            {framed(std::string(), 33), "", 33});
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
-// Every canned situation, rehearsed with the real command: as an incident and as an event, each
-// with two files.
+// Every canned situation, rehearsed with the real command: as an incident and as an event.
 
 #include <gtest/gtest.h>
 
@@ -18,9 +17,6 @@
 
 namespace {
 
-constexpr char kRehearsal[] = "/build/loopback/tanexics-rehearse";
-constexpr char kCommand[] = "/build/tanexics";
-
 // --- the table -----------------------------------------------------------------------------------
 
 // What each canned situation must bring, written down apart from the scripts and without a look at
@@ -30,12 +26,6 @@ constexpr char kCommand[] = "/build/tanexics";
 struct Query {
   int word = 0x20;
   int result = 0;
-};
-
-/// The answers to one notification and its data.
-struct Pair {
-  Answer notification = {};
-  Answer data = {};
 };
 
 /// What one situation answers.
@@ -51,21 +41,21 @@ struct Row {
   int secondStop = 0;
   int id = 4711;
 
-  /// The exchanges of an incident's two files; an event has those of the first.
-  Pair firstFile = {};
-  Pair secondFile = {};
+  /// The exchanges of an incident's three files; an event has those of the first.
+  std::vector<Pair> files = std::vector<Pair>(3);
 };
 
 void PrintTo(const Row& row, std::ostream* stream) { *stream << row.name; }
 
-Row exchanged(const std::string& name, const Pair& firstFile, const Pair& secondFile) {
+Row exchanged(const std::string& name, const std::vector<Pair>& files) {
   Row row = {name};
-  row.firstFile = firstFile;
-  row.secondFile = secondFile;
+  row.files = files;
   return row;
 }
 
-Row everyPair(const std::string& name, const Pair& pair) { return exchanged(name, pair, pair); }
+Row everyPair(const std::string& name, const Pair& pair) {
+  return exchanged(name, {pair, pair, pair});
+}
 
 Row everyExchange(const std::string& name, const Answer& answer) {
   return everyPair(name, {answer, answer});
@@ -127,8 +117,8 @@ std::vector<Row> namedRows() {
       everyPair("exchange-different-errors", {busy, {-74, kSmtp, -10}}),
       everyPair("only-notifications-fail", {busy, fine}),
       everyPair("only-data-fails", {fine, cut}),
-      exchanged("only-first-exchange-fails", {busy, fine}, {fine, fine}),
-      exchanged("only-second-file-fails", {fine, fine}, {fine, cut}),
+      exchanged("only-first-exchange-fails", {{busy, fine}, {}, {}}),
+      exchanged("only-second-file-fails", {{}, {fine, cut}, {}}),
   };
 }
 
@@ -149,101 +139,48 @@ std::vector<Row> allRows() {
   return rows;
 }
 
-// --- what a row leads to -------------------------------------------------------------------------
-
-/// The log and the record of the stand-in library from the start of communication on.
-struct Talk {
-  std::string log;
-  std::string calls;
-};
-
-Talk operator+(const Talk& first, const Talk& second) {
-  return {first.log + second.log, first.calls + second.calls};
-}
-
-/// The call of an exchange is over, and the log tells of the agent's error.
-std::string answered(const Answer& answer) {
-  if (answer.type == 0) return done(answer.result);
-  const std::string agent = answer.type == kSmtp ? "SMTP" : answer.type == kHttp ? "HTTP" : "";
-  return done(answer.result, "(" + agent + ") RL:" + std::to_string(answer.result) +
-                                 ",ZW-Agent:" + std::to_string(answer.agentCode) + ",Mailsvr:\"\"");
-}
-
-/// One pass of the loop.
-Talk passOf(const Pair& pair, const std::string& part, const std::string& notificationCode,
-            const std::string& text, const std::string& dataCode, const std::vector<Item>& items) {
-  return {
-      lines({"commonSendEvent Main Loop (" + part + ")",
-             "RM_Communicate call (param=" + notificationCode + " 0 0 " + text + " NULL  NULL)"}) +
-          answered(pair.notification) +
-          lines({"RM_Communicate call (param=" + dataCode + " ? " + std::to_string(items.size()) +
-                 " " + items.front().path + " NULL  NULL)"}) +
-          answered(pair.data),
-      notify(notificationCode, text, pair.notification) + sendItems(dataCode, items, pair.data)};
-}
-
-Talk incidentPasses(const Row& row) {
-  const std::vector<Item> items = standardItems();
-  return passOf(row.firstFile, "1/2", "0x40017", incidentText("42", 1, 2), "0x4010b", {items[0]}) +
-         passOf(row.secondFile, "2/2", "0x40017", incidentText("42", 2, 2), "0x4010b", {items[1]});
-}
-
-Talk eventPass(const Row& row) {
-  const std::vector<Item> items = standardItems();
-  return passOf(row.firstFile, "1/2", "0x40204", eventText(), "0x4010d", {items[0], items[1]});
-}
-
-/// The log line in place of the communication; empty when there is communication.
-std::string refusalOf(const Row& row) {
-  if (!row.start) {
-    return "(CSendInfo::SendInfo) Cancel sending investigation information, because connection "
-           "status is not operating. (status=" +
-           std::to_string(row.second.word) + ") \n\n";
-  }
-  if (*row.start == 0) return "";
-  return "(CSendInfo::SendInfo) CRMSenderBase::RM_StartComm() error(code=" +
-         std::to_string(*row.start) + ")\n";
-}
-
-/// The whole of a run's communication, of which `passes` are the exchanges.
-Talk talkOf(const Row& row, const Talk& passes) {
-  const std::string asked = getId(row.id) + getId(row.id) +
-                            getStatus(row.first.word, row.first.result) +
-                            getStatus(row.second.word, row.second.result);
-  const Talk start = {refusalOf(row), asked + (row.start ? startComm(*row.start) : "")};
-  if (!start.log.empty()) return start;
-  const Talk end = {"commonSendEvent OK\n", stopComm(row.firstStop) + stopComm(row.secondStop)};
-  return start + Talk{startedLine(), ""} + passes + end;
-}
-
 // --- the runs ------------------------------------------------------------------------------------
 
-class Situation : public CommandTest, public testing::WithParamInterface<Row> {
+/// What a row leads to.
+Sending sendingOf(const Row& row) {
+  Sending sending;
+  sending.argument0 = "/build/tanexics";
+  sending.queries = getId(row.id) + getId(row.id) + getStatus(row.first.word, row.first.result) +
+                    getStatus(row.second.word, row.second.result);
+  sending.answers = row.files;
+  sending.stops = stopComm(row.firstStop) + stopComm(row.secondStop);
+  if (!row.start) {
+    sending.refusal =
+        "(CSendInfo::SendInfo) Cancel sending investigation information, because connection "
+        "status is not operating. (status=" +
+        std::to_string(row.second.word) + ") \n\n";
+  } else if (*row.start != 0) {
+    sending.queries += startComm(*row.start);
+    sending.refusal = "(CSendInfo::SendInfo) CRMSenderBase::RM_StartComm() error(code=" +
+                      std::to_string(*row.start) + ")\n";
+  }
+  return sending;
+}
+
+class Situation : public MachineTest, public testing::WithParamInterface<Row> {
  protected:
-  Situation() { machine.write("/case/two", "/case/a.txt\n/case/b.syslog.txt\n"); }
-
   /// Rehearses the row's situation and compares the log as a whole, the record, the exit status and
-  /// standard error. `head` and `tail` are what the log has around the communication.
-  void play(const std::vector<std::string>& event, const Talk& passes, const std::string& head = "",
-            const std::string& tail = "") const {
-    const Row& row = GetParam();
-    Call call;
+  /// standard error.
+  void play(Call call, const Expected& expected) const {
     // The command's path comes after the wrapper's words: as the value of its last option.
-    call.wrapper = {kRehearsal, "--situation", row.name, "--outbox", "/case/outbox", "--command"};
-    call.arguments = {"--", "/case/two"};
-    call.arguments.insert(call.arguments.end(), event.begin(), event.end());
+    call.wrapper = {"/build/loopback/tanexics-rehearse",
+                    "--situation",
+                    GetParam().name,
+                    "--outbox",
+                    "/case/outbox",
+                    "--command"};
+    call.arguments.insert(call.arguments.begin(), "--");
     const RunResult result = machine.run(call);
-
-    const Talk talk = talkOf(row, passes);
-    const int status = refusalOf(row).empty() ? 0 : 1;
-    EXPECT_EQ(machine.log("/case/outbox/action.log"),
-              framed(head + talk.log + tail, status, kCommand));
-    EXPECT_EQ(result.exchanges, talk.calls);
-    EXPECT_EQ(result.child.exitCode(), status);
+    EXPECT_EQ(machine.log("/case/outbox/action.log"), expected.log.info);
+    EXPECT_EQ(result.exchanges, expected.exchanges);
+    EXPECT_EQ(result.child.exitCode(), expected.status);
     EXPECT_EQ(result.child.err, "");
   }
-
-  Machine machine;
 };
 
 std::string caseName(const testing::TestParamInfo<Row>& info) {
@@ -253,36 +190,29 @@ std::string caseName(const testing::TestParamInfo<Row>& info) {
 }
 
 TEST_P(Situation, OfAnIncident_LeavesWhatItsRowSays) {
-  play({"-i", "42"}, incidentPasses(GetParam()), hostNameLines().info, collectionLines().info);
+  play(incidentCall(), sendingOf(GetParam()).incident());
 }
 
 TEST_P(Situation, OfAnEvent_LeavesWhatItsRowSays) {
-  play({"-r", "/case/event.def"}, eventPass(GetParam()));
+  play(eventCall(), sendingOf(GetParam()).event());
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Situation, testing::ValuesIn(allRows()), caseName);
 
 // --- the set of situations -----------------------------------------------------------------------
 
-std::vector<std::string> sortedNames(const std::vector<Row>& rows) {
-  std::vector<std::string> names;
-  for (const Row& row : rows) names.push_back(row.name + ".script");
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
-TEST(SituationSet, Scripts_HaveARowEachAndRowsAScript) {
-  EXPECT_EQ(namesIn(LOOPBACK_SITUATIONS), sortedNames(allRows()));
-}
-
-TEST(SituationSet, Scripts_BeginWithASentenceOfTheirOwn) {
+TEST(SituationSet, Scripts_HaveARowEachAndBeginWithASentenceOfTheirOwn) {
+  std::set<std::string> names;
+  for (const Row& row : allRows()) names.insert(row.name);
   std::set<std::string> sentences;
   for (const auto& [name, sentence, script] : readSituations(LOOPBACK_SITUATIONS)) {
+    EXPECT_EQ(names.erase(name), 1U) << name;
     ASSERT_GT(sentence.size(), 8U) << name;
     EXPECT_TRUE(sentence.front() >= 'A' && sentence.front() <= 'Z') << name;
     EXPECT_EQ(sentence.back(), '.') << name;
     EXPECT_TRUE(sentences.insert(sentence).second) << name;
   }
+  EXPECT_EQ(names, std::set<std::string>()) << "rows without a script";
 }
 
 TEST(SituationSet, ScriptOfACatalogueRow_NamesItsKeyInItsSentence) {

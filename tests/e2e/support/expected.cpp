@@ -12,15 +12,32 @@ using Json = nlohmann::json;
 
 std::string inQuotes(const std::string& text) { return "\"" + text + "\""; }
 
+/// The call of an exchange is over, and the log tells of the agent's error.
+std::string done(const Answer& answer) {
+  const std::string result = std::to_string(answer.result);
+  const std::string agent = answer.type == 1 ? "SMTP" : answer.type == 2 ? "HTTP" : "";
+  const std::string message = "(" + agent + ") RL:" + result +
+                              ",ZW-Agent:" + std::to_string(answer.agentCode) + ",Mailsvr:\"\"";
+  return "RM_Communicate done (code='" + result + "', msg='" + (answer.type == 0 ? "" : message) +
+         "') \n";
+}
+
 /// One pass of the loop, `part` of `total`: a notification, and the data of `count` files.
-std::string passLines(int part, int total, const std::string& notificationCode,
+std::string passLines(std::size_t part, std::size_t total, const std::string& notificationCode,
                       const std::string& text, const std::string& dataCode, std::size_t count,
-                      const std::string& firstPath, const Sending& answers = {}) {
+                      const std::string& firstPath, const Pair& answers = {}) {
   return "commonSendEvent Main Loop (" + std::to_string(part) + "/" + std::to_string(total) +
-         ")\n" + answers.excerptError + "RM_Communicate call (param=" + notificationCode + " 0 0 " +
-         text + " NULL  NULL)\n" + done(answers.notification.result, answers.notification.message) +
-         "RM_Communicate call (param=" + dataCode + " ? " + std::to_string(count) + " " +
-         firstPath + " NULL  NULL)\n" + done(answers.data.result, answers.data.message);
+         ")\nRM_Communicate call (param=" + notificationCode + " 0 0 " + text + " NULL  NULL)\n" +
+         done(answers.notification) + "RM_Communicate call (param=" + dataCode + " ? " +
+         std::to_string(count) + " " + firstPath + " NULL  NULL)\n" + done(answers.data);
+}
+
+/// The wait status of a program that exited with 0 is decoded.
+LogText decodedStatus() {
+  return traced({"[T](common:535):   WIFEXITED:1 WEXITSTATUS:0",
+                 "[T](common:536): WIFSIGNALED:0    WTERMSIG:0",
+                 "[T](common:537):  WIFSTOPPED:0    WSTOPSIG:0",
+                 "[T](common:538):WIFCONTINUED:0   WCOREDUMP:0"});
 }
 
 std::string line(const Json& call) { return call.dump() + "\n"; }
@@ -70,9 +87,13 @@ std::vector<Item> itemsOf(const std::vector<File>& files) {
 
 // --- the action log ------------------------------------------------------------------------------
 
-LogText operator+(const LogText& left, const LogText& right) {
-  return {left.info + right.info, left.trace + right.trace};
+LogText& LogText::operator+=(const LogText& more) {
+  info += more.info;
+  trace += more.trace;
+  return *this;
 }
+
+LogText operator+(LogText left, const LogText& right) { return left += right; }
 
 std::string lines(const std::vector<std::string>& messages) {
   std::string log;
@@ -99,26 +120,14 @@ LogText hostNameLines() {
          decodedStatus();
 }
 
-LogText decodedStatus(int exitStatus) {
-  const std::string number = std::to_string(exitStatus);
-  return traced({"[T](common:535):   WIFEXITED:1 WEXITSTATUS:" + number,
-                 "[T](common:536): WIFSIGNALED:0    WTERMSIG:0",
-                 "[T](common:537):  WIFSTOPPED:0    WSTOPSIG:" + number,
-                 "[T](common:538):WIFCONTINUED:0   WCOREDUMP:0"});
-}
-
-LogText tempDirLines(const std::string& parent) {
-  return traced({"[T](CTemp:73):getTemp_sub():prefix=/tmp,templ=swconf"}) +
-         lines({"VUQ90004L : pid=*,wstat=00000000",
-                "VUQ90004L : com=mkdir -p " + parent + "/swcon*_ 2>/dev/null"}) +
-         decodedStatus() +
-         traced({"[T](CTemp:156):getTemp_sub():exit=1,type= DIR,FD=-1," + parent + "/swcon*_"});
-}
-
 LogText collectionLines(const std::string& parent) {
   const std::string directory = parent + "/swcon*_";
-  return tempDirLines(parent) +
-         traced({"[T](CTemp:188):delTempFile:" + directory,
+  return traced({"[T](CTemp:73):getTemp_sub():prefix=/tmp,templ=swconf"}) +
+         lines({"VUQ90004L : pid=*,wstat=00000000",
+                "VUQ90004L : com=mkdir -p " + directory + " 2>/dev/null"}) +
+         decodedStatus() +
+         traced({"[T](CTemp:156):getTemp_sub():exit=1,type= DIR,FD=-1," + directory,
+                 "[T](CTemp:188):delTempFile:" + directory,
                  "[T](common:469):getCanonicalPath():" + directory + "," + directory,
                  "[T](common:520):/bin/rm -fr " + directory + " >/dev/null 2>&1"}) +
          decodedStatus();
@@ -142,19 +151,10 @@ LogText measuredAll(const std::string& total) {
 
 std::string startedLine() { return lines({"(CSendInfo::SendInfo) call startCom(RM_MODE_SYNC)=0"}); }
 
-std::string done(int code, const std::string& message) {
-  return lines(
-      {"RM_Communicate done (code='" + std::to_string(code) + "', msg='" + message + "') "});
-}
-
-std::string incidentPart(const std::string& number, int part, int total, const std::string& path) {
-  return passLines(part, total, "0x40017", incidentText(number, part, total), "0x4010b", 1, path);
-}
-
 std::string eventPart(const std::string& notification, const std::string& text, int total,
                       const std::string& firstPath) {
-  return passLines(1, total, notification, text, "0x4010d", static_cast<std::size_t>(total),
-                   firstPath);
+  const auto count = static_cast<std::size_t>(total);
+  return passLines(1, count, notification, text, "0x4010d", count, firstPath);
 }
 
 std::string incidentText(const std::string& number, int part, int total) {
@@ -223,8 +223,9 @@ LogText Sending::measures() const {
   LogText log = "";
   std::uint32_t total = 0;  // which wraps
   for (const File& file : files) {
-    if (file.size < 0) log = log + ("get file size error(" + file.path + "," + file.error + ")\n");
-    log = log + measured(std::to_string(total), file.path, std::to_string(file.size));
+    const std::string error = "get file size error(" + file.path + "," + file.error + ")\n";
+    if (file.size < 0) log += error;
+    log += measured(std::to_string(total), file.path, std::to_string(file.size));
     total += static_cast<std::uint32_t>(file.size);
   }
   return log + measuredAll(std::to_string(total));
@@ -232,26 +233,33 @@ LogText Sending::measures() const {
 
 Expected Sending::incident() const {
   const std::vector<Item> items = itemsOf(files);
-  const int total = static_cast<int>(files.size());
   std::string log;
-  std::string calls = queries + startComm();
-  for (int part = 1; part <= total; ++part) {
-    const auto at = static_cast<std::size_t>(part - 1);
-    const std::string notice = incidentText(number, part, total);
-    log += passLines(part, total, "0x40017", notice, "0x4010b", 1, files[at].path, *this);
-    calls += notify("0x40017", escaped(notice), notification);
-    calls += sendItems("0x4010b", {items[at]}, data);
+  std::string calls;
+  for (std::size_t at = 0; at < files.size(); ++at) {
+    const std::string notice =
+        incidentText(number, static_cast<int>(at + 1), static_cast<int>(files.size()));
+    const Pair answer = answersTo(at);
+    log += passLines(at + 1, files.size(), "0x40017", notice, "0x4010b", 1, files[at].path, answer);
+    calls += notify("0x40017", escaped(notice), answer.notification) +
+             sendItems("0x4010b", {items[at]}, answer.data);
   }
-  return {
-      framed(hostNameLines() + measures() + startedLine() + log + ending + tail, status, argument0),
-      calls + stopped(), status};
+  return run(hostNameLines(), log, calls, tail);
 }
 
 Expected Sending::event() const {
-  const int total = static_cast<int>(files.size());
-  const std::string log =
-      passLines(1, total, code, text, "0x4010d", files.size(), files.front().path, *this);
-  return {framed(parameters + measures() + startedLine() + log + ending, 0, argument0),
-          queries + startComm() + notify(code, escaped(text), notification) +
-              sendItems("0x4010d", itemsOf(files), data) + stopped()};
+  const std::size_t total = files.size();
+  const Pair answer = answersTo(0);
+  return run(parameters,
+             passLines(1, total, code, text, "0x4010d", total, files.front().path, answer),
+             notify(code, escaped(text), answer.notification) +
+                 sendItems("0x4010d", itemsOf(files), answer.data),
+             "");
+}
+
+Expected Sending::run(const LogText& head, const std::string& log, const std::string& calls,
+                      const LogText& after) const {
+  const LogText before = head + measures();
+  if (!refusal.empty()) return {framed(before + refusal + after, 1, argument0), queries, 1};
+  return {framed(before + startedLine() + log + ending + after, status, argument0),
+          queries + startComm() + calls + stops, status};
 }

@@ -12,11 +12,13 @@ struct LogText {
   LogText(const char* always) : LogText(std::string(always)) {}
   LogText(const std::string& atInfo, const std::string& atTrace) : info(atInfo), trace(atTrace) {}
 
+  LogText& operator+=(const LogText& more);
+
   std::string info;
   std::string trace;
 };
 
-LogText operator+(const LogText& left, const LogText& right);
+LogText operator+(LogText left, const LogText& right);
 
 /// The messages, a line feed after each.
 std::string lines(const std::vector<std::string>& messages);
@@ -30,12 +32,6 @@ LogText framed(const LogText& body, int status, const std::string& argument0 = "
 
 /// The host name is asked for.
 LogText hostNameLines();
-
-/// A wait status is decoded; `exitStatus` 0 to 255.
-LogText decodedStatus(int exitStatus = 0);
-
-/// The temporary directory is made in `parent`, and nothing more.
-LogText tempDirLines(const std::string& parent = "/tmp");
 
 /// The two collection commands run on a directory in `parent`, which is removed again.
 LogText collectionLines(const std::string& parent = "/tmp");
@@ -52,12 +48,6 @@ LogText measuredAll(const std::string& total);
 /// Communication is started.
 std::string startedLine();
 
-/// The call of an exchange is over.
-std::string done(int code = 0, const std::string& message = "");
-
-/// One pair of exchanges of an incident, of the loop's pass `part` of `total`.
-std::string incidentPart(const std::string& number, int part, int total, const std::string& path);
-
 /// The one pair of exchanges of an event.
 std::string eventPart(const std::string& notification, const std::string& text, int total,
                       const std::string& firstPath);
@@ -70,12 +60,17 @@ std::string eventText(const std::string& excerpt = "Jan  1 host msg");
 
 // --- the calls of the closed library as `RunResult::exchanges` has them, one line each -----------
 
-/// What the centre answers to an exchange, and the message of it that is logged.
+/// What the centre answers to an exchange.
 struct Answer {
   int result = 0;
   int type = 0;
   int agentCode = 0;
-  std::string message = "";
+};
+
+/// What it answers to a notification and its data.
+struct Pair {
+  Answer notification = {};
+  Answer data = {};
 };
 
 /// One file of an exchange: its name, and what became of it, that is "=items/0001-a.txt" for a copy
@@ -130,31 +125,38 @@ struct File {
 /// The three files that a `Machine` comes with.
 std::vector<File> standardFiles();
 
-/// A run that sends, with what may be different in it.
+/// A run that gets as far as the measuring of its files, with what may be different in it.
 struct Sending {
   std::vector<File> files = standardFiles();
-  std::string queries = asked();  // the calls before the start of communication
-  Answer notification = {};
-  Answer data = {};
+  std::string queries = asked();   // the calls before the start of communication
+  std::string refusal = "";        // logged in place of all communication, with status 1
+  std::vector<Pair> answers = {};  // for each file; the first is that to an event
+  std::string stops = stopped();
   std::string argument0 = "tanexics";
   std::string ending = "commonSendEvent OK\n";
+  int status = 0;
 
   // of an incident
   std::string number = "1";
   LogText tail = collectionLines();  // what is logged after the transmission
-  int status = 0;
 
   // of an event
   std::string code = "0x40204";
   std::string text = eventText();
   LogText parameters = parameterLines();
-  std::string excerptError = "";  // what is logged before the notification
 
   /// What the files' measuring logs, at trace level most of it.
   LogText measures() const;
 
   Expected incident() const;
   Expected event() const;
+
+ private:
+  Pair answersTo(std::size_t file) const { return answers.empty() ? Pair() : answers.at(file); }
+
+  /// The run with these exchanges, their log and their calls, and with what is logged around it.
+  Expected run(const LogText& head, const std::string& log, const std::string& calls,
+               const LogText& after) const;
 };
 
 #endif

@@ -183,7 +183,9 @@ void Machine::setCollection(const std::string& first, const std::string& second)
 void Machine::remove(const std::string& path) const { fs::remove_all(outside(path)); }
 
 void Machine::clear() const {
-  for (const char* path : {"/case/action.log", "/case/outbox", "/case/collected"}) remove(path);
+  for (const char* name : {"action.log", "calls", "collected", "outbox"}) {
+    remove(std::string("/case/") + name);
+  }
 }
 
 bool Machine::exists(const std::string& path) const {

@@ -85,7 +85,8 @@ class Machine {
 
   void remove(const std::string& path) const;
 
-  /// Removes what a run leaves: the log, the outbox, and what the collection commands wrote down.
+  /// Removes what a run leaves: the log, the outbox, and what the collection commands and the test
+  /// library wrote down.
   void clear() const;
 
   bool exists(const std::string& path) const;

@@ -4,7 +4,6 @@
 //   TEST_KELCOM_CALLS   a file to which the name of each call is appended, one a line
 //   TEST_KELCOM_LINE    a file that is opened for writing when communication starts, under the
 //                       lowest free number as any library would, and stays open
-//   TEST_KELCOM_REMOVE  a file that vanishes when communication starts
 //   TEST_KELCOM_THROW   the call that throws, "KEL_GetID" say
 //   TEST_KELCOM_VALUES  what it throws at the first, the second, ... time, separated by blanks: a
 //                       number for that integer, "object" for an exception object, "-" for nothing;
@@ -55,8 +54,6 @@ int answer(const char* call) {
 }  // namespace
 
 int KEL_StartComm(int, int*) {
-  const char* path = std::getenv("TEST_KELCOM_REMOVE");
-  if (path != nullptr && ::unlink(path) != 0) std::abort();
   const char* line = std::getenv("TEST_KELCOM_LINE");
   if (line != nullptr && ::open(line, O_WRONLY | O_CREAT, 0600) < 0) std::abort();
   return answer("KEL_StartComm");

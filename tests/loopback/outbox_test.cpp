@@ -6,11 +6,11 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <exception>
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "loopback/filecopy.h"
 #include "loopback/openhigh.h"
 #include "support/childrun.h"
 #include "support/scratch.h"
@@ -21,35 +21,14 @@ using Names = std::vector<std::string>;
 
 class OutboxTest : public ::testing::Test {
  protected:
-  std::string errorOf(const std::string& path) { return outbox.store(path.c_str()).error; }
+  std::string copyOf(const std::string& path) {
+    return folder + "/" + outbox.store(path.c_str()).copy;
+  }
 
   ScratchDir scratch;
   const std::string folder = scratch / "a/b/out";
   Outbox outbox{folder};
 };
-
-std::string constructionError(const std::string& folder) {
-  try {
-    const Outbox outbox(folder);
-    return "none";
-  } catch (const std::exception& error) {
-    return error.what();
-  }
-}
-
-TEST_F(OutboxTest, Folder_IsMadeWithItsParents) {
-  EXPECT_EQ(namesIn(folder), Names({"exchanges.jsonl", "items"}));
-}
-
-TEST_F(OutboxTest, FolderThatCannotBeUsed_IsNamed) {
-  const std::string file = scratch.write("file", "");
-  const std::string record = scratch / "exchanges.jsonl";
-  std::filesystem::create_directory(record);
-  EXPECT_EQ(constructionError(""), "the name of the outbox is empty");
-  EXPECT_EQ(constructionError(file),
-            "filesystem error: cannot create directories: Not a directory [" + file + "/items]");
-  EXPECT_EQ(constructionError(scratch.path()), "open(" + record + "): Is a directory");
-}
 
 TEST_F(OutboxTest, Lines_AreAppended) {
   EXPECT_EQ(outbox.append("one\n"), "");
@@ -131,19 +110,6 @@ TEST_F(OutboxTest, CopyOfAnotherProcess_IsNeverOverwritten) {
   EXPECT_EQ(readFile(folder + "/items/0001-f"), "other");
 }
 
-TEST_F(OutboxTest, UnreadableFile_IsNotCopied) {
-  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
-  const std::string file = scratch.write("secret", "x");
-  ASSERT_EQ(::chmod(file.c_str(), 0), 0);
-  // The super-user reads everything.
-  const ChildResult child = runInChild([&] {
-    ::chmod(scratch.path().c_str(), 0755);
-    if (!becomeNobody()) return 2;
-    return errorOf(file) == "Permission denied" ? 0 : 1;
-  });
-  EXPECT_EQ(child.status, 0);
-}
-
 /// Lets no file grow beyond `bytes`, as a full disk would. Returns whether that worked.
 bool limitFileSize(rlim_t bytes) {
   const rlimit limit = {bytes, bytes};
@@ -155,7 +121,8 @@ TEST_F(OutboxTest, FailedCopy_IsRemovedAgain) {
   const std::string file = scratch.write("big", std::string(100000, 'x'));
   const ChildResult child = runInChild([&] {
     if (!limitFileSize(50000)) return 2;
-    if (errorOf(file) != "the copy failed: write: File too large") return 1;
+    const std::string error = outbox.store(file.c_str()).error;
+    if (error != "the copy failed: write: File too large") return 1;
     return outbox.store(scratch.write("small", "x").c_str()).copy == "items/0001-small" ? 0 : 3;
   });
   EXPECT_EQ(child.status, 0);
@@ -169,6 +136,51 @@ TEST_F(OutboxTest, LineThatDoesNotFit_IsReported) {
     return outbox.append("x\n") == "write: File too large" ? 0 : 1;
   });
   EXPECT_EQ(child.status, 0);
+}
+
+// --- the copies ----------------------------------------------------------------------------------
+
+TEST_F(OutboxTest, File_IsCopiedWhateverItsSize) {
+  for (const std::size_t size : {0U, 1U, 65535U, 65536U, 65537U, 200001U}) {
+    std::string content(size, '\0');
+    for (std::size_t at = 0; at < size; ++at) content[at] = static_cast<char>(at * 7 + at / 251);
+    EXPECT_TRUE(readFile(copyOf(scratch.write("source", content))) == content) << size;
+  }
+}
+
+TEST_F(OutboxTest, Holes_StayHoles) {
+  constexpr off_t kGiB = off_t{1} << 30;
+  const std::string path = scratch.write("source", "head");
+  const Descriptor source = openHigh(path.c_str(), O_RDWR);
+  ASSERT_EQ(::ftruncate(source.get(), 10 * kGiB), 0);
+  ASSERT_EQ(::pwrite(source.get(), "middle", 6, 5 * kGiB), 6);
+
+  const Descriptor copy = openHigh(copyOf(path).c_str(), O_RDONLY);
+
+  struct stat status = {};
+  ASSERT_EQ(::fstat(copy.get(), &status), 0);
+  EXPECT_EQ(status.st_size, 10 * kGiB);
+  EXPECT_LT(status.st_blocks * 512, 1024 * 1024);
+  char piece[8] = {};
+  ASSERT_EQ(::pread(copy.get(), piece, 6, 0), 6);
+  EXPECT_EQ(std::string(piece, 6), std::string("head\0\0", 6));
+  ASSERT_EQ(::pread(copy.get(), piece, 8, 5 * kGiB - 1), 8);
+  EXPECT_EQ(std::string(piece, 8), std::string("\0middle\0", 8));
+}
+
+TEST_F(OutboxTest, FilesThatTheKernelMakesUp_AreReadToTheirEnd) {
+  // The size of the one is 0, that of the other is not its length.
+  for (const char* path : {"/proc/version", "/sys/devices/system/cpu/online"}) {
+    const std::string copied = readFile(copyOf(path));
+    EXPECT_NE(copied, "");
+    EXPECT_EQ(copied, readFile(path));
+  }
+}
+
+TEST(CopyContents, Failure_IsNamedWithItsOperation) {
+  const Descriptor unreadable = openHigh("/dev/null", O_WRONLY);
+  EXPECT_EQ(copyContents(-1, -1), "stat: Bad file descriptor");
+  EXPECT_EQ(copyContents(unreadable.get(), -1), "read: Bad file descriptor");
 }
 
 }  // namespace

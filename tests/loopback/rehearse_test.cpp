@@ -1,4 +1,4 @@
-// The rehearsal as a person runs it.
+// The rehearsal as a person runs it: its folder, the run of the command, and what is shown.
 
 #include <gtest/gtest.h>
 
@@ -13,15 +13,25 @@
 
 namespace {
 
-using Names = std::vector<std::string>;
+using Words = std::vector<std::string>;
+
+const std::string kLibraryFolder = std::filesystem::path(LOOPBACK_LIBRARY).parent_path();
 
 class Rehearse : public ::testing::Test {
  protected:
-  /// Temporary folders of the rehearsal are made in one of the test's own.
-  ChildResult rehearse(const std::vector<std::string>& words) const {
-    std::vector<std::string> all = {REHEARSE};
+  /// Temporary folders of the rehearsal are made in one of the test's own, and must vanish.
+  ChildResult rehearse(const Words& words, std::map<std::string, std::string> environment = {}) {
+    Words all = {REHEARSE};
     all.insert(all.end(), words.begin(), words.end());
-    return runProgram(all, {{"TMPDIR", temporary.path()}});
+    environment["TMPDIR"] = temporary.path();
+    const ChildResult child = runProgram(all, environment);
+    EXPECT_EQ(namesIn(temporary.path()), Words());
+    return child;
+  }
+
+  /// Rehearses shell commands in the command's place.
+  ChildResult rehearseShell(const std::string& commands) {
+    return rehearse({"--command", "/bin/sh", "--", "-c", commands});
   }
 
   ScratchDir scratch;
@@ -60,74 +70,145 @@ TEST_F(Rehearse, Report_ComesAfterTheCommandsOwnOutput) {
              "  68: the command line, the list of files or the definition file was rejected"}));
   EXPECT_EQ(child.err, "complaint\n");
   EXPECT_EQ(child.exitCode(), 68);
-  EXPECT_EQ(namesIn(temporary.path()), Names());
 }
 
-TEST_F(Rehearse, Script_AnswersAndAgentErrorsAreExplained) {
+TEST_F(Rehearse, BadScript_IsComplainedOfAndFailsEveryCall) {
+  const std::string script = scratch.write("script", "nonsense\n");
+  const ChildResult child = rehearse({"--script", script, "--command", LOOPBACK_PLAYER, "--"});
+  EXPECT_NE(child.out.find("\n    5  stop: result -1\n\n"), std::string::npos) << child.out;
+  EXPECT_EQ(child.err, "libkelcom loopback: " + script + ":1: 'nonsense' is no kind of line\n");
+}
+
+// --- its folder ----------------------------------------------------------------------------------
+
+TEST_F(Rehearse, Folder_IsPrivateAndTemporaryOrMadeWithItsParentsAndKept) {
+  const std::string commands =
+      "umask 0; stat -c '%a %s' $KELCOM_LOOPBACK_OUTBOX/action.log; stat -c '%A %n' "
+      "$KELCOM_LOOPBACK_OUTBOX; mkdir -p $KELCOM_LOOPBACK_OUTBOX/items/more";
+  const std::string told = "600 0\ndrwx------ " + temporary.path() + "/tanexics-rehearse-";
+  EXPECT_EQ(rehearseShell(commands).out.substr(0, told.size()), told);
+
+  const std::string all =
+      "cd " + scratch.path() + "; " REHEARSE " --outbox a/../b/c --command " LOOPBACK_PLAYER " --";
+  const ChildResult child = runProgram({"/bin/sh", "-c", all});
+  const std::string shown = "\nKept\n----\n  " + (scratch / "b/c") + "\n";
+  EXPECT_EQ(child.exitCode(), 0) << child.err;
+  EXPECT_NE(child.out.find(shown), std::string::npos) << child.out;
+  EXPECT_EQ(namesIn(scratch / "b/c"), Words({"action.log", "exchanges.jsonl", "items"}));
+}
+
+TEST_F(Rehearse, EarlierRehearsal_IsRefusedAndLeftAlone) {
+  for (const std::string name : {"exchanges.jsonl", "items", "action.log", "action.bak"}) {
+    const ScratchDir earlier;
+    std::filesystem::create_symlink("nowhere", earlier / name);
+    earlier.write("notes", "");  // which alone would be none
+    const ChildResult child =
+        rehearse({"--outbox", earlier.path(), "--command", LOOPBACK_PLAYER, "--"});
+    EXPECT_EQ(child.exitCode(), 125);
+    EXPECT_EQ(child.err, "tanexics-rehearse: the outbox " + earlier.path() + " already holds '" +
+                             name + "' of an earlier rehearsal: name another one, or remove it\n");
+    EXPECT_EQ(child.out, "");
+    EXPECT_EQ(namesIn(earlier.path()).size(), 2U);
+    std::filesystem::remove(earlier / name);
+    EXPECT_EQ(rehearse({"--outbox", earlier.path(), "--command", "/bin/true", "--"}).err, "");
+  }
+}
+
+TEST_F(Rehearse, FolderThatCannotBeMade_IsAnError) {
+  const std::string file = scratch.write("file", "");
+  for (const std::string& outbox : {file, file + "/below"}) {
+    const ChildResult child = rehearse({"--outbox", outbox, "--command", LOOPBACK_PLAYER, "--"});
+    EXPECT_EQ(child.exitCode(), 125) << outbox;
+    EXPECT_EQ(child.out, "");
+  }
+  const ChildResult child =
+      runProgram({REHEARSE, "--command", LOOPBACK_PLAYER, "--"}, {{"TMPDIR", "/nonexistent"}});
+  EXPECT_EQ(child.exitCode(), 125);
+}
+
+// --- the run -------------------------------------------------------------------------------------
+
+TEST_F(Rehearse, Environment_IsThatOfTheRehearsalWithAbsolutePaths) {
+  const std::string show =
+      "for name in LD_LIBRARY_PATH KELCOM_LOOPBACK_OUTBOX KELCOM_LOOPBACK_SCRIPT TANEX_LOG "
+      "TANEX_LOG_LEVEL OTHER; do eval \"echo $name=\\${$name-unset}\" >>" +
+      (scratch / "shown") + "; done";
+  const std::string outbox = scratch / "outbox";
+  std::filesystem::create_symlink(kLibraryFolder, scratch / "library");
   const struct {
-    std::string text;
-    std::string rows;
-    std::string complaint;
+    std::string before;
+    std::string options;
+    Words expected;
   } rows[] = {
-      {"start 9\ncommunicate * -62 2 54\nstop 6\n",
-       "    3  start: result 9\n"
-       "    4  0x40017, notification of an incident: result -62, agent error HTTP 54\n"
-       "       INCNO=\"1\"\n"
-       "       (HTTP) 接続異常が発生しました。\n"
-       "       サポート要員に以下のエラーコードをお知らせください。\n"
-       "       RL:-62,ZW-Agent:54\n"
-       "    5  stop: result 6\n",
-       ""},
-      {"nonsense\n", "    5  stop: result -1\n",
-       "libkelcom loopback: " + (scratch / "script") + ":1: 'nonsense' is no kind of line\n"},
+      {"unset LD_LIBRARY_PATH",
+       "",
+       {"LD_LIBRARY_PATH=" + kLibraryFolder, "KELCOM_LOOPBACK_OUTBOX=" + outbox,
+        "KELCOM_LOOPBACK_SCRIPT=unset", "TANEX_LOG=" + outbox + "/action.log",
+        "TANEX_LOG_LEVEL=unset", "OTHER=kept"}},
+      {"export LD_LIBRARY_PATH=/before OTHER=",
+       " --trace --script script --library library",
+       {"LD_LIBRARY_PATH=" + (scratch / "library") + ":/before", "KELCOM_LOOPBACK_OUTBOX=" + outbox,
+        "KELCOM_LOOPBACK_SCRIPT=" + (scratch / "script"), "TANEX_LOG=" + outbox + "/action.log",
+        "TANEX_LOG_LEVEL=LOG_LEVEL_TRACE", "OTHER="}},
   };
-  for (const auto& row : rows) {
-    const std::string script = scratch.write("script", row.text);
-    const ChildResult child = rehearse({"--script", script, "--command", LOOPBACK_PLAYER, "--"});
-    EXPECT_NE(child.out.find("\n" + row.rows + "\n"), std::string::npos) << child.out;
-    EXPECT_EQ(child.err, row.complaint);
+  for (const auto& [before, options, expected] : rows) {
+    std::filesystem::remove_all(outbox);
+    scratch.write("shown", "");
+    const std::string all = "cd " + scratch.path() +
+                            "; unset TANEX_LOG_LEVEL; export TANEX_LOG=/other OTHER=kept "
+                            "KELCOM_LOOPBACK_OUTBOX=/other KELCOM_LOOPBACK_SCRIPT=/other; " +
+                            before + "; " REHEARSE " --outbox outbox" + options +
+                            " --command /bin/sh -- -c \"$0\"";
+    const ChildResult child = runProgram({"/bin/sh", "-c", all, show});
+    EXPECT_EQ(child.exitCode(), 0) << child.err;
+    EXPECT_EQ(linesOf(readFile(scratch / "shown")), expected);
   }
 }
 
 TEST_F(Rehearse, Signal_IsPassedOn) {
-  const ChildResult killed = rehearse({"--command", "/bin/sh", "--", "-c", "kill -9 $$"});
+  const ChildResult killed = rehearseShell("kill -9 $$");
   EXPECT_EQ(killed.exitCode(), 128 + SIGKILL);
   EXPECT_NE(killed.out.find("\n  none: ended by signal 9 (Killed)\n"), std::string::npos);
-  EXPECT_EQ(namesIn(temporary.path()), Names());
 }
 
-TEST_F(Rehearse, WhatCannotBeRun_LeavesNoOutboxAndAnEarlierOneAsItIs) {
-  const std::string earlier = scratch / "earlier";
-  std::filesystem::create_directory(earlier);
-  scratch.write("earlier/exchanges.jsonl", "record\n");
+TEST_F(Rehearse, Interrupt_IsIgnoredHereAndDeadlyThereUnlessItWasIgnoredBefore) {
+  // The shell interrupts the rehearsal, which is its parent, then itself.
+  const std::string interrupt = "kill -INT $PPID; kill -INT $$; exit 3";
+  EXPECT_EQ(rehearseShell(interrupt).exitCode(), 128 + SIGINT);
+  const std::string ignoring = "trap '' INT; " REHEARSE " --command /bin/sh -- -c \"$0\"";
+  EXPECT_EQ(runProgram({"/bin/sh", "-c", ignoring, interrupt}).exitCode(), 3);
+}
+
+TEST_F(Rehearse, WhatCannotBeRun_IsNamedAndLeavesNoOutbox) {
+  const std::string garbage = scratch.write("garbage", "no program");
+  const std::string data = scratch.write("data", "");
+  std::filesystem::permissions(garbage, std::filesystem::perms::owner_all);
+  std::filesystem::create_directories(scratch / "folder/libkelcom.so");
   const struct {
-    std::vector<std::string> words;
-    int status;
+    std::string command;
+    std::string library;
     std::string complaint;
   } rows[] = {
-      {{"--outbox", earlier, "--command", LOOPBACK_PLAYER, "--"},
-       125,
-       "tanexics-rehearse: the outbox " + earlier +
-           " already holds 'exchanges.jsonl' of an earlier rehearsal: name another one, or remove "
-           "it\n"},
+      {scratch / "none", kLibraryFolder, "no command: " + (scratch / "none")},
+      {scratch.path(), kLibraryFolder, "the command cannot be used: " + scratch.path()},
+      {data, kLibraryFolder, "the command cannot be used: " + data},
       // The real library is never reached.
-      {{"--outbox", scratch / "new", "--library", earlier, "--command", LOOPBACK_PLAYER, "--"},
-       125,
-       "tanexics-rehearse: no stand-in library: " + earlier + "/libkelcom.so\n"},
-      {{"--outbox", scratch / "new", "--situation", "nope", "--", "stop"},
-       2,
-       "--situation: there is none with the name 'nope': --situations lists them all\n"
-       "Run with --help for more information.\n"},
+      {LOOPBACK_PLAYER, scratch.path(), "no stand-in library: " + (scratch / "libkelcom.so")},
+      {LOOPBACK_PLAYER, scratch / "folder",
+       "the stand-in library cannot be used: " + (scratch / "folder/libkelcom.so")},
   };
-  for (const auto& [words, status, complaint] : rows) {
-    const ChildResult child = rehearse(words);
-    EXPECT_EQ(child.exitCode(), status) << complaint;
-    EXPECT_EQ(child.err, complaint);
+  const Words names = namesIn(scratch.path());
+  for (const auto& [command, library, complaint] : rows) {
+    const ChildResult child =
+        rehearse({"--outbox", scratch / "new", "--command", command, "--library", library, "--"});
+    EXPECT_EQ(child.exitCode(), 125);
+    EXPECT_EQ(child.err, "tanexics-rehearse: " + complaint + "\n");
     EXPECT_EQ(child.out, "");
-    EXPECT_EQ(namesIn(scratch.path()), Names({"earlier"}));
-    EXPECT_EQ(namesIn(earlier), Names({"exchanges.jsonl"}));
-    EXPECT_EQ(readFile(earlier + "/exchanges.jsonl"), "record\n");
+    EXPECT_EQ(namesIn(scratch.path()), names);
   }
+  EXPECT_EQ(rehearse({"--command", garbage, "--"}).err,
+            "tanexics-rehearse: cannot run " + garbage + ": Exec format error\n");
+  EXPECT_EQ(rehearse({"--outbox", scratch / "new", "--unknown", "--"}).exitCode(), 2);
 }
 
 TEST_F(Rehearse, OutputThatCannotBeWritten_IsReported) {
@@ -139,8 +220,7 @@ TEST_F(Rehearse, OutputThatCannotBeWritten_IsReported) {
       {"--command " LOOPBACK_PLAYER " --", "tanexics-rehearse: the report cannot be written\n"},
   };
   for (const auto& [words, complaint] : rows) {
-    const ChildResult child = runProgram({"/bin/sh", "-c", REHEARSE " " + words + " >/dev/full"},
-                                         {{"TMPDIR", temporary.path()}});
+    const ChildResult child = runProgram({"/bin/sh", "-c", REHEARSE " " + words + " >/dev/full"});
     EXPECT_EQ(child.exitCode(), 125) << words;
     EXPECT_EQ(child.err, complaint);
   }

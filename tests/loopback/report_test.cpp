@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <climits>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -117,23 +118,38 @@ TEST_F(MakeReport, Nulls_AreSaidInWords) {
       });
 }
 
-TEST_F(MakeReport, EveryAgentError_IsExplained) {
-  expectShown(notify("0x1", "a", {-72, 1, -6}) + sendItems("0x1", {{"/a", "why"}}, {0, 3, 4}) +
-                  notify("0x1", "b", {-72, 0, -6}),
-              {
-                  "    1  0x1, unknown request code: result -72, agent error SMTP -6",
-                  "       a",
-                  "       (SMTP) メール（ＳＭＴＰ）サーバ上のエラーです。",
-                  "       以下のメッセージを参照して、環境を見直してください。",
-                  "       (SMTPサーバのエラーメッセージ)",
-                  "",
-                  "       RL:-72,ZW-Agent:-6",
-                  "    2  0x1, unknown request code, 1 file: result 0, agent error type 3 4",
-                  "                     not sent  /a (why)",
-                  "       () RL:0,ZW-Agent:4",
-                  "    3  0x1, unknown request code: result -72",
-                  "       b",
-              });
+TEST_F(MakeReport, AgentError_IsExplainedByTheCatalogue) {
+  expectShown(
+      notify("0x1", "a", {-72, 1, -6}) + notify("0x1", "b", {-72, 0, -6}) +
+          notify("0x1", "c", {-27, 1, -3}) + sendItems("0x1", {{"/a", "why"}}, {0, 3, 4}) +
+          notify("0x1", "d", {INT_MIN, 2, INT_MAX}),
+      {
+          // The server's message, the last line but one, is empty.
+          "    1  0x1, unknown request code: result -72, agent error SMTP -6",
+          "       a",
+          "       (SMTP) メール（ＳＭＴＰ）サーバ上のエラーです。",
+          "       以下のメッセージを参照して、環境を見直してください。",
+          "       (SMTPサーバのエラーメッセージ)",
+          "",
+          "       RL:-72,ZW-Agent:-6",
+          "    2  0x1, unknown request code: result -72",
+          "       b",
+          "    3  0x1, unknown request code: result -27, agent error SMTP -3",
+          "       c",
+          "       (SMTP) ファイルアクセスエラー。ファイルがありません。",
+          "       以下のことを確認してください",
+          "       − 残りディスク容量は十分か",
+          "       −　システムドライブ:\\Program Files\\ZW-Agent",
+          "           \\Hexbrook.RM\\vasklormのtempフォルダとtmp2フォルダと",
+          "       　　その配下のファイルに対するアクセス権限（読み取り/書き込み/変更）があるか",
+          "       RL:-27,ZW-Agent:-3",
+          "    4  0x1, unknown request code, 1 file: result 0, agent error type 3 4",
+          "                     not sent  /a (why)",
+          "       () RL:0,ZW-Agent:4",
+          "    5  0x1, unknown request code: result -2147483648, agent error HTTP 2147483647",
+          "       d",
+          "       (HTTP) RL:-2147483648,ZW-Agent:2147483647",
+      });
 }
 
 TEST_F(MakeReport, LinesThatAreNoCalls_AreShownAsTheyAre) {

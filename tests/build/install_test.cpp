@@ -16,10 +16,10 @@ namespace {
 constexpr char kMakers[] = "/var/opt/QZKBsoftmsg";
 constexpr char kFolder[] = "/var/opt/QZKBsoftmsg/log";
 
-/// Becomes `cmake --install` below `destdir`, "" for the machine itself, with this mask.
-int becomeInstall(const std::string& destdir, const std::string& prefix, mode_t mask = 022) {
+/// Becomes `cmake --install` below `destdir`, "" for the machine itself, with a strict mask.
+int becomeInstall(const std::string& destdir, const std::string& prefix) {
   ::setenv("DESTDIR", destdir.c_str(), 1);
-  ::umask(mask);
+  ::umask(077);
   ::execl(CMAKE_PROGRAM, "cmake", "--install", BUILD_FOLDER, "--prefix", prefix.c_str(), nullptr);
   return 127;
 }
@@ -34,20 +34,15 @@ class InstallLogFolder : public testing::Test {
   ScratchDir destdir;
   const std::string folder = destdir.path() + kFolder;
 
-  void install(mode_t mask = 022) const {
+  void install() const {
     const ChildResult child =
-        runInChild([&] { return becomeInstall(destdir.path(), "/usr/local", mask); });
+        runInChild([&] { return becomeInstall(destdir.path(), "/usr/local"); });
     EXPECT_EQ(child.exitCode(), 0) << child.err;
   }
 };
 
-TEST_F(InstallLogFolder, Missing_IsMadeForEverybodyToEnter) {
+TEST_F(InstallLogFolder, Missing_IsMadeForEverybodyToEnterWithAllAboveIt) {
   install();
-  EXPECT_EQ(modeOf(folder), S_IFDIR | 0755U);
-}
-
-TEST_F(InstallLogFolder, MissingUnderAStrictMask_IsMadeAllTheSameWithAllAboveIt) {
-  install(077);
   EXPECT_EQ(modeOf(folder), S_IFDIR | 0755U);
   EXPECT_EQ(modeOf(destdir.path() + kMakers), S_IFDIR | 0755U);
   EXPECT_EQ(modeOf(destdir / "var/opt"), S_IFDIR | 0755U);
@@ -56,19 +51,12 @@ TEST_F(InstallLogFolder, MissingUnderAStrictMask_IsMadeAllTheSameWithAllAboveIt)
 TEST_F(InstallLogFolder, Existing_IsNotTouched) {
   std::filesystem::create_directories(folder);
   ASSERT_EQ(::chmod(folder.c_str(), 0700), 0);
-  if (canBecomeNobody()) {
-    ASSERT_EQ(::chown(folder.c_str(), 65534, 65534), 0);
-  }
   struct stat before = {};
   struct stat after = {};
   ASSERT_EQ(::stat(folder.c_str(), &before), 0);
   install();
   ASSERT_EQ(::stat(folder.c_str(), &after), 0);
   EXPECT_EQ(after.st_mode, before.st_mode);
-  EXPECT_EQ(after.st_uid, before.st_uid);
-  EXPECT_EQ(after.st_gid, before.st_gid);
-  EXPECT_EQ(after.st_mtim.tv_sec, before.st_mtim.tv_sec);
-  EXPECT_EQ(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
   // The time of the last change of any attribute: nobody has set one to what it was either.
   EXPECT_EQ(after.st_ctim.tv_sec, before.st_ctim.tv_sec);
   EXPECT_EQ(after.st_ctim.tv_nsec, before.st_ctim.tv_nsec);

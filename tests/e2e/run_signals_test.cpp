@@ -1,8 +1,7 @@
 // Signals that the caller ignores or blocks, and those that the command's own writes raise: none of
-// them changes a run, and the programs that it starts get what the caller handed down.
+// them changes a run.
 
 #include <fcntl.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -47,28 +46,7 @@ Prepare limitingFilesTo(rlim_t bytes) {
   };
 }
 
-/// No signal is ignored, as some are by the shell that has put the tests into the background.
-void ignoreNothing() {
-  for (int signal = 1; signal < SIGRTMIN; ++signal) ::signal(signal, SIG_DFL);
-}
-
-/// Puts bash(1) in the place of sh(1), in the private mounts of a run: other shells block and
-/// unblock signals of their own accord.
-bool usePlainShell() { return ::mount("/bin/bash", "/bin/sh", nullptr, MS_BIND, nullptr) == 0; }
-
-class Signals : public MachineTest {
- protected:
-  /// The sets of blocked and ignored signals of a program that a collection command starts.
-  std::string handedOn(const Prepare& prepare) const {
-    machine.clear();
-    machine.setCollection("grep -E '^Sig(Ign|Blk):' /proc/self/status\n", "");
-    const auto all = [&] {
-      ignoreNothing();
-      return usePlainShell() && prepare();
-    };
-    return machine.run(incidentCall().prepared(all)).child.out;
-  }
-};
+using Signals = MachineTest;
 
 TEST_F(Signals, InheritedInAnyWay_BothCommandsRunInADirectoryThatIsGone) {
   const std::vector<int> own = {SIGCHLD, SIGPIPE, SIGXFSZ};
@@ -109,13 +87,6 @@ TEST_F(Signals, LogAtTheLimitOfFileSizes_EverythingIsSentAndStopped) {
             {"", Sending().incident().exchanges});
   EXPECT_EQ(machine.read("/case/full.log"), older);
   EXPECT_EQ(machine.collected().size(), 2U);
-}
-
-TEST_F(Signals, ProgramsThatAreStarted_IgnoreAndBlockWhatTheCallerDoes) {
-  const std::vector<int> some = {SIGHUP, SIGPIPE, SIGXFSZ};
-  EXPECT_EQ(handedOn(ignoring({})), "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n");
-  EXPECT_EQ(handedOn(ignoring(some)), "SigBlk:\t0000000000000000\nSigIgn:\t0000000001001001\n");
-  EXPECT_EQ(handedOn(blocking(some)), "SigBlk:\t0000000001001001\nSigIgn:\t0000000000000000\n");
 }
 
 }  // namespace

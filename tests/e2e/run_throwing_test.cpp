@@ -12,7 +12,7 @@ namespace {
 struct Throw {
   std::string thrower;
   std::string values;
-  std::string log;
+  LogText log;
   int end;
   std::string calls;
 };
@@ -92,7 +92,7 @@ TEST_F(Throwing, Object_EndsTheProcessWithoutAnExitLine) {
   for (const auto& [thrower, values, log, signal, names] : rows) {
     SCOPED_TRACE(testing::Message() << thrower << ' ' << values);
     const RunResult result = run(eventCall(), thrower, values);
-    EXPECT_EQ(result.log, log);
+    EXPECT_EQ(result.log, log.trace);
     EXPECT_EQ(result.child.signal(), signal);
     EXPECT_EQ(result.child.out, "");
     EXPECT_EQ(result.child.err.rfind("terminate called after throwing an instance of '", 0), 0U)

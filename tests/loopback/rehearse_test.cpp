@@ -72,13 +72,6 @@ TEST_F(Rehearse, Report_ComesAfterTheCommandsOwnOutput) {
   EXPECT_EQ(child.exitCode(), 68);
 }
 
-TEST_F(Rehearse, BadScript_IsComplainedOfAndFailsEveryCall) {
-  const std::string script = scratch.write("script", "nonsense\n");
-  const ChildResult child = rehearse({"--script", script, "--command", LOOPBACK_PLAYER, "--"});
-  EXPECT_NE(child.out.find("\n    5  stop: result -1\n\n"), std::string::npos) << child.out;
-  EXPECT_EQ(child.err, "libkelcom loopback: " + script + ":1: 'nonsense' is no kind of line\n");
-}
-
 // --- its folder ----------------------------------------------------------------------------------
 
 TEST_F(Rehearse, Folder_IsPrivateAndTemporaryOrMadeWithItsParentsAndKept) {

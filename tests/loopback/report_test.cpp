@@ -58,13 +58,6 @@ TEST_F(MakeReport, NothingRecordedAndNothingLogged_IsSaid) {
   expectShown("", {"  (no call)"});
 }
 
-TEST_F(MakeReport, KeptFolder_IsNamed) {
-  const ScratchDir scratch;
-  const RehearsalFolder kept(scratch / "kept");
-  EXPECT_EQ(makeReport(kept, 0),
-            report(kNoRecord) + lines({"", "Kept", "----", "  " + kept.path()}));
-}
-
 TEST_F(MakeReport, EveryKindOfCall_IsShown) {
   std::filesystem::create_directory(folder.path() + "/items");
   write("items/0001-messages", std::string(1234, 'x'));
@@ -122,7 +115,7 @@ TEST_F(MakeReport, AgentError_IsExplainedByTheCatalogue) {
   expectShown(
       notify("0x1", "a", {-72, 1, -6}) + notify("0x1", "b", {-72, 0, -6}) +
           notify("0x1", "c", {-27, 1, -3}) + sendItems("0x1", {{"/a", "why"}}, {0, 3, 4}) +
-          notify("0x1", "d", {INT_MIN, 2, INT_MAX}),
+          notify("0x1", std::string(100, 'd'), {INT_MIN, 2, INT_MAX}),
       {
           // The server's message, the last line but one, is empty.
           "    1  0x1, unknown request code: result -72, agent error SMTP -6",
@@ -147,7 +140,8 @@ TEST_F(MakeReport, AgentError_IsExplainedByTheCatalogue) {
           "                     not sent  /a (why)",
           "       () RL:0,ZW-Agent:4",
           "    5  0x1, unknown request code: result -2147483648, agent error HTTP 2147483647",
-          "       d",
+          "       " + std::string(89, 'd'),
+          "         " + std::string(11, 'd'),
           "       (HTTP) RL:-2147483648,ZW-Agent:2147483647",
       });
 }
@@ -158,13 +152,6 @@ TEST_F(MakeReport, LinesThatAreNoCalls_AreShownAsTheyAre) {
   expectShown(lines(noCalls) + stopComm(),
               {"  ???  " + noCalls[0], "  ???  " + noCalls[1], "  ???  " + noCalls[2],
                "  ???  " + noCalls[3], "    5  stop: result 0"});
-}
-
-TEST_F(MakeReport, LongText_IsBrokenIntoRows) {
-  const std::string text(200, 'x');
-  expectShown(notify("0x1", text),
-              {"    1  0x1, unknown request code: result 0", "       " + text.substr(0, 89),
-               "         " + text.substr(0, 87), "         " + text.substr(0, 24)});
 }
 
 TEST_F(MakeReport, Log_IsShownWithItsBackupFirst) {

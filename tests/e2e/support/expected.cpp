@@ -5,12 +5,18 @@
 #include <nlohmann/json.hpp>
 
 #include "e2e/support/machine.h"
+#include "support/logtexts.h"
 
 namespace {
 
 using Json = nlohmann::json;
 
 std::string inQuotes(const std::string& text) { return "\"" + text + "\""; }
+
+std::string incidentText(const std::string& number, std::size_t part, std::size_t total) {
+  return "INCNO=" + inQuotes(number) + ",HOSTNAME=" + inQuotes(kHostName) +
+         ",PART=" + inQuotes(std::to_string(part)) + ",TOTAL=" + inQuotes(std::to_string(total));
+}
 
 /// The call of an exchange is over, and the log tells of the agent's error.
 std::string done(const Answer& answer) {
@@ -30,14 +36,6 @@ std::string passLines(std::size_t part, std::size_t total, const std::string& no
          ")\nRM_Communicate call (param=" + notificationCode + " 0 0 " + text + " NULL  NULL)\n" +
          done(answers.notification) + "RM_Communicate call (param=" + dataCode + " ? " +
          std::to_string(count) + " " + firstPath + " NULL  NULL)\n" + done(answers.data);
-}
-
-/// The wait status of a program that exited with 0 is decoded.
-LogText decodedStatus() {
-  return traced({"[T](common:535):   WIFEXITED:1 WEXITSTATUS:0",
-                 "[T](common:536): WIFSIGNALED:0    WTERMSIG:0",
-                 "[T](common:537):  WIFSTOPPED:0    WSTOPSIG:0",
-                 "[T](common:538):WIFCONTINUED:0   WCOREDUMP:0"});
 }
 
 std::string line(const Json& call) { return call.dump() + "\n"; }
@@ -103,21 +101,16 @@ std::string lines(const std::vector<std::string>& messages) {
 
 LogText traced(const std::vector<std::string>& messages) { return {"", lines(messages)}; }
 
-std::string framed(const std::string& body, int status, const std::string& argument0) {
-  return "### main : " + argument0 + " started.\n" + body +
-         "ELAPSED:range='executing tanexics', time='*'\n"
-         "### main : " +
-         argument0 + " exit. code = " + std::to_string(status) + "\n";
-}
-
 LogText framed(const LogText& body, int status, const std::string& argument0) {
-  return {framed(body.info, status, argument0), framed(body.trace, status, argument0)};
+  return "### main : " + argument0 + " started.\n" + body +
+         "ELAPSED:range='executing tanexics', time='*'\n### main : " + argument0 +
+         " exit. code = " + std::to_string(status) + "\n";
 }
 
 LogText hostNameLines() {
   return traced({"[T](common:1345):execGetLines():count=1,uname -n 2>/dev/null"}) +
          lines({"VUQ90004L : com=uname -n 2>/dev/null", "VUQ90004L : pid=*,wstat=00000000"}) +
-         decodedStatus();
+         traced(tracedExit(0));
 }
 
 LogText collectionLines(const std::string& parent) {
@@ -125,12 +118,12 @@ LogText collectionLines(const std::string& parent) {
   return traced({"[T](CTemp:73):getTemp_sub():prefix=/tmp,templ=swconf"}) +
          lines({"VUQ90004L : pid=*,wstat=00000000",
                 "VUQ90004L : com=mkdir -p " + directory + " 2>/dev/null"}) +
-         decodedStatus() +
+         traced(tracedExit(0)) +
          traced({"[T](CTemp:156):getTemp_sub():exit=1,type= DIR,FD=-1," + directory,
                  "[T](CTemp:188):delTempFile:" + directory,
                  "[T](common:469):getCanonicalPath():" + directory + "," + directory,
                  "[T](common:520):/bin/rm -fr " + directory + " >/dev/null 2>&1"}) +
-         decodedStatus();
+         traced(tracedExit(0));
 }
 
 LogText parameterLines(const std::string& sendType) {
@@ -155,11 +148,6 @@ std::string eventPart(const std::string& notification, const std::string& text, 
                       const std::string& firstPath) {
   const auto count = static_cast<std::size_t>(total);
   return passLines(1, count, notification, text, "0x4010d", count, firstPath);
-}
-
-std::string incidentText(const std::string& number, int part, int total) {
-  return "INCNO=" + inQuotes(number) + ",HOSTNAME=" + inQuotes(kHostName) +
-         ",PART=" + inQuotes(std::to_string(part)) + ",TOTAL=" + inQuotes(std::to_string(total));
 }
 
 std::string eventText(const std::string& excerpt) {
@@ -236,8 +224,7 @@ Expected Sending::incident() const {
   std::string log;
   std::string calls;
   for (std::size_t at = 0; at < files.size(); ++at) {
-    const std::string notice =
-        incidentText(number, static_cast<int>(at + 1), static_cast<int>(files.size()));
+    const std::string notice = incidentText(number, at + 1, files.size());
     const Pair answer = answersTo(at);
     log += passLines(at + 1, files.size(), "0x40017", notice, "0x4010b", 1, files[at].path, answer);
     calls += notify("0x40017", escaped(notice), answer.notification) +

@@ -27,7 +27,6 @@ std::string lines(const std::vector<std::string>& messages);
 LogText traced(const std::vector<std::string>& messages);
 
 /// The whole log of a run: `body` between the start line and the two lines at the end.
-std::string framed(const std::string& body, int status, const std::string& argument0 = "tanexics");
 LogText framed(const LogText& body, int status, const std::string& argument0 = "tanexics");
 
 /// The host name is asked for.
@@ -51,9 +50,6 @@ std::string startedLine();
 /// The one pair of exchanges of an event.
 std::string eventPart(const std::string& notification, const std::string& text, int total,
                       const std::string& firstPath);
-
-/// The notification text of incident `number`.
-std::string incidentText(const std::string& number, int part, int total);
 
 /// The notification text of the event that a `Machine` comes with, "" for no excerpt.
 std::string eventText(const std::string& excerpt = "Jan  1 host msg");

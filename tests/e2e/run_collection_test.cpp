@@ -7,13 +7,6 @@
 
 namespace {
 
-/// A run that logs this after the transmission.
-Expected endingWith(const LogText& tail) {
-  Sending sending;
-  sending.tail = tail;
-  return sending.incident();
-}
-
 using Collection = MachineTest;
 
 TEST_F(Collection, WhateverTheCommandsDo_ChangesNothing) {
@@ -39,14 +32,6 @@ TEST_F(Collection, WhateverTheCommandsDo_ChangesNothing) {
   }
 }
 
-TEST_F(Collection, CommandsThatAreNotExecutable_ChangeNothing) {
-  machine.setCollection("echo ran\n");
-  for (const char* name : {"tanexcc", "tanexcs"}) {
-    ::chmod(machine.outside(std::string("/opt/dovra/tanex/bin/") + name).c_str(), 0644);
-  }
-  expectRun(machine.run(incidentCall()), Sending().incident());
-}
-
 TEST_F(Collection, RefusedStart_BothCommandsRunAllTheSame) {
   Sending sending;
   sending.queries = asked() + startComm(-12);
@@ -66,21 +51,6 @@ TEST_F(Collection, Commands_GetTheSameDirectoryAndMask022WhateverTheCallersWas) 
     EXPECT_EQ(collected[0], "tanexcc 1 " + directory + " directory 755 0022");
     EXPECT_EQ(collected[1], "tanexcs 1 " + directory + " directory 755 0022");
   }
-}
-
-TEST_F(Collection, DirectoryOfTheVariable_HasTheTemporaryOneForTheTime) {
-  machine.makeFolder("/case/tmp");
-  expectRun(machine.run(incidentCall().traced().with({{"TMPDIR", "/case/tmp"}})),
-            endingWith(collectionLines("/case/tmp")));
-  EXPECT_TRUE(machine.names("/case/tmp").empty());
-}
-
-TEST_F(Collection, MissingTmp_IsMade) {
-  machine.remove("/tmp");
-  const std::string made =
-      lines({"VUQ90004L : pid=*,wstat=00000000", "VUQ90004L : com=mkdir -p /tmp 2>/dev/null"});
-  expectRun(machine.run(incidentCall()), endingWith(made + collectionLines()));
-  EXPECT_TRUE(machine.names("/tmp").empty());
 }
 
 TEST_F(Collection, NoSystemCommands_HostNameIsEmptyAndTheRunEndsWith78) {

@@ -1,8 +1,12 @@
-// The frame of a run: who may run the command, the lines around every log, the log's place, and
-// descriptors that the caller left closed.
+// The frame of a run: who may run the command, the lines around every log, the log's place,
+// descriptors that the caller left closed, and signals that the caller ignores or blocks or that
+// the command's own writes raise: none of them changes a run.
 
-#include <sys/stat.h>
+#include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
+
+#include <csignal>
 
 #include "e2e/support/cases.h"
 #include "support/descriptors.h"
@@ -10,7 +14,6 @@
 namespace {
 
 constexpr uid_t kNobody = 65534;
-constexpr char kDefaultLog[] = "/var/opt/QZKBsoftmsg/log/msg_action.log";
 constexpr char kNoEntry[] = "No such file or directory";
 
 // --- the action log ------------------------------------------------------------------------------
@@ -28,35 +31,14 @@ TEST_F(Frame, ArgumentZero_StandsInItVerbatim) {
 }
 
 TEST_F(Frame, LogWithoutItsDirectory_IsComplainedOfForEachLine) {
+  const std::string path = "/var/opt/QZKBsoftmsg/log/msg_action.log";
   const Expected sent = Sending().event();
   expectRun(machine.run(eventCall().with({{"TANEX_LOG", std::nullopt}})),
-            {"", sent.exchanges, 0, "", complaints(kDefaultLog, kNoEntry, sent.log)});
+            {"", sent.exchanges, 0, "", complaints(path, kNoEntry, sent.log)});
   EXPECT_TRUE(machine.names("/var/opt").empty());
   machine.clear();
   expectRun(machine.run(Call().with({{"TANEX_LOG", "/no/log"}})),
             {"", "", 68, "", complaints("/no/log", kNoEntry, rejected("").log)});
-}
-
-TEST_F(Frame, LargeDefaultLog_IsRotatedBeforeTheFirstLine) {
-  const std::string old(512001, 'o');
-  machine.write(kDefaultLog, old);
-  machine.write("/var/opt/QZKBsoftmsg/log/msg_action.bak", std::string(600000, 'b'));
-  Expected expected = Sending().event();
-  const RunResult result = machine.run(eventCall().with({{"TANEX_LOG", std::nullopt}}));
-  EXPECT_EQ(machine.log(kDefaultLog), expected.log.info);
-  expected.log = "";
-  expectRun(result, expected);
-  EXPECT_TRUE(machine.read("/var/opt/QZKBsoftmsg/log/msg_action.bak") == old);
-}
-
-TEST_F(Frame, NewLog_HasItsPermissionBitsUnderEveryMaskOfTheCaller) {
-  for (const mode_t mask : {0U, 077U, 0777U}) {
-    machine.clear();
-    machine.run(eventCall().prepared([=] { return ::umask(mask) != 01000; }));
-    struct stat status = {};
-    ASSERT_EQ(::stat(machine.outside("/case/action.log").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777U, 01204U) << mask;
-  }
 }
 
 // --- another user --------------------------------------------------------------------------------
@@ -136,5 +118,85 @@ TEST_P(ClosedDescriptors, RunWithoutALog_TellsNothingToTheLineToTheCentre) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Mask, ClosedDescriptors, testing::Range(0, 8));
+
+// --- signals -------------------------------------------------------------------------------------
+
+Prepare ignoring(const std::vector<int>& signals) {
+  return [=] {
+    for (const int signal : signals) {
+      if (::signal(signal, SIG_IGN) == SIG_ERR) return false;
+    }
+    return true;
+  };
+}
+
+Prepare blocking(const std::vector<int>& signals) {
+  return [=] {
+    sigset_t blocked;
+    ::sigemptyset(&blocked);
+    for (const int signal : signals) ::sigaddset(&blocked, signal);
+    return ::sigprocmask(SIG_BLOCK, &blocked, nullptr) == 0;
+  };
+}
+
+/// The descriptor becomes a pipe that nobody reads.
+Prepare losingReaderOf(int descriptor) {
+  return [=] {
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0 || ::dup2(ends[1], descriptor) < 0) return false;
+    return ::close(ends[0]) == 0;
+  };
+}
+
+/// No file may become larger than this, also with the signal that says so at its default.
+Prepare limitingFilesTo(rlim_t bytes) {
+  return [=] {
+    const rlimit limit = {bytes, bytes};
+    return ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
+  };
+}
+
+using Signals = MachineTest;
+
+TEST_F(Signals, InheritedInAnyWay_BothCommandsRunInADirectoryThatIsGone) {
+  const std::vector<int> own = {SIGCHLD, SIGPIPE, SIGXFSZ};
+  const Prepare both = [own] { return ignoring(own)() && blocking(own)(); };
+  for (const Prepare& prepare : {ignoring(own), blocking(own), both}) {
+    machine.clear();
+    expectRun(machine.run(incidentCall().prepared(prepare)), Sending().incident());
+    EXPECT_TRUE(machine.names("/tmp").empty());
+    EXPECT_EQ(machine.collected().size(), 2U);
+  }
+}
+
+TEST_F(Signals, ReaderOfOutputGone_BothCommandsRunAndTheFrameIsWhole) {
+  // Also with more than a buffer of it.
+  for (const std::size_t bytes : {9U, 100000U}) {
+    machine.clear();
+    machine.write("/case/bytes", std::string(bytes, 'x') + "\n");
+    machine.setCollection("cat /case/bytes\necho ran >>/case/collected\n");
+    expectRun(machine.run(incidentCall().prepared(losingReaderOf(STDOUT_FILENO))),
+              Sending().incident());
+    EXPECT_EQ(machine.read("/case/collected"), "ran\nran\n") << bytes;
+    EXPECT_TRUE(machine.names("/tmp").empty());
+  }
+}
+
+TEST_F(Signals, ReaderOfErrorsGone_RunWithoutALogSendsEverything) {
+  const Call call = incidentCall().with({{"TANEX_LOG", "/no/folder/action.log"}});
+  expectRun(machine.run(call.prepared(losingReaderOf(STDERR_FILENO))),
+            {"", Sending().incident().exchanges});
+  EXPECT_EQ(machine.collected().size(), 2U);
+}
+
+TEST_F(Signals, LogAtTheLimitOfFileSizes_EverythingIsSentAndStopped) {
+  const std::string older(100000, 'o');
+  machine.write("/case/full.log", older);
+  const Call call = incidentCall().with({{"TANEX_LOG", "/case/full.log"}});
+  expectRun(machine.run(call.prepared(limitingFilesTo(older.size()))),
+            {"", Sending().incident().exchanges});
+  EXPECT_EQ(machine.read("/case/full.log"), older);
+  EXPECT_EQ(machine.collected().size(), 2U);
+}
 
 }  // namespace

@@ -39,12 +39,12 @@ std::string caught(int code) {
 
 class Throwing : public MachineTest {
  protected:
-  RunResult run(const Call& call, const std::string& thrower, const std::string& values) const {
+  RunResult run(const std::string& thrower, const std::string& values) const {
     machine.clear();
-    return machine.run(call.traced().with({{"LD_LIBRARY_PATH", "/testkelcom"},
-                                           {"TEST_KELCOM_CALLS", "/case/calls"},
-                                           {"TEST_KELCOM_THROW", "KEL_" + thrower},
-                                           {"TEST_KELCOM_VALUES", values}}));
+    return machine.run(eventCall().traced().with({{"LD_LIBRARY_PATH", "/testkelcom"},
+                                                  {"TEST_KELCOM_CALLS", "/case/calls"},
+                                                  {"TEST_KELCOM_THROW", "KEL_" + thrower},
+                                                  {"TEST_KELCOM_VALUES", values}}));
   }
 
   /// The names of the calls without "KEL_", a blank after each.
@@ -71,7 +71,7 @@ TEST_F(Throwing, Integer_BecomesTheStatus) {
   };
   for (const auto& [thrower, values, log, status, names] : rows) {
     SCOPED_TRACE(testing::Message() << thrower << ' ' << values);
-    expectRun(run(eventCall(), thrower, values), {log, "", status});
+    expectRun(run(thrower, values), {log, "", status});
     EXPECT_EQ(calls(), names);
   }
 }
@@ -91,7 +91,7 @@ TEST_F(Throwing, Object_EndsTheProcessWithoutAnExitLine) {
   };
   for (const auto& [thrower, values, log, signal, names] : rows) {
     SCOPED_TRACE(testing::Message() << thrower << ' ' << values);
-    const RunResult result = run(eventCall(), thrower, values);
+    const RunResult result = run(thrower, values);
     EXPECT_EQ(result.log, log.trace);
     EXPECT_EQ(result.child.signal(), signal);
     EXPECT_EQ(result.child.out, "");
@@ -99,15 +99,6 @@ TEST_F(Throwing, Object_EndsTheProcessWithoutAnExitLine) {
         << result.child.err;
     EXPECT_EQ(calls(), names);
   }
-}
-
-TEST_F(Throwing, SomeExchangesOfAnIncident_LoopGoesOnAndNoCollectionCommandRuns) {
-  Sending sending;
-  sending.ending = kError;
-  sending.tail = "";
-  sending.status = 9;
-  expectRun(run(incidentCall(), "Communicate", "7 - 8 - - 9"), {sending.incident().log, "", 9});
-  EXPECT_FALSE(machine.exists("/case/collected"));
 }
 
 }  // namespace

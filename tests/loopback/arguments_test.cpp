@@ -61,10 +61,8 @@ TEST_F(ParseArguments, RightUsage_GivesWhatIsAskedFor) {
     SCOPED_TRACE(::testing::PrintToString(line));
     parse(line);
     EXPECT_EQ(status, std::nullopt);
-    EXPECT_EQ(arguments.outbox, expected.outbox);
-    EXPECT_EQ(arguments.script, expected.script);
-    EXPECT_EQ(arguments.command, expected.command);
-    EXPECT_EQ(arguments.library, expected.library);
+    EXPECT_EQ(Words({arguments.outbox, arguments.script, arguments.command, arguments.library}),
+              Words({expected.outbox, expected.script, expected.command, expected.library}));
     EXPECT_EQ(arguments.trace, expected.trace);
     EXPECT_EQ(arguments.words, expected.words);
     EXPECT_EQ(output + errors, "");

@@ -38,6 +38,26 @@ std::string passLines(std::size_t part, std::size_t total, const std::string& no
          std::to_string(count) + " " + firstPath + " NULL  NULL)\n" + done(answers.data);
 }
 
+/// The host name is asked for.
+LogText hostNameLines() {
+  return traced({"[T](common:1345):execGetLines():count=1,uname -n 2>/dev/null"}) +
+         lines({"VUQ90004L : com=uname -n 2>/dev/null", "VUQ90004L : pid=*,wstat=00000000"}) +
+         traced(tracedExit(0));
+}
+
+/// The two collection commands run on a temporary directory.
+LogText collectionLines() {
+  return traced({"[T](CTemp:73):getTemp_sub():prefix=/tmp,templ=swconf"}) +
+         lines({"VUQ90004L : pid=*,wstat=00000000",
+                "VUQ90004L : com=mkdir -p /tmp/swcon*_ 2>/dev/null"}) +
+         traced(tracedExit(0)) +
+         traced({"[T](CTemp:156):getTemp_sub():exit=1,type= DIR,FD=-1,/tmp/swcon*_",
+                 "[T](CTemp:188):delTempFile:/tmp/swcon*_",
+                 "[T](common:469):getCanonicalPath():/tmp/swcon*_,/tmp/swcon*_",
+                 "[T](common:520):/bin/rm -fr /tmp/swcon*_ >/dev/null 2>&1"}) +
+         traced(tracedExit(0));
+}
+
 std::string line(const Json& call) { return call.dump() + "\n"; }
 
 Json exchange(const std::string& code, std::size_t count, const Answer& answer) {
@@ -105,25 +125,6 @@ LogText framed(const LogText& body, int status, const std::string& argument0) {
   return "### main : " + argument0 + " started.\n" + body +
          "ELAPSED:range='executing tanexics', time='*'\n### main : " + argument0 +
          " exit. code = " + std::to_string(status) + "\n";
-}
-
-LogText hostNameLines() {
-  return traced({"[T](common:1345):execGetLines():count=1,uname -n 2>/dev/null"}) +
-         lines({"VUQ90004L : com=uname -n 2>/dev/null", "VUQ90004L : pid=*,wstat=00000000"}) +
-         traced(tracedExit(0));
-}
-
-LogText collectionLines(const std::string& parent) {
-  const std::string directory = parent + "/swcon*_";
-  return traced({"[T](CTemp:73):getTemp_sub():prefix=/tmp,templ=swconf"}) +
-         lines({"VUQ90004L : pid=*,wstat=00000000",
-                "VUQ90004L : com=mkdir -p " + directory + " 2>/dev/null"}) +
-         traced(tracedExit(0)) +
-         traced({"[T](CTemp:156):getTemp_sub():exit=1,type= DIR,FD=-1," + directory,
-                 "[T](CTemp:188):delTempFile:" + directory,
-                 "[T](common:469):getCanonicalPath():" + directory + "," + directory,
-                 "[T](common:520):/bin/rm -fr " + directory + " >/dev/null 2>&1"}) +
-         traced(tracedExit(0));
 }
 
 LogText parameterLines(const std::string& sendType) {
@@ -230,7 +231,7 @@ Expected Sending::incident() const {
     calls += notify("0x40017", escaped(notice), answer.notification) +
              sendItems("0x4010b", {items[at]}, answer.data);
   }
-  return run(hostNameLines(), log, calls, tail);
+  return run(hostNameLines(), log, calls, collectionLines());
 }
 
 Expected Sending::event() const {
@@ -247,6 +248,6 @@ Expected Sending::run(const LogText& head, const std::string& log, const std::st
                       const LogText& after) const {
   const LogText before = head + measures();
   if (!refusal.empty()) return {framed(before + refusal + after, 1, argument0), queries, 1};
-  return {framed(before + startedLine() + log + ending + after, status, argument0),
-          queries + startComm() + calls + stops, status};
+  return {framed(before + startedLine() + log + "commonSendEvent OK\n" + after, 0, argument0),
+          queries + startComm() + calls + stops};
 }

@@ -29,12 +29,6 @@ LogText traced(const std::vector<std::string>& messages);
 /// The whole log of a run: `body` between the start line and the two lines at the end.
 LogText framed(const LogText& body, int status, const std::string& argument0 = "tanexics");
 
-/// The host name is asked for.
-LogText hostNameLines();
-
-/// The two collection commands run on a directory in `parent`, which is removed again.
-LogText collectionLines(const std::string& parent = "/tmp");
-
 /// The parameters of the event definition that a `Machine` comes with.
 LogText parameterLines(const std::string& sendType = "err");
 
@@ -129,12 +123,8 @@ struct Sending {
   std::vector<Pair> answers = {};  // for each file; the first is that to an event
   std::string stops = stopped();
   std::string argument0 = "tanexics";
-  std::string ending = "commonSendEvent OK\n";
-  int status = 0;
 
-  // of an incident
-  std::string number = "1";
-  LogText tail = collectionLines();  // what is logged after the transmission
+  std::string number = "1";  // of an incident
 
   // of an event
   std::string code = "0x40204";

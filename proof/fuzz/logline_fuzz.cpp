@@ -6,11 +6,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
+#include <cstring>
 #include <ctime>
 
-#include "fuzz/scratchfile.h"
 #include "fuzz/target.h"
 #include "log/CLog.h"
 #include "log/loglines.h"
@@ -65,32 +63,24 @@ std::string lineOf(const std::string& message) {
 
 /// Demands that `bytes` begins with a line's head from between two times; returns its length.
 std::size_t demandHead(const std::string& bytes, std::time_t earliest, std::time_t latest) {
+  char head[64];
   for (std::time_t second = earliest; second <= latest; ++second) {
-    std::tm local = {};
-    ::localtime_r(&second, &local);
-    char head[64];
-    std::size_t length = std::strftime(head, sizeof head, "%Y/%m/%d %H:%M:%S ", &local);
-    length += static_cast<std::size_t>(
-        std::snprintf(head + length, sizeof head - length, "%5ld ", static_cast<long>(::getpid())));
-    if (bytes.compare(0, length, head) == 0) return length;
+    const std::size_t length =
+        std::strftime(head, sizeof head, "%Y/%m/%d %H:%M:%S ", std::localtime(&second));
+    std::snprintf(head + length, sizeof head - length, "%5d ", static_cast<int>(::getpid()));
+    if (bytes.rfind(head, 0) == 0) return std::strlen(head);
   }
-  demandEqual(bytes.substr(0, 32), std::string(), "a line begins with the time and the process id");
+  demandEqual(bytes.substr(0, 32), head, "a line begins with the time and the process id");
   return 0;
 }
 
-}  // namespace
-
-void tryInput(Input input) {
-  static const ScratchFile file({"log"});
+const Target kLogLine("logline", [](Input input) {
+  static const ScratchFolder folder;
   const unsigned start = input.choice(4);
   const bool isTraceOn = (start & 1U) != 0;
-  const bool isNew = (start & 2U) != 0;
-  if (isNew) {
-    ::unlink(file.path().c_str());
-  } else {
-    file.write("");
-  }
-  ::setenv("TANEX_LOG", file.path().c_str(), 1);
+  const std::string path = folder.write("log", "");
+  if ((start & 2U) != 0) ::unlink(path.c_str());
+  ::setenv("TANEX_LOG", path.c_str(), 1);
   ::setenv("TANEX_LOG_LEVEL", isTraceOn ? "LOG_LEVEL_TRACE" : "log_level_trace", 1);
   gLog.init("fuzz", nullptr);
 
@@ -107,12 +97,14 @@ void tryInput(Input input) {
   const std::time_t latest = std::time(nullptr);
 
   // The mode that the log gives to a file lets no owner but root read it.
-  const bool isThere = ::chmod(file.path().c_str(), 0600) == 0;
-  std::string bytes = isThere ? file.read() : "";
+  const bool isThere = ::chmod(path.c_str(), 0600) == 0;
+  std::string bytes = isThere ? folder.read("log") : "";
   for (const std::string& line : expected) {
     bytes.erase(0, demandHead(bytes, earliest, latest));
     demandEqual(bytes.substr(0, line.size()), line, "the line says what it was given");
     bytes.erase(0, line.size());
   }
   demandEqual(bytes, std::string(), "nothing else is written");
-}
+});
+
+}  // namespace

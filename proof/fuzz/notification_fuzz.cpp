@@ -1,14 +1,121 @@
-// What a whole run says to the communication library: the input chooses the event's type, the
-// number of files and the library's replies, and then gives the parameters and the bytes of the one
-// file that there is, a log extract.
+// What a run says to the communication library: the fields of a notification, the line that it
+// quotes from a log extract, and all that is exchanged.
+
+#include <algorithm>
 
 #include "fuzz/judges.h"
-#include "fuzz/scratchfile.h"
-#include "fuzz/target.h"
 #include "support/FakeKelcom.h"
 #include "support/testevent.h"
 
 namespace {
+
+/// The judge: the line that a notification quotes from an extract.
+std::string excerptOf(const std::string& bytes) {
+  for (const std::string& line : linesIn(bytes, 1022)) {
+    if (line.substr(0, 1) != "#") return line;
+  }
+  return "";
+}
+
+/// The usable length of an event notification.
+constexpr std::size_t kFieldLimit = 896;
+
+/// The judge: `text` with one more field. A field takes at most the room that is left, its quotes
+/// included; a byte, or a doubled quote, that does not fit ends it.
+std::string withField(const std::string& text, int size, const std::string& value, bool comma) {
+  if (size < static_cast<int>(kFieldLimit) || text.size() + 4 >= kFieldLimit) return text;
+  std::string field = "\"";
+  for (const char byte : value) {
+    const std::string unit(byte == '"' ? 2 : 1, byte);
+    if (text.size() + field.size() + unit.size() + 1 > kFieldLimit) break;
+    field += unit;
+  }
+  const std::size_t longest = static_cast<std::size_t>(size) - 1;
+  std::string longer = value.empty() ? text : (text + field + '"').substr(0, longest);
+  if (comma && longer.size() < longest) longer += ',';
+  return longer;
+}
+
+// --- a field after the other ---------------------------------------------------------------------
+
+/// The value that a field without its comma quotes.
+std::string unquoted(const std::string& field) {
+  std::string value;
+  for (std::size_t i = 1; i + 1 < field.size(); ++i) {
+    value += field[i];
+    if (field[i] == '"') ++i;
+  }
+  return value;
+}
+
+void appendField(std::vector<char>& buffer, int size, const std::string& value, bool comma) {
+  const std::string before = buffer.data();
+  const std::vector<char> source = exactCopy(value + '\0');
+  CSendEventBase().convStr(buffer.data(), size, source.data(), comma ? 1 : 0);
+  const std::string after = buffer.data();
+
+  demandEqual(after, withField(before, size, value, comma), "the text with one more field");
+  // A buffer that is larger than the format leaves its last comma room after the limit.
+  const std::size_t longest = comma && size > 897 ? kFieldLimit + 1 : kFieldLimit;
+  demand(after.size() <= std::max(before.size(), longest), "a notification stays in its limit");
+  demand(after.compare(0, before.size(), before) == 0, "a field only appends");
+  if (!comma && size > static_cast<int>(kFieldLimit)) {
+    const std::string quoted = unquoted(after.substr(before.size()));
+    demand(value.compare(0, quoted.size(), quoted) == 0, "a field quotes a beginning of its value");
+  }
+}
+
+// The input chooses the size of the buffer and the text that stands in it at first, and then gives
+// field after field: whether a comma follows, and the value.
+const Target kNotificationField("notificationfield", [](Input input) {
+  constexpr int kSizes[] = {897, 896, 895, 898, 1024, 2048, 0, -1};
+  const int size = kSizes[input.choice(8)];
+  // As large as the call is told, and where that is nonsense, large enough for what stands there.
+  std::vector<char> buffer(static_cast<std::size_t>(std::max(size, 1)), '\0');
+  const std::string first = input.longWord().substr(0, buffer.size() - 1);
+  std::copy(first.begin(), first.end(), buffer.begin());
+
+  constexpr int kFieldsAtMost = 32;
+  for (int i = 0; i < kFieldsAtMost && !input.isEmpty(); ++i) {
+    const bool comma = input.choice(2) == 1;
+    appendField(buffer, size, input.longWord(), comma);
+  }
+});
+
+// --- the line of an extract ----------------------------------------------------------------------
+
+// The input is a list of file names, one a line, ended by a zero byte, and then the bytes of the
+// one extract that there is, which has two names.
+const Target kExcerpt("excerpt", [](Input input) {
+  static const ScratchFolder folder;
+  static const Texts extracts = {folder / "x.syslog.txt", folder / "x.apllog.txt.gz"};
+  std::string names = input.word();
+  std::replace(names.begin(), names.end(), '/', '_');
+  Texts paths;
+  for (const std::string& name : slowSplit(names, "\n")) paths.push_back(folder / name);
+  const std::string bytes = input.rest();
+  folder.write("x.syslog.txt", bytes);
+  if (!std::filesystem::exists(extracts[1]))
+    std::filesystem::create_hard_link(extracts[0], extracts[1]);
+
+  CSendEventBase event;
+  std::string line = "left over";
+  event.getSyslogLine(paths, line);
+  const auto chosen = std::find_if(paths.begin(), paths.end(), [](const std::string& path) {
+    return path.find(".syslog.txt") != std::string::npos ||
+           path.find(".apllog.txt") != std::string::npos;
+  });
+  const bool isThere = chosen != paths.end() && (*chosen == extracts[0] || *chosen == extracts[1]);
+  demandEqual(line,
+              chosen == paths.end() ? "Software Log"
+              : isThere             ? excerptOf(bytes)
+                                    : "",
+              "the excerpt is the first line that is no comment");
+  demand(line.size() <= 1022, "an excerpt has at most 1,022 bytes");
+  demandEqual(folder.read("x.syslog.txt"), bytes, "the extract itself is not changed");
+});
+
+// --- a whole run ---------------------------------------------------------------------------------
 
 constexpr const char* kFieldKeys[] = {"Time",   "",          "Label",   "HostName", "OSType",
                                       "OSName", "OSVersion", "PkgName", "MsgType",  "MsgID"};
@@ -30,43 +137,34 @@ std::string incidentText(const Params& params, std::size_t number, std::size_t c
 
 /// The judge: the exchanges of a run on `files`, the first of which holds `extract`.
 Texts exchangesOf(int type, const Params& params, const Texts& files, const std::string& extract) {
-  const auto data = [](const std::string& head, const std::string& items) {
-    return "Communicate(" + head + ", [" + items + "])";
-  };
+  const std::string count = std::to_string(files.size());
   if (type > 2) {
     std::string all;
     for (const std::string& file : files) all += (all.empty() ? "" : " ") + file;
-    const std::string code = type == 3 ? "0x40204" : "0x40205";
-    return {"Communicate(" + code + ", 0, 0, " + fieldText(params, extract) + ")",
-            data("0x4010d, 0, " + std::to_string(files.size()), all)};
+    return {(type == 3 ? "Communicate(0x40204, 0, 0, " : "Communicate(0x40205, 0, 0, ") +
+                fieldText(params, extract) + ")",
+            "Communicate(0x4010d, 0, " + count + ", [" + all + "])"};
   }
   Texts exchanges;
   for (std::size_t i = 0; i < files.size(); ++i) {
-    const std::string text = type == 1
-                                 ? "0x40016, 0, 0, NULL"
-                                 : "0x40017, 0, 0, " + incidentText(params, i + 1, files.size());
-    exchanges.push_back("Communicate(" + text + ")");
-    exchanges.push_back(data(type == 1 ? "0x4010a, 0, 1" : "0x4010b, 0, 1", files[i]));
+    exchanges.push_back(type == 1 ? "Communicate(0x40016, 0, 0, NULL)"
+                                  : "Communicate(0x40017, 0, 0, " +
+                                        incidentText(params, i + 1, files.size()) + ")");
+    exchanges.push_back(
+        (type == 1 ? "Communicate(0x4010a, 0, 1, [" : "Communicate(0x4010b, 0, 1, [") + files[i] +
+        "])");
   }
   return exchanges;
 }
 
-Texts exchangesAmong(const Texts& calls) {
-  Texts exchanges;
-  for (const std::string& call : calls) {
-    if (call.compare(0, 11, "Communicate") == 0) exchanges.push_back(call);
-  }
-  return exchanges;
-}
-
-}  // namespace
-
-void tryInput(Input input) {
-  static const ScratchFile extract({"x.syslog.txt"});
+// The input chooses the event's type, the number of files and the library's replies, and then gives
+// the parameters and the bytes of the one file that there is, a log extract.
+const Target kNotification("notification", [](Input input) {
+  static const ScratchFolder folder;
   const int type = static_cast<int>(input.choice(4)) + 1;
-  Texts files = {extract.folder() + "/x.syslog.txt"};
+  Texts files = {folder / "x.syslog.txt"};
   for (unsigned more = input.choice(4); more > 0; --more) {
-    files.push_back(extract.folder() + "/missing." + std::to_string(more));
+    files.push_back(folder / ("missing." + std::to_string(more)));
   }
   FakeKelcom kelcom;
   const bool isFailing = input.choice(2) == 1;
@@ -79,10 +177,18 @@ void tryInput(Input input) {
   event.m_params["IncidentNumber"] = input.longWord();
   const Params params = event.m_params;
   const std::string bytes = input.rest();
-  extract.write(bytes);
+  folder.write("x.syslog.txt", bytes);
 
   demandEqual(event.commonSendEvent(0, nullptr), 0, "no reply of the library fails the run");
-  demandEqual(exchangesAmong(kelcom.calls), exchangesOf(type, params, files, bytes),
+  Texts exchanges = kelcom.calls;
+  exchanges.erase(std::remove_if(exchanges.begin(), exchanges.end(),
+                                 [](const std::string& call) {
+                                   return call.compare(0, 11, "Communicate") != 0;
+                                 }),
+                  exchanges.end());
+  demandEqual(exchanges, exchangesOf(type, params, files, bytes),
               "the notifications and the files of a run");
   demandEqual(event.m_params, params, "the parameters stay");
-}
+});
+
+}  // namespace

@@ -7,11 +7,8 @@
 #include <grp.h>
 #include <poll.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
+#include <sys/socket.h>
 #include <unistd.h>
-
-#include <csignal>
-#include <cstdio>
 
 #include "common/base/shell.h"
 #include "fuzz/target.h"
@@ -23,49 +20,43 @@ constexpr uid_t kNobody = 65534;
 
 /// One shell for all inputs, since to start one for each would take a millisecond. It may make no
 /// process and write no file, and is nobody's where the caller is root: a word that got through to
-/// it must do no harm.
+/// it must do no harm. It ends with this process, where its input does.
 class Shell {
  public:
   Shell() {
-    int toShell[2] = {};
-    int fromShell[2] = {};
-    demand(::pipe(toShell) == 0 && ::pipe(fromShell) == 0, "there are pipes for the shell");
-    ::signal(SIGPIPE, SIG_IGN);
-    m_pid = ::fork();
-    demand(m_pid >= 0, "there is a process for the shell");
-    if (m_pid == 0) become(toShell[0], fromShell[1]);
-    ::close(toShell[0]);
-    ::close(fromShell[1]);
-    m_to = toShell[1];
-    m_from = fromShell[0];
+    int ends[2] = {};
+    demand(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends) == 0, "there is a way to the shell");
+    const pid_t pid = ::fork();
+    demand(pid >= 0, "there is a process for the shell");
+    if (pid == 0) become(ends[1]);
+    ::close(ends[1]);
+    m_shell = ends[0];
   }
-  ~Shell() {
-    ::close(m_to);
-    ::close(m_from);
-    ::waitpid(m_pid, nullptr, 0);
-  }
-  Shell(const Shell&) = delete;
-  Shell& operator=(const Shell&) = delete;
 
   /// What the shell prints for `command`, a line.
   std::string run(const std::string& command) {
     // Numbered, so that a line that a command leaves over is not taken for the next one's end.
     const std::string end = "\n# end of " + std::to_string(++m_count) + " #\n";
     const std::string line = command + "; printf '%s' '" + end + "'\n";
-    demand(::write(m_to, line.data(), line.size()) == static_cast<ssize_t>(line.size()),
-           "the shell reads on");
+    const ssize_t sent = ::send(m_shell, line.data(), line.size(), MSG_NOSIGNAL);
+    demand(sent == static_cast<ssize_t>(line.size()), "the shell reads on");
     std::string printed;
     while (printed.size() < end.size() ||
            printed.compare(printed.size() - end.size(), end.size(), end) != 0) {
-      printed += read();
+      pollfd ready = {m_shell, POLLIN, 0};
+      demand(::poll(&ready, 1, kPatienceMs) == 1, "the shell takes the command for a whole one");
+      char buffer[4096];
+      const ssize_t count = ::read(m_shell, buffer, sizeof buffer);
+      demand(count > 0, "the shell is still there");
+      printed.append(buffer, static_cast<std::size_t>(count));
     }
     return printed.substr(0, printed.size() - end.size());
   }
 
  private:
-  [[noreturn]] static void become(int input, int output) {
-    ::dup2(input, 0);
-    ::dup2(output, 1);
+  [[noreturn]] static void become(int caller) {
+    ::dup2(caller, 0);
+    ::dup2(caller, 1);
     ::close_range(3, ~0U, 0);
     char name[] = "sh";
     char locale[] = "LC_ALL=C";
@@ -97,18 +88,7 @@ class Shell {
     return child < 0;
   }
 
-  std::string read() const {
-    pollfd ready = {m_from, POLLIN, 0};
-    demand(::poll(&ready, 1, kPatienceMs) == 1, "the shell takes the command for a whole one");
-    char buffer[4096];
-    const ssize_t count = ::read(m_from, buffer, sizeof buffer);
-    demand(count > 0, "the shell is still there");
-    return std::string(buffer, static_cast<std::size_t>(count));
-  }
-
-  int m_to = -1;
-  int m_from = -1;
-  pid_t m_pid = -1;
+  int m_shell = -1;
   unsigned m_count = 0;
 };
 
@@ -122,27 +102,21 @@ std::string promised(std::string word, bool withWildcards) {
   return word;
 }
 
-}  // namespace
-
-void tryInput(Input whole) {
+const Target kShellWord("shellword", [](Input whole) {
   static Shell shell;
-  constexpr std::size_t kBytesAtMost = 2000;  // a command line that the pipe takes at once
-
+  constexpr std::size_t kBytesAtMost = 2000;  // a command line that the shell takes at once
   const std::string bytes = whole.rest().substr(0, kBytesAtMost);
-  Input input(bytes);
-  std::string escaped;
-  std::string unwild;
-  std::string expected;
-  std::string expectedUnwild;
-  while (!input.isEmpty()) {
-    const std::string word = input.word();
-    escaped += " " + shellEsc(promised(word, true), /*escWild=*/1);
-    expected += "[" + promised(word, true) + "]";
-    unwild += " " + shellEsc(promised(word, false), /*escWild=*/0);
-    expectedUnwild += "[" + promised(word, false) + "]";
+  for (const bool withWildcards : {true, false}) {
+    std::string command = "printf '[%s]'";
+    std::string expected;
+    for (Input input(bytes); !input.isEmpty();) {
+      const std::string word = promised(input.word(), withWildcards);
+      command += " " + shellEsc(word, withWildcards ? 1 : 0);
+      expected += "[" + word + "]";
+    }
+    if (expected.empty()) return;
+    demandEqual(shell.run(command), expected, "the shell reads the words as given");
   }
-  if (expected.empty()) return;
-  demandEqual(shell.run("printf '[%s]'" + escaped), expected, "the shell reads the words as given");
-  demandEqual(shell.run("printf '[%s]'" + unwild), expectedUnwild,
-              "the shell reads words without wildcards as given");
-}
+});
+
+}  // namespace

@@ -7,6 +7,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -72,30 +75,19 @@ class Input {
   std::string_view m_left;
 };
 
-/// What each target is: runs the code on one input, and ends the process by abort(3) when a promise
-/// is broken. The action log goes to /dev/null at first, without traces; its texts are formatted
-/// all the same.
-void tryInput(Input input);
+/// Runs the code on one input, and ends the process by abort(3) when a promise is broken. The
+/// action log goes to /dev/null at first, without traces; its texts are formatted all the same.
+using TryInput = void (*)(Input input);
 
-/// What a C string function sees of `bytes`: all up to the first zero byte.
-inline std::string upToZero(const std::string& bytes) { return bytes.c_str(); }
-
-/// `bytes` in memory of their own that ends with the last of them, without a terminator: a
-/// sanitizer, or valgrind, sees whoever reads on.
-template <class Element = char>
-std::vector<Element> exactCopy(const std::string& bytes) {
-  std::vector<Element> copy;
-  copy.reserve(bytes.size());
-  for (const char byte : bytes) {
-    copy.push_back(static_cast<Element>(static_cast<unsigned char>(byte)));
-  }
-  return copy;
-}
+/// A target, which the driver finds by its name; its inputs are kept in the folder of that name.
+struct Target {
+  Target(const char* name, TryInput tryInput);
+};
 
 // --- what it demands of the code -----------------------------------------------------------------
 
 /// Demands that `holds`; `promise` says in a few words what is broken otherwise. The fuzzer and
-/// replay.cpp both take abort(3) for a finding.
+/// the test of the kept inputs both take abort(3) for a finding.
 inline void demand(bool holds, const char* promise) {
   if (holds) return;
   std::fprintf(stderr, "broken promise: %s\n", promise);
@@ -111,5 +103,44 @@ void demandEqual(const Value& actual, const std::common_type_t<Value>& expected,
                testing::PrintToString(expected).c_str());
   demand(false, promise);
 }
+
+// --- where it gets the bytes from ----------------------------------------------------------------
+
+/// `bytes` in memory of their own that ends with the last of them, without a terminator: a
+/// sanitizer, or valgrind, sees whoever reads on.
+inline std::vector<char> exactCopy(const std::string& bytes) {
+  return {bytes.begin(), bytes.end()};
+}
+
+/// A folder of files below TMPDIR, or in shared memory. It goes with the object.
+class ScratchFolder {
+ public:
+  ScratchFolder() {
+    const char* parent = ::getenv("TMPDIR");
+    m_path = std::string(parent == nullptr ? "/dev/shm" : parent) + "/tanexics-fuzz-XXXXXX";
+    demand(::mkdtemp(m_path.data()) != nullptr, "there is a scratch folder");
+  }
+  ~ScratchFolder() { std::filesystem::remove_all(m_path); }
+  ScratchFolder(const ScratchFolder&) = delete;
+  ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+  std::string operator/(const std::string& name) const { return m_path + "/" + name; }
+
+  /// Makes `bytes` the whole content of a file, and gives its path.
+  std::string write(const std::string& name, const std::string& bytes) const {
+    std::ofstream stream(*this / name, std::ios::binary);
+    demand((stream << bytes << std::flush).good(), "a scratch file can be written");
+    return *this / name;
+  }
+
+  std::string read(const std::string& name) const {
+    std::ifstream stream(*this / name, std::ios::binary);
+    demand(stream.good(), "a scratch file can be read");
+    return {std::istreambuf_iterator<char>(stream), {}};
+  }
+
+ private:
+  std::string m_path;
+};
 
 #endif

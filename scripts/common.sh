@@ -24,7 +24,7 @@ declare -A packages=(
   [fuzz]="llvm"
   [mutation]="git lld bubblewrap python3"
   [valgrind]="libc6-dbg"
-  [bench]="gcc libbenchmark-dev gnuplot-nox"
+  [bench]="gcc libbenchmark-dev gnuplot-nox python3"
 )
 
 # need KIND...: sees that the packages of these kinds of work are installed; installs them where it may.

@@ -12,130 +12,105 @@
 
 namespace {
 
+using Text = std::string;
+
 /// Text of every kind that the functions look for: words, blanks, quotes, slashes, references,
 /// lines.
-std::string sampleText(std::size_t bytes) {
-  static const std::string kPattern = "key=value 'a b' /usr//lib $HOME %HOME% (x) \"y\";\n";
-  std::string text;
-  text.reserve(bytes + kPattern.size());
+Text sampleText(std::size_t bytes) {
+  static const Text kPattern = "key=value 'a b' /usr//lib $HOME %HOME% (x) \"y\";\n";
+  Text text;
   while (text.size() < bytes) text += kPattern;
   text.resize(bytes);
   return text;
 }
-
-using Work = std::function<void(const std::string&)>;
-
-void runOn(benchmark::State& state, const std::string& text, const Work& work) {
-  for (auto iteration : state) {
-    (void)iteration;
-    work(text);
-  }
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) *
-                          static_cast<std::int64_t>(text.size()));
-}
-
-/// Each function with the kind of text that makes it go to the end.
-struct Case {
-  const char* name;
-  char only;  // 0: the sample text; otherwise a text of this one byte
-  Work work;
-};
 
 template <class Value>
 void keep(Value value) {
   benchmark::DoNotOptimize(value);
 }
 
-std::vector<unsigned> elementsOf(const std::string& text) {
-  std::vector<unsigned> elements;
-  for (const char byte : text) elements.push_back(static_cast<unsigned char>(byte));
-  return elements;
+/// Runs `work` on texts of every size: the sample text, or where that would end it early, `only`
+/// this byte.
+template <class Work>
+void measure(const char* name, const Work& work, char only = '\0') {
+  const auto run = [work, only](benchmark::State& state) {
+    const auto bytes = static_cast<std::size_t>(state.range(0));
+    const Text text = only == '\0' ? sampleText(bytes) : Text(bytes, only);
+    for (auto iteration : state) {
+      (void)iteration;
+      work(text);
+    }
+  };
+  benchmark::RegisterBenchmark(name, run)->RangeMultiplier(10)->Range(1000, 10000000);
+}
+
+template <class Fields>
+void splitBySlashes(const Text& text) {
+  Fields fields;
+  keep(split(C(text), "/", fields, 0));
 }
 
 template <class Counter>
-Work counting(const Counter& counter) {
-  return [counter](const std::string& text) {
+auto counting(const Counter& counter) {
+  return [counter](const Text& text) {
     static std::vector<unsigned> elements;
-    if (elements.size() != text.size()) elements = elementsOf(text);
+    if (elements.size() != text.size()) {
+      elements.clear();
+      for (const char byte : text) elements.push_back(static_cast<unsigned char>(byte));
+    }
     keep(counter(elements.data(), static_cast<int>(elements.size())));
   };
 }
 
-const std::vector<Case>& cases() {
-  static const std::vector<Case> kCases = {
-      {"format", 0, [](const std::string& t) { keep(format("%s", C(t))); }},
-      {"shellEsc", 0, [](const std::string& t) { keep(shellEsc(t, 1)); }},
-      {"quoteEsc", 0, [](const std::string& t) { keep(quoteEsc(C(t), '"')); }},
-      {"split (list)", 0,
-       [](const std::string& t) {
-         std::list<std::string> fields;
-         keep(split(C(t), "/", fields, 0));
-       }},
-      {"split (vector)", 0,
-       [](const std::string& t) {
-         std::vector<std::string> fields;
-         keep(split(C(t), "/", fields, 0));
-       }},
-      {"join", 0,
-       [](const std::string& t) {
-         const std::vector<std::string> items(t.size() / 16, "fifteen bytes..");
-         keep(join(items, "/"));
-       }},
-      {"justifyPath", '/', [](const std::string& t) { keep(justifyPath(t)); }},
-      {"parentPath", 'a', [](const std::string& t) { keep(parentPath(t)); }},
-      {"replaceEnvValue", 0, [](const std::string& t) { keep(replaceEnvValue(C(t))); }},
-      {"trim", ' ',
-       [](const std::string& t) {
-         std::string text = t;
-         keep(trim(text));
-       }},
-      {"trimQuote", '"', [](const std::string& t) { keep(trimQuote(C(t))); }},
-      {"replaceString", 0,
-       [](const std::string& t) {
-         std::string text = t;
-         keep(replaceString(text, " ", "  "));
-       }},
-      {"matchedString", 0, [](const std::string& t) { keep(matchedString(C(t), C(t))); }},
-      {"toLowerStr", 0, [](const std::string& t) { keep(toLowerStr(t)); }},
-      {"compareRightNoCase", 0, [](const std::string& t) { keep(compareRightNoCase(t, t, 0)); }},
-      {"isNumeric", '7', [](const std::string& t) { keep(isNumeric(t)); }},
-      {"isAlpha", 'a', [](const std::string& t) { keep(isAlpha(t)); }},
-      {"hasWildCard", 'a', [](const std::string& t) { keep(hasWildCard(t)); }},
-      {"splitKeyVal", 'a',
-       [](const std::string& t) {
-         std::string key;
-         std::string val;
-         keep(splitKeyVal(C(t), key, val));
-       }},
-      {"countLines", 0, [](const std::string& t) { keep(countLines(C(t))); }},
-      {"check_EUCMultiByteLength", '\xa4', counting(check_EUCMultiByteLength)},
-      {"check_UTF8MultiByteLength", '\xe3', counting(check_UTF8MultiByteLength)},
-      {"check_SJISMultiByteLength", '\x82', counting(check_SJISMultiByteLength)},
-      {"getCharactorLength", 0,
-       [](const std::string& t) { keep(getCharactorLength(C(t), static_cast<int>(t.size()))); }},
-  };
-  return kCases;
-}
-
-constexpr std::size_t kSizes[] = {1000, 10000, 100000, 1000000, 10000000};
-
-void registerAll() {
-  for (const Case& bench : cases()) {
-    for (const std::size_t bytes : kSizes) {
-      const std::string text = bench.only == 0 ? sampleText(bytes) : std::string(bytes, bench.only);
-      const std::string name = std::string(bench.name) + ":" + std::to_string(bytes);
-      benchmark::RegisterBenchmark(name.c_str(), [text, &bench](benchmark::State& state) {
-        runOn(state, text, bench.work);
-      });
-    }
-  }
+void measureAll() {
+  measure("format", [](const Text& t) { keep(format("%s", C(t))); });
+  measure("shellEsc", [](const Text& t) { keep(shellEsc(t, 1)); });
+  measure("quoteEsc", [](const Text& t) { keep(quoteEsc(C(t), '"')); });
+  measure("split (list)", splitBySlashes<std::list<Text>>);
+  measure("split (vector)", splitBySlashes<std::vector<Text>>);
+  measure("join", [](const Text& t) {
+    keep(join(std::vector<Text>(t.size() / 16, "fifteen bytes.."), "/"));
+  });
+  measure(
+      "justifyPath", [](const Text& t) { keep(justifyPath(t)); }, '/');
+  measure(
+      "parentPath", [](const Text& t) { keep(parentPath(t)); }, 'a');
+  measure("replaceEnvValue", [](const Text& t) { keep(replaceEnvValue(C(t))); });
+  measure(
+      "trim", [](Text t) { keep(trim(t)); }, ' ');
+  measure(
+      "trimQuote", [](const Text& t) { keep(trimQuote(C(t))); }, '"');
+  measure("replaceString", [](Text t) { keep(replaceString(t, " ", "  ")); });
+  measure("matchedString", [](const Text& t) { keep(matchedString(C(t), C(t))); });
+  measure("toLowerStr", [](const Text& t) { keep(toLowerStr(t)); });
+  measure("compareRightNoCase", [](const Text& t) { keep(compareRightNoCase(t, t, 0)); });
+  measure(
+      "isNumeric", [](const Text& t) { keep(isNumeric(t)); }, '7');
+  measure(
+      "isAlpha", [](const Text& t) { keep(isAlpha(t)); }, 'a');
+  measure(
+      "hasWildCard", [](const Text& t) { keep(hasWildCard(t)); }, 'a');
+  measure(
+      "splitKeyVal",
+      [](const Text& t) {
+        Text key;
+        Text val;
+        keep(splitKeyVal(C(t), key, val));
+      },
+      'a');
+  measure("countLines", [](const Text& t) { keep(countLines(C(t))); });
+  measure("check_EUCMultiByteLength", counting(check_EUCMultiByteLength), '\xa4');
+  measure("check_UTF8MultiByteLength", counting(check_UTF8MultiByteLength), '\xe3');
+  measure("check_SJISMultiByteLength", counting(check_SJISMultiByteLength), '\x82');
+  measure("getCharactorLength",
+          [](const Text& t) { keep(getCharactorLength(C(t), static_cast<int>(t.size()))); });
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
-  registerAll();
+  measureAll();
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
   return 0;

@@ -8,22 +8,19 @@
 #include <map>
 
 #include "e2e/support/cases.h"
-#include "load/logpieces.h"
+#include "logpieces.h"
 #include "support/actionlog.h"
 
 namespace {
 
-constexpr rlim_t kKiB = 1024;
-constexpr rlim_t kMiB = 1024 * kKiB;
+constexpr rlim_t kMiB = 1024 * 1024;
 constexpr rlim_t kGiB = 1024 * kMiB;
 
-/// On the library that does nothing: no record is kept.
-std::map<std::string, std::optional<std::string>> withoutRecord() {
-  return {{"LD_LIBRARY_PATH", "/testkelcom"}};
-}
+/// An event on the library that does nothing: no record is kept.
+Call loadCall() { return eventCall().with({{"LD_LIBRARY_PATH", "/testkelcom"}}); }
 
 /// For `Call::prepare`: as much memory for data as that, beside the megabyte of a small run.
-std::function<bool()> withMemory(rlim_t bytes) {
+Prepare withMemory(rlim_t bytes) {
   return [bytes] {
     const rlimit limit = {kMiB + bytes, kMiB + bytes};
     return ::setrlimit(RLIMIT_DATA, &limit) == 0;
@@ -40,19 +37,14 @@ class Load : public CommandTest {
 constexpr char kSharedLog[] = "/case/shared.log";
 constexpr int kRuns = 200;
 
-/// The texts of an event's run, the elapsed time left open.
-std::vector<std::string> textsOfARun(const Machine& machine) {
-  Call call = {{"/case/list", "-r", "/case/event.def"}, "", false, withoutRecord()};
-  call.argument0 = "/build/tanexics";
-  std::vector<std::string> texts = linesOf(machine.run(call).log);
-  for (std::string& text : texts) text.erase(std::min(text.find("*'"), text.size()));
-  return texts;
-}
-
 TEST_F(Load, TwoHundredRunsShareOneLog) {
-  const std::vector<std::string> expected = textsOfARun(machine);
+  // The texts of a run, the elapsed time left open.
+  Call call = loadCall();
+  call.argument0 = "/build/tanexics";
+  std::vector<std::string> expected = linesOf(machine.run(call).log);
+  for (std::string& text : expected) text.erase(std::min(text.find("*'"), text.size()));
   ASSERT_EQ(expected.size(), 10U);
-  Call call = {{"/case/list", "-r", "/case/event.def"}, "", false, withoutRecord()};
+
   call.environment["TANEX_LOG"] = kSharedLog;
   const std::string all = "n=0; while [ $n -lt " + std::to_string(kRuns) +
                           " ]; do \"$@\" || echo failed $? & n=$((n + 1)); done; wait";
@@ -72,7 +64,7 @@ TEST_F(Load, TwoHundredRunsShareOneLog) {
     }
     return 0;
   };
-  const LogPieces pieces = piecesOf(bytes, textLength);
+  const LogPieces pieces(bytes, textLength);
   EXPECT_EQ(pieces.torn, 0U) << bytes.substr(bytes.size() - pieces.torn, 200);
   const int lines = kRuns * static_cast<int>(expected.size());
   EXPECT_EQ(pieces.lineFeeds, lines);
@@ -94,8 +86,7 @@ TEST_F(Load, TwoHundredRunsShareOneLog) {
 TEST_F(Load, FileOfTenGigabytesIsNamedAndNotRead) {
   machine.makeSparse("/case/huge", 10 * kGiB);
   machine.write("/case/list", "/case/huge\n/case/a.txt\n");
-  const RunResult result = machine.run(
-      {{"/case/list", "-r", "/case/event.def"}, "", true, withoutRecord(), withMemory(kMiB)});
+  const RunResult result = machine.run(loadCall().traced().prepared(withMemory(kMiB)));
   // The total wraps at 4 GiB.
   expectRun(result, {framed(parameterLines() + measured("0", "/case/huge", "10737418240") +
                                 measured("2147483648", "/case/a.txt", "6") +
@@ -105,26 +96,20 @@ TEST_F(Load, FileOfTenGigabytesIsNamedAndNotRead) {
                             0)});
 }
 
-/// A list of so many lines, each naming the same file; how many bytes a line has.
-std::size_t writeList(const Machine& machine, std::size_t lines, const std::string& path) {
-  machine.write("/case/list", "");
+/// Sends an event with a list of so many lines, each naming the same file, in as much memory as the
+/// list itself twice, as it was read and as the library gets it, and a little for each line; short
+/// paths take nothing beside that little.
+void expectListFits(const Machine& machine, std::size_t lines, const std::string& path) {
+  constexpr std::size_t kMostBytesOfALine = 150;
+  constexpr std::size_t kShortLine = 16;
   std::ofstream file(machine.outside("/case/list"));
   for (std::size_t line = 0; line < lines; ++line) file << path << "\n";
   file.close();
   EXPECT_TRUE(file.good());
-  return path.size() + 1;
-}
-
-/// Sends an event with such a list in as much memory as the list itself twice, as it was read and
-/// as the library gets it, and a little for each line; short paths take nothing beside that little.
-void expectListFits(const Machine& machine, std::size_t lines, const std::string& path) {
-  constexpr std::size_t kMostBytesOfALine = 150;
-  constexpr std::size_t kShortLine = 16;
-  const std::size_t lineBytes = writeList(machine, lines, path);
+  const std::size_t lineBytes = path.size() + 1;
   const std::size_t pathBytes = lineBytes <= kShortLine ? 0 : 2 * lineBytes;
   const std::size_t memory = lines * (pathBytes + kMostBytesOfALine);
-  const RunResult result = machine.run(
-      {{"/case/list", "-r", "/case/event.def"}, "", false, withoutRecord(), withMemory(memory)});
+  const RunResult result = machine.run(loadCall().prepared(withMemory(memory)));
   expectRun(
       result,
       {framed(startedLine() +

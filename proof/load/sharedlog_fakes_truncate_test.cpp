@@ -10,8 +10,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdio>
-#include <ctime>
 #include <fstream>
 #include <map>
 #include <set>
@@ -19,8 +19,8 @@
 #include <vector>
 
 #include "common/base/format.h"
-#include "load/logpieces.h"
 #include "log/CLog.h"
+#include "logpieces.h"
 #include "support/environmentguard.h"
 #include "support/scratch.h"
 
@@ -31,19 +31,15 @@ constexpr int kMostLines = 1500;
 constexpr int kMostRotations = 20000;
 constexpr int kRotationBytes = 512000;
 
-/// A stretch of time, in nanoseconds of the monotonic clock; 0 is never.
+using Clock = std::chrono::steady_clock;
+
+/// A stretch of time.
 struct Span {
-  long from;
-  long to;
+  Clock::time_point from;
+  Clock::time_point to;
 
   bool meets(const Span& other) const { return from <= other.to && other.from <= to; }
 };
-
-long now() {
-  timespec time = {};
-  ::clock_gettime(CLOCK_MONOTONIC, &time);
-  return time.tv_sec * 1000000000L + time.tv_nsec;
-}
 
 /// What the processes tell the test.
 struct Board {
@@ -73,14 +69,14 @@ extern "C" int __wrap__Z8s_systemPKc(const char* command) {
   EXPECT_EQ(format("cp -f %s/log %s/log.bak >/dev/null 2>&1", C(folder), C(folder)), command);
   ownRotation = board->rotations.fetch_add(1);
   if (ownRotation >= kMostRotations) ::_exit(2);
-  board->rotation[ownRotation].from = now();
+  board->rotation[ownRotation].from = Clock::now();
   std::ofstream(generation(ownRotation)) << std::ifstream(folder + "/log").rdbuf();
   return 0;
 }
 
 extern "C" int truncate(const char* path, off_t length) noexcept {
   const auto result = static_cast<int>(::syscall(SYS_truncate, path, length));
-  board->rotation[ownRotation].to = now();
+  board->rotation[ownRotation].to = Clock::now();
   return result;
 }
 
@@ -133,9 +129,9 @@ class SharedLog : public testing::Test {
     gLog.init("load", nullptr);
     for (int line = 0; line < lines; ++line) {
       Span& span = board->line[process][line];
-      span.from = now();
+      span.from = Clock::now();
       gLog.ilog("%s", C(textOf(process, line)));
-      span.to = now();
+      span.to = Clock::now();
     }
     ::_exit(testing::Test::HasFailure() ? 1 : 0);
   }
@@ -151,13 +147,12 @@ TEST_F(SharedLog, BelowRotation_NoLineIsLostAndNoneTornButAtItsSeams) {
   for (const int pid : logAtOnce(kLines)) heads[pid] = kLines;
   const std::string bytes = log();
   ASSERT_LE(bytes.size(), kRotationBytes);
-  const LogPieces pieces = piecesOf(bytes, textLength);
+  const LogPieces pieces(bytes, textLength);
   EXPECT_EQ(pieces.torn, 0U);
   EXPECT_EQ(pieces.lineFeeds, kProcesses * kLines);
 
-  std::map<int, int> headsFound;
-  for (const int pid : pieces.headPids) ++headsFound[pid];
-  EXPECT_EQ(headsFound, heads);
+  for (const int pid : pieces.headPids) --heads[pid];
+  for (const auto& [pid, missing] : heads) EXPECT_EQ(missing, 0) << pid;
 
   // Each process's texts are there, once each, in order.
   std::vector<int> next(kProcesses, 0);
@@ -177,19 +172,19 @@ TEST_F(SharedLog, AcrossRotations_EveryMissingLineWasWrittenDuringOne) {
 
   std::set<std::string> found;
   const auto collect = [&found](const std::string& bytes) {
-    const LogPieces pieces = piecesOf(bytes, textLength);
+    const LogPieces pieces(bytes, textLength);
     found.insert(pieces.texts.begin(), pieces.texts.end());
     return pieces.torn == 0;
   };
   EXPECT_TRUE(collect(log()));
+  const auto rotationsDuring = [rotations](const Span& own) {
+    return std::count_if(board->rotation, board->rotation + rotations,
+                         [&own](const Span& rotation) { return own.meets(rotation); });
+  };
   for (int number = 0; number < rotations; ++number) {
-    const Span& own = board->rotation[number];
-    const auto overlapping = [&own](const Span& other) {
-      return &own != &other && own.meets(other);
-    };
     // A copy may end within a piece only where another rotation cut the file under it.
     EXPECT_TRUE(collect(readFile(generation(number))) ||
-                std::any_of(board->rotation, board->rotation + rotations, overlapping))
+                rotationsDuring(board->rotation[number]) > 1)
         << number;
   }
 
@@ -197,9 +192,7 @@ TEST_F(SharedLog, AcrossRotations_EveryMissingLineWasWrittenDuringOne) {
   int outside = 0;  // lines that no rotation can excuse
   for (int process = 0; process < kProcesses; ++process) {
     for (int line = 0; line < kMostLines; ++line) {
-      const Span& own = board->line[process][line];
-      const bool isExcused = std::any_of(board->rotation, board->rotation + rotations,
-                                         [&own](const Span& other) { return own.meets(other); });
+      const bool isExcused = rotationsDuring(board->line[process][line]) > 0;
       const bool isMissing = found.count(textOf(process, line)) == 0;
       missing += isMissing ? 1 : 0;
       outside += isExcused ? 0 : 1;

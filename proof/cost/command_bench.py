@@ -42,7 +42,6 @@ LOADED_MARK = "getppid"
 LONG_LIST = 100000
 # The 95 % interval of a median needs as many values.
 LEAST_TURNS = 6
-REJECTED = 68  # the status of a run without arguments
 
 
 class Kind(NamedTuple):
@@ -110,18 +109,22 @@ class Bench:
             listed.write_text(f"{self.folder / 'file'}\n" * files)
         return [program, listed, *kind.arguments]
 
-    def once(self, program, kind, files):
-        measured = subprocess.run([METER, *self.words(program, kind, files)], stdout=subprocess.PIPE, check=True)
-        microseconds, kilobytes, status = map(int, measured.stdout.split())
-        if status not in (0, REJECTED):
-            sys.exit(f"{program} ended with status {status}")
-        return Sample(microseconds / 1e6, kilobytes * 1024)
+    def take_turns(self, kind, files, count):
+        """So many samples of the command, each with one of the floor. A program in C takes them: a larger one's own
+        memory would count as the peak of what it forks, and its own work would clear the caches."""
+        words = [METER, str(count), COMMAND, FLOOR, *self.words(COMMAND, kind, files)[1:]]
+        measured = subprocess.run(words, stdout=subprocess.PIPE, check=True, text=True).stdout
+        samples = [], []
+        for line in measured.splitlines():
+            which, microseconds, kilobytes = map(int, line.split())
+            samples[which].append(Sample(microseconds / 1e6, kilobytes * 1024))
+        return list(zip(*samples))
 
     def compare_logs(self, kind, files):
         """Holds the floor to the command's log, without what differs from run to run."""
         logs = []
         for program in (COMMAND, FLOOR):
-            self.once(program, kind, files)
+            subprocess.run(self.words(program, kind, files), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
             varying = r"\d{4}/\d\d/\d\d \d\d:\d\d:\d\d +\d+ |pid=\d+|swcon\w+|main : \S+|time=.*"
             logs.append(re.sub(varying, "*", self.log.read_text()))
         if logs[0] != logs[1]:
@@ -135,19 +138,12 @@ class Bench:
 
     def compare(self, kind, files):
         """Takes turns; more of them, where a limit lies so near that they do not tell."""
-        self.once(COMMAND, kind, files)  # warms the caches
-        self.once(FLOOR, kind, files)
-        turns, least, most = [], self.least_turns(files), 0
-        while len(turns) < least or len(turns) < most:
-            # Either program is the first every second time.
-            order = (COMMAND, FLOOR) if len(turns) % 2 == 0 else (FLOOR, COMMAND)
-            samples = {program: self.once(program, kind, files) for program in order}
-            turns.append((samples[COMMAND], samples[FLOOR]))
-            if len(turns) >= least:
-                so_far = Comparison(turns)
-                is_near = kind.is_limited(files) and so_far.low <= kind.most_ratio <= so_far.high
-                most = 4 * least if is_near else 0
-        return so_far
+        least = self.least_turns(files)
+        self.take_turns(kind, files, 1)  # warms the caches
+        runs = Comparison(turns := self.take_turns(kind, files, least))
+        while kind.is_limited(files) and len(turns) < 4 * least and runs.low <= kind.most_ratio <= runs.high:
+            runs = Comparison(turns := turns + self.take_turns(kind, files, LEAST_TURNS))
+        return runs
 
     def measure(self, kind, sizes):
         """The runs of a kind from the smallest number of files, which is 0 or 1, to the largest."""

@@ -9,6 +9,7 @@ failure, crash or overrun kills the mutant; one that nothing notices survives.
 
 import argparse
 import concurrent.futures
+import contextlib
 import json
 import os
 import random
@@ -41,6 +42,7 @@ COMPILE_LIMIT = 120
 LEAST_TIME_LIMIT = 10  # seconds, and thrice what the cases take without a mutant
 PLAIN_TIME_LIMIT = 300
 GONE = ("killed", "overran")
+LEAST_SHARE = 95.0  # percent of the mutants, killed: below it the run fails
 # Sources that no library has, and the tests that have them as a part.
 INCLUDED = {"src/main/main.cpp": "tests/main/main_fakes_CLog_test.cpp"}
 # The program of all tests that take the place of nothing.
@@ -57,66 +59,43 @@ def run(words, **options):
 class Base:
     """The unmutated build: how each file is compiled, each test linked, and how long each runs."""
 
-    def __init__(self, folder, jobs, tests):
-        self.folder = folder
-        self.tree = folder / "tree"
-        self.build = folder / "build"
-        self.jobs = jobs
-        self.tests = tests
+    def __init__(self, folder, jobs):
+        self.folder, self.jobs = folder, jobs
+        self.tree, self.build = folder / "tree", folder / "build"
         self.plain, self.plain_locks = {}, defaultdict(threading.Lock)
-
-    def make(self):
-        listed = run(["git", "-C", ROOT, "ls-files", "-co", "--exclude-standard"], check=True).stdout
-        # A kept tree may hold what has gone since.
-        kept = {self.tree / name for name in listed.splitlines()}
-        for path in [path for path in self.tree.rglob("*") if path.is_file() and path not in kept]:
-            path.unlink()
-        for name in listed.splitlines():
-            source, copy = ROOT / name, self.tree / name
-            if not source.is_file():
-                continue
-            copy.parent.mkdir(parents=True, exist_ok=True)
-            if not copy.exists() or copy.read_bytes() != source.read_bytes():
-                shutil.copyfile(source, copy)
+        # A kept tree may hold what has gone since. What has not changed keeps its time, and is not built again.
+        shutil.rmtree(self.tree, ignore_errors=True)
+        shutil.copytree(ROOT, self.tree, ignore=lambda folder, names: [
+            name for name in names if Path(folder) == ROOT and name.startswith((".git", "build"))])
         linker = ["-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld"] if shutil.which("ld.lld") else []
         self.must(["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                    "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -DNDEBUG", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", *linker])
-        if self.tests is None:
-            alone = [path.stem for path in (self.tree / "tests").rglob("*_test.cpp")
-                     if "_fakes_" in path.stem or path.stem == "CTemp_static_test"]
-            self.tests = [ALL_UNITS, *sorted(alone)]
+        alone = [path.stem for path in (self.tree / "tests").rglob("*_test.cpp")
+                 if "_fakes_" in path.stem or path.stem == "CTemp_static_test"]
+        self.tests = [ALL_UNITS, *sorted(alone)]
         self.must(["ninja", "-C", self.build, "-j", str(self.jobs), *self.tests])
-        self.compile = {}
-        for entry in json.loads((self.build / "compile_commands.json").read_text()):
-            name = os.path.relpath(entry["file"], self.tree)
-            self.compile[name] = shlex.split(entry["command"])
+        self.compile = {os.path.relpath(entry["file"], self.tree): shlex.split(entry["command"])
+                        for entry in json.loads((self.build / "compile_commands.json").read_text())}
         self.link = {test: self.link_command(test) for test in self.tests}
         with concurrent.futures.ThreadPoolExecutor(self.jobs) as pool:
             self.units = dict(zip(self.tests, pool.map(self.units_of, self.tests)))
-        self.cases = self.cases_by_file()
-
-    def cases_by_file(self):
-        """The cases of the program of all units, by the file that they stand in."""
-        if ALL_UNITS not in self.tests:
-            return {}
+        # The cases of the program of all units, by the file that they stand in.
         listing = self.folder / "cases.json"
         self.must([self.build / "tests" / ALL_UNITS, "--gtest_list_tests", f"--gtest_output=json:{listing}"])
-        cases = {}
+        self.cases = defaultdict(list)
         for suite in json.loads(listing.read_text())["testsuites"]:
             for case in suite["testsuite"]:
-                cases.setdefault(Path(case["file"]).stem, []).append(f"{suite['name']}.{case['name']}")
-        return cases
+                self.cases[Path(case["file"]).stem].append(f"{suite['name']}.{case['name']}")
 
-    def must(self, words):
+    @staticmethod
+    def must(words):
         done = run(words)
         if done.returncode != 0:
             sys.exit(done.stdout)
 
     def link_command(self, test):
-        commands = run(["ninja", "-C", self.build, "-t", "commands", "-s", f"tests/{test}"], check=True).stdout
-        words = shlex.split(commands.splitlines()[-1])
-        first = words.index("&&") + 1
-        return words[first : words.index("&&", first)]
+        command = run(["ninja", "-C", self.build, "-t", "commands", "-s", f"tests/{test}"], check=True).stdout
+        return shlex.split(command.split("&&")[1])
 
     def units_of(self, test):
         """The units of the product that the test's program has in it."""
@@ -213,11 +192,11 @@ class Trial:
             self.object = self.folder / "mutant.o"
             if not self.compiled(source, self.object):
                 return "stillborn", ""
-            outcome, test = self.tried_by(self.own_tests())
+            outcome, test = self.tried_by(self.steps(own=True))
             if outcome == "survived" and self.is_same_code(source):
                 return "same code", ""
             # A judged mutant has been through all else.
-            return self.tried_by(self.other_tests()) if outcome == "survived" and not self.is_judged else (outcome, test)
+            return self.tried_by(self.steps(own=False)) if outcome == "survived" and not self.is_judged else (outcome, test)
 
     def tried_by(self, tests):
         """The fastest program first."""
@@ -249,30 +228,20 @@ class Trial:
                 return False
         return objects[0].read_bytes() == objects[1].read_bytes()
 
-    def own_tests(self):
-        """The programs that are named for the unit, or have cases that are, and these cases."""
-        if self.mutant.path in INCLUDED:
-            return [self.step(Path(INCLUDED[self.mutant.path]).stem)]
-        return [self.step(test, None if self.is_own(test) else self.own_cases().__contains__)
-                for test in self.linking() if self.is_own(test) or test == ALL_UNITS]
-
-    def other_tests(self):
-        """The rest of what has the unit in it."""
-        own = self.own_cases()
-        return [self.step(test, lambda case: test != ALL_UNITS or case not in own)
-                for test in self.linking() if not self.is_own(test)]
-
-    def linking(self):
-        return [test for test in self.base.tests if Path(self.mutant.path).name in self.base.units[test]]
+    def steps(self, own):
+        """The programs that have the unit in them, each with its cases: those that are named for the unit, or all
+        others."""
+        path = self.mutant.path
+        named = {case for file, cases in self.base.cases.items() if self.is_own(file) for case in cases}
+        for test in self.base.tests:
+            has_unit = Path(path).name in self.base.units[test] or test == Path(INCLUDED.get(path, "")).stem
+            if not has_unit or own and not (self.is_own(test) or test == ALL_UNITS):
+                continue
+            yield test, {case: seconds for case, seconds in self.base.times(test).items()
+                         if own == (self.is_own(test) or (test == ALL_UNITS and case in named))}
 
     def is_own(self, test):
         return test.startswith(f"{Path(self.mutant.path).stem}_")
-
-    def own_cases(self):
-        return {case for file, cases in self.base.cases.items() if self.is_own(file) for case in cases}
-
-    def step(self, test, is_wanted=None):
-        return test, {case: seconds for case, seconds in self.base.times(test).items() if not is_wanted or is_wanted(case)}
 
     def program(self, test):
         """The test's program with the mutant in it; None where it does not link."""
@@ -338,10 +307,6 @@ def arguments():
     parser.add_argument("--seed", type=int, help="of the choice (default: a new one, printed)")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), metavar="N")
     parser.add_argument("--folder", type=Path, help="where the build is kept for a next run")
-    parser.add_argument("--tests", nargs="+", metavar="TEST",
-                        help="run only these programs (default: all of the unit tests)")
-    parser.add_argument("--at-least", type=float, default=95.0, metavar="PERCENT",
-                        help="fail below this share of killed mutants (default: 95)")
     parser.add_argument("--list", action="store_true", help="list the mutants and stop")
     return parser.parse_args()
 
@@ -355,38 +320,36 @@ def chosen(options):
     return found
 
 
-def tried(base, mutants, keys, options):
-    """The verdicts in the order of the mutants; each is told on standard error as it is found."""
-    with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
-        judged = judgements()
-        trials = [pool.submit(Trial(base, mutant, keys[mutant] in judged).verdict) for mutant in mutants]
-        places = {trial: mutant for trial, mutant in zip(trials, mutants)}
+def tried(base, mutants, keys, jobs):
+    """The verdicts by the mutants; each is told on standard error as it is found."""
+    verdicts, judged = {}, judgements()
+    with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+        trials = {pool.submit(Trial(base, mutant, keys[mutant] in judged).verdict): mutant for mutant in mutants}
         for count, trial in enumerate(concurrent.futures.as_completed(trials), 1):
-            mutant, (verdict, test) = places[trial], trial.result()
+            mutant = trials[trial]
+            verdict, test = verdicts[mutant] = trial.result()
             print(f"{count}/{len(trials)} {verdict}: {mutant.path}:{mutant.line}: {mutant.change()} {test}",
                   file=sys.stderr, flush=True)
-        return [trial.result() for trial in trials]
+    return verdicts
 
 
-def report(mutants, verdicts, keys, options):
+def report(mutants, verdicts, keys):
     judged = judgements()
-    counts, survivors, harmless = {}, [], []
-    for mutant, (verdict, test) in zip(mutants, verdicts):
-        key = keys[mutant]
+    counts, survivors, harmless = defaultdict(Counter), [], []
+    for mutant in mutants:
+        (verdict, test), key = verdicts[mutant], keys[mutant]
         if key in judged:
             harmless.append((mutant, judged[key] if verdict == "survived" else f"{verdict} by {test} all the same"))
             verdict = "judged" if verdict == "survived" else verdict
         elif verdict == "survived":
             survivors.append((mutant, key))
-        counts.setdefault(mutant.path, Counter())[verdict] += 1
+        counts[mutant.path][verdict] += 1
 
     columns = ["killed", "overran", "survived", "judged", "same code", "stillborn"]
     print(f"\n{'file':<46}" + "".join(f"{name:>11}" for name in columns) + f"{'killed %':>10}")
-    total = Counter()
-    for path, count in sorted(counts.items()):
-        total += count
-        print(row(path, count, columns))
-    print(row("all", total, columns))
+    total = sum(counts.values(), Counter())
+    for path, count in [*sorted(counts.items()), ("all", total)]:
+        print(f"{path:<46}" + "".join(f"{count[c]:>11}" for c in columns) + f"{share(count):>10.1f}")
 
     print("\nSurvivors" + ("" if survivors else ": none"))
     for mutant, key in survivors:
@@ -395,17 +358,13 @@ def report(mutants, verdicts, keys, options):
         print("\nJudged to be no fault of the tests")
     for mutant, reason in harmless:
         print(f"{mutant.path}:{mutant.line}: {mutant.change()}\n    {reason}")
-    return share(total) >= options.at_least
+    return share(total) >= LEAST_SHARE
 
 
 def share(count):
     gone = sum(count[verdict] for verdict in GONE)
     counted = gone + count["survived"]
     return 100.0 * gone / counted if counted else 100.0
-
-
-def row(name, count, columns):
-    return f"{name:<46}" + "".join(f"{count[c]:>11}" for c in columns) + f"{share(count):>10.1f}"
 
 
 def main():
@@ -419,16 +378,11 @@ def main():
     if outdated:
         sys.exit("\n".join(["judgements of lines that are no more:", *outdated]))
     keys = {mutant: key for path in {m.path for m in mutants} for mutant, key in keys_of(path).items()}
-    kept = options.folder is not None
-    folder = options.folder.resolve() if kept else Path(tempfile.mkdtemp(prefix="mutation-"))
-    folder.mkdir(parents=True, exist_ok=True)
-    try:
-        base = Base(folder, options.jobs, options.tests)
-        base.make()
-        return 0 if report(mutants, tried(base, mutants, keys, options), keys, options) else 1
-    finally:
-        if not kept:
-            shutil.rmtree(folder, ignore_errors=True)
+    with contextlib.nullcontext(options.folder) if options.folder else tempfile.TemporaryDirectory() as folder:
+        folder = Path(folder).resolve()
+        folder.mkdir(parents=True, exist_ok=True)
+        verdicts = tried(Base(folder, options.jobs), mutants, keys, options.jobs)
+    return 0 if report(mutants, verdicts, keys) else 1
 
 
 if __name__ == "__main__":

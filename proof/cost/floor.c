@@ -33,18 +33,8 @@ int KEL_GetStatus(int reserved, int* status);
 static const char* logPath;
 static int isTraced;
 
-/* What stands in front of a line, formed anew for each: nothing is kept between two lines. */
-static size_t formatHead(char* head, size_t size) {
-  time_t now = time(NULL);
-  struct tm local;
-  localtime_r(&now, &local);
-  return (size_t)snprintf(head, size, "%04d/%02d/%02d %02d:%02d:%02d %5d ", local.tm_year + 1900,
-                          local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
-                          local.tm_sec, (int)getpid());
-}
-
-static void put(int fd, const char* bytes, size_t count) {
-  if (write(fd, bytes, count) < 0) return;
+static void put(int fd, const char* bytes, int count) {
+  if (write(fd, bytes, (size_t)count) < 0) return;
 }
 
 /* What a run needs of its signals, and what its caller had them at, which its children get back. */
@@ -67,44 +57,18 @@ static void restoreSignals(void) {
   }
 }
 
-static int run(const char* command, int isQuiet, char* answer, size_t size, pid_t* child);
+static char answer[512];
+static pid_t child;
 
-static void rotate(void) {
-  char command[1024], answer[16];
-  const char* slash = strrchr(logPath, '/');
-  const char* dot = strrchr(logPath, '.');
-  pid_t child;
-  sprintf(command, "cp -f %s %.*s/%.*s.bak >/dev/null 2>&1", logPath, (int)(slash - logPath),
-          logPath, (int)(dot - slash - 1), slash + 1);
-  run(command, 0, answer, sizeof answer, &child);
-  if (truncate(logPath, 0) != 0) abort();
-}
-
-__attribute__((format(printf, 1, 2))) static void line(const char* format, ...) {
-  struct stat status;
-  char text[2048], head[192];
-  va_list args;
-  int length, fd;
-  va_start(args, format);
-  length = vsnprintf(text, sizeof text, format, args);
-  va_end(args);
-  if (stat(logPath, &status) == 0 && status.st_size > 512000) rotate();
-  fd = open(logPath, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-  put(fd, head, formatHead(head, sizeof head));
-  put(fd, text, (size_t)length);
-  put(fd, "\n", 1);
-  close(fd);
-}
-
-/* Runs a command line through the shell; its first line of output goes to `answer`, the rest
- * nowhere. */
-static int run(const char* command, int isQuiet, char* answer, size_t size, pid_t* child) {
+/* Runs a command line through the shell; its first line of output goes to
+ * `answer`, the rest nowhere. */
+static int run(const char* command, int isQuiet) {
   int ends[2], status = -1;
   char buffer[512];
   FILE* output;
   if (pipe2(ends, O_CLOEXEC) != 0) abort();
-  *child = fork();
-  if (*child == 0) {
+  child = fork();
+  if (child == 0) {
     dup2(ends[1], 1);
     close(ends[1]);
     close(ends[0]);
@@ -116,12 +80,46 @@ static int run(const char* command, int isQuiet, char* answer, size_t size, pid_
   close(ends[1]);
   output = fdopen(ends[0], "r");
   if (output == NULL) abort();
-  if (fgets(answer, (int)size, output) == NULL) answer[0] = '\0';
+  if (fgets(answer, sizeof answer, output) == NULL) answer[0] = '\0';
   while (fgets(buffer, sizeof buffer, output) != NULL) continue;
   fclose(output);
   if (!isQuiet) close(ends[0]); /* once more, as s_pclose is bound to do for any caller */
-  waitpid(*child, &status, 0);
+  waitpid(child, &status, 0);
   return status;
+}
+
+static void rotate(void) {
+  char command[1024];
+  const char* slash = strrchr(logPath, '/');
+  const char* dot = strrchr(logPath, '.');
+  sprintf(command, "cp -f %s %.*s/%.*s.bak >/dev/null 2>&1", logPath, (int)(slash - logPath),
+          logPath, (int)(dot - slash - 1), slash + 1);
+  run(command, 0);
+  if (truncate(logPath, 0) != 0) abort();
+}
+
+__attribute__((format(printf, 1, 2))) static void line(const char* format, ...) {
+  struct stat status;
+  struct tm local;
+  char text[2048], head[192];
+  va_list args;
+  int length, fd;
+  time_t now;
+  va_start(args, format);
+  length = vsnprintf(text, sizeof text, format, args);
+  va_end(args);
+  if (stat(logPath, &status) == 0 && status.st_size > 512000) rotate();
+  fd = open(logPath, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+  /* Formed anew for each line: nothing is kept between two. */
+  now = time(NULL);
+  localtime_r(&now, &local);
+  put(fd, head,
+      snprintf(head, sizeof head, "%04d/%02d/%02d %02d:%02d:%02d %5d ", local.tm_year + 1900,
+               local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
+               (int)getpid()));
+  put(fd, text, length);
+  put(fd, "\n", 1);
+  close(fd);
 }
 
 static void traceStatus(int status) {
@@ -135,16 +133,17 @@ static void traceStatus(int status) {
 static char** paths;
 static int pathCount;
 
-static int isFile(const char* path) {
+static FILE* openInput(const char* path) {
   struct stat status;
-  return stat(path, &status) == 0 && !S_ISDIR(status.st_mode);
+  FILE* file = stat(path, &status) == 0 && !S_ISDIR(status.st_mode) ? fopen(path, "re") : NULL;
+  if (file == NULL) abort();
+  return file;
 }
 
 static void readList(const char* path) {
   char piece[1024];
-  FILE* file;
+  FILE* file = openInput(path);
   int room = 0;
-  if (!isFile(path) || (file = fopen(path, "re")) == NULL) abort();
   while (fgets(piece, sizeof piece, file) != NULL) {
     piece[strcspn(piece, "\n")] = '\0';
     if (pathCount == room) paths = realloc(paths, (size_t)(room = 2 * room + 16) * sizeof *paths);
@@ -153,29 +152,24 @@ static void readList(const char* path) {
   fclose(file);
 }
 
-static char values[12][64];
+static char values[12][512];
 static const char* const keys[12] = {"EventID",       "HostName", "Label",    "MsgID",
                                      "MsgType",       "OSName",   "OSType",   "OSVersion",
                                      "PartitionName", "PkgName",  "SendType", "Time"};
 
-static const char* value(const char* key) {
-  for (int i = 0; i < 12; ++i) {
-    if (strcmp(keys[i], key) == 0) return values[i];
-  }
-  return "";
+static char* value(const char* key) {
+  int i = 0;
+  while (strcmp(keys[i], key) != 0) ++i;
+  return values[i];
 }
 
 static void readDefinition(const char* path) {
   char piece[1024];
-  FILE* file;
-  if (!isFile(path) || (file = fopen(path, "re")) == NULL) abort();
+  FILE* file = openInput(path);
   while (fgets(piece, sizeof piece, file) != NULL) {
-    char* equals = strchr(piece, '=');
     piece[strcspn(piece, "\n")] = '\0';
-    *equals = '\0';
-    for (int i = 0; i < 12; ++i) {
-      if (strcmp(keys[i], piece) == 0) strcpy(values[i], equals + 1);
-    }
+    *strchr(piece, '=') = '\0';
+    strcpy(value(piece), strchr(piece, '\0') + 1);
   }
   fclose(file);
   for (int i = 0; isTraced && i < 12; ++i) line("%s=%s", keys[i], values[i]);
@@ -189,11 +183,11 @@ static void prepare(void) {
   KEL_GetID(&id);
   KEL_GetID(&id);
   if (value("HostName")[0] == '\0') {
-    pid_t child;
     if (isTraced) line("[T](common:1345):execGetLines():count=1,uname -n 2>/dev/null");
     line("VUQ90004L : com=uname -n 2>/dev/null");
-    error = run("uname -n 2>/dev/null", 1, values[1], sizeof values[1], &child);
-    values[1][strcspn(values[1], "\n")] = '\0';
+    error = run("uname -n 2>/dev/null", 1);
+    answer[strcspn(answer, "\n")] = '\0';
+    strcpy(value("HostName"), answer);
     line("VUQ90004L : pid=%d,wstat=%08x", (int)child, (unsigned)error);
     traceStatus(error);
   }
@@ -243,23 +237,23 @@ static void sendEvent(void) {
   exchange(0x40204, 0x4010d, text, paths, pathCount);
 }
 
+static int runOn(const char* before, const char* directory, const char* after) {
+  char command[1024];
+  sprintf(command, "%s %s_ %s", before, directory, after);
+  return run(command, 0);
+}
+
 static void collect(void) {
   char* directory = tempnam("/tmp", "swconf"); /* the linker warns of it */
-  char command[1024], answer[512];
-  int error;
   struct stat file;
-  pid_t child;
+  int error;
   if (stat("/tmp", &file) != 0) abort();
-  sprintf(command, "mkdir -p %s_ 2>/dev/null", directory);
-  error = run(command, 0, answer, sizeof answer, &child);
+  error = runOn("mkdir -p", directory, "2>/dev/null");
   line("VUQ90004L : pid=%d,wstat=%08x", (int)child, (unsigned)error);
-  line("VUQ90004L : com=%s", command);
-  sprintf(command, "/opt/dovra/tanex/bin/tanexcc %s_ 2>/dev/null", directory);
-  run(command, 0, answer, sizeof answer, &child);
-  sprintf(command, "/opt/dovra/tanex/bin/tanexcs %s_ 2>/dev/null", directory);
-  run(command, 0, answer, sizeof answer, &child);
-  sprintf(command, "/bin/rm -fr %s_ >/dev/null 2>&1", directory);
-  run(command, 0, answer, sizeof answer, &child);
+  line("VUQ90004L : com=mkdir -p %s_ 2>/dev/null", directory);
+  runOn("/opt/dovra/tanex/bin/tanexcc", directory, "2>/dev/null");
+  runOn("/opt/dovra/tanex/bin/tanexcs", directory, "2>/dev/null");
+  runOn("/bin/rm -fr", directory, ">/dev/null 2>&1");
   free(directory);
 }
 
@@ -278,6 +272,7 @@ static int finish(const char* program, double start, int code) {
 int main(int argc, char** argv) {
   struct pollfd standard[] = {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}};
   const char* level = getenv("TANEX_LOG_LEVEL");
+  const int isEvent = argc > 2 && strcmp(argv[2], "-r") == 0;
   double start;
   umask(022);
   settleSignals();
@@ -292,16 +287,13 @@ int main(int argc, char** argv) {
     return finish(argv[0], start, 68);
   }
   readList(argv[1]);
-  if (strcmp(argv[2], "-r") == 0) readDefinition(argv[3]);
+  if (isEvent) readDefinition(argv[3]);
   prepare();
-  if (strcmp(argv[2], "-r") == 0) {
-    sendEvent();
-  } else {
-    sendIncident(argv[3]);
-  }
+  if (isEvent) sendEvent();
+  if (!isEvent) sendIncident(argv[3]);
   KEL_StopComm();
   line("commonSendEvent OK");
   KEL_StopComm();
-  if (strcmp(argv[2], "-i") == 0) collect();
+  if (!isEvent) collect();
   return finish(argv[0], start, 0);
 }

@@ -33,36 +33,19 @@ def shorten(code):
     return code if len(code) <= 60 else code[:57] + "..."
 
 
-# What stands in for what. Of the relations, each gets its neighbour at the boundary and its opposite.
-OPERATORS = {
-    "relation": {
-        "<": ["<=", ">="],
-        "<=": ["<", ">"],
-        ">": [">=", "<="],
-        ">=": [">", "<"],
-        "==": ["!="],
-        "!=": ["=="],
-    },
-    "logic": {"&&": ["||"], "||": ["&&"]},
-    "arithmetic": {
-        "+": ["-"],
-        "-": ["+"],
-        "*": ["/"],
-        "/": ["*"],
-        "%": ["*"],
-        "+=": ["-="],
-        "-=": ["+="],
-        "*=": ["/="],
-        "|": ["&"],
-        "&": ["|"],
-    },
-}
-
 BINARY = re.compile(r"(?<= )(<=|>=|==|!=|&&|\|\||\+=|-=|\*=|<|>|\+|-|\*|/|%|\||&)(?=[ \n])")
-STEP = re.compile(r"\+\+|--")
+# What stands in for what, where it matches. Of the relations, each gets its neighbour at the boundary and its opposite.
+EXCHANGES = [
+    ("relation", BINARY, {"<": ["<=", ">="], "<=": ["<", ">"], ">": [">=", "<="], ">=": [">", "<"], "==": ["!="],
+                          "!=": ["=="]}),
+    ("logic", BINARY, {"&&": ["||"], "||": ["&&"]}),
+    ("arithmetic", BINARY, {"+": ["-"], "-": ["+"], "*": ["/"], "/": ["*"], "%": ["*"], "+=": ["-="], "-=": ["+="],
+                            "*=": ["/="], "|": ["&"], "&": ["|"]}),
+    ("arithmetic", re.compile(r"\+\+|--"), {"++": ["--"], "--": ["++"]}),
+    ("constant", re.compile(r"\b(true|false)\b"), {"true": ["false"], "false": ["true"]}),
+    ("negation", re.compile(r"(?<=[( ])!(?=[\w:(*])"), {"!": [""]}),
+]  # fmt: skip
 NUMBER = re.compile(r"(?<![\w.])(0[xX][0-9a-fA-F]+|\d+)(?=(?:LL|UL|[uUlL])?(?![\w.]))")
-TRUTH = re.compile(r"\b(true|false)\b")
-NOT = re.compile(r"(?<=[( ])!(?=[\w:(*])")
 CONDITION = re.compile(r"\b(?:if|while) \(")
 BLANKED = re.compile(
     r"""\bassert\([^;]*\);|//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|'(?:\\.|[^'\\\n])*'|^[ \t]*\#[^\n]*(?:\\\n[^\n]*)*""",
@@ -149,32 +132,21 @@ def mutants_of(path, text):
         line = text.count("\n", 0, offset) + 1
         found.append(Mutant(path, offset, old, new, line, kind))
 
-    for match in BINARY.finditer(code):
-        for kind, table in OPERATORS.items():
-            for other in table.get(match.group(), []):
+    for kind, pattern, others in EXCHANGES:
+        for match in pattern.finditer(code):
+            for other in others.get(match.group(), []):
                 add(match.start(), match.group(), other, kind)
-    for match in STEP.finditer(code):
-        add(match.start(), match.group(), "--" if match.group() == "++" else "++", "arithmetic")
     harmless = {(match.start(1), new) for rule, new in HARMLESS for match in rule.finditer(text)}
     for match in NUMBER.finditer(code):
-        if (match.start(), None) in harmless:
-            continue
         for other in changed_number(match.group()):
-            if (match.start(), other) not in harmless:
+            if not harmless & {(match.start(), None), (match.start(), other)}:
                 add(match.start(), match.group(), other, "constant")
-    for match in TRUTH.finditer(code):
-        add(match.start(), match.group(), "false" if match.group() == "true" else "true", "constant")
-    for match in NOT.finditer(code):
-        add(match.start(), "!", "", "negation")
     for match in CONDITION.finditer(code):
         start, end = match.end(), closing(code, match.end() - 1)
         condition = text[start:end]
         # A single relation or a leading "!" is negated above already; a declaration cannot be.
-        if re.search(r"==|!=| [<>]=? | = ", code[start:end]) and not re.search(r"&&|\|\|", condition):
-            continue
-        if code[start] == "!" and not re.search(r"&&|\|\|", condition):
-            continue
-        add(start, condition, f"!({condition})", "negation")
+        if re.search(r"&&|\|\|", condition) or not re.search(r"==|!=| [<>]=? | = |^!", code[start:end]):
+            add(start, condition, f"!({condition})", "negation")
     for match in DELETABLE.finditer(code):
         statement = match.group("statement")
         if not inside[match.start("statement")] or NO_STATEMENT.match(statement):

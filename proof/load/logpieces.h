@@ -3,6 +3,7 @@
 
 #include <cctype>
 #include <cstdio>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -23,7 +24,7 @@ inline std::size_t headLength(const std::string& bytes, std::size_t at, int& pid
 /// The writes of which an action log consists, in order: a head, a text and a line feed for each
 /// line. Processes that share a log interleave at these seams.
 struct LogPieces {
-  std::vector<int> headPids;
+  std::map<int, int> heads;  // by the process
   std::vector<std::string> texts;
   int lineFeeds = 0;
   std::size_t torn = 0;  // bytes from the first one on that begins no whole piece; 0 for none
@@ -38,7 +39,7 @@ struct LogPieces {
         length = 1;
         ++lineFeeds;
       } else if ((length = headLength(bytes, at, pid)) > 0) {
-        headPids.push_back(pid);
+        ++heads[pid];
       } else if ((length = textLength(bytes, at)) > 0) {
         texts.push_back(bytes.substr(at, length));
       } else {

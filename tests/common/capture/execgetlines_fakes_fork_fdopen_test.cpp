@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,7 +16,9 @@
 #include <utility>
 #include <vector>
 
+#include "common/capture/execgetlinestimeout.h"
 #include "support/actionlog.h"
+#include "support/childrun.h"
 #include "support/descriptors.h"
 #include "support/failingrename.h"
 #include "support/logtexts.h"
@@ -33,6 +36,14 @@ extern "C" pid_t fork() noexcept {
   if (!isFailing || !isFailing()) return real();
   errno = EAGAIN;
   return -1;
+}
+
+static bool isFdopenFailing = false;
+
+extern "C" FILE* fdopen(int fd, const char* mode) noexcept {
+  using Fdopen = FILE* (*)(int, const char*);
+  static const auto real = reinterpret_cast<Fdopen>(::dlsym(RTLD_NEXT, "fdopen"));
+  return isFdopenFailing ? nullptr : real(fd, mode);
 }
 
 namespace {
@@ -129,6 +140,25 @@ TEST(ExecGetLines, TemporaryFileWithoutItsFinalName_IsNotUsed) {
   texts.erase(texts.begin(), texts.begin() + 11);  // and ten lines of the temporary file
   EXPECT_EQ(withoutPids(texts), Texts({"VUQ90004L : com=echo out; echo error >&2; exit 3",
                                        "VUQ90004L : pid=<pid>,wstat=00000300"}));
+}
+
+TEST(LoggedChild, NoStream_LeavesTheChildUnwaitedAndNoDescriptorOpen) {
+  for (const bool isLimited : {false, true}) {
+    const CapturedLog log;
+    const ChildResult child = runInChild([isLimited] {
+      const int before = upcomingDescriptor(2);
+      Lines lines = {"left over"};
+      isFdopenFailing = true;
+      const int result = isLimited ? execGetLinesTimeout(lines, "exit 3", 5)
+                                   : execGetLines(lines, "exit 3", -1, nullptr, -1);
+      if (result != -1 || !lines.empty()) return 77;
+      if (upcomingDescriptor(2) != before) return 78;
+      int status = 0;
+      return ::wait(&status) > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : 79;
+    });
+    EXPECT_EQ(child.exitCode(), 3);
+    EXPECT_EQ(log.texts(), Texts({"VUQ90004L : com=exit 3"}));
+  }
 }
 
 }  // namespace

@@ -1,12 +1,18 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <climits>
+#include <csignal>
+#include <cstdio>
+#include <functional>
 #include <list>
 #include <string>
 #include <vector>
 
 #include "common/common.h"
 #include "support/actionlog.h"
+#include "support/childrun.h"
 #include "support/environmentguard.h"
 
 namespace {
@@ -113,6 +119,7 @@ TEST_F(NullArguments, OfOtherFunctions_AreNotLogged) {
   silent("toLowerStr", (toLowerStr(kNullBuffer), 0), 0);
   silent("trim", (trim(kNullBuffer), 0), 0);
   silent("quoteEsc", quoteEsc(kNull, '"'), "");
+  silent("shellEsc", shellEsc(kNull, 1), "");
   silent("getValue", std::string(getValue(nullptr)), "");
   silent("replaceEnvValue", replaceEnvValue(kNull), "");
   silent("hasWildCard", hasWildCard(kNull), 0);
@@ -136,6 +143,41 @@ TEST_F(NullArguments, OfOtherFunctions_AreNotLogged) {
   silent("getStrPatting", getStrPatting("ab", 2, 2, nullptr), kNullBuffer);
   silent("isDir", isDir(kNull), 0);
   silent("makeDir", makeDir(kNull, 1), -1);
+  silent("getDirSize", getDirSize(kNull), -1);
+  silent("getFreeSize", getFreeSize(kNull), -1);
+  silent("execGetLine", execGetLine(kNull, date), -1);
+  EXPECT_STREQ(date, "left over");
+}
+
+/// Runs `body` in a child, which must end by abort(3), and gives what it printed on standard error,
+/// with the child's own process id as "<pid>".
+std::string abortText(const std::function<void()>& body) {
+  const ChildResult child = runInChild([&body] {
+    const rlimit none = {0, 0};
+    ::setrlimit(RLIMIT_CORE, &none);
+    std::printf("P=%d", static_cast<int>(::getpid()));
+    std::fflush(stdout);
+    body();
+    return 0;
+  });
+  EXPECT_EQ(child.signal(), SIGABRT);
+  std::string text = child.err;
+  const std::size_t at = text.find(child.out + "\n");
+  if (at != std::string::npos) text.replace(at, child.out.size(), "P=<pid>");
+  return text;
+}
+
+TEST_F(NullArguments, ThatLeaveNothingSensibleToAnswer_EndTheProcessWithAnAssertion) {
+  const std::string start = "*** assertion failed,P=<pid>\n*** common.cpp:";
+  const std::string inStrlcpy = start + "19(dst != __null && src != __null)\n";
+  char dst[] = "###";
+  EXPECT_EQ(abortText([] { ::strlcpy(nullptr, "abc", 3); }), inStrlcpy);
+  EXPECT_EQ(abortText([&] { ::strlcpy(dst, nullptr, 3); }), inStrlcpy);
+  EXPECT_EQ(abortText([] { ::strlcpy(nullptr, nullptr, 0); }), inStrlcpy);
+  EXPECT_EQ(abortText([] { countLines(nullptr); }), start + "2176(t != __null)\n");
+  EXPECT_EQ(abortText([] { waitpid(nullptr, 1445, 1, nullptr, 0); }),
+            start + "1491(file != __null)\n");
+  EXPECT_EQ(log.bytes(), "");
 }
 
 }  // namespace

@@ -4,40 +4,28 @@
 
 #include <string>
 
-#include "support/actionlog.h"
-
 namespace {
 
 constexpr const char* kNull = nullptr;
 
 TEST(PathParts, OfAnyPath_AreTakenFromItsText) {
   const struct {
-    const char* path;
-    const char* erased;
-    const char* parent;  // the root, on purpose, where there is no "/"
-    const char* dir;
-    const char* base;
-    const char* name;
-    const char* ext;
+    const char *path, *erased, *parent, *dir, *base, *name, *ext;
   } kRows[] = {
       {"", "", "/", "", "", "", ""},
       {"/", "", "/", "/", "", "", ""},
       {"//", "/", "/", "/", "", "", ""},
-      {"a", "a", "/", "", "a", "a", ""},
+      {"a", "a", "/", "", "a", "a", ""},  // the parent is the root, on purpose
       {"a/", "a", "/", "a", "", "", ""},
       {"a//", "a/", "a", "a/", "", "", ""},
       {"a/b", "a/b", "a", "a", "b", "b", ""},
       {"/a", "/a", "/", "/", "a", "a", ""},
       {"//a", "//a", "/", "/", "a", "a", ""},
       {"/a/", "/a", "/", "/a", "", "", ""},
-      {"/a/b", "/a/b", "/a", "/a", "b", "b", ""},
-      {"/a/b/", "/a/b", "/a", "/a/b", "", "", ""},
       {"/a/b//", "/a/b/", "/a/b", "/a/b/", "", "", ""},
       {"/a//b", "/a//b", "/a/", "/a/", "b", "b", ""},
-      {"a/ ", "a/ ", "a", "a", " ", " ", ""},
       {"/a/b c/d ", "/a/b c/d ", "/a/b c", "/a/b c", "d ", "d ", ""},
       {"/\xe6/\xbc", "/\xe6/\xbc", "/\xe6", "/\xe6", "\xbc", "\xbc", ""},
-      {"/x/common.cpp", "/x/common.cpp", "/x", "/x", "common.cpp", "common", "cpp"},
       {"/d.d/a", "/d.d/a", "/d.d", "/d.d", "a", "a", ""},
       {"/d.d/", "/d.d", "/", "/d.d", "", "", ""},
       {"a.tar.gz", "a.tar.gz", "/", "", "a.tar.gz", "a.tar", "gz"},
@@ -99,8 +87,7 @@ TEST(BaseName, DirectoryIsThePathItself_IsCopiedFirst) {
   EXPECT_EQ(path, "/a");
 }
 
-TEST(PathParts, OfNull_AreEmptyWithoutALine) {
-  const CapturedLog log(CapturedLog::Level::kTrace);
+TEST(PathParts, OfNull_AreEmpty) {
   EXPECT_EQ(eraseLastSlash(static_cast<char*>(nullptr)), -1);
   EXPECT_EQ(eraseLastSlash(kNull) + parentPath(kNull) + __xpg_basename(kNull), "");
   EXPECT_EQ(retrieveExt(kNull) + retrieveName(kNull), "");
@@ -108,7 +95,6 @@ TEST(PathParts, OfNull_AreEmptyWithoutALine) {
   EXPECT_EQ(__xpg_basename(kNull, other = "left over") + other, "");
   EXPECT_EQ(retrieveExt(kNull, other = "left over") + other, "");
   EXPECT_EQ(retrieveName(kNull, other = "left over") + other, "");
-  EXPECT_EQ(log.bytes(), "");
 }
 
 }  // namespace

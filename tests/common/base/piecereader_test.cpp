@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "support/actionlog.h"
 #include "support/descriptors.h"
 #include "support/scratch.h"
 
@@ -71,16 +70,14 @@ TEST(PieceReader, Piece_MayBeEdited) {
   EXPECT_STREQ(reader.next(), "cd\n");
 }
 
-TEST(PieceReader, MissingFile_IsNotOpenAndNotLogged) {
+TEST(PieceReader, MissingFile_IsNotOpen) {
   const ScratchDir dir;
-  const CapturedLog log(CapturedLog::Level::kTrace);
   errno = 0;
   PieceReader reader((dir / "missing").c_str());
   EXPECT_EQ(errno, ENOENT);
   EXPECT_FALSE(reader.isOpen());
   EXPECT_EQ(reader.next(), nullptr);
   EXPECT_FALSE(reader.hasFailed());
-  EXPECT_EQ(log.bytes(), "");
 }
 
 TEST(PieceReader, Directory_FailsAtTheFirstPiece) {

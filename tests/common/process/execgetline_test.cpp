@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/actionlog.h"
@@ -27,35 +28,20 @@ std::string firstLineOf(const std::string& command) {
 
 TEST(ExecGetLine, FirstLine_IsCopiedWithoutItsLineEnd) {
   const std::string full(1023, 'x');
-  const struct {
-    std::string output;
-    std::string line;
-  } kRows[] = {{"one\ntwo\n", "one"},
-               {"one\r\ntwo", "one"},
-               {"one", "one"},
-               {"\ntwo\n", ""},
-               {"", ""},
-               {std::string("a\0b\n", 4), "a"},
-               {full.substr(1) + "\nsecond\n", full.substr(1)},
-               {full + "\nsecond\n", full},
-               {full + "x\nsecond\n", full}};
+  const std::pair<std::string, std::string> kRows[] = {
+      {"one\ntwo\n", "one"},
+      {"one\r\ntwo", "one"},
+      {"one", "one"},
+      {"\ntwo\n", ""},
+      {"", ""},
+      {std::string("a\0b\n", 4), "a"},
+      {full.substr(1) + "\nsecond\n", full.substr(1)},
+      {full + "\nsecond\n", full},
+      {full + "x\nsecond\n", full}};
   const ScratchDir dir;
-  for (const auto& row : kRows) {
-    EXPECT_EQ(firstLineOf("cat " + dir.write("output", row.output)), row.line) << row.output;
+  for (const auto& [output, line] : kRows) {
+    EXPECT_EQ(firstLineOf("cat " + dir.write("output", output)), line) << output;
   }
-}
-
-TEST(ExecGetLine, Status_IsTheExitStatusOrMinusOne) {
-  EXPECT_EQ(execGetLine("echo one; exit 3", nullptr), 3);
-  EXPECT_EQ(execGetLine("kill -9 $$", nullptr), -1);
-}
-
-TEST(ExecGetLine, NullCommand_IsMinusOneAndChangesNothing) {
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  char line[1024] = "left over";
-  EXPECT_EQ(execGetLine(nullptr, line), -1);
-  EXPECT_STREQ(line, "left over");
-  EXPECT_EQ(log.bytes(), "");
 }
 
 TEST(ExecGetLine, MoreOutputThanAPipeHolds_IsReadToItsEnd) {
@@ -63,13 +49,6 @@ TEST(ExecGetLine, MoreOutputThanAPipeHolds_IsReadToItsEnd) {
   const std::string done = dir / "done";
   EXPECT_EQ(firstLineOf("seq 1 100000 && : > " + done), "1");
   EXPECT_EQ(::access(done.c_str(), F_OK), 0);
-}
-
-TEST(ExecGetLine, ErrorOutput_IsTheCallers) {
-  const ChildResult child = runInChild([] { return execGetLine("echo error >&2", nullptr); });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(child.out, "");
-  EXPECT_EQ(child.err, "error\n");
 }
 
 TEST(ExecGetLine, CommandInTheBufferItself_IsRunAndLogged) {

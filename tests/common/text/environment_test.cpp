@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include "support/actionlog.h"
 #include "support/environmentguard.h"
@@ -26,70 +28,56 @@ TEST(ReplaceEnvValue, References_AreExpandedOnce) {
   const EnvironmentGuard b("B1", "[b]");
   const EnvironmentGuard underscore("_", "{u}");
   const EnvironmentGuard odd("a b$c", "odd");
+  const std::string value(100000, 'v');
+  const EnvironmentGuard longest("LONG", value.c_str());
   const EnvironmentGuard unset("C", nullptr);
-  const struct {
-    const char* text;
-    const char* result;
-  } kRows[] = {{"", ""},
-               {"plain text\n", "plain text\n"},
-               {"$B1/x", "[b]/x"},
-               {"%B1%/x", "[b]/x"},
-               {"$A", "<$B1%B1%>"},  // a value is not expanded again
-               {"%A%", "<$B1%B1%>"},
-               {"x$C/y", "x/y"},
-               {"x%C%/y", "x/y"},
-               {"a$", "a$"},
-               {"${B1}", "${B1}"},
-               {"$ B1", "$ B1"},
-               {"$$B1", "$[b]"},
-               {"$B1%B1%", "[b][b]"},
-               {"$B1%", "[b]%"},
-               {"$B1x", ""},  // the longest name counts
-               {"$_", "{u}"},
-               {"$_x", ""},
-               {"$b1", ""},
-               {"$1B", ""},
-               {"$%%", "$%"},
-               {"%%", "%"},
-               {"%%%", "%%"},
-               {"%%%%", "%%"},
-               {"100%%", "100%"},
-               {"%B1", "%B1"},
-               {"%B1$B1", "%B1$B1"},  // no reference within one that has no end
-               {"%a b$c%x", "oddx"},  // between percent signs every byte is part of the name
-               {"%B1%B1%", "[b]B1%"},
-               {"%B1%%B1%", "[b][b]"},
-               {"%B1%$B1%", "[b][b]%"},
-               {"$\xe6\xbc\xa2", "$\xe6\xbc\xa2"},
-               {"\xff$B1\xff", "\xff[b]\xff"}};
+  const std::pair<const char*, std::string> kRows[] = {
+      {"", ""},
+      {"$B1/x", "[b]/x"},
+      {"%B1%/x", "[b]/x"},
+      {"$A", "<$B1%B1%>"},  // a value is not expanded again
+      {"%A%", "<$B1%B1%>"},
+      {"x%C%/y", "x/y"},
+      {"a$", "a$"},
+      {"${B1}", "${B1}"},
+      {"$ B1", "$ B1"},
+      {"$$B1", "$[b]"},
+      {"$B1%B1%", "[b][b]"},
+      {"$B1%", "[b]%"},
+      {"$B1x", ""},  // the longest name counts
+      {"$_", "{u}"},
+      {"$_x", ""},
+      {"$1B", ""},
+      {"%%", "%"},
+      {"%%%", "%%"},
+      {"%B1", "%B1"},
+      {"%B1$B1", "%B1$B1"},  // no reference within one that has no end
+      {"%a b$c%x", "oddx"},  // between percent signs every byte is part of the name
+      {"%B1%B1%", "[b]B1%"},
+      {"%B1%%B1%", "[b][b]"},
+      {"%B1%$B1%", "[b][b]%"},
+      {"<$LONG>", "<" + value + ">"},
+      {"$\xe6\xbc\xa2", "$\xe6\xbc\xa2"},
+      {"\xff$B1\xff", "\xff[b]\xff"}};
   const CapturedLog log(CapturedLog::Level::kTrace);
-  for (const auto& row : kRows) EXPECT_EQ(replaceEnvValue(row.text), row.result) << row.text;
+  for (const auto& [text, result] : kRows) EXPECT_EQ(replaceEnvValue(text), result) << text;
   EXPECT_EQ(log.bytes(), "");
 }
 
-TEST(ReplaceEnvValue, LongValues_AreInsertedWhole) {
-  const std::string value(100000, 'v');
-  const EnvironmentGuard variable("B1", value.c_str());
-  EXPECT_EQ(replaceEnvValue("<$B1>"), "<" + value + ">");
-}
-
 TEST(GetInstallRoot, Value_LosesOneSlashAndGetsOneWhenAsked) {
-  const struct {
-    const char* value;
-    const char* without;
-    const char* with;
-  } kRows[] = {{nullptr, "", "/"},
-               {"", "", "/"},
-               {"/", "", "/"},
-               {"/opt/x", "/opt/x", "/opt/x/"},
-               {"/opt/x/", "/opt/x", "/opt/x/"},
-               {"/opt/x//", "/opt/x/", "/opt/x//"},
-               {"/ ", "/ ", "/ /"}};
+  const std::tuple<const char*, const char*, const char*> kRows[] = {
+      {nullptr, "", "/"},
+      {"", "", "/"},
+      {"/", "", "/"},
+      {"/opt/x", "/opt/x", "/opt/x/"},
+      {"/opt/x/", "/opt/x", "/opt/x/"},
+      {"/opt/x//", "/opt/x/", "/opt/x//"},
+      {"/ ", "/ ", "/ /"}};
   const CapturedLog log(CapturedLog::Level::kTrace);
-  for (const auto& row : kRows) {
-    const EnvironmentGuard variable("PKG_INSTALL_ROOT", row.value);
-    EXPECT_EQ(getInstallRoot(0), row.without);
-    for (const int withSlash : {1, 2, -1}) EXPECT_EQ(getInstallRoot(withSlash), row.with);
+  for (const auto& [value, without, with] : kRows) {
+    const EnvironmentGuard variable("PKG_INSTALL_ROOT", value);
+    EXPECT_EQ(getInstallRoot(0), without);
+    for (const int withSlash : {1, 2, -1}) EXPECT_EQ(getInstallRoot(withSlash), with);
   }
   EXPECT_EQ(log.bytes(), "");
 }

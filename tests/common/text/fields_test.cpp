@@ -4,6 +4,7 @@
 
 #include <list>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/actionlog.h"
@@ -33,12 +34,7 @@ std::string joined(const Texts& items, const char* sep) {
 }
 
 TEST(Split, Texts_AreCutAtEveryDelimiterAndComeBackWhenJoined) {
-  const struct {
-    const char* text;
-    const char* delim;
-    int maxFields;
-    Texts fields;
-  } kRows[] = {
+  const std::tuple<const char*, const char*, int, Texts> kRows[] = {
       {"/a/b", "/", 0, {"", "a", "b"}},
       {"a//b", "/", 0, {"a", "", "b"}},
       {"a/", "/", 0, {"a", ""}},
@@ -60,10 +56,10 @@ TEST(Split, Texts_AreCutAtEveryDelimiterAndComeBackWhenJoined) {
       {"\xe6\xbc\xa2/\xa4", "/", 0, {"\xe6\xbc\xa2", "\xa4"}},
   };
   const CapturedLog log;
-  for (const auto& row : kRows) {
-    EXPECT_EQ(fieldsOf(row.text, row.delim, row.maxFields), row.fields)
-        << "'" << row.text << "' at '" << row.delim << "', " << row.maxFields;
-    EXPECT_EQ(joined(row.fields, row.delim), row.text);
+  for (const auto& [text, delim, maxFields, fields] : kRows) {
+    EXPECT_EQ(fieldsOf(text, delim, maxFields), fields)
+        << "'" << text << "' at '" << delim << "', " << maxFields;
+    EXPECT_EQ(joined(fields, delim), text);
   }
   EXPECT_EQ(log.bytes(), "");
 }

@@ -10,6 +10,8 @@
 #include <ctime>
 #include <regex>
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include "support/environmentguard.h"
 
@@ -25,41 +27,26 @@ constexpr time_t kNewYearsEve20h = 1798747200;  // 2026/12/31 20:00:00
 constexpr time_t kNewYear2h = 1798768800;       // 2027/01/01 02:00:00
 constexpr time_t kSummerNoon = 1782907200;      // 2026/07/01 12:00:00
 
-// --- convertTimeToStr ----------------------------------------------------------------------------
-
 TEST(ConvertTimeToStr, Durations_AreTurnedIntoTheLargestUnit) {
   const struct {
-    int value;
-    int startUnit;
-    int maxUnit;
-    int outValue;
-    int outRest;
-    int unit;
+    int value, startUnit, maxUnit, outValue, outRest, unit;
   } kRows[] = {
       {5, 0, 0, 5, 0, 0},  // nothing to divide
-      {100, 0, 0, 100, 0, 0},
-      {60, 0, 1, 1, 0, 1},
       {125, 0, 1, 2, 5, 1},
       {7199, 0, 1, 119, 59, 1},
       {7325, 0, 2, 2, 2, 2},  // 2 hours, 2 minutes; the seconds are dropped
-      {86400, 0, 3, 1, 0, 3},
       {90000, 0, 3, 1, 1, 3},
       {90000, 0, 5, 1, 1, 3},  // never above days
       {INT_MAX, 0, 3, 24855, 3, 3},
       {125, 1, 2, 2, 5, 2},
-      {49, 2, 3, 2, 1, 3},
-      {5, 3, 0, 5, 0, 3},
       {5, 3, 3, 5, 0, 3},
       {0, 3, 3, 0, 0, 3},
-      {5, 2, 2, 5, 0, 2},
       {100000, 1, 0, 69, 10, 3},  // a largest unit below the start is passed by
       // A value that comes to 0 on the way is one of the largest unit.
       {0, 0, 3, 1, 0, 3},
       {59, 0, 1, 1, 0, 1},
-      {59, 0, 3, 1, 0, 3},
       {60, 0, 3, 1, 0, 3},
       {3599, 0, 2, 1, 0, 2},
-      {86399, 0, 3, 1, 0, 3},
       {23, 2, 3, 1, 0, 3},
       {59, 0, 5, 1, 0, 5},
       {1000, 4, 3, 1, 0, 3},
@@ -72,13 +59,10 @@ TEST(ConvertTimeToStr, Durations_AreTurnedIntoTheLargestUnit) {
     int outValue = 4711;
     int outRest = 4711;
     const int unit = convertTimeToStr(row.value, outValue, outRest, row.startUnit, row.maxUnit);
-    EXPECT_EQ(unit, row.unit) << row.value << " from " << row.startUnit << " to " << row.maxUnit;
-    EXPECT_EQ(outValue, row.outValue) << row.value << ", " << row.startUnit << ", " << row.maxUnit;
-    EXPECT_EQ(outRest, row.outRest) << row.value << ", " << row.startUnit << ", " << row.maxUnit;
+    EXPECT_EQ(std::tie(unit, outValue, outRest), std::tie(row.unit, row.outValue, row.outRest))
+        << row.value << " from " << row.startUnit << " to " << row.maxUnit;
   }
 }
-
-// --- convTimeValue -------------------------------------------------------------------------------
 
 int secondsOf(const std::string& text) {
   std::string buffer = text;
@@ -114,15 +98,16 @@ TEST(ConvTimeValue, NumberThatDoesNotFit_Wraps) {
   EXPECT_EQ(secondsOf("18446744073709551617min"), -60);
 }
 
-// --- getUTCOffset, getTimeStr and localTimeText --------------------------------------------------
+/// A time that means itself for both functions.
+void expectText(time_t time, const std::string& text) {
+  std::string digits = "left over";
+  EXPECT_EQ(getTimeStr(digits, time), time);
+  EXPECT_EQ(digits, std::regex_replace(text, std::regex("[^0-9]"), ""));
+  EXPECT_EQ(localTimeText(time), text);
+}
 
 TEST(TimeTexts, Times_AreGivenInLocalTimeAndZonesInSecondsEastOfUtc) {
-  const struct {
-    const char* zone;
-    time_t time;
-    std::string text;
-    int offset;
-  } kRows[] = {
+  const std::tuple<const char*, time_t, std::string, int> kRows[] = {
       {kUtc, kSummerNoon, "2026/07/01 12:00:00", 0},
       {kTokyo, kSummerNoon, "2026/07/01 21:00:00", 32400},
       {kNewYork, kSummerNoon, "2026/07/01 08:00:00", -14400},
@@ -130,55 +115,37 @@ TEST(TimeTexts, Times_AreGivenInLocalTimeAndZonesInSecondsEastOfUtc) {
       {"NST3:30", kSummerNoon, "2026/07/01 08:30:00", -12600},
       {"LMT-5:53:28", kSummerNoon, "2026/07/01 17:53:28", 21208},
       {"LMT4:56:02", kSummerNoon, "2026/07/01 07:03:58", -17762},
-      // across midnight, within a month
-      {kTokyo, kSummerNoon + 8 * 3600, "2026/07/02 05:00:00", 32400},
-      {kNewYork, kSummerNoon + 14 * 3600, "2026/07/01 22:00:00", -14400},
       // across the end of a month
       {kTokyo, 1785528000, "2026/08/01 05:00:00", 32400},
       {kNewYork, 1785549600, "2026/07/31 22:00:00", -14400},
       // across New Year
       {kTokyo, kNewYearsEve20h, "2027/01/01 05:00:00", 32400},
       {kNewYork, kNewYear2h, "2026/12/31 21:00:00", -18000},
-      {kKolkata, kNewYearsEve20h, "2027/01/01 01:30:00", 19800},
-      {"NST3:30", kNewYear2h, "2026/12/31 22:30:00", -12600},
       // the ends of the earth
       {"LINT-14", kNewYearsEve20h, "2027/01/01 10:00:00", 50400},
       {"SST11", kNewYear2h, "2026/12/31 15:00:00", -39600},
       // and of time
       {kTokyo, 1, "1970/01/01 09:00:01", 32400},
-      {kUtc, 951782399, "2000/02/28 23:59:59", 0},
       {kUtc, 951782400, "2000/02/29 00:00:00", 0},
       {kUtc, 2147483648, "2038/01/19 03:14:08", 0},
-      {kUtc, 253402300799, "9999/12/31 23:59:59", 0},
       {kUtc, 253402300800, "10000/01/01 00:00:00", 0},
       {kUtc, 67768036191676799, "2147485547/12/31 23:59:59", 0},
       {kUtc, INT64_MAX, "1900/01/00 00:00:00", 0},  // the year does not fit
   };
-  for (const auto& row : kRows) {
-    const TimeZoneGuard zone(row.zone);
-    SCOPED_TRACE(row.text);
-    std::string digits = "left over";
-    EXPECT_EQ(getTimeStr(digits, row.time), row.time);
-    EXPECT_EQ(digits, std::regex_replace(row.text, std::regex("[^0-9]"), ""));
-    EXPECT_EQ(getTimeStr(row.time), row.text);
-    EXPECT_EQ(localTimeText(row.time), row.text);
-    EXPECT_EQ(getUTCOffset(row.time), row.offset);
+  for (const auto& [zone, time, text, offset] : kRows) {
+    const TimeZoneGuard guard(zone);
+    SCOPED_TRACE(text);
+    expectText(time, text);
+    EXPECT_EQ(getTimeStr(time), text);
+    EXPECT_EQ(getUTCOffset(time), offset);
   }
 }
 
 TEST(TimeTexts, ZeroAndNegativeTimes_AreTimesAsAnyOtherWhereTheyDoNotMeanNow) {
   const TimeZoneGuard zone(kUtc);
   EXPECT_EQ(localTimeText(0), "1970/01/01 00:00:00");
-  const struct {
-    time_t time;
-    const char* text;
-  } kRows[] = {{-1, "1969/12/31 23:59:59"}, {INT64_MIN, "1900/01/00 00:00:00"}};
-  for (const auto& row : kRows) {
-    std::string digits;
-    EXPECT_EQ(getTimeStr(digits, row.time), row.time);
-    EXPECT_EQ(digits, std::regex_replace(row.text, std::regex("[^0-9]"), ""));
-    EXPECT_EQ(localTimeText(row.time), row.text);
-  }
+  expectText(-1, "1969/12/31 23:59:59");
+  expectText(INT64_MIN, "1900/01/00 00:00:00");
 }
 
 /// A zone of UTC that is an hour ahead these days only, whatever the day of the year.
@@ -213,9 +180,9 @@ TEST(GetTimeStr, TwoArgumentsAndZero_MeanNowAndGiveIt) {
   const time_t used = getTimeStr(digits, 0);
   EXPECT_GE(used, before);
   EXPECT_LE(used, std::time(nullptr));
-  std::string expected;
-  EXPECT_EQ(getTimeStr(expected, used), used);
-  EXPECT_EQ(digits, expected);
+  std::string again;
+  getTimeStr(again, used);
+  EXPECT_EQ(digits, again);
 }
 
 TEST(GetTimeStr, OneArgumentBelow1_MeansNow) {
@@ -228,41 +195,26 @@ TEST(GetTimeStr, OneArgumentBelow1_MeansNow) {
   }
 }
 
-// --- convDate ------------------------------------------------------------------------------------
-
-TEST(ConvDate, TwelveDigits_BecomeADateInSeventeenBytes) {
-  const struct {
-    const char* src;
-    const char* dst;
-  } kRows[] = {{"202611151200", "2026/11/15 12:00"},
-               {"20261115120007", "2026/11/15 12:00"},  // the seconds are not used
-               {"20261115120007 and more", "2026/11/15 12:00"},
-               {"000000000000", "0000/00/00 00:00"},
-               {"999999999999", "9999/99/99 99:99"},
-               {"abcdefghijklmn", "abcd/ef/gh ij:kl"},  // nothing is checked
-               {"%s%n%d%s%n%d", "%s%n/%d/%s %n:%d"}};
-  for (const auto& row : kRows) {
+TEST(ConvDate, TwelveBytesFilledUpWithBlanks_BecomeADateInSeventeen) {
+  const std::pair<const char*, const char*> kRows[] = {
+      {"", "    /  /     :  "},
+      {"20261", "2026/1 /     :  "},
+      {"202611151200", "2026/11/15 12:00"},
+      {"20261115120007", "2026/11/15 12:00"},  // the seconds are not used
+      {"20261115120007 and more", "2026/11/15 12:00"},
+      {"000000000000", "0000/00/00 00:00"},
+      {"999999999999", "9999/99/99 99:99"},
+      {"abcdefghijklmn", "abcd/ef/gh ij:kl"},  // nothing is checked
+      {"%s%n%d%s%n%d", "%s%n/%d/%s %n:%d"}};
+  for (const auto& [source, date] : kRows) {
     char dst[18];
     std::memset(dst, '#', sizeof dst);
-    EXPECT_EQ(convDate(row.src, dst), 0);
-    EXPECT_STREQ(dst, row.dst) << row.src;
+    EXPECT_EQ(convDate(source, dst), 0);
+    EXPECT_STREQ(dst, date) << source;
     EXPECT_EQ(dst[16], '\0');
     EXPECT_EQ(dst[17], '#');
   }
 }
-
-TEST(ConvDate, ShortSource_IsFilledUpWithBlanks) {
-  for (std::size_t length = 0; length <= 12; ++length) {
-    const std::string digits = std::string("202611151200").substr(0, length);
-    const std::string filled = digits + std::string(12 - length, ' ');
-    char dst[17];
-    EXPECT_EQ(convDate(digits.c_str(), dst), 0);
-    EXPECT_EQ(dst, filled.substr(0, 4) + "/" + filled.substr(4, 2) + "/" + filled.substr(6, 2) +
-                       " " + filled.substr(8, 2) + ":" + filled.substr(10, 2));
-  }
-}
-
-// --- elapsedTime ---------------------------------------------------------------------------------
 
 TEST(ElapsedTime, Value_IsTheTimeOfDayInSeconds) {
   const double before = static_cast<double>(std::time(nullptr));

@@ -3,43 +3,33 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include "support/actionlog.h"
 
 namespace {
 
+using Texts = std::vector<std::string>;
+
 TEST(MatchWild, Names_MatchAsShellPatternsDo) {
-  const struct {
-    const char* pattern;
-    const char* name;
-    int result;
-  } kRows[] = {
-      {"", "", 1},
-      {"a", "a", 1},
-      {"a", "A", 0},
-      {"*", "", 1},
-      {"*", ".hidden", 1},  // a leading period is an ordinary byte
-      {"*.tar", "a.tar", 1},
-      {"*.tar", "a.tar.gz", 0},
-      {"?", "a", 1},
-      {"?", "ab", 0},
-      {"[a-c]x", "bx", 1},
-      {"[a-c]x", "dx", 0},
-      {"[!a]", "b", 1},
-      {"\xe6*", "\xe6\xbc\xa2", 1},
-      // a slash is matched by a slash only
-      {"*", "a/b", 0},
-      {"a[/]b", "a/b", 0},
-      {"*/*", "a/b", 1},
-      {"/d/*", "/d/x/y", 0},
-      // a backslash is an ordinary byte
-      {"\\*", "*", 0},
-      {"\\*", "\\abc", 1},
-      {"a\\", "a\\", 1},
-  };
+  const std::tuple<const char*, Texts, Texts> kRows[] = {
+      {"", {""}, {"a"}},
+      {"a", {"a"}, {"A"}},
+      {"*", {"", ".hidden"}, {"a/b"}},  // a leading period is an ordinary byte, a slash is not
+      {"*.tar", {"a.tar"}, {"a.tar.gz"}},
+      {"?", {"a"}, {"ab"}},
+      {"[a-c]x", {"bx"}, {"dx"}},
+      {"[!a]", {"b"}, {"a"}},
+      {"\xe6*", {"\xe6\xbc\xa2"}, {}},
+      {"a[/]b", {}, {"a/b"}},
+      {"*/*", {"a/b"}, {"/d/x/y"}},
+      {"\\*", {"\\abc"}, {"*"}},  // a backslash is an ordinary byte, too
+      {"a\\", {"a\\"}, {}}};
   const CapturedLog log(CapturedLog::Level::kTrace);
-  for (const auto& row : kRows) {
-    EXPECT_EQ(matchWild(row.pattern, row.name), row.result) << row.pattern << ", " << row.name;
+  for (const auto& [pattern, matching, others] : kRows) {
+    for (const std::string& name : matching) EXPECT_EQ(matchWild(pattern, name.c_str()), 1) << name;
+    for (const std::string& name : others) EXPECT_EQ(matchWild(pattern, name.c_str()), 0) << name;
   }
   EXPECT_EQ(log.bytes(), "");
 }

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <list>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/actionlog.h"
@@ -37,11 +38,7 @@ std::string prefixAmong(const Paths& dirs, const Paths& paths) {
 
 TEST(AcquireSamePrefix, Paths_AreComparedFieldByField) {
   if (::getuid() != 0) GTEST_SKIP() << "needs root for a root directory of its own";
-  const struct {
-    Paths dirs;
-    Paths paths;
-    const char* prefix;
-  } kRows[] = {
+  const std::tuple<Paths, Paths, const char*> kRows[] = {
       {{"/a/b"}, {"/a/b"}, "/a/b"},    // a directory stands for itself
       {{"/a/b"}, {"/a/b/c"}, "/a/b"},  // and a file for its directory
       {{}, {"/x"}, "/"},
@@ -66,8 +63,8 @@ TEST(AcquireSamePrefix, Paths_AreComparedFieldByField) {
       {{}, {"x"}, "/"},  // a bare name lies in the root
       {{}, {""}, "/"},
   };
-  for (const auto& row : kRows) {
-    EXPECT_EQ(prefixAmong(row.dirs, row.paths), row.prefix) << testing::PrintToString(row.paths);
+  for (const auto& [dirs, paths, prefix] : kRows) {
+    EXPECT_EQ(prefixAmong(dirs, paths), prefix) << testing::PrintToString(paths);
   }
 }
 

@@ -9,6 +9,8 @@
 #include <list>
 #include <regex>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "support/actionlog.h"
@@ -43,49 +45,32 @@ void printAll(const Texts& texts) {
   for (const std::string& text : texts) std::puts(text.c_str());
 }
 
-// --- output --------------------------------------------------------------------------------------
-
 TEST(ExecGetLines, Maxima_KeepAsManyLinesOfEitherOutput) {
-  const struct {
-    const char* command;
-    int maxLines;
-    int maxErrors;
-    Texts lines;
-    Texts errors;
-  } kRows[] = {{"true", -1, -1, {}, {}},
-               {"seq 1 3; seq 4 6 >&2", -1, -1, {"1", "2", "3"}, {"4", "5", "6"}},
-               {"seq 1 3; seq 4 6 >&2", 0, 1, {}, {"4"}},
-               {"seq 1 3; seq 4 6 >&2", 2, 0, {"1", "2"}, {}},
-               {"seq 1 3; seq 4 6 >&2", 4, 3, {"1", "2", "3"}, {"4", "5", "6"}}};
-  for (const auto& row : kRows) {
-    const Capture run(row.command, row.maxLines, true, row.maxErrors);
+  const std::tuple<const char*, int, int, Texts, Texts> kRows[] = {
+      {"true", -1, -1, {}, {}},
+      {"seq 1 3; seq 4 6 >&2", -1, -1, {"1", "2", "3"}, {"4", "5", "6"}},
+      {"seq 1 3; seq 4 6 >&2", 0, 1, {}, {"4"}},
+      {"seq 1 3; seq 4 6 >&2", 2, 0, {"1", "2"}, {}},
+      {"seq 1 3; seq 4 6 >&2", 4, 3, {"1", "2", "3"}, {"4", "5", "6"}}};
+  for (const auto& [command, maxLines, maxErrors, lines, errors] : kRows) {
+    const Capture run(command, maxLines, true, maxErrors);
     EXPECT_EQ(run.result, 0);
-    EXPECT_EQ(run.lines, row.lines) << row.command << ", " << row.maxLines;
-    EXPECT_EQ(run.errors, row.errors) << row.command << ", " << row.maxErrors;
+    EXPECT_EQ(run.lines, lines) << command << ", " << maxLines;
+    EXPECT_EQ(run.errors, errors) << command << ", " << maxErrors;
   }
-}
-
-TEST(ExecGetLines, Status_IsTheExitStatusOrMinusOne) {
-  EXPECT_EQ(Capture("exit 3", -1).result, 3);
-  const Capture run("echo one; kill -9 $$", -1);
-  EXPECT_EQ(run.result, -1);
-  EXPECT_EQ(run.lines, Texts({"one"}));
 }
 
 TEST(ExecGetLines, LinesAround1023Bytes_AreCutThere) {
   const ScratchDir dir;
   const std::string full(1023, 'x');
-  const struct {
-    std::size_t length;
-    Texts lines;
-  } kRows[] = {{1022, {std::string(1022, 'x'), "end"}},
-               {1023, {full, "", "end"}},
-               {1024, {full, "x", "end"}},
-               {1500, {full, std::string(477, 'x'), "end"}}};
-  for (const auto& row : kRows) {
-    const std::string path = dir.write("output", std::string(row.length, 'x') + "\nend");
-    EXPECT_EQ(Capture("cat " + path, -1).lines, row.lines) << row.length;
-    EXPECT_EQ(Capture("cat " + path + " >&2", -1, true).errors, row.lines) << row.length;
+  const std::pair<std::size_t, Texts> kRows[] = {{1022, {full.substr(1), "end"}},
+                                                 {1023, {full, "", "end"}},
+                                                 {1024, {full, "x", "end"}},
+                                                 {1500, {full, std::string(477, 'x'), "end"}}};
+  for (const auto& [length, lines] : kRows) {
+    const std::string path = dir.write("output", std::string(length, 'x') + "\nend");
+    EXPECT_EQ(Capture("cat " + path, -1).lines, lines) << length;
+    EXPECT_EQ(Capture("cat " + path + " >&2", -1, true).errors, lines) << length;
   }
 }
 
@@ -120,17 +105,6 @@ TEST(ExecGetLines, OneListForBoth_HasTheErrorOutputAfterTheOutput) {
   EXPECT_EQ(asVector(lines), Texts({"one", "two"}));
 }
 
-// --- the child's descriptors ---------------------------------------------------------------------
-
-TEST(ExecGetLines, WithoutErrorList_ErrorOutputIsTheNullDevice) {
-  EXPECT_EQ(Capture("readlink /proc/$$/fd/2", -1).lines, Texts({"/dev/null"}));
-  const ChildResult child = runInChild([] {
-    Capture("echo error >&2", -1);
-    return 0;
-  });
-  EXPECT_EQ(child.out + child.err, "");
-}
-
 TEST(ExecGetLines, WhateverStandardDescriptorIsClosed_OutputArrives) {
   const std::string command =
       "for i in 0 1 2; do [ -e /proc/$$/fd/$i ] && echo $i; done; echo error >&2";
@@ -153,6 +127,14 @@ TEST(ExecGetLines, WhateverStandardDescriptorIsClosed_OutputArrives) {
   }
 }
 
+TEST(ExecGetLines, Child_HasTheCallersGroupAndInputAndTheNullDeviceForErrors) {
+  const ChildResult child = runInChild([] {
+    const Capture run("ps -o pgid= -p $$ | tr -d ' '; readlink /proc/$$/fd/0 /proc/$$/fd/2", -1);
+    return run.lines == Texts({std::to_string(::getpgrp()), "/dev/null", "/dev/null"}) ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+}
+
 TEST(ExecGetLines, Child_InheritsTheStandardDescriptorsOnly) {
   for (const bool withErrors : {false, true}) {
     const ChildResult child = runInChild([&] {
@@ -165,22 +147,9 @@ TEST(ExecGetLines, Child_InheritsTheStandardDescriptorsOnly) {
   }
 }
 
-TEST(ExecGetLines, Run_LeavesNoDescriptorOpen) {
-  const int before = upcomingDescriptor(1);
-  Capture("echo a", -1, true);
-  EXPECT_EQ(upcomingDescriptor(1), before);
-}
-
-TEST(ExecGetLines, Child_StaysInTheCallersProcessGroupWithItsInput) {
-  const ChildResult child = runInChild([] {
-    const Capture run("ps -o pgid= -p $$ | tr -d ' '; readlink /proc/$$/fd/0", -1);
-    return run.lines == Texts({std::to_string(::getpgrp()), "/dev/null"}) ? 0 : 1;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-}
-
 TEST(ExecGetLines, WithErrorList_ErrorOutputIsATemporaryFileThatVanishes) {
   const CapturedLog log(CapturedLog::Level::kTrace);
+  const int before = upcomingDescriptor(1);
   const std::string number = std::to_string(upcomingDescriptor(3));  // after those of the pipe
   const std::string command = "readlink /proc/$$/fd/2; echo $$";
   const Capture run(command, -1, true);
@@ -188,6 +157,7 @@ TEST(ExecGetLines, WithErrorList_ErrorOutputIsATemporaryFileThatVanishes) {
   const std::string path = run.lines[0];
   EXPECT_TRUE(std::regex_match(path, std::regex("/tmp/execGetLines[A-Za-z0-9]{6}_"))) << path;
   EXPECT_FALSE(fs::exists(path));
+  EXPECT_EQ(upcomingDescriptor(1), before);
   EXPECT_EQ(log.texts(),
             inOrder({{"[T](common:1345):execGetLines():count=-1," + command,
                       "[T](CTemp:73):getTemp_sub():prefix=/tmp,templ=execGetLines",
@@ -200,8 +170,6 @@ TEST(ExecGetLines, WithErrorList_ErrorOutputIsATemporaryFileThatVanishes) {
                       "[T](common:520):/bin/rm -fr " + path + " >/dev/null 2>&1"},
                      tracedExit(0)}));
 }
-
-// --- failures ------------------------------------------------------------------------------------
 
 TEST(ExecGetLines, ChildThatCannotBeWaitedFor_HasTheStatusMinusOne) {
   const CapturedLog log;

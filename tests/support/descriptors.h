@@ -36,10 +36,4 @@ inline int upcomingDescriptor(int nth) {
   return number;
 }
 
-/// Lets the process, which must not be root's, fork no more.
-inline bool forbidFork() {
-  const rlimit limit = {0, 0};
-  return ::setrlimit(RLIMIT_NPROC, &limit) == 0;
-}
-
 #endif

@@ -6,8 +6,6 @@
 #include <cerrno>
 #include <utility>
 
-#include "support/descriptors.h"
-
 namespace {
 
 int openNull() { return ::open("/dev/null", O_RDONLY | O_CLOEXEC); }

@@ -1,6 +1,7 @@
 #include "common/base/format.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cstdlib>
 #include <string>
@@ -84,6 +85,13 @@ TEST_F(FormatMemory, FailedGrowth_GivesTheTextCutAtTheLastBuffer) {
   EXPECT_EQ(formatWatched(5000, 2049), std::string(1023, 'x'));
   EXPECT_EQ(formatWatched(5000, 4097), std::string(2047, 'x'));
   EXPECT_EQ(formatWatched(5000, 8193), std::string(4095, 'x'));
+}
+
+TEST_F(FormatMemory, LongText_LeavesNothingAllocated) {
+  const std::string text(5000, 'x');
+  const std::size_t before = ::mallinfo2().uordblks;
+  EXPECT_EQ(format("%s", C(text)).size(), text.size());
+  EXPECT_EQ(::mallinfo2().uordblks, before);
 }
 
 }  // namespace

@@ -2,11 +2,11 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/descriptors.h"
@@ -27,29 +27,26 @@ Texts piecesOf(PieceReader& reader) {
 
 TEST(PieceReader, FileAndStream_ArriveInPiecesBelowTheBound) {
   const std::string full(1023, 'x');
-  const struct {
-    std::string bytes;
-    Texts pieces;
-    std::size_t bufferBytes = PieceReader::kBufferBytes;
-  } kRows[] = {{"", {}},
-               {"a\n\nb\r\n", {"a\n", "\n", "b\r\n"}},
-               {"a\nb", {"a\n", "b"}},
-               {full.substr(1) + "\ny", {full.substr(1) + "\n", "y"}},
-               {full + "\ny", {full, "\n", "y"}},
-               {full + "x\n", {full, "x\n"}},
-               {full + full + full + "x", {full, full, full, "x"}},
-               {"abcdef\n", {"abc", "def", "\n"}, 4},
-               {"ab\n", {"a", "b", "\n"}, 2},
-               {std::string("ab\0cd\nef\n", 9), {"ab", "ef\n"}},
-               {"\xff\xa4\xa2\n", {"\xff\xa4\xa2\n"}}};
+  const std::tuple<std::string, Texts, std::size_t> kRows[] = {
+      {"", {}, 1024},
+      {"a\n\nb\r\n", {"a\n", "\n", "b\r\n"}, 1024},
+      {"a\nb", {"a\n", "b"}, 1024},
+      {full.substr(1) + "\ny", {full.substr(1) + "\n", "y"}, 1024},
+      {full + "\ny", {full, "\n", "y"}, 1024},
+      {full + "x\n", {full, "x\n"}, 1024},
+      {full + full + full + "x", {full, full, full, "x"}, 1024},
+      {"abcdef\n", {"abc", "def", "\n"}, 4},
+      {"ab\n", {"a", "b", "\n"}, 2},
+      {std::string("ab\0cd\nef\n", 9), {"ab", "ef\n"}, 1024},
+      {"\xff\xa4\xa2\n", {"\xff\xa4\xa2\n"}, 1024}};
   const ScratchDir dir;
-  for (const auto& row : kRows) {
-    const std::string path = dir.write("file", row.bytes);
-    PieceReader file(path.c_str(), row.bufferBytes);
-    EXPECT_EQ(piecesOf(file), row.pieces);
+  for (const auto& [bytes, pieces, bufferBytes] : kRows) {
+    const std::string path = dir.write("file", bytes);
+    PieceReader file(path.c_str(), bufferBytes);
+    EXPECT_EQ(piecesOf(file), pieces);
     FILE* stream = std::fopen(path.c_str(), "re");
-    PieceReader reader(stream, row.bufferBytes);
-    EXPECT_EQ(piecesOf(reader), row.pieces);
+    PieceReader reader(stream, bufferBytes);
+    EXPECT_EQ(piecesOf(reader), pieces);
     std::fclose(stream);
   }
 }
@@ -63,17 +60,9 @@ TEST(PieceReader, Stream_IsReadFromWhereItStandsAndLeftOpen) {
   EXPECT_EQ(std::fclose(stream), 0);
 }
 
-TEST(PieceReader, Piece_MayBeEdited) {
-  const ScratchDir dir;
-  PieceReader reader(dir.write("file", "ab\ncd\n").c_str());
-  reader.next()[0] = '\0';
-  EXPECT_STREQ(reader.next(), "cd\n");
-}
-
 TEST(PieceReader, MissingFile_IsNotOpen) {
-  const ScratchDir dir;
   errno = 0;
-  PieceReader reader((dir / "missing").c_str());
+  PieceReader reader("/nowhere");
   EXPECT_EQ(errno, ENOENT);
   EXPECT_FALSE(reader.isOpen());
   EXPECT_EQ(reader.next(), nullptr);
@@ -81,19 +70,16 @@ TEST(PieceReader, MissingFile_IsNotOpen) {
 }
 
 TEST(PieceReader, Directory_FailsAtTheFirstPiece) {
-  const ScratchDir dir;
-  PieceReader reader(dir.path().c_str());
+  PieceReader reader("/");
   EXPECT_TRUE(reader.isOpen());
   EXPECT_EQ(reader.next(), nullptr);
   EXPECT_TRUE(reader.hasFailed());
 }
 
 TEST(PieceReader, Descriptor_IsNotInheritedAndClosedAtTheEnd) {
-  const ScratchDir dir;
-  const std::string path = dir.write("file", "a\n");
   const int fd = upcomingDescriptor(1);
   {
-    const PieceReader reader(path.c_str());
+    const PieceReader reader("/dev/null");
     EXPECT_EQ(::fcntl(fd, F_GETFD), FD_CLOEXEC);
   }
   EXPECT_EQ(::fcntl(fd, F_GETFD), -1);

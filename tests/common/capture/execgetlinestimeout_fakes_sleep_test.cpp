@@ -6,7 +6,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <csignal>
 #include <fstream>
 #include <functional>
@@ -16,8 +15,8 @@
 #include <utility>
 #include <vector>
 
+#include "common/base/childshell.h"
 #include "support/actionlog.h"
-#include "support/childrun.h"
 #include "support/descriptors.h"
 #include "support/logtexts.h"
 #include "support/scratch.h"
@@ -109,21 +108,22 @@ bool isAlive(const std::string& pid) {
   return end != std::string::npos && text.at(end + 2) != 'Z';
 }
 
-// --- commands that end by themselves -------------------------------------------------------------
-
-TEST(ExecGetLinesTimeout, Command_GivesItsOutputAndItsStatus) {
+TEST(ExecGetLinesTimeout, Command_GivesItsOutputAndItsStatusAndLeavesNothing) {
   const std::tuple<const char*, Texts, int, const char*> kRows[] = {
       {"readlink /proc/$$/fd/2", {"/dev/null"}, 0, "00000000"},
       {"printf 'one\\r\\n\\n two \\nthree'", {"one", "", " two ", "three"}, 0, "00000000"},
       {"echo a; exit 3", {"a"}, 3, "00000300"},
       {"echo a; kill -9 $$", {"a"}, -1, "00000009"},
       {"/nowhere/x", {}, 127, "00007f00"}};
+  const Texts descriptors = namesIn("/proc/self/fd");
   for (const auto& [command, lines, result, status] : kRows) {
     const Outcome outcome = runToItsEnd(command);
     EXPECT_EQ(outcome.result, result) << command;
     EXPECT_EQ(outcome.lines, lines) << command;
     EXPECT_EQ(outcome.log, inOrder({started(command), ended(status)}));
   }
+  EXPECT_EQ(namesIn("/proc/self/fd"), descriptors);
+  EXPECT_EQ(::wait(nullptr), -1) << "a child was not waited for";
 }
 
 TEST(ExecGetLinesTimeout, CommandThatIsAnEntryOfItsResult_IsRunAndLoggedAtTraceLevel) {
@@ -159,15 +159,6 @@ TEST(ExecGetLinesTimeout, LongLines_ArriveInPiecesOf1022Characters) {
     EXPECT_EQ(runToItsEnd("cat " + dir.write("output", output)).lines, lines);
   }
 }
-
-TEST(ExecGetLinesTimeout, DescriptorsAndChildren_AreGoneAfterwards) {
-  const Texts before = namesIn("/proc/self/fd");
-  runToItsEnd("echo a");
-  EXPECT_EQ(namesIn("/proc/self/fd"), before);
-  EXPECT_EQ(::wait(nullptr), -1);
-}
-
-// --- the time limit ------------------------------------------------------------------------------
 
 TEST(ExecGetLinesTimeout, EndWithinTheLimitOrTheGrace_GivesTheCommandsOwnStatus) {
   const std::pair<int, Texts> kRows[] = {{1, {}},
@@ -219,17 +210,6 @@ TEST(ExecGetLinesTimeout, GrandchildWithTheOutputOpen_IsReadToItsEnd) {
   EXPECT_EQ(survived.log, inOrder({kSigterm, ended("0000000f")}));
 }
 
-// --- commands that print more than a pipe holds --------------------------------------------------
-
-int pipeBytes() {
-  int ends[2];
-  EXPECT_EQ(::pipe(ends), 0);
-  const int bytes = ::fcntl(ends[0], F_GETPIPE_SZ);
-  ::close(ends[0]);
-  ::close(ends[1]);
-  return bytes;
-}
-
 TEST(ExecGetLinesTimeout, GrandchildWithoutTheOutput_OutlivesTheCommand) {
   const Outcome outcome = runToItsEnd("sleep 1000 >/dev/null & echo $!");
   ASSERT_EQ(outcome.lines.size(), 1u);
@@ -239,7 +219,9 @@ TEST(ExecGetLinesTimeout, GrandchildWithoutTheOutput_OutlivesTheCommand) {
 }
 
 TEST(ExecGetLinesTimeout, MoreThanAPipeHolds_EndsInTheTimeoutWithWhatItHeld) {
-  const int capacity = pipeBytes();
+  Pipe pipe;
+  ASSERT_TRUE(makePipe(pipe));
+  const int capacity = ::fcntl(pipe.readEnd.get(), F_GETPIPE_SZ);
   const struct {
     int bytes, result;
     Texts ending;
@@ -262,8 +244,6 @@ TEST(ExecGetLinesTimeout, MoreThanAPipeHolds_EndsInTheTimeoutWithWhatItHeld) {
     EXPECT_EQ(outcome.log, inOrder({started(command), row.ending}));
   }
 }
-
-// --- failures ------------------------------------------------------------------------------------
 
 TEST(ExecGetLinesTimeout, FailingWait_IsLoggedAtEveryLookButEndsNoLoop) {
   const auto former = std::signal(SIGCHLD, SIG_IGN);  // the kernel reaps, and every wait fails

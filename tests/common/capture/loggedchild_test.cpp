@@ -5,7 +5,6 @@
 
 #include <climits>
 #include <cstdio>
-#include <filesystem>
 #include <list>
 #include <string>
 #include <tuple>
@@ -21,9 +20,16 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using Lines = std::list<std::string>;
 using Texts = std::vector<std::string>;
+
+TEST(OpenOutput, ReadEnd_BelongsToTheStreamAndTheWriteEndIsClosed) {
+  Pipe pipe;
+  ASSERT_TRUE(makePipe(pipe));
+  const Stream output = openOutput(pipe);
+  EXPECT_FALSE(pipe.readEnd.isOpen());
+  EXPECT_EQ(std::fgetc(output.get()), EOF);
+}
 
 TEST(CollectLines, Lines_AreAppendedWithoutTheirLineEnds) {
   const std::string five = "1\n2\n3\n4\n5\n";
@@ -77,27 +83,6 @@ TEST(LoggedChild, NoPipe_IsLoggedWithTheReason) {
     EXPECT_EQ(child.exitCode(), 0) << collector.traced;
     EXPECT_EQ(log.texts(),
               Texts({collector.traced, "VUQ90003L : failed to pipe():Too many open files"}));
-  }
-}
-
-TEST(LoggedChild, NoChild_IsLoggedWithReasonFirstAndCommandSecond) {
-  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
-  for (const Collector& collector : kCollectors) {
-    const CapturedLog log(CapturedLog::Level::kTrace);
-    // A log that another user may go on with.
-    fs::permissions(log.path(), fs::perms::all);
-    fs::permissions(fs::path(log.path()).parent_path(), fs::perms::all);
-    const ChildResult child = runInChild([&] {
-      if (!becomeNobody() || !forbidFork()) return 77;
-      const int before = upcomingDescriptor(2);
-      Lines lines = {"left over"};
-      if (collector.run(lines, "echo a") != -1 || !lines.empty()) return 1;
-      return upcomingDescriptor(2) == before ? 0 : 2;  // both ends of the pipe are closed
-    });
-    EXPECT_EQ(child.exitCode(), 0) << collector.traced;
-    EXPECT_EQ(log.texts(),
-              Texts({collector.traced, "VUQ90004L : com=echo a",
-                     "VUQ90005L : failed to exec(Resource temporarily unavailable):echo a"}));
   }
 }
 

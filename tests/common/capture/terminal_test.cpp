@@ -1,6 +1,5 @@
 #include "common/capture/terminal.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -15,7 +14,6 @@
 #include "common/text/timetext.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
-#include "support/descriptors.h"
 #include "support/fakeprogram.h"
 #include "support/logtexts.h"
 
@@ -53,13 +51,6 @@ TEST(GetTerminalLineCount, FailedCommand_Is10AndOnlyTheStatusIsLogged) {
   EXPECT_EQ(log.texts(), tracedExit(3));
   tput.answer("24\n", "kill -9 $$");
   EXPECT_EQ(getTerminalLineCount(), 10);
-}
-
-TEST(GetTerminalLineCount, NoChild_Is10) {
-  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
-  const ChildResult child =
-      runInChild([] { return becomeNobody() && forbidFork() ? getTerminalLineCount() : 77; });
-  EXPECT_EQ(child.exitCode(), 10);
 }
 
 TEST(GetTerminalLineCount, InterruptedRead_Is10) {
@@ -100,8 +91,7 @@ TEST(CheckReceiveData, Input_IsWaitedForAsLongAsAsked) {
     bool isClosed;
     int seconds;
     std::string answer;
-    double least;
-    double below;
+    double least, below;
   } kRows[] = {
       {"x", false, 30, "0 1", 0.0, 10.0}, {"", true, 30, "0 1", 0.0, 10.0},  // its end counts
       {"", false, 1, "0 0", 0.99, 10.0},  {"", false, 0, "0 0", 0.0, 0.99},
@@ -116,16 +106,6 @@ TEST(CheckReceiveData, Input_IsWaitedForAsLongAsAsked) {
     EXPECT_EQ(child.exitCode(), 0) << row.bytes << ", " << row.seconds;
     EXPECT_EQ(child.out, row.answer) << row.bytes << ", " << row.seconds;
   }
-}
-
-TEST(CheckReceiveData, ClosedInput_IsAnErrorWithoutALine) {
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  const ChildResult child = runInChild([] {
-    ::close(STDIN_FILENO);
-    return received(0) == "-1 0" ? 0 : 1;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(log.bytes(), "");
 }
 
 TEST(CheckReceiveData, InterruptedWait_IsAnError) {

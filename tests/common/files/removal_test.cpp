@@ -4,12 +4,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "support/actionlog.h"
@@ -100,13 +100,6 @@ TEST(GuardedRemoval, RelativePathInARemovedDirectory_IsTakenFromADot) {
             Texts({"x x 0", "tmp/x tmp/x 0", "/tmp/x /tmp/x 1"}));
 }
 
-/// The lines of a path that may be removed and of the command that removes it.
-Texts removalOf(const std::string& path, const std::string& command) {
-  return inOrder({{"[T](common:469):getCanonicalPath():" + path + "," + path,
-                   "[T](common:520):/bin/rm " + command + " >/dev/null 2>&1"},
-                  tracedExit(0)});
-}
-
 TEST(RemoveFiles, Tmp_IsRefusedAsASuccessAndNoCommandRuns) {
   if (::getuid() != 0) GTEST_SKIP() << "needs root for a /tmp of its own";
   const Texts lines = linesFromPrivateRoot([] {
@@ -118,23 +111,18 @@ TEST(RemoveFiles, Tmp_IsRefusedAsASuccessAndNoCommandRuns) {
                           "VUQ90008L : /tmp too shallow to delete"}));
 }
 
-TEST(RemoveFiles, DirectoryWithABlank_GoesWithAllThatItHolds) {
-  const ScratchDir dir;
-  fs::create_directories(dir / "a b/c");
-  const CapturedLog log(CapturedLog::Level::kTrace);
-  EXPECT_EQ(removeFiles((dir / "a b").c_str(), 1), 0);
-  EXPECT_EQ(namesIn(dir.path()), Texts());
-  EXPECT_EQ(log.texts(), removalOf(dir / "a b", "-fr " + dir / "a\\ b"));
-}
-
-TEST(RemoveFiles, AnyOtherRecursiveValue_GivesTheShortOption) {
+TEST(RemoveFiles, Path_IsRemovedByOneCommandWithTheOptionThatRecursionAsksFor) {
+  const std::pair<int, const char*> kRows[] = {{1, "-fr "}, {0, "-f "}, {2, "-f "}, {-1, "-f "}};
   const ScratchDir dir;
   CapturedLog log(CapturedLog::Level::kTrace);
-  for (const int recursive : {0, 2, -1}) {
-    const std::string path = dir.write("file", "x");
+  for (const auto& [recursive, option] : kRows) {
+    const std::string path = dir.write("a b", "x");
     EXPECT_EQ(removeFiles(path.c_str(), recursive), 0);
     EXPECT_EQ(namesIn(dir.path()), Texts());
-    EXPECT_EQ(log.take(), removalOf(path, "-f " + path));
+    const std::string command = option + dir / "a\\ b" + " >/dev/null 2>&1";
+    EXPECT_EQ(log.take(), inOrder({{"[T](common:469):getCanonicalPath():" + path + "," + path,
+                                    "[T](common:520):/bin/rm " + command},
+                                   tracedExit(0)}));
   }
 }
 

@@ -10,27 +10,30 @@
 
 namespace {
 
-// In UTF-8, each three bytes long and two columns wide.
+constexpr const char* kUtf8 = "ja_JP.UTF-8";
+
+// Each three bytes long and two columns wide.
 const std::string kOneWide = "\xe6\xbc\xa2";
 const std::string kTwoWide = "\xe6\xbc\xa2\xe5\xad\x97";
 
 TEST(Padding, Texts_AreFilledUpBeforeOrAfterThem) {
   const std::tuple<const char*, std::string, int, int, int> kRows[] = {
       // single bytes are measured against twice the width
-      {"ja_JP.UTF-8", "abc", 5, 7, 7},
-      {"ja_JP.UTF-8", "abc", 1, 0, 2},
-      {"ja_JP.UTF-8", "abcd", 3, 2, 2},
-      {"ja_JP.UTF-8", "abcd", 2, 0, 4},
-      {"ja_JP.UTF-8", "a", 0, 0, 0},
-      {"ja_JP.UTF-8", "a", -3, 0, -6},
+      {kUtf8, "abc", 5, 7, 7},
+      {kUtf8, "abc", 2, 1, 1},
+      {kUtf8, "abc", 1, 0, 2},
+      {kUtf8, "abcd", 3, 2, 2},
+      {kUtf8, "abcd", 2, 0, 4},
+      {kUtf8, "a", 0, 0, 0},
+      {kUtf8, "a", -3, 0, -6},
       // multi-byte characters are measured against the width, and two blanks stand for each
-      {"ja_JP.UTF-8", kOneWide, 3, 4, 4},
-      {"ja_JP.UTF-8", kOneWide, 2, 2, 2},
-      {"ja_JP.UTF-8", kOneWide, 0, 0, 0},
-      {"ja_JP.UTF-8", kTwoWide, 3, 2, 2},
-      {"ja_JP.UTF-8", "a" + kOneWide, 5, 6, 6},    // 4 bytes, 2 characters: two bytes each
-      {"ja_JP.UTF-8", "ab" + kOneWide, 5, 7, 7},   // 5 bytes, 3 characters: taken for single bytes
-      {"ja_JP.UTF-8", "abc" + kTwoWide, 4, 3, 3},  // 9 bytes, 5 characters
+      {kUtf8, kOneWide, 3, 4, 4},
+      {kUtf8, kOneWide, 2, 2, 2},
+      {kUtf8, kOneWide, 0, 0, 0},
+      {kUtf8, kTwoWide, 3, 2, 2},
+      {kUtf8, "a" + kOneWide, 5, 6, 6},    // 4 bytes, 2 characters: two bytes each
+      {kUtf8, "ab" + kOneWide, 5, 7, 7},   // 5 bytes, 3 characters: taken for single bytes
+      {kUtf8, "abc" + kTwoWide, 4, 3, 3},  // 9 bytes, 5 characters
       // in the encoding of the environment
       {"ja_JP.eucJP", "\xb4\xc1\xbb\xfa", 3, 2, 2},
       {"ja_JP.SJIS", "\x8a\xbf\x8e\x9a", 3, 2, 2},

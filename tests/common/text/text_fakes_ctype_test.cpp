@@ -45,36 +45,28 @@ extern "C" int tolower(int byte) noexcept {
 
 namespace {
 
-class Locale : public testing::TestWithParam<bool> {
- protected:
-  Locale() { isOtherLocale = GetParam(); }
-  ~Locale() override { isOtherLocale = false; }
-};
-INSTANTIATE_TEST_SUITE_P(EitherWay, Locale, testing::Bool());
-
-TEST_P(Locale, Letters_AreTheOnesThatAreLoweredAndCompared) {
-  EXPECT_EQ(isAlpha("a\xc4"), GetParam() ? 1 : 0);
-  EXPECT_EQ(isNumeric("\xc4"), 0);
-  EXPECT_EQ(toLowerStr(std::string("A\xc4")), GetParam() ? "a\xe4" : "a\xc4");
-  std::string buffer = "A\xc4";
-  toLowerStr(buffer.data());
-  EXPECT_EQ(buffer, GetParam() ? "a\xe4" : "a\xc4");
-  EXPECT_EQ(compareRightNoCase("\xc4", "\xe4", 0), GetParam() ? 1 : 0);
-}
-
-TEST_P(Locale, Letters_BelongToTheNameOfAVariable) {
-  const EnvironmentGuard variable("B\xc4", "(B\xc4)");
+TEST(Locale, LettersAndWhiteSpace_AreThoseOfTheCLibrary) {
+  const EnvironmentGuard longer("B\xc4", "(B\xc4)");
   const EnvironmentGuard shorter("B", "(B)");
-  EXPECT_EQ(replaceEnvValue("$B\xc4/"), GetParam() ? "(B\xc4)/" : "(B)\xc4/");
-}
-
-TEST_P(Locale, WhiteSpace_IsTrimmed) {
-  std::string text = "\xa0 a\xa0";
-  std::string buffer = text;
-  trim(text);
-  trim(buffer.data());
-  EXPECT_EQ(text, GetParam() ? "a" : "\xa0 a\xa0");
-  EXPECT_STREQ(buffer.c_str(), text.c_str());
+  for (const bool isOther : {false, true}) {
+    isOtherLocale = isOther;
+    SCOPED_TRACE(isOther);
+    EXPECT_EQ(isAlpha("a\xc4"), isOther ? 1 : 0);
+    EXPECT_EQ(isNumeric("\xc4"), 0);
+    EXPECT_EQ(compareRightNoCase("\xc4", "\xe4", 0), isOther ? 1 : 0);
+    EXPECT_EQ(replaceEnvValue("$B\xc4/"), isOther ? "(B\xc4)/" : "(B)\xc4/");
+    std::string buffer = "A\xc4";
+    EXPECT_EQ(toLowerStr(buffer), isOther ? "a\xe4" : "a\xc4");
+    toLowerStr(buffer.data());
+    EXPECT_EQ(buffer, isOther ? "a\xe4" : "a\xc4");
+    std::string text = "\xa0 a\xa0";
+    buffer = text;
+    trim(text);
+    trim(buffer.data());
+    EXPECT_EQ(text, isOther ? "a" : "\xa0 a\xa0");
+    EXPECT_STREQ(buffer.c_str(), text.c_str());
+  }
+  isOtherLocale = false;
 }
 
 }  // namespace

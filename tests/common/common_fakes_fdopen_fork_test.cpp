@@ -1,4 +1,6 @@
-#include "common/capture/execgetlines.h"
+// What the library makes of a command that no child or no stream can be had for.
+
+#include "common/common.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -16,7 +18,6 @@
 #include <utility>
 #include <vector>
 
-#include "common/capture/execgetlinestimeout.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/descriptors.h"
@@ -67,16 +68,59 @@ std::vector<LogLine> informationOf(const CapturedLog& log) {
   return lines;
 }
 
-TEST(ExecGetLines, NoChildForACommandThatIsAnEntryOfItsResult_IsLoggedReasonFirst) {
-  const std::string command = "echo a # too long to need no memory of its own";
-  const CapturedLog log;
+void failNextFork() {
   isNextForkFailing = [] { return true; };
-  Lines lines = {command};
-  EXPECT_EQ(execGetLines(lines, lines.front().c_str(), -1, nullptr, -1), -1);
-  EXPECT_EQ(lines, Lines());
-  EXPECT_EQ(log.texts(),
-            Texts({"VUQ90004L : com=" + command,
-                   "VUQ90005L : failed to exec(Resource temporarily unavailable):" + command}));
+}
+
+int collect(Lines& lines, const char* command, bool isLimited) {
+  return isLimited ? execGetLinesTimeout(lines, command, 5)
+                   : execGetLines(lines, command, -1, nullptr, -1);
+}
+
+TEST(SPopen, NoChild_GivesNullAndLeavesThePipeOpen) {
+  const int afterThePipe = upcomingDescriptor(3);
+  int fd = 7;
+  int pid = 7;
+  failNextFork();
+  EXPECT_EQ(s_popen("echo a", fd, pid), nullptr);
+  EXPECT_EQ(fd, 0);
+  EXPECT_EQ(pid, -1);
+  EXPECT_EQ(upcomingDescriptor(1), afterThePipe);
+}
+
+/// The result of a function that cannot start its command.
+template <class Function>
+auto withoutChild(const Function& function) {
+  failNextFork();
+  return function();
+}
+
+TEST(Commands, NoChild_IsAFailureWithoutALine) {
+  const CapturedLog log(CapturedLog::Level::kTrace);
+  char line[1024] = "left over";
+  EXPECT_EQ(withoutChild([] { return s_system("echo a"); }), -1);
+  EXPECT_EQ(withoutChild([&] { return execGetLine("echo a", line); }), -1);
+  EXPECT_STREQ(line, "left over");
+  EXPECT_EQ(withoutChild([] { return getDirSize("/"); }), 0);
+  EXPECT_EQ(withoutChild([] { return getFreeSize("/"); }), -1);
+  EXPECT_EQ(withoutChild(getTerminalLineCount), 10);
+  EXPECT_EQ(log.bytes(), "");
+}
+
+TEST(LoggedChild, NoChildForACommandThatIsAnEntryOfItsResult_IsLoggedReasonFirst) {
+  const std::string command = "echo a # too long to need no memory of its own";
+  for (const bool isLimited : {false, true}) {
+    const CapturedLog log;
+    const int before = upcomingDescriptor(2);
+    Lines lines = {command};
+    failNextFork();
+    EXPECT_EQ(collect(lines, lines.front().c_str(), isLimited), -1);
+    EXPECT_EQ(lines, Lines());
+    EXPECT_EQ(upcomingDescriptor(2), before) << "an end of the pipe is open";
+    EXPECT_EQ(log.texts(),
+              Texts({"VUQ90004L : com=" + command,
+                     "VUQ90005L : failed to exec(Resource temporarily unavailable):" + command}));
+  }
 }
 
 TEST(ExecGetLines, NoChildWithErrorList_ErrorFileIsReadAllTheSame) {
@@ -149,9 +193,7 @@ TEST(LoggedChild, NoStream_LeavesTheChildUnwaitedAndNoDescriptorOpen) {
       const int before = upcomingDescriptor(2);
       Lines lines = {"left over"};
       isFdopenFailing = true;
-      const int result = isLimited ? execGetLinesTimeout(lines, "exit 3", 5)
-                                   : execGetLines(lines, "exit 3", -1, nullptr, -1);
-      if (result != -1 || !lines.empty()) return 77;
+      if (collect(lines, "exit 3", isLimited) != -1 || !lines.empty()) return 77;
       if (upcomingDescriptor(2) != before) return 78;
       int status = 0;
       return ::wait(&status) > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : 79;

@@ -95,16 +95,6 @@ TEST(Utf8Count, EveryLeadByte_SkipsItsLength) {
   }
 }
 
-TEST(Utf8Count, CutCharacters_CountAsOne) {
-  expectCounts(check_UTF8MultiByteLength, {{"", 0},
-                                           {"\xe3", 1},
-                                           {"\xe3\x81", 1},
-                                           {"a\xfd\x80\x80\x80\x80", 2},
-                                           {"\xe3\x81\x82\xe3\x81\x82\xc3\xa4", 3},
-                                           {"\x80\xbf\xfe\xff", 4},
-                                           {"\xc3zz", 2}});
-}
-
 TEST(SjisCount, EveryPair_IsOneCharacterWithinTheRangesOnly) {
   for (unsigned int lead = 0; lead < 256; ++lead) {
     for (unsigned int second = 0; second < 256; ++second) {
@@ -118,7 +108,14 @@ TEST(SjisCount, EveryPair_IsOneCharacterWithinTheRangesOnly) {
   }
 }
 
-TEST(SjisCount, CutCharacters_CountAsOne) {
+TEST(Utf8AndSjisCount, CutCharacters_CountAsOne) {
+  expectCounts(check_UTF8MultiByteLength, {{"", 0},
+                                           {"\xe3", 1},
+                                           {"\xe3\x81", 1},
+                                           {"a\xfd\x80\x80\x80\x80", 2},
+                                           {"\xe3\x81\x82\xe3\x81\x82\xc3\xa4", 3},
+                                           {"\x80\xbf\xfe\xff", 4},
+                                           {"\xc3zz", 2}});
   expectCounts(check_SJISMultiByteLength,
                {{"", 0}, {"\x82", 1}, {"a\x82", 2}, {"\x82\xa0\x82", 2}, {"\x82\xa0\xb1z", 3}});
 }

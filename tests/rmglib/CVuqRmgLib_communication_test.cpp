@@ -14,7 +14,6 @@
 
 #include "support/FakeKelcom.h"
 #include "support/childrun.h"
-#include "support/statuswords.h"
 
 namespace {
 

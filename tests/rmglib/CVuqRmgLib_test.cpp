@@ -15,7 +15,6 @@
 #include "support/childrun.h"
 #include "support/scratch.h"
 #include "support/slots.h"
-#include "support/statuswords.h"
 
 namespace {
 

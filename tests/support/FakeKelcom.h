@@ -5,6 +5,12 @@
 #include <string>
 #include <vector>
 
+// The words by which the library tells the state of its connection.
+inline constexpr int kOperating = 0x20;
+inline constexpr int kMaintenance = 0x10000;
+inline constexpr int kStopped = 0x20000;
+inline constexpr int kMaintenanceStop = 0x30000;
+
 /// The closed library of a unit test: answers what the test sets, and writes down what it was
 /// asked. Linked into the test in place of the library, so that everything above it runs for real.
 /// There is one, since the library's calls have no object; constructing a FakeKelcom makes it
@@ -26,7 +32,7 @@ class FakeKelcom {
   int id = 4711;
   int idResult = 0;
   bool storesId = true;
-  int status = 0x20;
+  int status = kOperating;
   int statusResult = 0;
   int startResult = 0;
   int startValue = -1;  // out: what the value handed to StartComm was

@@ -140,26 +140,12 @@ class Transmission : public testing::Test {
     EXPECT_EQ(takeCalls(), session(turns));
   }
 
-  /// Throws `value` at the exchanges of these numbers, counted from 1.
-  template <class Value>
-  void throwAtExchange(const Value& value, const std::vector<int>& numbers) {
-    m_exchanges = 0;
-    m_fake.onCall = [this, value, numbers](const std::string& call) {
-      if (call != "Communicate") return;
-      ++m_exchanges;
-      for (const int number : numbers) {
-        if (number == m_exchanges) throw value;
-      }
-    };
-  }
-
   ScratchDir m_dir;
   std::string m_a = m_dir.write("a", "aaa");
   std::string m_b = m_dir.write("b", "bbbbb");
   std::string m_c = m_dir.write("c", "");
   CapturedLog m_log;
   FakeKelcom m_fake;
-  int m_exchanges = 0;
 };
 
 #endif

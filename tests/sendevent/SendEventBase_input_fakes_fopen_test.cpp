@@ -1,7 +1,6 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <string>
@@ -18,46 +17,19 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-/// A file that can be opened for reading, gives `bytes`, and then a read error (EIO) in place of an
-/// end. One at a time.
-class BrokenFile {
- public:
-  explicit BrokenFile(const std::string& bytes)
-      : m_bytes(bytes), m_path(m_dir.write("broken", "")) {
-    current = this;
+/// The path of the file that breaks while it is read, and the bytes that it gives before it does.
+std::string brokenPath;
+std::string brokenBytes;
+
+ssize_t readUntilBroken(void* /*cookie*/, char* buffer, std::size_t size) {
+  if (brokenBytes.empty()) {
+    errno = EIO;
+    return -1;
   }
-  ~BrokenFile() { current = nullptr; }
-  BrokenFile(const BrokenFile&) = delete;
-  BrokenFile& operator=(const BrokenFile&) = delete;
-
-  const std::string& path() const { return m_path; }
-
-  /// The one that there is, null for none.
-  static inline BrokenFile* current = nullptr;
-
-  FILE* open() {
-    m_read = 0;
-    return ::fopencookie(this, "r", {&BrokenFile::read, nullptr, nullptr, nullptr});
-  }
-
- private:
-  static ssize_t read(void* cookie, char* buffer, std::size_t size) {
-    auto& self = *static_cast<BrokenFile*>(cookie);
-    const std::size_t count = std::min(size, self.m_bytes.size() - self.m_read);
-    if (count == 0) {
-      errno = EIO;
-      return -1;
-    }
-    self.m_bytes.copy(buffer, count, self.m_read);
-    self.m_read += count;
-    return static_cast<ssize_t>(count);
-  }
-
-  ScratchDir m_dir;
-  std::string m_bytes;
-  std::string m_path;
-  std::size_t m_read = 0;
-};
+  const std::size_t count = brokenBytes.copy(buffer, size);
+  brokenBytes.erase(0, count);
+  return static_cast<ssize_t>(count);
+}
 
 }  // namespace
 
@@ -65,20 +37,26 @@ class BrokenFile {
 extern "C" FILE* fopen(const char* path, const char* mode) {
   using Fopen = FILE* (*)(const char*, const char*);
   static const auto real = reinterpret_cast<Fopen>(::dlsym(RTLD_NEXT, "fopen64"));
-  const bool isBroken = BrokenFile::current != nullptr && BrokenFile::current->path() == path;
-  return isBroken ? BrokenFile::current->open() : real(path, mode);
+  if (brokenPath != path) return real(path, mode);
+  return ::fopencookie(nullptr, "r", {&readUntilBroken, nullptr, nullptr, nullptr});
 }
 
 namespace {
+
+/// A file that breaks after these bytes.
+std::string breakingAfter(const ScratchDir& dir, const std::string& bytes) {
+  brokenBytes = bytes;
+  return brokenPath = dir.write("broken", "");
+}
 
 /// The parameters that a reader makes of a file which breaks after these bytes. It must reject the
 /// file with one line of log: `error`, or a read error of that file.
 Params readBroken(int (CSendEventBase::*parse)(char*), const std::string& bytes,
                   const std::string& error) {
+  const ScratchDir dir;
   const CapturedLog log(CapturedLog::Level::kTrace);
-  const BrokenFile file(bytes);
   TestEvent event;
-  std::string path = file.path();
+  std::string path = breakingAfter(dir, bytes);
   EXPECT_EQ((event.*parse)(C(path)), 68);
   EXPECT_EQ(log.texts(), Texts{error == kReadError ? path + error : error});
   EXPECT_NE(event.getEventType(), 3);
@@ -112,13 +90,13 @@ TEST(DefinitionThatBreaks, BadLineBefore_IsTold) {
 
 TEST(SendFileListThatBreaks, EveryPart_IsRejected) {
   for (const char* bytes : {"", "\n\n", "/a", "/a\n/b\n", "/a\n/b"}) {
+    const ScratchDir dir;
     const CapturedLog log;
-    const BrokenFile list(bytes);
     TestSingleSystem event;
-    Arguments arguments({"tanexics", list.path(), "-i", "1"});
+    const std::string list = breakingAfter(dir, bytes);
+    Arguments arguments({"tanexics", list, "-i", "1"});
     EXPECT_EQ(event.parseCommandLine(arguments.argc(), arguments.argv()), 68) << bytes;
-    EXPECT_EQ(log.texts(),
-              Texts{list.path() + " read error.(CSendEventSingleSystem::parseCommandLine)"})
+    EXPECT_EQ(log.texts(), Texts{list + " read error.(CSendEventSingleSystem::parseCommandLine)"})
         << bytes;
   }
 }

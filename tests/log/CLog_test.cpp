@@ -16,6 +16,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "log/loglines.h"
 #include "support/actionlog.h"
 #include "support/childrun.h"
 #include "support/environmentguard.h"
@@ -126,7 +127,9 @@ TEST_F(ActionLog, Level_IsTraceForExactlyTheWordAndChosenByInit) {
 TEST_F(ActionLog, TraceOff_ArgumentsAreNotFormatted) {
   const CapturedLog log;
   const ChildResult child = runInChild([] {
-    gLog.tlog("%s", reinterpret_cast<const char*>(1));  // formatting it would end the process
+    const auto* text = reinterpret_cast<const char*>(1);  // formatting it would end the process
+    gLog.tlog("%s", text);
+    traceAt("common", 1, "%s", text);
     return 0;
   });
   EXPECT_EQ(child.exitCode(), 0);
@@ -261,19 +264,6 @@ TEST_F(ActionLog, FileThatCannotBeOpened_GivesALineOnStandardErrorForEach) {
   EXPECT_EQ(namesIn(dir.path()), Texts());
 }
 
-TEST_F(ActionLog, DiskFull_LinesAreLostWithoutAWord) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a small file system";
-  const ChildResult child = runInChild([&] {
-    if (!enterPrivateMounts() || !mountTmpfs(dir.path(), "8192")) return 77;
-    dir.write("filler", std::string(8192, 'x'));
-    write("action.log");
-    write("action.log");
-    return fs::file_size(path) == 0 ? 0 : 1;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(child.out + child.err, "");
-}
-
 // --- rotation ------------------------------------------------------------------------------------
 
 /// The largest file that is not rotated.
@@ -313,60 +303,6 @@ TEST_F(ActionLog, LargerFile_IsBackedUpUnderItsLastExtensionAndTheNewLineIsTheFi
       }
     }
   }
-}
-
-TEST_F(ActionLog, PathWithoutDirectory_IsBackedUpIntoTheRoot) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a root directory of its own";
-  const ChildResult child = runInChild({{"TANEX_LOG", "action.log"}}, [&] {
-    if (!enterPrivateRoot(dir.path()) || ::mkdir("/place", 0755) != 0 || ::chdir("/place") != 0) {
-      return 77;
-    }
-    if (std::FILE* file = std::fopen("action.log", "w")) {
-      std::fputs((kLargest + "x").c_str(), file);
-      std::fclose(file);
-    }
-    write("");
-    std::printf("%zu bytes, %s, %s\n", static_cast<std::size_t>(fs::file_size("/action.bak")),
-                textsIn("/place/action.log").at(0).c_str(), namesIn("/place").back().c_str());
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 0) << child.err;
-  EXPECT_EQ(child.out, "512001 bytes, new, action.log\n");
-}
-
-TEST_F(ActionLog, NoRoomForTheBackup_FileIsEmptiedAllTheSame) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a small file system";
-  const ChildResult child = runInChild([&] {
-    if (!enterPrivateMounts() || !mountTmpfs(dir.path(), "600k")) return 77;
-    dir.write("action.log", kLargest + "x");
-    write("action.log");
-    return textsIn(path) == Texts({"new"}) ? 0 : 1;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
-  EXPECT_EQ(child.out + child.err, "");
-}
-
-TEST_F(ActionLog, BackupNotWritable_FileIsEmptiedAllTheSameAndAnUnwritableOneStays) {
-  if (!canBecomeNobody()) GTEST_SKIP() << "needs root to become another user";
-  fs::permissions(dir.path(), fs::perms(0755));
-  dir.write("action.log", kLargest + "x");
-  for (const int mode : {0644, 0666}) {
-    fs::permissions(path, fs::perms(mode));
-    const ChildResult child = runInChild([&] {
-      if (!becomeNobody()) return 77;
-      write("action.log");
-      return 0;
-    });
-    EXPECT_EQ(child.exitCode(), 0);
-    EXPECT_EQ(child.out, "");
-    EXPECT_EQ(child.err,
-              mode == 0666 ? "" : "*** failed to open(" + path + "):Permission denied\n");
-    EXPECT_EQ(namesIn(dir.path()), Texts({"action.log"}));
-    if (mode == 0644) {
-      EXPECT_TRUE(readFile(path) == kLargest + "x");
-    }
-  }
-  EXPECT_EQ(textsIn(path), Texts({"new"}));
 }
 
 TEST_F(ActionLog, BackupCommand_IsGivenBothPathsPrintsAndLogsNothing) {

@@ -7,7 +7,6 @@
 
 #include "log/CLog.h"
 #include "support/actionlog.h"
-#include "support/childrun.h"
 
 namespace {
 
@@ -25,15 +24,6 @@ TEST(LogLines, EveryShape_IsWrittenButForTraceAtInformationLevel) {
     EXPECT_EQ(log.texts(), expected);
     expected.erase(expected.begin());
   }
-}
-
-TEST(LogLines, TraceOff_ArgumentsAreNotFormatted) {
-  const CapturedLog log;
-  const ChildResult child = runInChild([] {
-    traceAt("common", 1, "%s", reinterpret_cast<const char*>(1));
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 0);
 }
 
 TEST(LogLines, TextsOfEveryLength_AreCutWhereTheWholeLineIs) {

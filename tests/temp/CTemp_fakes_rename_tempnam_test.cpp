@@ -52,16 +52,6 @@ TEST_F(TempArea, NoName_FailsTenTimesWithVUQ90102L) {
   EXPECT_EQ(temp->delTempFile(nullptr), 0);
 }
 
-TEST_F(TempArea, DirectoryThatIsThere_CountsAsMadeAndIsRemovedWithItsContent) {
-  generatedName = dir / "taken";
-  fs::create_directory(dir / "taken_");
-  dir.write("taken_/file", "content");
-  EXPECT_EQ(makeDirectory(), dir / "taken_");
-  EXPECT_TRUE(fs::exists(dir / "taken_/file"));
-  EXPECT_EQ(temp->delTempFile(nullptr), 1);
-  EXPECT_FALSE(fs::exists(dir / "taken_"));
-}
-
 TEST_F(TempArea, LinkToADirectoryThatIsThere_CountsAsMadeAndOnlyTheLinkIsRemoved) {
   generatedName = dir / "taken";
   fs::create_directory(dir / "elsewhere");

@@ -154,8 +154,8 @@ void readDefinition(int (CSendEventBase::*parse)(char*)) {
   (event.*parse)(path.data());
 }
 
-/// Makes a temporary item, which must be gone at the end, whatever fails.
-void makeItem(const std::function<void(CTemp&, std::string&, const char*)>& make) {
+/// Makes a temporary file or directory, which must be gone at the end, whatever fails.
+void makeItem(int kind) {
   static const ScratchDir parent;
   struct Nothing {
     ~Nothing() { EXPECT_EQ(namesIn(parent.path()), std::vector<std::string>()); }
@@ -164,7 +164,7 @@ void makeItem(const std::function<void(CTemp&, std::string&, const char*)>& make
   CTemp temp;
   const EnoughAgain beforeTheRemoval;
   std::string path;
-  make(temp, path, parent.path().c_str());
+  temp.getTemp_sub(path, "name", parent.path().c_str(), nullptr, kind);
 }
 
 void capture() {
@@ -203,18 +203,8 @@ TEST(OutOfMemory, EveryFailure_ArrivesAndNothingLeaks) {
       {"LongParam", [] { askParam(kLong.c_str()); }},
       {"EventDefinition", [] { readDefinition(&CSendEventBase::parseTanexEventMsg); }},
       {"IncidentDefinition", [] { readDefinition(&CSendEventBase::parseTanexMsg); }},
-      {"TemporaryFile",
-       [] {
-         makeItem([](CTemp& temp, std::string& path, const char* dir) {
-           temp.getTempFile(path, "f", dir, nullptr);
-         });
-       }},
-      {"TemporaryDirectory",
-       [] {
-         makeItem([](CTemp& temp, std::string& path, const char* dir) {
-           temp.getTempDir(path, "d", dir);
-         });
-       }},
+      {"TemporaryFile", [] { makeItem(/*kind=*/0); }},
+      {"TemporaryDirectory", [] { makeItem(/*kind=*/1); }},
       {"Capture", capture},
   };
   const CapturedLog log;
@@ -236,25 +226,21 @@ TEST(OutOfMemoryInACapture, CommandThatPrintsForEver_EndsWithItsReader) {
   EXPECT_THROW(execGetLines(lines, command.c_str(), -1, nullptr, -1), std::bad_alloc);
 }
 
-TEST(OutOfMemoryInACapture, PipeWithoutAChildYet_IsClosed) {
-  const CapturedLog log;
-  const NothingLeft check;
-  std::list<std::string> lines;
-  std::list<std::string> errors;
-  allocationsLeft = 0;
-  EXPECT_THROW(execGetLines(lines, "true", -1, &errors, -1), std::bad_alloc);
-}
-
 /// Makes the log so large that its next line rotates it, which takes memory.
 const char* const kFillTheLog = "head -c 600000 /dev/zero >>\"$TANEX_LOG\"; ";
 
-TEST(OutOfMemoryInATimeout, PipeWithoutAChildYet_IsClosed) {
+TEST(OutOfMemoryInACapture, PipeWithoutAChildYet_IsClosed) {
   const CapturedLog log;
-  s_system(kFillTheLog);
-  const NothingLeft check;
   std::list<std::string> lines;
-  allocationsLeft = 0;
-  EXPECT_THROW(execGetLinesTimeout(lines, "true", 1), std::bad_alloc);
+  std::list<std::string> errors;
+  for (const bool isTimed : {false, true}) {
+    if (isTimed) s_system(kFillTheLog);
+    const NothingLeft check;
+    allocationsLeft = 0;
+    EXPECT_THROW(isTimed ? execGetLinesTimeout(lines, "true", 1)
+                         : execGetLines(lines, "true", -1, &errors, -1),
+                 std::bad_alloc);
+  }
 }
 
 /// The end of a pipe that stays open as long as a command has it, one that no signal but SIGKILL

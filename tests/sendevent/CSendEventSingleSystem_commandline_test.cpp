@@ -1,8 +1,11 @@
 #include "sendevent/CSendEventSingleSystem.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <fstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/actionlog.h"
@@ -136,8 +139,11 @@ TEST_F(CommandLine, EveryLineOfTheList_IsAFile) {
 }
 
 TEST_F(CommandLine, ListThatIsAFifo_IsRead) {
-  const FilledFifo fifo(m_dir, "/a\n/b");
-  EXPECT_EQ(parse({fifo.path(), "-i", "1"}), 0);
+  const std::string fifo = m_dir / "fifo";
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  std::thread writer([&fifo] { std::ofstream(fifo) << "/a\n/b"; });
+  EXPECT_EQ(parse({fifo, "-i", "1"}), 0);
+  writer.join();
   EXPECT_EQ(m_event.getSendFileList(), (Texts{"/a", "/b"}));
 }
 

@@ -27,7 +27,7 @@ struct Record : IExtKelError {
   std::string message() const { return {m_lastSmtpMsg, strnlen(m_lastSmtpMsg, 256)}; }
 };
 
-inline std::string serialised(Record& record) {
+inline std::string serialised(IExtKelError& record) {
   std::ostringstream out;
   out << record;
   return out.str();

@@ -3,15 +3,12 @@
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <cstddef>
 #include <cstring>
-#include <fstream>
 #include <string>
-#include <thread>
 
 #include "support/scratch.h"
 
@@ -46,23 +43,5 @@ inline std::string makeSocketFile(const ScratchDir& dir) {
   ::close(fd);
   return path;
 }
-
-/// A FIFO that somebody writes `bytes` into as soon as it is read.
-class FilledFifo {
- public:
-  FilledFifo(const ScratchDir& dir, const std::string& bytes) : m_path(dir / "fifo") {
-    EXPECT_EQ(::mkfifo(m_path.c_str(), 0600), 0);
-    m_writer = std::thread([path = m_path, bytes] { std::ofstream(path) << bytes; });
-  }
-  ~FilledFifo() { m_writer.join(); }
-  FilledFifo(const FilledFifo&) = delete;
-  FilledFifo& operator=(const FilledFifo&) = delete;
-
-  const std::string& path() const { return m_path; }
-
- private:
-  std::string m_path;
-  std::thread m_writer;
-};
 
 #endif

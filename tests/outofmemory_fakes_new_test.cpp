@@ -132,7 +132,7 @@ void listDirectory(int fullPath) {
   static const std::string file = dir.write(kLong, "");
   std::list<std::string> list;
   getFileList(list, dir.path().c_str(), fullPath, 1, 0);
-  std::vector<std::string> vector;
+  Texts vector;
   getFileList(vector, dir.path().c_str(), fullPath, 1, 0);
 }
 
@@ -158,7 +158,7 @@ void readDefinition(int (CSendEventBase::*parse)(char*)) {
 void makeItem(int kind) {
   static const ScratchDir parent;
   struct Nothing {
-    ~Nothing() { EXPECT_EQ(namesIn(parent.path()), std::vector<std::string>()); }
+    ~Nothing() { EXPECT_EQ(namesIn(parent.path()), Texts()); }
   };
   const Nothing afterTheRemoval;
   CTemp temp;

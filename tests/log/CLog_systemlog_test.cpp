@@ -67,7 +67,7 @@ TEST_F(SystemLog, Message_GoesOutAsTheUserFacilitysNoticeUnderTheProgramsNameAlo
     if (upcomingDescriptor(1) != before) ::_exit(1);
   });
   EXPECT_EQ(message, "<13>TIME prog: PID=<pid> : QZKBsoftmsg message 7");
-  EXPECT_EQ(namesIn(dir.path()), std::vector<std::string>());
+  EXPECT_EQ(namesIn(dir.path()), Texts());
 }
 
 /// What comes before the message where the log knows no program.

@@ -21,13 +21,11 @@
 #include "support/childrun.h"
 #include "support/environmentguard.h"
 #include "support/fakeprogram.h"
-#include "support/privateroot.h"
 #include "support/scratch.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using Texts = std::vector<std::string>;
 
 static_assert(std::has_virtual_destructor_v<CLog>);
 
@@ -82,21 +80,6 @@ TEST_F(ActionLog, LogVariable_WinsOverThePathPassedToInit) {
   write("argument.log", "two");
   EXPECT_EQ(textsIn(dir / "argument.log"), Texts({"one"}));
   EXPECT_EQ(textsIn(dir / "variable.log"), Texts({"two"}));
-}
-
-TEST_F(ActionLog, NeitherVariableNorPath_DefaultPathIsUsed) {
-  if (::getuid() != 0) GTEST_SKIP() << "needs root for a root directory of its own";
-  const ChildResult child = runInChild([&] {
-    if (!enterPrivateRoot(dir.path())) return 77;
-    fs::create_directories("/var/opt/QZKBsoftmsg/log");
-    CLog log;
-    log.init("prog", nullptr);
-    log.ilog("a line");
-    std::puts(textsIn("/var/opt/QZKBsoftmsg/log/msg_action.log").at(0).c_str());
-    return 0;
-  });
-  EXPECT_EQ(child.exitCode(), 0) << child.err;
-  EXPECT_EQ(child.out, "a line\n");
 }
 
 TEST_F(ActionLog, Level_IsTraceForExactlyTheWordAndChosenByInit) {

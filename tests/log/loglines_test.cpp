@@ -10,8 +10,6 @@
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 TEST(LogLines, EveryShape_IsWrittenButForTraceAtInformationLevel) {
   Texts expected = {"[T](SendEventBase:73):trace 1 of it", "[I](CTemp:132):info 2%",
                     "[I](common:602):invalid param", "VUQ90004L : com=echo 100%d"};

@@ -18,8 +18,6 @@
 
 namespace {
 
-using Calls = std::vector<std::string>;
-
 /// An object made over memory that is not zero, so that a field which nobody sets shows.
 template <class Object>
 class OverOnes {
@@ -143,7 +141,7 @@ TEST(CVuqRmgLibSlots, BindingOfTheId_CanBeReplaced) {
 
 TEST(CVuqRmgLibSlots, Exchange_CanBeReplacedForNotifyAndData) {
   struct Client : CVuqRmgLib {
-    Calls calls;
+    Texts calls;
     int Communicate(unsigned long param, int a, int b, void* data) override {
       calls.push_back(std::to_string(param) + " " + std::to_string(a) + " " + std::to_string(b) +
                       (data == nullptr ? " null" : " data"));
@@ -155,7 +153,7 @@ TEST(CVuqRmgLibSlots, Exchange_CanBeReplacedForNotifyAndData) {
   EXPECT_EQ(client.sendNotify(5, text, reply), -11);
   EXPECT_EQ(client.sendNotify(6, nullptr, nullptr), -11);
   EXPECT_EQ(client.sendData(7, text, 3, reply), -11);
-  EXPECT_EQ(client.calls, (Calls{"5 0 0 data", "6 0 0 null", "7 0 3 data"}));
+  EXPECT_EQ(client.calls, (Texts{"5 0 0 data", "6 0 0 null", "7 0 3 data"}));
   EXPECT_STREQ(reply, "reply");
 }
 
@@ -227,7 +225,7 @@ TEST(CVuqRmgLib, OperationsWithoutEffect_CallNothing) {
   client.scenarioLoadLibraries();
   client.scenarioUnloadLibraries();
   EXPECT_EQ(client.to_s(), before);
-  EXPECT_EQ(fake.calls, Calls());
+  EXPECT_EQ(fake.calls, Texts());
 }
 
 TEST(CVuqRmgLib, FuncEntry_Throws33) {

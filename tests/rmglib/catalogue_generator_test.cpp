@@ -12,8 +12,6 @@
 
 namespace {
 
-using Lines = std::vector<std::string>;
-
 class CatalogueGenerator : public testing::Test {
  protected:
   /// Runs the generator after the shell text `before`, with these arguments, in the scratch
@@ -82,7 +80,7 @@ TEST_F(CatalogueGenerator, GoodTable_BecomesTheSameOctalEucJpUnderEveryLocale) {
     EXPECT_EQ(generate(kGoodTable, std::string("LANG=") + locale + " LC_ALL=" + locale), 0);
     EXPECT_EQ(errors(), "") << locale;
     EXPECT_EQ(output(), kGoodOutput) << locale;
-    EXPECT_EQ(namesIn(m_dir.path()), (Lines{"rows.inc", "stderr", "stdout", "table.txt"}));
+    EXPECT_EQ(namesIn(m_dir.path()), (Texts{"rows.inc", "stderr", "stdout", "table.txt"}));
   }
 }
 
@@ -98,7 +96,7 @@ constexpr char kNotSection[] = "5: not a section: it must be [rows], [text NAME]
 
 struct BadTable {
   std::string table;
-  Lines errors;  // the number of a line and what is said of it
+  Texts errors;  // the number of a line and what is said of it
 };
 
 const BadTable kBadTables[] = {
@@ -169,7 +167,7 @@ TEST_F(CatalogueGenerator, BadTable_IsReportedWithFileAndLineAndWritesNothing) {
     for (const std::string& error : bad.errors) expected += "table.txt:" + error + "\n";
     EXPECT_EQ(generate(bad.table), 1);
     EXPECT_EQ(errors(), expected);
-    EXPECT_EQ(namesIn(m_dir.path()), (Lines{"stderr", "stdout", "table.txt"}));
+    EXPECT_EQ(namesIn(m_dir.path()), (Texts{"stderr", "stdout", "table.txt"}));
   }
 }
 
@@ -195,7 +193,7 @@ TEST_F(CatalogueGenerator, FileThatCannotBeUsed_IsReported) {
   for (const Row& row : rows) {
     EXPECT_EQ(run(row.arguments), 1);
     EXPECT_EQ(errors(), row.error);
-    EXPECT_EQ(namesIn(m_dir.path()), (Lines{"folder", "stderr", "stdout", "table.txt"}));
+    EXPECT_EQ(namesIn(m_dir.path()), (Texts{"folder", "stderr", "stdout", "table.txt"}));
   }
 }
 
@@ -210,7 +208,7 @@ TEST_F(CatalogueGenerator, DiskWithoutRoom_LeavesAnEarlierOutput) {
   EXPECT_EQ(std::system(command.c_str()), 0);  // NOLINT(cert-env33-c): a shell is wanted
   EXPECT_EQ(errors(), "rows.inc: cannot be written: File too large\nstatus 1\n");
   EXPECT_EQ(output(), "earlier");
-  EXPECT_EQ(namesIn(m_dir.path()), (Lines{"rows.inc", "stderr", "table.txt"}));
+  EXPECT_EQ(namesIn(m_dir.path()), (Texts{"rows.inc", "stderr", "table.txt"}));
 }
 
 TEST_F(CatalogueGenerator, WrongCall_ShowsTheUsage) {

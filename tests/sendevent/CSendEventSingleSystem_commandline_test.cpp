@@ -15,8 +15,6 @@
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 const std::string kHere = "(CSendEventSingleSystem::parseCommandLine)";
 const std::string kCountError = "parameter count error." + kHere;
 const std::string kOptionError = "parameter option error." + kHere;

@@ -22,15 +22,10 @@
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 const std::string kUname = "uname -n 2>/dev/null";
 
 /// What an event without files leaves in the log at information level.
 const Texts kEmptyEventLog = sessionLog({});
-
-/// The calls of a run without files: the identifier twice, then the session.
-const Texts kEmptySession = inOrder({{"GetID", "GetID"}, session({})});
 
 std::string nodeName() {
   utsname names = {};
@@ -87,7 +82,7 @@ TEST_F(SingleSystem, Identifier_IsAskedTwiceBeforeTheSessionWhateverTheLibraryAn
     m_fake.storesId = result == 0;
     TestSingleSystem event = eventOf(3);
     EXPECT_EQ(event.sendEvent(), 0);
-    EXPECT_EQ(m_fake.calls, kEmptySession);
+    EXPECT_EQ(m_fake.calls, inOrder({{"GetID", "GetID"}, session({})}));
     EXPECT_EQ(m_log.take(), kEmptyEventLog) << "the machine's name is not asked for";
     EXPECT_STREQ(event.getParam("HostName"), "db01");
   }
@@ -126,19 +121,12 @@ TEST_F(SingleSystem, IntegerThrownForTheIdentifier_IsSilentAtInformationLevel) {
 
 TEST_F(SingleSystem, EmptyOrAbsentHostName_IsTheMachinesBeforeTheTransmission) {
   for (const bool isAbsent : {false, true}) {
-    m_fake.calls.clear();
     TestSingleSystem event = eventOf(3);
     event.m_params["HostName"] = "";
     if (isAbsent) event.m_params.erase("HostName");
-    event.m_sendFileList = {m_dir.write("a", "a")};
     EXPECT_EQ(event.sendEvent(), 0);
     EXPECT_EQ(event.m_params["HostName"], nodeName());
-    Texts log = steady(m_log.take());
-    log.resize(3);
-    EXPECT_EQ(log, inOrder({kHostNameLog, {kStarted}}));
-    EXPECT_EQ(m_fake.calls.at(5),
-              "Communicate(0x40204, 0, 0, \"2026/11/20 12:00:00\",,\"disk\",\"" + nodeName() +
-                  "\",\"Linux\",\"Debian\",\"12\",\"kernel\",\"E\",\"M0815\",\"Software Log\")");
+    EXPECT_EQ(steady(m_log.take()), inOrder({kHostNameLog, kEmptyEventLog}));
   }
 }
 

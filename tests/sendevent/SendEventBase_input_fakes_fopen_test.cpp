@@ -15,8 +15,6 @@
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 /// The path of the file that breaks while it is read, and the bytes that it gives before it does.
 std::string brokenPath;
 std::string brokenBytes;

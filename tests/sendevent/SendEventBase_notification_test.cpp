@@ -16,8 +16,6 @@
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 const std::string kHere = "(CSendEventBase::getSyslogLine)";
 
 std::string x(int count) { return std::string(static_cast<std::size_t>(count), 'x'); }

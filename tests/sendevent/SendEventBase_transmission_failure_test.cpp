@@ -17,8 +17,6 @@
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 // --- connection and start ------------------------------------------------------------------------
 
 TEST_F(Transmission, ConnectionThatIsNotOperating_Returns1) {

@@ -12,8 +12,6 @@
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 // --- the four event types ------------------------------------------------------------------------
 
 TEST_F(Transmission, EveryType_SendsItsFilesOneByOneOrAllAtOnce) {

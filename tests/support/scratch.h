@@ -4,6 +4,9 @@
 #include <string>
 #include <vector>
 
+/// Lines, messages, names, paths: what most tests compare.
+using Texts = std::vector<std::string>;
+
 /// A directory of one test, made under /tmp and removed with all that it holds, also after a failed
 /// assertion and with read-only directories inside.
 class ScratchDir {
@@ -28,9 +31,9 @@ class ScratchDir {
 std::string readFile(const std::string& path);
 
 /// The lines of a text, line feeds removed; an unterminated last line counts.
-std::vector<std::string> linesOf(const std::string& text);
+Texts linesOf(const std::string& text);
 
 /// The names in a directory, sorted; "." and ".." left out.
-std::vector<std::string> namesIn(const std::string& dir);
+Texts namesIn(const std::string& dir);
 
 #endif

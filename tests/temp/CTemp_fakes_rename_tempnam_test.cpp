@@ -43,7 +43,7 @@ TEST_F(TempArea, NoName_FailsTenTimesWithVUQ90102L) {
   std::string path = "left over";
   EXPECT_EQ(temp->getTempDir(path, "pre", "/tmp"), 0);
   EXPECT_EQ(path, "");
-  std::vector<std::string> expected;
+  Texts expected;
   for (int attempt = 0; attempt < 10; ++attempt) {
     expected.emplace_back("[T](CTemp:73):getTemp_sub():prefix=/tmp,templ=pre");
     expected.emplace_back("VUQ90102L : failed to tempnam():Cannot allocate memory");
@@ -58,7 +58,7 @@ TEST_F(TempArea, LinkToADirectoryThatIsThere_CountsAsMadeAndOnlyTheLinkIsRemoved
   fs::create_directory_symlink(dir / "elsewhere", dir / "taken_");
   EXPECT_EQ(makeDirectory(), dir / "taken_");
   EXPECT_EQ(temp->delTempFile(nullptr), 1);
-  EXPECT_EQ(namesIn(dir.path()), std::vector<std::string>({"elsewhere"}));
+  EXPECT_EQ(namesIn(dir.path()), Texts({"elsewhere"}));
 }
 
 }  // namespace

@@ -23,7 +23,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using Texts = std::vector<std::string>;
 
 static_assert(std::has_virtual_destructor_v<CTemp>);
 

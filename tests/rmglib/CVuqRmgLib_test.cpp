@@ -9,6 +9,7 @@
 #include <new>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "support/FakeKelcom.h"
@@ -129,16 +130,6 @@ TEST(CVuqRmgLibException, EveryClass_CarriesItsCodeAndOnlyTheStartNamesItself) {
 
 // --- virtual slots -------------------------------------------------------------------------------
 
-TEST(CVuqRmgLibSlots, BindingOfTheId_CanBeReplaced) {
-  struct Client : CVuqRmgLib {
-    int RMG_GetID(char* buf) override {
-      std::strcpy(buf, "binding");
-      return 0;
-    }
-  } client;
-  EXPECT_STREQ(client.getMachineID(), "binding");
-}
-
 TEST(CVuqRmgLibSlots, Exchange_CanBeReplacedForNotifyAndData) {
   struct Client : CVuqRmgLib {
     Texts calls;
@@ -169,11 +160,14 @@ TEST(CVuqRmgLibSlots, PointerFormOfTheDebugLine_CanBeReplaced) {
 
 // --- identifier and state text -------------------------------------------------------------------
 
-TEST(CVuqRmgLibMachineId, Buffer_IsAllZeroBeforeTheQuery) {
+TEST(CVuqRmgLibMachineId, Buffer_IsAllZeroBeforeTheQueryWhichCanBeReplaced) {
   struct Client : CVuqRmgLib {
     std::string found;
     int GetID(char* buf) override {
       found.assign(buf, 4096);
+      return CVuqRmgLib::GetID(buf);
+    }
+    int RMG_GetID(char* buf) override {
       std::memset(buf, 'x', 4095);
       return 0;
     }
@@ -189,15 +183,6 @@ std::string stateText(const std::string& id, const std::string& status, const ch
          "\n    m_startedCom      = " + started + "\n";
 }
 
-TEST(CVuqRmgLibMachineId, IntegerThrownByTheLibrary_LeavesItEmpty) {
-  FakeKelcom fake;
-  CVuqRmgLib client;
-  client.getMachineID();
-  fake.onCall = [](const std::string&) { throw 3; };
-  EXPECT_THROW(client.getMachineID(), int);
-  EXPECT_EQ(client.to_s(), stateText("", "0", "false"));
-}
-
 TEST(CVuqRmgLibToS, EveryField_IsShown) {
   FakeKelcom fake;
   fake.status = -1;
@@ -207,6 +192,11 @@ TEST(CVuqRmgLibToS, EveryField_IsShown) {
   client.isOperate();
   client.startCom();
   EXPECT_EQ(client.to_s(), stateText("4711", "-1", "true"));
+  fake.onCall = [](const std::string& call) {
+    if (call == "GetID") throw 3;
+  };
+  EXPECT_THROW(client.getMachineID(), int);
+  EXPECT_EQ(client.to_s(), stateText("", "-1", "true")) << "the identifier is gone";
 }
 
 // --- what does nothing ---------------------------------------------------------------------------
@@ -277,26 +267,23 @@ TEST(IsKelExist, Path_IsTheMakersUntilItIsChanged) {
 TEST(IsKelExist, EveryKindOfPath_IsThereWhenItLeadsToAFile) {
   const ScratchDir dir;
   const std::string file = dir.write("lib.so", "");
-  const std::string toFile = dir / "to-file";
-  const std::string toDir = dir / "to-dir";
-  const std::string toNothing = dir / "to-nothing";
-  const std::string missing = dir / "missing";
-  ASSERT_EQ(::symlink(file.c_str(), toFile.c_str()), 0);
-  ASSERT_EQ(::symlink("/tmp", toDir.c_str()), 0);
-  ASSERT_EQ(::symlink("/nowhere/at/all", toNothing.c_str()), 0);
-  struct Row {
-    const char* path;
-    bool isThere;
+  ASSERT_EQ(::symlink("lib.so", (dir / "to-file").c_str()), 0);
+  ASSERT_EQ(::symlink("/tmp", (dir / "to-dir").c_str()), 0);
+  ASSERT_EQ(::symlink("/nowhere/at/all", (dir / "to-nothing").c_str()), 0);
+  const std::pair<std::string, bool> table[] = {
+      {file, true},
+      {dir / "to-file", true},
+      {dir.path(), false},
+      {dir / "to-dir", false},
+      {dir / "to-nothing", false},
+      {dir / "missing", false},
   };
-  const Row rows[] = {
-      {file.c_str(), true},   {toFile.c_str(), true},   {dir.path().c_str(), false},
-      {toDir.c_str(), false}, {missing.c_str(), false}, {toNothing.c_str(), false},
-      {nullptr, false},
-  };
-  for (const Row& row : rows) {
-    const LibraryPath path(row.path);
-    EXPECT_EQ(isKelExist(), row.isThere) << (row.path == nullptr ? "null" : row.path);
+  for (const auto& [name, isThere] : table) {
+    const LibraryPath path(name.c_str());
+    EXPECT_EQ(isKelExist(), isThere) << name;
   }
+  const LibraryPath none(nullptr);
+  EXPECT_FALSE(isKelExist());
 }
 
 TEST(IsDovraInstalled, AnswerOfTheMoment_IsTheFifthOfFiveFlags) {

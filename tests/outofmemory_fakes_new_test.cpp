@@ -15,8 +15,6 @@
 #include <sstream>
 #include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include "common/base/format.h"
 #include "common/base/pathparts.h"

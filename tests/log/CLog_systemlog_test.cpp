@@ -13,7 +13,6 @@
 #include <functional>
 #include <regex>
 #include <string>
-#include <vector>
 
 #include "support/childrun.h"
 #include "support/descriptors.h"

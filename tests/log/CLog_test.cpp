@@ -9,11 +9,11 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "log/loglines.h"
@@ -224,14 +224,12 @@ TEST_F(ActionLog, ExistingFile_KeepsItsModeAndContentsAndIsNotHeldOpen) {
 }
 
 TEST_F(ActionLog, FileThatCannotBeOpened_GivesALineOnStandardErrorForEach) {
-  const struct {
-    std::string path;
-    const char* error;
-  } kRows[] = {{"", "No such file or directory"},
-               {dir / "missing/action.log", "No such file or directory"},
-               {dir.path(), "Is a directory"}};
-  for (const auto& row : kRows) {
-    const ChildResult child = runInChild({{"TANEX_LOG", row.path}}, [&] {
+  const std::pair<std::string, std::string> table[] = {
+      {"", "No such file or directory"},
+      {dir / "missing/action.log", "No such file or directory"},
+      {dir.path(), "Is a directory"}};
+  for (const auto& [file, error] : table) {
+    const ChildResult child = runInChild({{"TANEX_LOG", file}}, [&] {
       CLog log;
       log.init("prog", nullptr);
       log.ilog("one");
@@ -239,7 +237,7 @@ TEST_F(ActionLog, FileThatCannotBeOpened_GivesALineOnStandardErrorForEach) {
       log.ilog("two");
       return 0;
     });
-    const std::string line = "*** failed to open(" + row.path + "):" + row.error + "\n";
+    const std::string line = "*** failed to open(" + file + "):" + error + "\n";
     EXPECT_EQ(child.exitCode(), 0);
     EXPECT_EQ(child.out, "");
     EXPECT_EQ(child.err, line + line);

@@ -1,7 +1,6 @@
 #include "log/linehead.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <climits>
 #include <cstdio>

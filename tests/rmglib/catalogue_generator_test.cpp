@@ -6,7 +6,6 @@
 
 #include <cstdlib>
 #include <string>
-#include <vector>
 
 #include "support/scratch.h"
 

@@ -9,7 +9,6 @@
 #include <fstream>
 #include <regex>
 #include <string>
-#include <vector>
 
 #include "support/FakeKelcom.h"
 #include "support/actionlog.h"

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <string>
-#include <vector>
 
 #include "common/base/format.h"
 #include "sendevent/CSendEventSingleSystem.h"

@@ -3,7 +3,6 @@
 #include <cstring>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "rmglib/CVuqRmgLib.h"
 #include "support/logtexts.h"

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <filesystem>
 #include <string>
-#include <vector>
 
 #include "support/failingrename.h"
 #include "support/temparea.h"

@@ -6,12 +6,10 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <regex>
 #include <string>
 #include <type_traits>
-#include <vector>
 
 #include "common/base/format.h"
 #include "common/base/shell.h"

@@ -21,6 +21,7 @@
 #include "support/childrun.h"
 #include "support/environmentguard.h"
 #include "support/fakeprogram.h"
+#include "support/privateroot.h"
 #include "support/scratch.h"
 
 namespace {
@@ -284,6 +285,25 @@ TEST_F(ActionLog, LargerFile_IsBackedUpUnderItsLastExtensionAndTheNewLineIsTheFi
       }
     }
   }
+}
+
+TEST_F(ActionLog, PathWithoutDirectory_IsBackedUpIntoTheRoot) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root for a root directory of its own";
+  const ChildResult child = runInChild({{"TANEX_LOG", "action.log"}}, [&] {
+    if (!enterPrivateRoot(dir.path()) || ::mkdir("/place", 0755) != 0 || ::chdir("/place") != 0) {
+      return 77;
+    }
+    if (std::FILE* file = std::fopen("action.log", "w")) {
+      std::fputs((kLargest + "x").c_str(), file);
+      std::fclose(file);
+    }
+    write("");
+    std::printf("%zu bytes, %s, %s\n", static_cast<std::size_t>(fs::file_size("/action.bak")),
+                textsIn("/place/action.log").at(0).c_str(), namesIn("/place").back().c_str());
+    return 0;
+  });
+  EXPECT_EQ(child.exitCode(), 0) << child.err;
+  EXPECT_EQ(child.out, "512001 bytes, new, action.log\n");
 }
 
 TEST_F(ActionLog, BackupCommand_IsGivenBothPathsPrintsAndLogsNothing) {

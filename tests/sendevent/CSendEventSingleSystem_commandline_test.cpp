@@ -112,6 +112,7 @@ TEST_F(CommandLine, EveryLineOfTheList_IsAFile) {
       {"/a\n/b\r", {"/a", "/b"}},
       {"\n/a\n\n\r\n/b\n\n", {"/a", "/b"}},
       {"#/a\n# b\n", {"#/a", "# b"}},
+      {"/%s%n\n", {"/%s%n"}},
       {"  /a  \n \n\t\n", {"  /a  ", " ", "\t"}},
       {"/a\r\r\n", {"/a\r"}},
       {"/a\rb\n", {"/a\rb"}},

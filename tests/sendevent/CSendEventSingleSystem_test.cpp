@@ -5,6 +5,7 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -177,8 +178,10 @@ class Collection : public SingleSystem {
 
 TEST_F(Collection, BothCommands_RunAfterATransmissionThatReturned0Or1Alone) {
   for (const int thrown : {0, 1, 2, 5, 68, 78, 254, -1, -255, -68}) {
-    m_fake.onCall = [thrown](const std::string& call) {
-      if (call == "StopComm") throw thrown;
+    m_fake.onCall = [this, thrown](const std::string& call) {
+      if (call != "StopComm") return;
+      if (::access((m_dir / "started").c_str(), F_OK) == 0) std::puts("before the stop");
+      throw thrown;
     };
     const ChildResult child = send(incident());
     const bool isCollected = thrown == 0 || thrown == 1;
@@ -190,6 +193,15 @@ TEST_F(Collection, BothCommands_RunAfterATransmissionThatReturned0Or1Alone) {
   m_fake.startResult = -1;
   EXPECT_EQ(send(incident()).exitCode(), 1);
   EXPECT_EQ(started(), kBothStarted);
+}
+
+TEST_F(Collection, MissingCommands_DoNotMatter) {
+  const ChildResult child = runInChild([this] {
+    if (!enterPrivateMounts() || !mountTmpfs("/opt")) return 200;
+    return incident().sendEvent();
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+  EXPECT_EQ(child.out + child.err, "");
 }
 
 TEST_F(Collection, NoTemporaryDirectory_EndsWith78WhateverTheTransmissionsResult) {

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <regex>
 #include <string>
@@ -16,6 +17,7 @@
 #include "support/childrun.h"
 #include "support/descriptors.h"
 #include "support/logtexts.h"
+#include "support/privateroot.h"
 #include "support/temparea.h"
 
 namespace {
@@ -279,6 +281,28 @@ TEST_F(TempArea, RelativeTmpdir_GivesARelativePath) {
   temp.reset();
   EXPECT_EQ(namesIn(dir.path()), Texts());
   fs::current_path(before);
+}
+
+TEST_F(TempArea, FirstLevelTmpdir_DirectoryIsMadeAndItsRemovalRefused) {
+  if (::getuid() != 0) GTEST_SKIP() << "needs root for a root directory of its own";
+  const Texts lines = linesFromPrivateRoot([] {
+    ::mkdir("/first", 0755);
+    ::setenv("TMPDIR", "/first", 1);
+    CTemp own;
+    std::string path;
+    std::printf("%d\n", own.getTempDir(path, "swconf", nullptr));
+    std::printf("%d\n", own.delTempFile(nullptr));
+    std::printf("%d\n", own.delTempFile(nullptr));  // it is forgotten all the same
+    std::puts(fs::is_directory(path) ? path.c_str() : "gone");
+  });
+  ASSERT_GT(lines.size(), 4u);
+  const std::string path = lines[3];
+  EXPECT_TRUE(isNamed(path, "/first/swcon")) << path;
+  EXPECT_EQ(withoutPids(lines), inOrder({{"1", "1", "0", path, beginning("/tmp", "swconf")},
+                                         makingOf(path),
+                                         {directoryMade(path), "[T](CTemp:188):delTempFile:" + path,
+                                          "[T](common:469):getCanonicalPath():" + path + "," + path,
+                                          "VUQ90008L : " + path + " too shallow to delete"}}));
 }
 
 // --- removal -------------------------------------------------------------------------------------

@@ -4,11 +4,13 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
 
 #include "e2e/support/cases.h"
+#include "support/childrun.h"
 #include "support/descriptors.h"
 
 namespace {
@@ -39,6 +41,39 @@ TEST_F(Frame, LogWithoutItsDirectory_IsComplainedOfForEachLine) {
   machine.clear();
   expectRun(machine.run(Call().with({{"TANEX_LOG", "/no/log"}})),
             {"", "", 68, "", complaints("/no/log", kNoEntry, rejected("").log)});
+}
+
+TEST_F(Frame, DefaultLog_IsRotatedWhereItIsLargeAndMadeAnewUnderAnyMask) {
+  const std::string folder = "/var/opt/QZKBsoftmsg/log/";
+  const std::string old(512001, 'o');
+  machine.write(folder + "msg_action.log", old);
+  for (const mode_t mask : {0U, 0777U}) {
+    const Call call = eventCall().with({{"TANEX_LOG", std::nullopt}});
+    machine.run(call.prepared([=] { return ::umask(mask) != 01000; }));
+    EXPECT_EQ(machine.log(folder + "msg_action.log"), Sending().event().log.info);
+    struct stat status = {};
+    ::stat(machine.outside(folder + "msg_action.log").c_str(), &status);
+    EXPECT_EQ(status.st_mode & 07777, mask == 0U ? 0644U : 01204U);  // kept, and made anew
+    EXPECT_TRUE(machine.read(folder + "msg_action.bak") == old);
+    machine.remove(folder + "msg_action.log");
+  }
+}
+
+TEST_F(Frame, FullDisk_ChangesNothingButTheLog) {
+  machine.makeFolder("/full");
+  Sending sending;
+  sending.files.assign(20, {"/dev/null", 0, "not a regular file"});
+  std::string list;
+  for (const File& file : sending.files) list += file.path + "\n";
+  machine.write("/case/list", list);
+  Call call = incidentCall().with({{"TANEX_LOG", "/full/action.log"}});
+  call.prepare = [] { return mountTmpfs("/full", "4k"); };
+  // Carries the log out before the disk vanishes.
+  call.wrapper = {"/bin/sh", "-c",
+                  "\"$@\"; status=$?; cp /full/action.log /case/carried; exit $status", "sh"};
+  expectRun(machine.run(call), {"", sending.incident().exchanges});
+  EXPECT_EQ(machine.read("/case/carried").size(), 4096U);
+  EXPECT_EQ(machine.collected().size(), 2U);
 }
 
 // --- another user --------------------------------------------------------------------------------

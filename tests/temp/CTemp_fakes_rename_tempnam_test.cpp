@@ -37,6 +37,12 @@ TEST_F(TempArea, AttemptThatSucceeds_IsTheLastOfTen) {
   }
 }
 
+TEST_F(TempArea, DescriptorNobodyAskedFor_IsClosedBeforeTheNextLineIsLogged) {
+  const auto open = static_cast<std::ptrdiff_t>(namesIn("/proc/self/fd").size());
+  makeFile();
+  EXPECT_EQ(descriptorsAtRename, open);
+}
+
 TEST_F(TempArea, NoName_FailsTenTimesWithVUQ90102L) {
   generatedName = "";
   std::string path = "left over";

@@ -19,7 +19,8 @@ inline int renamesToFail = 0;
 inline std::ptrdiff_t descriptorsAtRename = 0;
 
 extern "C" int rename(const char* from, const char* to) noexcept {
-  const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+  std::error_code none;  // a private root may lack the folder
+  const std::filesystem::directory_iterator descriptors("/proc/self/fd", none);
   descriptorsAtRename = std::distance(begin(descriptors), end(descriptors));
   if (renamesToFail > 0) {
     --renamesToFail;

@@ -28,6 +28,7 @@ TEST(GuardedRemoval, Path_IsAllowedBelowTmpAndFromTheThirdLevel) {
       {"/", "", 0},
       {"/.", "", 0},
       {"/..", "", 0},
+      {"/../../..", "", 0},
       {"/../a", "a", 0},
       {"/tmp", "/tmp", 0},
       {"/tmp/a/..", "/tmp", 0},

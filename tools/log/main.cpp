@@ -1,0 +1,134 @@
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <deque>
+#include <iostream>
+
+#include "log/input.h"
+#include "log/json.h"
+#include "log/options.h"
+#include "log/plain.h"
+#include "loopback/bytes.h"
+#include "outcome/reader.h"
+
+namespace {
+
+using outcome::Run;
+using outcome::Verdict;
+
+bool isChosen(const Run& run, const Options& options) {
+  if (run.start < options.since) return false;
+  if (!options.until.empty() && run.start > options.until) return false;
+  if (options.pid && run.pid != *options.pid) return false;
+  if (options.incident &&
+      (run.mode != outcome::Mode::kIncident || run.identity != options.incident)) {
+    return false;
+  }
+  return options.verdicts.empty() || options.verdicts.count(run.verdict) != 0;
+}
+
+/// The runs that were chosen, on their way to standard output.
+class Output {
+ public:
+  explicit Output(const Options& options)
+      : m_options(options), m_layout(Layout::ofStandardOutput(options.encoding)) {}
+
+  void add(const std::string& log, Run run) {
+    if (!isChosen(run, m_options)) return;
+    if (m_options.last == 0) {
+      print(log, run);
+      return;
+    }
+    m_last.emplace_back(log, std::move(run));
+    if (m_last.size() > m_options.last) m_last.pop_front();
+  }
+
+  /// Prints what had to wait for the end.
+  void end() {
+    for (const auto& [log, run] : m_last) print(log, run);
+    m_last.clear();
+    std::fflush(stdout);
+  }
+
+  bool hasFailed() const { return m_hasFailed || std::ferror(stdout) != 0; }
+
+  int status() const {
+    if (m_runs == 0) return kNoRun;
+    if (m_hasFailure) return kSomeFailed;
+    return m_hasUnknown ? kSomeUnknown : kAllDelivered;
+  }
+
+ private:
+  void print(const std::string& log, const Run& run) {
+    ++m_runs;
+    m_hasUnknown |= run.verdict == Verdict::kUnknown;
+    m_hasFailure |= run.verdict != Verdict::kUnknown && run.verdict != Verdict::kDelivered;
+    const std::string text = m_options.form == Form::kJson
+                                 ? jsonOf(run, log, m_options.encoding) + '\n'
+                                 : plainTextOf(run, m_layout);
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) m_hasFailed = true;
+  }
+
+  const Options& m_options;
+  Layout m_layout;
+  std::deque<std::pair<std::string, Run>> m_last;
+  std::size_t m_runs = 0;
+  bool m_hasFailure = false;
+  bool m_hasUnknown = false;
+  bool m_hasFailed = false;
+};
+
+void complain(const std::string& subject, const std::string& reason) {
+  std::cerr << "tanexics-log: " << visibleBytes(subject) << ": " << reason << '\n';
+}
+
+/// Reads the logs one after the other. Returns whether all of them could be read.
+bool readAll(const Options& options, Output& output, std::string& foreignLine) {
+  bool isComplete = true;
+  for (const Log& log : logsOf(options.logs)) {
+    outcome::Reader reader([&](Run run) { output.add(log.name(), std::move(run)); }, options.lines);
+    for (const std::string& file : log.files) {
+      const bool isFollowed = options.follow && file == log.name();
+      const auto take = [&](std::string_view bytes) {
+        reader.feed(bytes);
+        if (isFollowed) std::fflush(stdout);
+        return !output.hasFailed();
+      };
+      const std::string reason = isFollowed ? followFile(file, take) : readFile(file, take);
+      if (reason.empty()) continue;
+      complain(file, reason);
+      isComplete = false;
+    }
+    reader.finish();
+    if (foreignLine.empty()) foreignLine = reader.firstForeignLine();
+  }
+  output.end();
+  return isComplete;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::signal(SIGPIPE, SIG_IGN);
+  Options options;
+  if (const auto status = readOptions(argc, argv, options)) return *status;
+  Output output(options);
+  std::string foreignLine;
+  const bool isComplete = readAll(options, output, foreignLine);
+  if (output.hasFailed()) {
+    if (errno == EPIPE) return kCannotRead;
+    complain("standard output", std::strerror(errno));
+    return kCannotRead;
+  }
+  if (!isComplete) return kCannotRead;
+  if (output.status() == kNoRun) {
+    std::cerr << "tanexics-log: no run found";
+    if (!foreignLine.empty()) {
+      std::cerr << "; the first line that is not understood: " << visibleBytes(foreignLine);
+    }
+    std::cerr << '\n';
+  }
+  return output.status();
+}

@@ -1,0 +1,145 @@
+#include "log/options.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+#include "loopback/bytes.h"
+#include "version.h"
+
+namespace {
+
+using outcome::Verdict;
+
+constexpr Verdict kVerdicts[] = {Verdict::kDelivered, Verdict::kPartly, Verdict::kRefused,
+                                 Verdict::kNotSent, Verdict::kUnknown};
+
+constexpr std::string_view kDayShape = "dddd-dd-dd";
+constexpr std::string_view kTimeShape = "dddd-dd-ddTdd:dd:dd";
+
+bool hasShape(const std::string& text, std::string_view shape) {
+  if (text.size() != shape.size()) return false;
+  for (std::size_t at = 0; at < shape.size(); ++at) {
+    const bool isDigit = text[at] >= '0' && text[at] <= '9';
+    if (shape[at] == 'd' ? !isDigit : text[at] != shape[at]) return false;
+  }
+  return true;
+}
+
+int numberAt(const std::string& text, std::size_t at) { return std::stoi(text.substr(at, 2)); }
+
+bool isDate(const std::string& text) {
+  constexpr int kDays[] = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  const int year = std::stoi(text.substr(0, 4));
+  const int month = numberAt(text, 5);
+  const int day = numberAt(text, 8);
+  const bool isLeap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+  return month >= 1 && month <= 12 && day >= 1 && day <= kDays[month - 1] &&
+         (month != 2 || day < 29 || isLeap);
+}
+
+bool isTimeOfDay(const std::string& text) {
+  return numberAt(text, 11) < 24 && numberAt(text, 14) < 60 && numberAt(text, 17) <= 60;
+}
+
+/// A time as the log has it. `timeOfDay` is for a day alone.
+std::string logTime(const std::string& name, std::string text, const char* timeOfDay) {
+  const bool isDay = hasShape(text, kDayShape);
+  if ((!isDay && !hasShape(text, kTimeShape)) || !isDate(text) || (!isDay && !isTimeOfDay(text))) {
+    throw CLI::ValidationError(name, "no such time: '" + visibleBytes(text) +
+                                         "'; it is written YYYY-MM-DD or YYYY-MM-DDTHH:MM:SS");
+  }
+  if (isDay) text += std::string("T") + timeOfDay;
+  text[4] = text[7] = '/';
+  text[10] = ' ';
+  return text;
+}
+
+std::set<Verdict> verdictsOf(const std::string& text) {
+  std::set<Verdict> verdicts;
+  for (const std::string& word : CLI::detail::split(text, ',')) {
+    const auto* const found =
+        std::find_if(std::begin(kVerdicts), std::end(kVerdicts),
+                     [&word](Verdict verdict) { return word == wordOf(verdict); });
+    if (found == std::end(kVerdicts)) {
+      throw CLI::ValidationError("--verdict",
+                                 "there is none like '" + visibleBytes(word) +
+                                     "'; they are delivered, partly, refused, not-sent, unknown");
+    }
+    verdicts.insert(*found);
+  }
+  return verdicts;
+}
+
+outcome::Encoding encodingOf(const std::string& text) {
+  if (text == "utf-8") return outcome::Encoding::kUtf8;
+  if (text == "euc-jp") return outcome::Encoding::kEucJp;
+  throw CLI::ValidationError(
+      "--encoding", "there is none like '" + visibleBytes(text) + "'; they are utf-8 and euc-jp");
+}
+
+void addOptions(CLI::App& app, Options& options) {
+  app.add_option(
+      "LOG", options.logs,
+      "Action logs; without one, what TANEX_LOG names or msg_action.log, after its .bak");
+  app.add_option_function<std::string>(
+         "--since",
+         [&](const std::string& text) { options.since = logTime("--since", text, "00:00:00"); },
+         "Runs that began at T or later")
+      ->type_name("T");
+  app.add_option_function<std::string>(
+         "--until",
+         [&](const std::string& text) { options.until = logTime("--until", text, "23:59:60"); },
+         "Runs that began at T or earlier")
+      ->type_name("T");
+  app.add_option("--pid", options.pid, "Runs of the process id N")->type_name("N");
+  app.add_option("--incident", options.incident, "Runs of the incident N")->type_name("N");
+  app.add_option_function<std::string>(
+         "--verdict", [&](const std::string& text) { options.verdicts = verdictsOf(text); },
+         "Runs with one of these verdicts, separated by commas")
+      ->type_name("V");
+  app.add_flag_function(
+         "--last{1}",
+         [&](std::int64_t number) {
+           if (number < 1) throw CLI::ValidationError("--last", "the number is 1 or more");
+           options.last = static_cast<std::size_t>(number);
+         },
+         "The last N of these runs, or the last one")
+      ->type_name("[=N]");
+  app.add_flag("--lines", options.lines, "Show each run's own lines below it");
+  app.add_flag("--explain", options.explain, "Tell what status words, errors and numbers mean");
+  CLI::Option* follow =
+      app.add_flag("--follow", options.follow, "Go on, and print each run when it ends");
+  CLI::Option* json = app.add_flag_callback(
+      "--json", [&] { options.form = Form::kJson; }, "Print one JSON object a run and line");
+  app.add_flag_callback(
+         "--openmetrics", [&] { options.form = Form::kOpenMetrics; },
+         "Print metrics for a textfile collector")
+      ->excludes(json)
+      ->excludes(follow);
+  app.add_option("--html", options.html, "Write a page for people to FILE")
+      ->type_name("FILE")
+      ->excludes(follow);
+  app.add_option_function<std::string>(
+         "--encoding", [&](const std::string& text) { options.encoding = encodingOf(text); },
+         "Read texts as E, utf-8 or euc-jp, and not as whichever they are")
+      ->type_name("E");
+  app.usage("Usage: tanexics-log [OPTIONS] [LOG...]\n       tanexics-log explain WORD...");
+  app.set_version_flag("--version", std::string("tanexics-log ") + kVersion);
+}
+
+}  // namespace
+
+std::optional<int> readOptions(int argc, const char* const* argv, Options& options) {
+  CLI::App app(
+      "Tells of each run in an action log of tanexics whether its report was delivered.\n");
+  addOptions(app, options);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& asked) {
+    return app.exit(asked, std::cout, std::cerr);
+  } catch (const CLI::ParseError& wrong) {
+    std::cerr << "tanexics-log: " << wrong.what() << "\n";
+    return kWrongUsage;
+  }
+  return std::nullopt;
+}

@@ -1,0 +1,226 @@
+#include "outcome/progress.h"
+
+#include <algorithm>
+#include <tuple>
+
+#include "rmglib/kelcom.h"
+
+namespace outcome {
+
+namespace {
+
+bool isEventRequest(unsigned request) {
+  return request == kKelNotifyErrorEvent || request == kKelNotifyOtherEvent ||
+         request == kKelDataEvent;
+}
+
+auto valuesOf(const Progress& p) {
+  return std::tie(p.phase, p.sent, p.isEvent, p.isModeKnown, p.hasBeginning, p.hasStarted,
+                  p.hasRefusal, p.isMissing, p.mayMiss, p.wasNonzero, p.part, p.total, p.accepted,
+                  p.uncertain, p.doubtful, p.failed, p.torn);
+}
+
+}  // namespace
+
+bool Progress::operator==(const Progress& other) const {
+  return valuesOf(*this) == valuesOf(other);
+}
+
+void Progress::appendTo(std::string& key) const {
+  const auto append = [&key](auto value) {
+    const auto number = static_cast<int>(value);
+    key.append(reinterpret_cast<const char*>(&number), sizeof number);
+  };
+  std::apply([&append](auto... value) { (append(value), ...); }, valuesOf(*this));
+}
+
+int Progress::expected() const {
+  if (!isModeKnown || total <= 0) return 0;
+  return isEvent ? 2 : 2 * total;
+}
+
+bool Progress::accepts(const Message& message) const {
+  const bool isFinished =
+      phase == Phase::kCommunicating && part > 0 && (isModeKnown && isEvent ? true : part == total);
+  if (message.kind == Kind::kUnread || phase == Phase::kEnded) return false;
+  if (message.kind == Kind::kStarted) return *this == Progress();
+  if (phase == Phase::kNowhere) return true;
+  switch (message.kind) {
+    case Kind::kOther:
+      return phase != Phase::kElapsed;
+    case Kind::kUnread:
+    case Kind::kStarted:
+      return false;
+    case Kind::kRefusal:
+    case Kind::kStartedComm:
+      return phase == Phase::kBegun;
+    case Kind::kMissing:
+      return phase == Phase::kBegun;
+    case Kind::kLoop:
+      return phase == Phase::kCommunicating && !isFinished && message.number == part + 1 &&
+             message.total >= message.number && (part == 0 || message.total == total);
+    case Kind::kNotification:
+      return phase == Phase::kLooped && (message.part == 0 || message.part == part) &&
+             (message.total == 0 || message.total == total) &&
+             (!isModeKnown || isEvent == isEventRequest(message.request));
+    case Kind::kData:
+      return phase == Phase::kNotified && isModeKnown &&
+             isEvent == isEventRequest(message.request) && message.total == (isEvent ? total : 1);
+    case Kind::kDone:
+      return phase == Phase::kNotifying || phase == Phase::kTransferring;
+    case Kind::kSent:
+      return isFinished;
+    case Kind::kNoTempDir:
+      return phase == Phase::kSent || phase == Phase::kRefused;
+    case Kind::kElapsed:
+      return phase == Phase::kBegun || phase == Phase::kSent || phase == Phase::kRefused;
+    case Kind::kExit:
+      return phase == Phase::kElapsed;
+  }
+  return false;
+}
+
+int Progress::answersBefore(int number, bool isTransfer) const {
+  return 2 * (number - 1) + (isTransfer ? 1 : 0);
+}
+
+/// Answers that must have been given by now, and are not in the log, may have been anything.
+void Progress::fillUp(int answers) {
+  if (answered() >= answers) return;
+  uncertain += answers - answered();
+  wasNonzero = false;
+}
+
+void Progress::lose() {
+  ++torn;
+  if (!hasStarted) mayMiss = true;
+}
+
+void Progress::answer(const Message& message) {
+  if (message.number != 0) {
+    ++failed;
+  } else if (!message.text.empty()) {
+    ++uncertain;
+  } else if (wasNonzero) {
+    ++accepted;  // a call that throws repeats the answer before: this one was given
+  } else {
+    ++doubtful;
+  }
+  wasNonzero = message.number != 0;
+}
+
+void Progress::advance(const Message& message) {
+  if (!accepts(message) && message.kind != Kind::kOther && message.kind != Kind::kMissing) lose();
+  switch (message.kind) {
+    case Kind::kOther:
+    case Kind::kUnread:
+    case Kind::kNoTempDir:
+      if (phase == Phase::kNowhere) mayMiss = true;  // no longer the first line
+      return;
+    case Kind::kStarted:
+      *this = {};
+      hasBeginning = true;
+      phase = Phase::kBegun;
+      return;
+    case Kind::kMissing:
+      isMissing = true;
+      return;
+    case Kind::kRefusal:
+      hasRefusal = true;
+      phase = Phase::kRefused;
+      return;
+    case Kind::kStartedComm:
+      if (phase == Phase::kNowhere) mayMiss = true;
+      hasStarted = true;
+      phase = Phase::kCommunicating;
+      return;
+    case Kind::kLoop:
+      if (!hasStarted) mayMiss = true;
+      hasStarted = true;
+      part = message.number;
+      total = message.total;
+      fillUp(answersBefore(part, false));
+      phase = Phase::kLooped;
+      return;
+    case Kind::kNotification:
+      if (!hasStarted) mayMiss = true;
+      hasStarted = true;
+      isModeKnown = true;
+      isEvent = isEventRequest(message.request);
+      if (message.part > 0) part = message.part;
+      if (message.total > 0) total = message.total;
+      fillUp(answersBefore(std::max(part, 1), false));
+      phase = Phase::kNotifying;
+      return;
+    case Kind::kData:
+      if (!hasStarted) mayMiss = true;
+      hasStarted = true;
+      isModeKnown = true;
+      isEvent = isEventRequest(message.request);
+      if (isEvent) {
+        part = 1;
+        total = message.total;
+      } else if (phase == Phase::kCommunicating) {
+        ++part;  // its "Main Loop" and its notification are lost
+      }
+      fillUp(answersBefore(std::max(part, 1), true));
+      phase = Phase::kTransferring;
+      return;
+    case Kind::kDone:
+      if (!hasStarted) mayMiss = true;
+      hasStarted = true;
+      if (phase == Phase::kCommunicating) ++part;
+      answer(message);
+      phase = phase == Phase::kNotified || phase == Phase::kTransferring ? Phase::kCommunicating
+                                                                         : Phase::kNotified;
+      return;
+    case Kind::kSent:
+      if (!hasStarted) mayMiss = true;
+      hasStarted = true;
+      fillUp(expected());
+      sent = message.number == 0 ? Sent::kOk : Sent::kError;
+      phase = Phase::kSent;
+      return;
+    case Kind::kElapsed:
+      if (hasStarted) fillUp(expected());
+      phase = Phase::kElapsed;
+      return;
+    case Kind::kExit:
+      if (hasStarted) fillUp(expected());
+      phase = Phase::kEnded;
+      return;
+  }
+}
+
+std::set<Verdict> Progress::verdicts() const {
+  const bool hasEnd = phase == Phase::kEnded || phase == Phase::kElapsed;
+  if (!hasStarted) {
+    if (hasRefusal) return {Verdict::kNotSent};
+    return {hasEnd && hasBeginning && torn == 0 ? Verdict::kNotSent : Verdict::kUnknown};
+  }
+  if (hasRefusal && answered() == 0) return {Verdict::kNotSent};
+
+  // With an integer thrown, an answer of 0 may stand for a call that gave none.
+  const bool isOk = sent == Sent::kOk;
+  const int ok = accepted + (isOk ? doubtful : 0);
+  const int open = uncertain + (isOk ? 0 : doubtful);
+  if (ok > 0 && failed > 0) return {Verdict::kPartly};
+  if (expected() == 0 || answered() > expected()) return {Verdict::kUnknown};
+  const int lost = expected() - answered();
+  const int undecided = open + lost;
+
+  std::set<Verdict> possible;
+  if (failed == 0) {
+    if (!isOk || sent == Sent::kNotSaid) {
+      possible.insert(Verdict::kUnknown);
+    } else {
+      if (!isMissing) possible.insert(Verdict::kDelivered);
+      if (isMissing || mayMiss) possible.insert(Verdict::kPartly);
+    }
+  }
+  if (ok == 0) possible.insert(Verdict::kRefused);
+  if (undecided > 0 && ok + failed + undecided > 1) possible.insert(Verdict::kPartly);
+  return possible;
+}
+
+}  // namespace outcome

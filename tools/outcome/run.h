@@ -1,0 +1,59 @@
+#ifndef TANEXICS_OUTCOME_RUN_H
+#define TANEXICS_OUTCOME_RUN_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace outcome {
+
+/// What became of a report, as far as the action log shows it.
+enum class Verdict {
+  kDelivered,  ///< every exchange was made and answered with 0
+  kPartly,     ///< some were, or a listed file was missing
+  kRefused,    ///< exchanges were made, and none was answered with 0
+  kNotSent,    ///< no exchange was made, and the log says why
+  kUnknown,    ///< the log leaves more than one of these possible
+};
+
+/// The word for a verdict, such as "not-sent". A static text.
+const char* wordOf(Verdict verdict);
+
+/// What a run reported.
+enum class Mode { kNone, kIncident, kErrorEvent, kEvent, kType1 };
+
+/// One exchange with the centre. All texts of this file are bytes of the log, in whatever encoding;
+/// what the log does not tell is empty.
+struct Exchange {
+  bool isData = false;               ///< the transfer of files; otherwise a notification
+  std::optional<unsigned> request;   ///< the request code
+  std::optional<int> part;           ///< the number of the listed file, from 1
+  int files = 0;                     ///< of a transfer: how many
+  std::optional<std::string> path;   ///< of a transfer: the first one
+  std::optional<int> code;           ///< what the library returned
+  std::optional<std::string> error;  ///< what it said of a failure; empty for nothing
+};
+
+/// One run of the command.
+struct Run {
+  int pid = 0;
+  std::string start;  ///< "YYYY/MM/DD HH:MM:SS" of its first line; local time, without a zone
+  std::string end;    ///< of its last line; empty where the log has no exit line
+  std::optional<double> elapsed;  ///< seconds
+  std::optional<int> exitCode;
+  Mode mode = Mode::kNone;
+  std::optional<std::string> identity;  ///< the incident's number, or the event's label
+  std::optional<std::string> host;
+  std::optional<int> expected;       ///< how many exchanges it had to make
+  std::vector<Exchange> exchanges;   ///< in their order
+  std::vector<std::string> missing;  ///< listed files that could not be measured
+  std::vector<std::string> lines;    ///< its own lines, with their heads; where they were asked for
+  int torn = 0;                      ///< places where a line is missing, torn or not understood
+  bool hasStart = false;             ///< whether the log has its `started` line
+  Verdict verdict = Verdict::kUnknown;
+  std::string reason;  ///< one sentence: why this verdict
+};
+
+}  // namespace outcome
+
+#endif

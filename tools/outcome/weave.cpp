@@ -1,0 +1,375 @@
+#include "outcome/weave.h"
+
+#include <algorithm>
+#include <functional>
+
+namespace outcome {
+
+namespace {
+
+/// The texts that meet without a head between them, at most.
+constexpr std::size_t kMostTexts = 6;
+
+bool accepts(const std::vector<Progress>& progress, const Message& message) {
+  return std::any_of(progress.begin(), progress.end(),
+                     [&](const Progress& one) { return one.accepts(message); });
+}
+
+void addOnce(std::vector<Progress>& all, const Progress& one) {
+  if (std::find(all.begin(), all.end(), one) == all.end()) all.push_back(one);
+}
+
+void advanceInto(std::vector<Progress>& all, const std::vector<Progress>& progress,
+                 const Message& message) {
+  for (Progress one : progress) {
+    if (!one.accepts(message)) continue;
+    one.advance(message);
+    addOnce(all, one);
+  }
+}
+
+/// Whether each text of a knot has a line, and each closed line a text: edges[text] are the lines
+/// that the text may stand in.
+class Matching {
+ public:
+  Matching(const std::vector<std::vector<int>>& edges, const std::vector<bool>& isClosed)
+      : m_edges(edges), m_lineOf(edges.size(), -1), m_textOf(isClosed.size(), -1) {
+    m_isPossible = coverLines(isClosed) && coverTexts();
+    std::vector<int> open;
+    for (std::size_t line = 0; line < isClosed.size(); ++line) {
+      if (!isClosed[line] && m_textOf[line] >= 0) open.push_back(static_cast<int>(line));
+    }
+    m_canBeLeft = reachedFrom(open);
+  }
+
+  bool isPossible() const { return m_isPossible; }
+
+  /// Whether it stays possible with `text` in `line`, which is one of its own. The text that stands
+  /// there now has to find another line, and so on; in the end either the line is reached that
+  /// `text` leaves, or one that has none. In the latter case the line that is left has to be one
+  /// that needs no text, or to get that of another, and so on, until such a line gives its own.
+  bool allows(int text, int line) {
+    const int left = m_lineOf[index(text)];
+    if (left == line) return true;
+    const std::vector<bool> reached = reachedFrom({line});
+    if (reached[index(left)]) return true;
+    if (!m_canBeLeft[index(left)]) return false;
+    for (std::size_t other = 0; other < reached.size(); ++other) {
+      if (reached[other] && m_textOf[other] < 0) return true;
+    }
+    return false;
+  }
+
+ private:
+  static std::size_t index(int number) { return static_cast<std::size_t>(number); }
+
+  /// The lines whose texts have to find another one, one after the other, if those of `open` do.
+  std::vector<bool> reachedFrom(std::vector<int> open) const {
+    std::vector<bool> reached(m_textOf.size(), false);
+    for (const int line : open) reached[index(line)] = true;
+    while (!open.empty()) {
+      const int text = m_textOf[index(open.back())];
+      open.pop_back();
+      if (text < 0) continue;
+      for (const int next : m_edges[index(text)]) {
+        if (reached[index(next)]) continue;
+        reached[index(next)] = true;
+        open.push_back(next);
+      }
+    }
+    return reached;
+  }
+
+  bool coverTexts() {
+    for (std::size_t text = 0; text < m_edges.size(); ++text) {
+      if (m_lineOf[text] >= 0) continue;
+      std::vector<bool> isSeen(m_textOf.size(), false);
+      if (!findLine(static_cast<int>(text), isSeen)) return false;
+    }
+    return true;
+  }
+
+  bool coverLines(const std::vector<bool>& isClosed) {
+    for (std::size_t line = 0; line < isClosed.size(); ++line) {
+      if (!isClosed[line] || m_textOf[line] >= 0) continue;
+      std::vector<bool> isSeen(m_edges.size(), false);
+      if (!findText(static_cast<int>(line), isSeen)) return false;
+    }
+    return true;
+  }
+
+  bool findLine(int text, std::vector<bool>& isSeen) {
+    for (const int line : m_edges[index(text)]) {
+      if (isSeen[index(line)]) continue;
+      isSeen[index(line)] = true;
+      const int other = m_textOf[index(line)];
+      if (other >= 0 && !findLine(other, isSeen)) continue;
+      m_textOf[index(line)] = text;
+      m_lineOf[index(text)] = line;
+      return true;
+    }
+    return false;
+  }
+
+  bool findText(int line, std::vector<bool>& isSeen) {
+    for (std::size_t text = 0; text < m_edges.size(); ++text) {
+      const auto& lines = m_edges[text];
+      if (isSeen[text] || std::find(lines.begin(), lines.end(), line) == lines.end()) continue;
+      isSeen[text] = true;
+      const int other = m_lineOf[text];
+      if (other >= 0 && !findText(other, isSeen)) continue;
+      m_textOf[index(line)] = static_cast<int>(text);
+      m_lineOf[text] = line;
+      return true;
+    }
+    return false;
+  }
+
+  const std::vector<std::vector<int>>& m_edges;
+  std::vector<int> m_lineOf;
+  std::vector<int> m_textOf;
+  std::vector<bool> m_canBeLeft;
+  bool m_isPossible = false;
+};
+
+}  // namespace
+
+/// All that a process may have come to by a line.
+std::vector<Progress> Weave::after(const std::vector<Progress>& progress, const Line& line) const {
+  std::vector<Progress> next = line.isClosed ? std::vector<Progress>() : progress;
+  for (const int text : line.candidates) {
+    advanceInto(next, progress, m_texts.at(text)->message);
+  }
+  return next;
+}
+
+bool Weave::addHead(int pid, const std::vector<Progress>& progress) {
+  const auto [found, isNew] = m_strands.try_emplace(pid);
+  Strand& strand = found->second;
+  if (isNew) strand.progress = progress;
+  bool isWhole = true;
+  if (!strand.lines.empty()) {
+    if (strand.lines.back().candidates.empty()) {
+      strand.lines.pop_back();
+      for (Progress& one : strand.progress) one.lose();
+      isWhole = false;
+    } else {
+      strand.lines.back().isClosed = strand.lines.back().isNew = true;
+    }
+  }
+  strand.lines.emplace_back();
+  return isWhole;
+}
+
+std::size_t Weave::addText(std::string_view bytes) {
+  // A text that holds what another begins with would be a forgery: it is read as several.
+  std::vector<Message> messages;
+  for (const auto& reading : readingsOf(bytes, kMostTexts)) {
+    if (reading.size() > messages.size()) messages = reading;
+  }
+  std::vector<std::pair<Line*, std::vector<Progress>>> open;
+  for (auto& [pid, strand] : m_strands) {
+    if (strand.lines.empty() || strand.lines.back().isClosed || strand.lines.back().isFinal)
+      continue;
+    std::vector<Progress> progress = strand.progress;
+    for (std::size_t line = 0; line + 1 < strand.lines.size(); ++line) {
+      progress = after(progress, strand.lines[line]);
+    }
+    open.emplace_back(&strand.lines.back(), std::move(progress));
+  }
+  for (const Message& message : messages) {
+    if (std::none_of(open.begin(), open.end(),
+                     [&](const auto& one) { return accepts(one.second, message); })) {
+      return 0;
+    }
+  }
+  for (const Message& message : messages) {
+    const int number = m_nextText++;
+    auto text = std::make_unique<Text>();
+    text->bytes = message.whole;
+    text->message = readMessage(text->bytes);
+    m_texts[number] = std::move(text);
+    for (auto& [line, progress] : open) {
+      if (!accepts(progress, message)) continue;
+      line->candidates.insert(number);
+      line->isNew = true;
+    }
+  }
+  return messages.size();
+}
+
+/// Drops texts that a process cannot have written in view of its lines before and after.
+bool Weave::prunePasts() {
+  bool hasChanged = false;
+  for (auto& [pid, strand] : m_strands) {
+    std::vector<Progress> progress = strand.progress;
+    for (std::size_t index = 0; index < strand.lines.size(); ++index) {
+      Line& line = strand.lines[index];
+      const Line* next = index + 1 < strand.lines.size() ? &strand.lines[index + 1] : nullptr;
+      const bool isNextClosed = next != nullptr && next->isClosed;
+      for (auto text = line.candidates.begin(); text != line.candidates.end();) {
+        std::vector<Progress> reached;
+        advanceInto(reached, progress, m_texts.at(*text)->message);
+        bool isPossible = !reached.empty();
+        if (isPossible && isNextClosed) {
+          isPossible =
+              std::any_of(next->candidates.begin(), next->candidates.end(),
+                          [&](int other) { return accepts(reached, m_texts.at(other)->message); });
+        }
+        if (isPossible) {
+          ++text;
+        } else {
+          text = line.candidates.erase(text);
+          line.isNew = true;
+          hasChanged = true;
+        }
+      }
+      progress = after(progress, line);
+    }
+  }
+  return hasChanged;
+}
+
+/// The lines that are not final, with the texts that they share.
+std::vector<Weave::Knot> Weave::knots() {
+  std::vector<Knot> found;
+  std::map<int, std::size_t> knotOfText;
+  for (auto& [pid, strand] : m_strands) {
+    for (Line& line : strand.lines) {
+      if (line.isFinal || line.candidates.empty()) continue;
+      const std::size_t own = found.size();
+      found.push_back({{&line}, {}});
+      for (const int text : line.candidates) {
+        const auto [place, isNew] = knotOfText.emplace(text, own);
+        if (isNew) {
+          found[own].texts.push_back(text);
+          continue;
+        }
+        const std::size_t other = place->second;
+        if (other == own) continue;
+        Knot& from = found[other];
+        for (const int moved : from.texts) knotOfText[moved] = own;
+        found[own].texts.insert(found[own].texts.end(), from.texts.begin(), from.texts.end());
+        found[own].lines.insert(found[own].lines.end(), from.lines.begin(), from.lines.end());
+        from = {};
+      }
+    }
+  }
+  found.erase(std::remove_if(found.begin(), found.end(),
+                             [](const Knot& knot) { return knot.lines.empty(); }),
+              found.end());
+  return found;
+}
+
+/// Drops texts from a line that would leave another text without a line, or a closed line without
+/// a text. Lines whose texts nobody else can have written are final.
+bool Weave::pruneOthers(bool& isPossible) {
+  bool hasChanged = false;
+  for (const Knot& knot : knots()) {
+    const bool isNew = std::any_of(knot.lines.begin(), knot.lines.end(),
+                                   [](const Line* line) { return line->isNew; });
+    if (!isNew) continue;
+    std::map<int, int> places;
+    for (const int text : knot.texts) places.emplace(text, static_cast<int>(places.size()));
+    std::vector<std::vector<int>> edges(knot.texts.size());
+    std::vector<bool> isClosed;
+    for (std::size_t line = 0; line < knot.lines.size(); ++line) {
+      isClosed.push_back(knot.lines[line]->isClosed);
+      for (const int text : knot.lines[line]->candidates) {
+        edges[static_cast<std::size_t>(places[text])].push_back(static_cast<int>(line));
+      }
+    }
+    Matching matching(edges, isClosed);
+    if (!matching.isPossible()) {
+      isPossible = false;
+      continue;
+    }
+    bool hasPruned = false;
+    for (std::size_t line = 0; line < knot.lines.size(); ++line) {
+      Texts& candidates = knot.lines[line]->candidates;
+      for (auto text = candidates.begin(); text != candidates.end();) {
+        if (matching.allows(places[*text], static_cast<int>(line))) {
+          ++text;
+        } else {
+          text = candidates.erase(text);
+          hasPruned = true;
+        }
+      }
+    }
+    for (Line* line : knot.lines) line->isNew = hasPruned;
+    hasChanged |= hasPruned;
+    if (hasPruned) continue;
+    // As many lines as texts: each has one of them, and nobody else any.
+    const bool isTight = knot.texts.size() == knot.lines.size();
+    if (!isTight) continue;
+    for (Line* line : knot.lines) line->isFinal = line->isClosed = true;
+    hasChanged = true;
+  }
+  return hasChanged;
+}
+
+bool Weave::settle(const Taker& take) {
+  bool isPossible = true;
+  bool goesOn = true;
+  while (goesOn && isPossible) {
+    goesOn = prunePasts();
+    goesOn |= pruneOthers(isPossible);
+  }
+  return isPossible && handOver(take);
+}
+
+/// Hands over the lines that are final, and forgets the processes that wait for nothing.
+bool Weave::handOver(const Taker& take) {
+  std::vector<std::pair<int, Line>> ready;
+  std::vector<std::vector<Progress>> progress;
+  for (auto strand = m_strands.begin(); strand != m_strands.end();) {
+    auto& [pid, one] = *strand;
+    while (!one.lines.empty() && one.lines.front().isFinal) {
+      one.progress = after(one.progress, one.lines.front());
+      ready.emplace_back(pid, std::move(one.lines.front()));
+      progress.push_back(one.progress);
+      one.lines.pop_front();
+    }
+    strand = one.lines.empty() ? m_strands.erase(strand) : std::next(strand);
+  }
+  for (std::size_t index = 0; index < ready.size(); ++index) {
+    const Texts& texts = ready[index].second.candidates;
+    if (texts.empty()) return false;
+    Written written;
+    written.message = m_texts.at(*texts.begin())->message;
+    for (const int text : texts) {
+      const Message& other = m_texts.at(text)->message;
+      written.isVague |= other.whole != written.message.whole;
+      written.isBroken |= other.kind != written.message.kind;
+    }
+    take(ready[index].first, written, progress[index]);
+  }
+  std::set<int> used;
+  for (const auto& [pid, strand] : m_strands) {
+    for (const Line& line : strand.lines)
+      used.insert(line.candidates.begin(), line.candidates.end());
+  }
+  for (auto text = m_texts.begin(); text != m_texts.end();) {
+    text = used.count(text->first) == 0 ? m_texts.erase(text) : std::next(text);
+  }
+  return true;
+}
+
+void Weave::giveUp(const Taker& take) {
+  std::map<int, Strand> strands;
+  strands.swap(m_strands);
+  for (auto& [pid, strand] : strands) {
+    for (const Line& line : strand.lines) {
+      strand.progress = after(strand.progress, line);
+      if (line.candidates.empty()) continue;
+      Written written;
+      written.message = m_texts.at(*line.candidates.begin())->message;
+      written.isVague = true;
+      written.isBroken = true;
+      take(pid, written, strand.progress);
+    }
+  }
+  m_texts.clear();
+}
+
+}  // namespace outcome

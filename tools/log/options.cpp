@@ -77,6 +77,15 @@ outcome::Encoding encodingOf(const std::string& text) {
       "--encoding", "there is none like '" + visibleBytes(text) + "'; they are utf-8 and euc-jp");
 }
 
+/// Shows the second form, which the parser never sees.
+class UsageFormatter : public CLI::Formatter {
+ public:
+  std::string make_usage(const CLI::App* /*app*/, std::string /*name*/) const override {
+    return "Usage: tanexics-log [OPTIONS] [LOG...]\n"
+           "       tanexics-log explain WORD...\n";
+  }
+};
+
 void addOptions(CLI::App& app, Options& options) {
   app.add_option(
       "LOG", options.logs,
@@ -123,7 +132,6 @@ void addOptions(CLI::App& app, Options& options) {
          "--encoding", [&](const std::string& text) { options.encoding = encodingOf(text); },
          "Read texts as E, utf-8 or euc-jp, and not as whichever they are")
       ->type_name("E");
-  app.usage("Usage: tanexics-log [OPTIONS] [LOG...]\n       tanexics-log explain WORD...");
   app.set_version_flag("--version", std::string("tanexics-log ") + kVersion);
 }
 

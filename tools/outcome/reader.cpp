@@ -34,6 +34,16 @@ Mode modeOf(unsigned request) {
   }
 }
 
+/// A field of an event's text: its quotes are doubled.
+std::string unquoted(std::string_view field) {
+  std::string text;
+  for (std::size_t at = 0; at < field.size(); ++at) {
+    text += field[at];
+    if (field.substr(at, 2) == "\"\"") ++at;
+  }
+  return text;
+}
+
 /// What all ways agree on; nothing where they do not.
 template <class Value, class Of>
 std::optional<Value> common(const std::vector<Progress>& all, const Of& of) {
@@ -273,6 +283,10 @@ void Reader::addToRun(int pid, const Message& message, bool isVague) {
 void Reader::note(Live& live, const Message& message, bool isVague) {
   Run& run = live.run;
   if (m_keepLines) run.lines.push_back(live.head + std::string(message.whole));
+  // An incident asks the system for the host's name, whatever becomes of it; an event has one.
+  if (run.mode == Mode::kNone && message.whole.find("com=uname -n") != std::string_view::npos) {
+    run.mode = Mode::kIncident;
+  }
   const auto text = [&]() -> std::optional<std::string> {
     if (isVague) return std::nullopt;
     return std::string(message.text);
@@ -306,8 +320,9 @@ void Reader::note(Live& live, const Message& message, bool isVague) {
         exchange.files = message.total;
         exchange.path = text();
       } else if (!isVague) {
-        run.identity = text();
-        run.host = std::string(message.host);
+        const bool isQuoted = run.mode == Mode::kErrorEvent || run.mode == Mode::kEvent;
+        run.identity = isQuoted ? unquoted(message.text) : text();
+        run.host = isQuoted ? unquoted(message.host) : std::string(message.host);
       }
       const auto part = common<int>(live.progress, [](const Progress& p) { return p.part; });
       exchange.part = part;

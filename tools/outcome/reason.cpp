@@ -21,14 +21,14 @@ std::string subjectOf(const Exchange& exchange) {
 }
 
 std::string failureOf(const Exchange& exchange) {
-  const std::string code = exchange.code ? std::to_string(*exchange.code) : "no answer in the log";
   const std::string error = exchange.error.value_or("");
-  return subjectOf(exchange) + ": " + code + (error.empty() ? "" : ' ' + error);
+  return subjectOf(exchange) + ": " + std::to_string(*exchange.code) +
+         (error.empty() ? "" : ' ' + error);
 }
 
 /// "1 of 6 exchanges failed: /a: -55 (HTTP) ..."; the first one that did.
 std::string failures(const Run& run) {
-  const auto isFailed = [](const Exchange& one) { return !isAccepted(one); };
+  const auto isFailed = [](const Exchange& one) { return one.code && !isAccepted(one); };
   const auto first = std::find_if(run.exchanges.begin(), run.exchanges.end(), isFailed);
   const auto number = std::count_if(run.exchanges.begin(), run.exchanges.end(), isFailed);
   const auto all = static_cast<std::size_t>(
@@ -89,11 +89,11 @@ std::string reasonOf(const Run& run, Doubt doubt) {
       return "all " + counted(run.exchanges.size(), "exchange") + " accepted" + note;
     case Verdict::kPartly: {
       std::string reason = failures(run);
-      if (run.missing.empty()) return reason + note;
+      if (run.missing.empty()) return (reason.empty() ? "some exchanges failed" : reason) + note;
       return reason + (reason.empty() ? "" : "; ") + missingFiles(run) + note;
     }
     case Verdict::kRefused:
-      return failures(run) + note;
+      return (run.exchanges.empty() ? "all exchanges failed" : failures(run)) + note;
     case Verdict::kNotSent:
       if (!run.reason.empty()) return withoutFeed(run.reason);
       return "communication was never started";

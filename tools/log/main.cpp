@@ -1,3 +1,6 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -6,6 +9,7 @@
 #include <deque>
 #include <iostream>
 
+#include "common/base/stdfds.h"
 #include "log/input.h"
 #include "log/json.h"
 #include "log/options.h"
@@ -49,10 +53,17 @@ class Output {
   void end() {
     for (const auto& [log, run] : m_last) print(log, run);
     m_last.clear();
-    std::fflush(stdout);
+    flush();
   }
 
-  bool hasFailed() const { return m_hasFailed || std::ferror(stdout) != 0; }
+  void flush() {
+    if (std::fflush(stdout) != 0 && m_error == 0) m_error = errno;
+  }
+
+  bool hasFailed() const { return m_error != 0; }
+
+  /// Why standard output could not be written.
+  int error() const { return m_error; }
 
   int status() const {
     if (m_runs == 0) return kNoRun;
@@ -68,7 +79,8 @@ class Output {
     const std::string text = m_options.form == Form::kJson
                                  ? jsonOf(run, log, m_options.encoding) + '\n'
                                  : plainTextOf(run, m_layout);
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) m_hasFailed = true;
+    const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    if (!isWritten && m_error == 0) m_error = errno;
   }
 
   const Options& m_options;
@@ -77,7 +89,7 @@ class Output {
   std::size_t m_runs = 0;
   bool m_hasFailure = false;
   bool m_hasUnknown = false;
-  bool m_hasFailed = false;
+  int m_error = 0;
 };
 
 void complain(const std::string& subject, const std::string& reason) {
@@ -93,7 +105,7 @@ bool readAll(const Options& options, Output& output, std::string& foreignLine) {
       const bool isFollowed = options.follow && file == log.name();
       const auto take = [&](std::string_view bytes) {
         reader.feed(bytes);
-        if (isFollowed) std::fflush(stdout);
+        if (isFollowed) output.flush();
         return !output.hasFailed();
       };
       const std::string reason = isFollowed ? followFile(file, take) : readFile(file, take);
@@ -112,14 +124,20 @@ bool readAll(const Options& options, Output& output, std::string& foreignLine) {
 
 int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
+  const bool hasOutput = ::fcntl(STDOUT_FILENO, F_GETFD) >= 0;
+  occupyStandardDescriptors();  // a page must not become what is printed
   Options options;
   if (const auto status = readOptions(argc, argv, options)) return *status;
+  if (!hasOutput) {
+    complain("standard output", std::strerror(EBADF));
+    return kCannotRead;
+  }
   Output output(options);
   std::string foreignLine;
   const bool isComplete = readAll(options, output, foreignLine);
   if (output.hasFailed()) {
-    if (errno == EPIPE) return kCannotRead;
-    complain("standard output", std::strerror(errno));
+    // Whoever reads no further knows that already.
+    if (output.error() != EPIPE) complain("standard output", std::strerror(output.error()));
     return kCannotRead;
   }
   if (!isComplete) return kCannotRead;

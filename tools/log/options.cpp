@@ -84,9 +84,23 @@ class UsageFormatter : public CLI::Formatter {
     return "Usage: tanexics-log [OPTIONS] [LOG...]\n"
            "       tanexics-log explain WORD...\n";
   }
+
+  /// Without the value that an option has when none is given.
+  std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
+    const std::string name = Formatter::make_option_name(option, isPositional);
+    return name.substr(0, name.find('{'));
+  }
+
+  /// The kind of value alone: which options exclude each other is told when they meet.
+  std::string make_option_opts(const CLI::Option* option) const override {
+    const std::string type = option->get_type_name();
+    if (option->get_name() == "LOG") return " ...";
+    return type.empty() || type[0] == '[' ? type : " " + type;
+  }
 };
 
 void addOptions(CLI::App& app, Options& options) {
+  app.formatter(std::make_shared<UsageFormatter>());
   app.add_option(
       "LOG", options.logs,
       "Action logs; without one, what TANEX_LOG names or msg_action.log, after its .bak");
@@ -106,6 +120,8 @@ void addOptions(CLI::App& app, Options& options) {
          "--verdict", [&](const std::string& text) { options.verdicts = verdictsOf(text); },
          "Runs with one of these verdicts, separated by commas")
       ->type_name("V");
+  CLI::Option* follow =
+      app.add_flag("--follow", options.follow, "Go on, and print each run when it ends");
   app.add_flag_function(
          "--last{1}",
          [&](std::int64_t number) {
@@ -113,11 +129,10 @@ void addOptions(CLI::App& app, Options& options) {
            options.last = static_cast<std::size_t>(number);
          },
          "The last N of these runs, or the last one")
-      ->type_name("[=N]");
+      ->type_name("[=N]")
+      ->excludes(follow);
   app.add_flag("--lines", options.lines, "Show each run's own lines below it");
   app.add_flag("--explain", options.explain, "Tell what status words, errors and numbers mean");
-  CLI::Option* follow =
-      app.add_flag("--follow", options.follow, "Go on, and print each run when it ends");
   CLI::Option* json = app.add_flag_callback(
       "--json", [&] { options.form = Form::kJson; }, "Print one JSON object a run and line");
   app.add_flag_callback(
@@ -143,6 +158,9 @@ std::optional<int> readOptions(int argc, const char* const* argv, Options& optio
   addOptions(app, options);
   try {
     app.parse(argc, argv);
+    if (options.follow && options.logs.size() > 1) {
+      throw CLI::ValidationError("--follow", "one log can be followed, and no more");
+    }
   } catch (const CLI::Success& asked) {
     return app.exit(asked, std::cout, std::cerr);
   } catch (const CLI::ParseError& wrong) {

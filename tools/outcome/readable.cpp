@@ -50,11 +50,13 @@ class EucJpConverter {
 };
 
 /// The length of the EUC-JP character that `bytes`, which are not empty, may begin with: code set 1
-/// has two bytes, 2 has two after SS2, 3 has three after SS3 (JIS X 0208, 0201 and 0212).
+/// has two bytes, 2 has two after SS2, 3 has three after SS3 (JIS X 0208, 0201 and 0212). 0 where
+/// they begin with none.
 std::size_t eucJpLength(std::string_view bytes) {
   const auto first = static_cast<unsigned char>(bytes.front());
   if (first < 0x80) return 1;
-  return first == 0x8f ? 3 : 2;
+  if (first == 0x8f) return 3;
+  return first == 0x8e || (first >= 0xa1 && first != 0xff) ? 2 : 0;
 }
 
 bool isControl(std::string_view utf8) {

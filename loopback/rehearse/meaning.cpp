@@ -6,7 +6,6 @@
 
 #include "rmglib/catalogue.h"
 #include "rmglib/kelcom.h"
-#include "sendevent/exitstatus.h"
 
 namespace {
 
@@ -45,12 +44,12 @@ std::string meaningOf(Number number, const Rows& rows, const std::string& other)
   return other;
 }
 
-std::string exitMeaning(int status) {
+/// An exit status as the caller sees it.
+std::string callersMeaning(int status) {
   const std::string thrown = kOtherExitStatus;
-  return meaningOf(status, kExitStatuses,
-                   status == kCommandNotStarted
-                       ? thrown + "; or the loader could not start the command"
-                       : thrown + " (its low eight bits)");
+  return exitMeaning(status, status == kCommandNotStarted
+                                 ? thrown + "; or the loader could not start the command"
+                                 : thrown + " (its low eight bits)");
 }
 
 }  // namespace
@@ -69,13 +68,17 @@ std::string agentMeaning(int type) {
   return "type " + std::to_string(type);
 }
 
+std::string exitMeaning(int status, const std::string& other) {
+  return meaningOf(status, kExitStatuses, other);
+}
+
 std::string endMeaning(int waitStatus) {
   if (WIFSIGNALED(waitStatus)) {
     const int number = WTERMSIG(waitStatus);
     return "none: ended by signal " + std::to_string(number) + " (" + ::strsignal(number) + ")";
   }
   const int status = WEXITSTATUS(waitStatus);
-  return std::to_string(status) + ": " + exitMeaning(status);
+  return std::to_string(status) + ": " + callersMeaning(status);
 }
 
 int passedOn(int waitStatus) {

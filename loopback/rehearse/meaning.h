@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "sendevent/exitstatus.h"
+
 // What the numbers of a run mean, in words.
 
 /// A request code of the centre.
@@ -13,6 +15,9 @@ std::string statusMeaning(int word);
 
 /// The kind of an agent error: "SMTP", "HTTP", or the number.
 std::string agentMeaning(int type);
+
+/// An exit status that the command gives itself; `other` for every other one.
+std::string exitMeaning(int status, const std::string& other = kOtherExitStatus);
 
 /// How a run ended, by its raw wait status (see wait(2)), with number and words.
 std::string endMeaning(int waitStatus);

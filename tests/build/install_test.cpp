@@ -1,5 +1,5 @@
-// `cmake --install`: the folder of the action log is made where it is missing, and left alone where
-// it is not.
+// `cmake --install`: the programs and their manual pages; the folder of the action log is made
+// where it is missing, and left alone where it is not.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -67,6 +67,17 @@ TEST_F(InstallLogFolder, LinkThatLeadsNowhere_IsNotTouched) {
   std::filesystem::create_symlink("/nowhere/log", folder);
   install();
   EXPECT_EQ(std::filesystem::read_symlink(folder), "/nowhere/log");
+}
+
+TEST_F(InstallLogFolder, Programs_StandWithTheirManualPages) {
+  install();
+  for (const std::string name : {"sbin/tanexics", "bin/tanexics-log"}) {
+    EXPECT_EQ(modeOf(destdir.path() + "/usr/local/" + name), S_IFREG | 0755U) << name;
+  }
+  for (const std::string name :
+       {"man8/tanexics.8", "man5/tanexics-action-log.5", "man1/tanexics-log.1"}) {
+    EXPECT_EQ(modeOf(destdir.path() + "/usr/local/share/man/" + name), S_IFREG | 0644U) << name;
+  }
 }
 
 TEST_F(InstallLogFolder, WithoutDestdir_IsMadeOnTheMachineItself) {

@@ -15,6 +15,7 @@
 #include "log/options.h"
 #include "log/plain.h"
 #include "loopback/bytes.h"
+#include "outcome/explain.h"
 #include "outcome/reader.h"
 
 namespace {
@@ -42,7 +43,7 @@ class Output {
   void add(const std::string& log, Run run) {
     if (!isChosen(run, m_options)) return;
     if (m_options.last == 0) {
-      print(log, run);
+      print(log, std::move(run));
       return;
     }
     m_last.emplace_back(log, std::move(run));
@@ -51,7 +52,7 @@ class Output {
 
   /// Prints what had to wait for the end.
   void end() {
-    for (const auto& [log, run] : m_last) print(log, run);
+    for (auto& [log, run] : m_last) print(log, std::move(run));
     m_last.clear();
     flush();
   }
@@ -72,13 +73,25 @@ class Output {
   }
 
  private:
-  void print(const std::string& log, const Run& run) {
+  void print(const std::string& log, Run run) {
     ++m_runs;
     m_hasUnknown |= run.verdict == Verdict::kUnknown;
     m_hasFailure |= run.verdict != Verdict::kUnknown && run.verdict != Verdict::kDelivered;
-    const std::string text = m_options.form == Form::kJson
-                                 ? jsonOf(run, log, m_options.encoding) + '\n'
-                                 : plainTextOf(run, m_layout);
+    write(m_options.form == Form::kJson ? jsonOf(run, log, m_options.encoding) + '\n'
+                                        : textOf(std::move(run)));
+  }
+
+  std::string textOf(Run run) const {
+    std::string explanations;
+    if (m_options.explain) {
+      for (const std::string& one : outcome::explanationsOf(run))
+        explanations += "    " + one + '\n';
+    }
+    if (!m_options.lines) run.lines.clear();  // kept for the explanations alone
+    return plainTextOf(run, m_layout) + explanations;
+  }
+
+  void write(const std::string& text) {
     const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
     if (!isWritten && m_error == 0) m_error = errno;
   }
@@ -96,11 +109,33 @@ void complain(const std::string& subject, const std::string& reason) {
   std::cerr << "tanexics-log: " << visibleBytes(subject) << ": " << reason << '\n';
 }
 
+constexpr char kWords[] = "131072, 0x20000, -62/54, SMTP/-79/-26, VUQ90103L, common:602, exit/78";
+
+/// Explains words, a sentence a line. Returns the exit status.
+int explainWords(int count, const char* const* words) {
+  if (count == 0) {
+    complain("explain", std::string("a word is missing; words are like ") + kWords);
+    return kWrongUsage;
+  }
+  int status = kAllDelivered;
+  for (int at = 0; at < count; ++at) {
+    const std::vector<std::string> sentences = outcome::explain(words[at]);
+    for (const std::string& sentence : sentences) std::printf("%s\n", sentence.c_str());
+    if (!sentences.empty()) continue;
+    complain(words[at], std::string("not known; words are like ") + kWords);
+    status = kWrongUsage;
+  }
+  if (std::fflush(stdout) == 0) return status;
+  complain("standard output", std::strerror(errno));
+  return kCannotRead;
+}
+
 /// Reads the logs one after the other. Returns whether all of them could be read.
 bool readAll(const Options& options, Output& output, std::string& foreignLine) {
   bool isComplete = true;
   for (const Log& log : logsOf(options.logs)) {
-    outcome::Reader reader([&](Run run) { output.add(log.name(), std::move(run)); }, options.lines);
+    outcome::Reader reader([&](Run run) { output.add(log.name(), std::move(run)); },
+                           options.lines || options.explain);
     for (const std::string& file : log.files) {
       const bool isFollowed = options.follow && file == log.name();
       const auto take = [&](std::string_view bytes) {
@@ -126,6 +161,9 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
   const bool hasOutput = ::fcntl(STDOUT_FILENO, F_GETFD) >= 0;
   occupyStandardDescriptors();  // a page must not become what is printed
+  if (argc > 1 && std::string_view(argv[1]) == "explain") {
+    return explainWords(argc - 2, argv + 2);
+  }
   Options options;
   if (const auto status = readOptions(argc, argv, options)) return *status;
   if (!hasOutput) {

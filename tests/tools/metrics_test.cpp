@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <regex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -105,6 +107,12 @@ std::string complaintsAbout(const std::string& text) {
                   "{ cat blocks.out; false; }; }",
                   "sh", dir.path()});
   return result.exitCode() == 0 ? result.out : result.out + "(refused)";
+}
+
+/// What promtool(1) says of a file of docs/fleet, for which it is called with these words.
+ChildResult promtool(const std::string& words, const std::string& file) {
+  return runProgram({"/bin/sh", "-c", "cd \"$1\" && promtool " + words + " \"$2\" 2>&1", "sh",
+                     FLEET_FOLDER, file});
 }
 
 TEST(Metrics_text, NoRun_HeadsAlone) { EXPECT_EQ(Metrics(Encoding::kEither).text(), kNoRun); }
@@ -321,6 +329,30 @@ TEST(Metrics_add, PathsThatReadTheSame_AreOneLog) {
   metrics.add(toEuc("障害"), runOf(kHourLater, Verdict::kRefused));
   EXPECT_EQ(samplesOf(metrics, "last_run_delivered"), Texts{"{log=\"障害\"} 0"});
   EXPECT_EQ(complaintsAbout(metrics.text()), "");
+}
+
+TEST(FleetRules, File_IsAccepted) {
+  const ChildResult result = promtool("check rules", "alerts.yml");
+  EXPECT_EQ(result.exitCode(), 0) << result.out;
+}
+
+TEST(FleetRules, Situations_RaiseTheirAlerts) {
+  const ChildResult result = promtool("test rules", "alerts_test.yml");
+  EXPECT_EQ(result.exitCode(), 0) << result.out;
+}
+
+// A rule about numbers that nobody writes is silent for ever.
+TEST(FleetRules, Numbers_AreThoseOfTheProgram) {
+  const std::string rules = readFile(FLEET_FOLDER + "/alerts.yml"s);
+  const std::regex name("tanexics_log_\\w+");
+  std::set<std::string> names;
+  for (std::sregex_iterator at(rules.begin(), rules.end(), name), end; at != end; ++at) {
+    names.insert(at->str());
+  }
+  EXPECT_GT(names.size(), 2U);
+  for (const std::string& one : names) {
+    EXPECT_NE(("\n"s + kNoRun).find("\n# TYPE " + one + " gauge\n"), std::string::npos) << one;
+  }
 }
 
 }  // namespace

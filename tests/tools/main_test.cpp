@@ -170,6 +170,38 @@ TEST_F(TanexicsLog, Texts_AreReadAsTheyAreOrAsIsSaid) {
   EXPECT_EQ(names("--encoding euc-jp"), (Texts{"あ", "\\xe3\\x81\\x82"}));
 }
 
+TEST_F(TanexicsLog, Metrics_ArePrintedOnceAlsoWithoutARun) {
+  dir.write("a.log", linesOf(7, incident({0, 0})) + linesOf(8, event({-1, -1})));
+  dir.write("empty", "");
+  const Outcome some = log("--openmetrics a.log");
+  EXPECT_NE(some.out.find("tanexics_log_runs{log=\"a.log\",verdict=\"delivered\"} 1\n"),
+            std::string::npos)
+      << some.out;
+  EXPECT_EQ(some.status, 1);
+  EXPECT_EQ(linesOf(some.out).back(), "# EOF");
+  EXPECT_EQ(linesOf(log("--openmetrics empty").out).back(), "# EOF");
+}
+
+TEST_F(TanexicsLog, Explanations_AreSentencesOfWordsAndOfRuns) {
+  const Outcome words = log("explain 0x20000 exit/65");
+  EXPECT_EQ(words.out,
+            "status word 131072 (0x20000): stopped; sent: no\n"
+            "exit status 65: the caller is not the super-user\n");
+  EXPECT_EQ(words.status, 0);
+  const Outcome none = log("explain frob exit/65");
+  EXPECT_EQ(none.out, "exit status 65: the caller is not the super-user\n");
+  EXPECT_EQ(none.err,
+            "tanexics-log: frob: not known; words are like 131072, 0x20000, -62/54, SMTP/-79/-26, "
+            "VUQ90103L, common:602, exit/78\n");
+  EXPECT_EQ(none.status, 64);
+  EXPECT_EQ(log("explain").status, 64);
+  EXPECT_EQ(log("explain exit/65 >/dev/full").status, 74);
+  dir.write("a.log", linesOf(7, unsent("not Super-User", 65)));
+  EXPECT_EQ(log("--explain a.log").out,
+            "2026-11-21T23:30:33       7  not-sent   -: not Super-User\n"
+            "    exit status 65: the caller is not the super-user\n");
+}
+
 TEST_F(TanexicsLog, WrongCommandLine_Is64AndSaysWhatWouldBeRight) {
   const struct {
     const char* words;

@@ -12,6 +12,7 @@
 #include "common/base/stdfds.h"
 #include "log/input.h"
 #include "log/json.h"
+#include "log/metrics.h"
 #include "log/options.h"
 #include "log/plain.h"
 #include "loopback/bytes.h"
@@ -38,7 +39,9 @@ bool isChosen(const Run& run, const Options& options) {
 class Output {
  public:
   explicit Output(const Options& options)
-      : m_options(options), m_layout(Layout::ofStandardOutput(options.encoding)) {}
+      : m_options(options),
+        m_layout(Layout::ofStandardOutput(options.encoding)),
+        m_metrics(options.encoding) {}
 
   void add(const std::string& log, Run run) {
     if (!isChosen(run, m_options)) return;
@@ -54,6 +57,7 @@ class Output {
   void end() {
     for (auto& [log, run] : m_last) print(log, std::move(run));
     m_last.clear();
+    if (m_options.form == Form::kOpenMetrics) write(m_metrics.text());
     flush();
   }
 
@@ -77,8 +81,17 @@ class Output {
     ++m_runs;
     m_hasUnknown |= run.verdict == Verdict::kUnknown;
     m_hasFailure |= run.verdict != Verdict::kUnknown && run.verdict != Verdict::kDelivered;
-    write(m_options.form == Form::kJson ? jsonOf(run, log, m_options.encoding) + '\n'
-                                        : textOf(std::move(run)));
+    switch (m_options.form) {
+      case Form::kJson:
+        write(jsonOf(run, log, m_options.encoding) + '\n');
+        break;
+      case Form::kOpenMetrics:
+        m_metrics.add(log, run);
+        break;
+      case Form::kText:
+        write(textOf(std::move(run)));
+        break;
+    }
   }
 
   std::string textOf(Run run) const {
@@ -98,6 +111,7 @@ class Output {
 
   const Options& m_options;
   Layout m_layout;
+  Metrics m_metrics;
   std::deque<std::pair<std::string, Run>> m_last;
   std::size_t m_runs = 0;
   bool m_hasFailure = false;

@@ -299,16 +299,31 @@ constexpr std::string_view kBeginnings[] = {
     "No send file.(",
 };
 
+/// Whether a message that takes part in an outcome begins somewhere in `text`.
+bool holdsBeginning(std::string_view text) {
+  static const auto isFirst = [] {
+    std::array<bool, 256> first = {};
+    for (const std::string_view begin : kBeginnings)
+      first[static_cast<unsigned char>(begin[0])] = true;
+    return first;
+  }();
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (!isFirst[static_cast<unsigned char>(text[at])]) continue;
+    const std::string_view rest = text.substr(at);
+    if (std::any_of(std::begin(kBeginnings), std::end(kBeginnings),
+                    [rest](std::string_view begin) { return beginsWith(rest, begin); })) {
+      return true;
+    }
+  }
+  return false;
+}
+
 bool readOther(std::string_view text, Message& message) {
   message.kind = Kind::kOther;
-  const bool isOther =
-      std::any_of(std::begin(kOthers), std::end(kOthers),
-                  [text](std::string_view begin) { return beginsWith(text, begin); });
-  if (!isOther) return false;
   // A message that another one was written into the middle of would hide it.
-  return std::none_of(
-      std::begin(kBeginnings), std::end(kBeginnings),
-      [text](std::string_view begin) { return text.find(begin) != std::string_view::npos; });
+  return std::any_of(std::begin(kOthers), std::end(kOthers),
+                     [text](std::string_view begin) { return beginsWith(text, begin); }) &&
+         !holdsBeginning(text);
 }
 
 using Reading = bool (*)(std::string_view, Message&);

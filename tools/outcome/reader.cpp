@@ -262,20 +262,16 @@ void Reader::begin(int pid) {
 void Reader::addToRun(int pid, const Message& message, bool isVague) {
   if (message.kind == Kind::kStarted) begin(pid);
   Live& own = live(pid);
-  std::vector<Progress> next;
-  for (const Progress& one : own.progress) {
-    if (!one.accepts(message)) continue;
-    next.push_back(one);
-    next.back().advance(message);
-  }
-  if (next.empty()) {
+  std::vector<Progress>& all = own.progress;
+  const auto refuses = [&message](const Progress& one) { return !one.accepts(message); };
+  if (std::all_of(all.begin(), all.end(), refuses)) {
     // Lines of the run are lost. Where others write as well, a text may have gone to the wrong one.
     if (m_live.size() > 1) tearAll();
     ++own.run.torn;
-    next = own.progress;
-    for (Progress& one : next) one.advance(message);
+  } else {
+    all.erase(std::remove_if(all.begin(), all.end(), refuses), all.end());
   }
-  own.progress = std::move(next);
+  for (Progress& one : all) one.advance(message);
   note(own, message, isVague);
 }
 

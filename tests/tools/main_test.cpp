@@ -182,6 +182,18 @@ TEST_F(TanexicsLog, Metrics_ArePrintedOnceAlsoWithoutARun) {
   EXPECT_EQ(linesOf(log("--openmetrics empty").out).back(), "# EOF");
 }
 
+TEST_F(TanexicsLog, Page_IsWrittenInsteadOfLinesOrNotAtAll) {
+  dir.write("a.log", linesOf(7, incident({0, 0})));
+  const Outcome written = log("--html page.html a.log");
+  EXPECT_EQ(written.out + written.err, "");
+  EXPECT_EQ(written.status, 0);
+  EXPECT_NE(readFile(dir / "page.html").find("all 2 exchanges accepted"), std::string::npos);
+  EXPECT_EQ(linesOf(log("--json --html page.html a.log").out).size(), 1u);
+  const Outcome refused = log("--html nowhere/page.html a.log");
+  EXPECT_EQ(refused.err, "tanexics-log: nowhere/page.html: No such file or directory\n");
+  EXPECT_EQ(refused.status, 74);
+}
+
 TEST_F(TanexicsLog, Explanations_AreSentencesOfWordsAndOfRuns) {
   const Outcome words = log("explain 0x20000 exit/65");
   EXPECT_EQ(words.out,

@@ -14,7 +14,9 @@
 #include "log/json.h"
 #include "log/metrics.h"
 #include "log/options.h"
+#include "log/page.h"
 #include "log/plain.h"
+#include "log/writefile.h"
 #include "loopback/bytes.h"
 #include "outcome/explain.h"
 #include "outcome/reader.h"
@@ -41,7 +43,8 @@ class Output {
   explicit Output(const Options& options)
       : m_options(options),
         m_layout(Layout::ofStandardOutput(options.encoding)),
-        m_metrics(options.encoding) {}
+        m_metrics(options.encoding),
+        m_page(options.encoding, outcome::explanationsOf) {}
 
   void add(const std::string& log, Run run) {
     if (!isChosen(run, m_options)) return;
@@ -59,6 +62,11 @@ class Output {
     m_last.clear();
     if (m_options.form == Form::kOpenMetrics) write(m_metrics.text());
     flush();
+  }
+
+  /// Writes the page, if one is wanted. Returns the reason where that fails.
+  std::string writePage() const {
+    return m_options.html.empty() ? "" : writeWhole(m_options.html, m_page.html());
   }
 
   void flush() {
@@ -81,6 +89,7 @@ class Output {
     ++m_runs;
     m_hasUnknown |= run.verdict == Verdict::kUnknown;
     m_hasFailure |= run.verdict != Verdict::kUnknown && run.verdict != Verdict::kDelivered;
+    if (!m_options.html.empty()) m_page.add(log, run);
     switch (m_options.form) {
       case Form::kJson:
         write(jsonOf(run, log, m_options.encoding) + '\n');
@@ -89,7 +98,7 @@ class Output {
         m_metrics.add(log, run);
         break;
       case Form::kText:
-        write(textOf(std::move(run)));
+        if (m_options.html.empty()) write(textOf(std::move(run)));
         break;
     }
   }
@@ -112,6 +121,7 @@ class Output {
   const Options& m_options;
   Layout m_layout;
   Metrics m_metrics;
+  Page m_page;
   std::deque<std::pair<std::string, Run>> m_last;
   std::size_t m_runs = 0;
   bool m_hasFailure = false;
@@ -149,7 +159,7 @@ bool readAll(const Options& options, Output& output, std::string& foreignLine) {
   bool isComplete = true;
   for (const Log& log : logsOf(options.logs)) {
     outcome::Reader reader([&](Run run) { output.add(log.name(), std::move(run)); },
-                           options.lines || options.explain);
+                           options.lines || options.explain || !options.html.empty());
     for (const std::string& file : log.files) {
       const bool isFollowed = options.follow && file == log.name();
       const auto take = [&](std::string_view bytes) {
@@ -192,7 +202,9 @@ int main(int argc, char** argv) {
     if (output.error() != EPIPE) complain("standard output", std::strerror(output.error()));
     return kCannotRead;
   }
-  if (!isComplete) return kCannotRead;
+  const std::string reason = output.writePage();
+  if (!reason.empty()) complain(options.html, reason);
+  if (!isComplete || !reason.empty()) return kCannotRead;
   if (output.status() == kNoRun) {
     std::cerr << "tanexics-log: no run found";
     if (!foreignLine.empty()) {

@@ -53,7 +53,6 @@ bool Progress::accepts(const Message& message) const {
       return false;
     case Kind::kRefusal:
     case Kind::kStartedComm:
-      return phase == Phase::kBegun;
     case Kind::kMissing:
       return phase == Phase::kBegun;
     case Kind::kLoop:

@@ -2,6 +2,7 @@
 
 #include <iconv.h>
 
+#include <cstdint>
 #include <optional>
 
 #include "loopback/bytes.h"
@@ -24,14 +25,14 @@ class EucJpConverter {
  public:
   EucJpConverter() : m_converter(::iconv_open("UTF-8", "EUC-JP")) {}
   ~EucJpConverter() {
-    if (m_converter != kNone) ::iconv_close(m_converter);
+    if (isOpen()) ::iconv_close(m_converter);
   }
   EucJpConverter(const EucJpConverter&) = delete;
   EucJpConverter& operator=(const EucJpConverter&) = delete;
 
   /// One character as UTF-8; nothing where these are not the bytes of one.
   std::optional<std::string> convert(std::string_view character) {
-    if (m_converter == kNone) return std::nullopt;
+    if (!isOpen()) return std::nullopt;
     std::string input(character);
     char output[8];
     char* from = input.data();
@@ -45,7 +46,9 @@ class EucJpConverter {
   }
 
  private:
-  static inline const iconv_t kNone = reinterpret_cast<iconv_t>(-1);
+  /// iconv_open(3) gives -1, as a pointer, where it fails.
+  bool isOpen() const { return reinterpret_cast<std::intptr_t>(m_converter) != -1; }
+
   iconv_t m_converter;
 };
 

@@ -214,6 +214,54 @@ TEST_F(TanexicsLog, Explanations_AreSentencesOfWordsAndOfRuns) {
             "    exit status 65: the caller is not the super-user\n");
 }
 
+TEST_F(TanexicsLog, FollowedFileThatCannotBeRead_IsToldAsAnyOther) {
+  const Outcome outcome = log("--follow none.log");
+  EXPECT_EQ(outcome.err, "tanexics-log: none.log: No such file or directory\n");
+  EXPECT_EQ(outcome.status, 74);
+}
+
+TEST_F(TanexicsLog, Terminal_HasColoursAndItsOwnWidth) {
+  dir.write("a.log", linesOf(7, incident({0, 0})) + linesOf(8, event({-1, -1})) +
+                         linesOf(9, {kStartedLine}));
+  // script(1) gives it a terminal, whose lines end with a carriage return.
+  const auto shown = [this](const std::string& words) {
+    std::string text;
+    for (const char byte : run("script -qec 'stty cols 40; " + words + "' /dev/null").out) {
+      if (byte != '\r') text += byte;
+    }
+    return text;
+  };
+  EXPECT_EQ(shown("tanexics-log --pid 7 a.log"),
+            "2026-11-21T23:30:33       7  \x1b[32mdelivered\x1b[0m\n"
+            "    incident 42 of db01: all 2 exchanges\n"
+            "    accepted\n");
+  EXPECT_EQ(shown("tanexics-log --pid 8 a.log"),
+            "2026-11-21T23:30:33       8  \x1b[31mrefused\x1b[0m\n"
+            "    error-event Disk \"a\", full of db01:\n"
+            "    2 of 2 exchanges failed:\n"
+            "    notification 1: -1\n");
+  EXPECT_EQ(shown("NO_COLOR=1 tanexics-log --pid 9 a.log"),
+            "2026-11-21T23:30:33       9  unknown\n"
+            "    -: the end is not in the log\n");
+  EXPECT_EQ(shown("NO_COLOR= tanexics-log --pid 9 a.log | cat"),
+            "2026-11-21T23:30:33       9  unknown    -: the end is not in the log\n");
+}
+
+TEST_F(TanexicsLog, EveryMode_HasItsWord) {
+  Texts other = event({0, 0});
+  other[3].replace(other[3].find("0x40204"), 7, "0x40205");
+  Texts type1 = incident({0, 0});
+  type1[3] = "RM_Communicate call (param=0x40016 0 0 NULL NULL  NULL)";
+  type1[5] = dataCall("/a", "0x4010a");
+  dir.write("a.log", linesOf(1, other) + linesOf(2, type1));
+  Texts modes;
+  for (const std::string& line : linesOf(log("--json a.log").out)) {
+    const auto run = nlohmann::json::parse(line);
+    modes.push_back(run["mode"].get<std::string>() + ' ' + run["verdict"].get<std::string>());
+  }
+  EXPECT_EQ(modes, (Texts{"event delivered", "type1 delivered"}));
+}
+
 TEST_F(TanexicsLog, WrongCommandLine_Is64AndSaysWhatWouldBeRight) {
   const struct {
     const char* words;
@@ -235,6 +283,7 @@ TEST_F(TanexicsLog, WrongCommandLine_Is64AndSaysWhatWouldBeRight) {
       {"--last=0", "--last: the number is 1 or more"},
       {"--json --openmetrics", "--json excludes --openmetrics"},
       {"--follow --last", "--follow excludes --last"},
+      {"--pid seven", "Could not convert: --pid = seven"},
       {"--follow a b", "--follow: one log can be followed, and no more"},
   };
   for (const auto& row : rows) {
@@ -300,12 +349,14 @@ TEST_F(TanexicsLog, Follow_PrintsEachRunWhenItEndsThroughARotation) {
   dir.write("last", linesOf(9, event({0, 0})));
   dir.write("new", linesOf(10, event({0, 0})));
   dir.write("a.log", whole.substr(0, 300));
+  // Its reader goes after the fourth run: it ends by the fifth.
   const Outcome followed = run(
-      "tanexics-log --follow --json a.log >out & p=$!; "
-      "wait_for() { for i in $(seq 100); do [ \"$(wc -l <out)\" = $1 ] && return; sleep 0.05; done; }; "
-      "sleep 0.3; cat more >>a.log; wait_for 1; "
-      "cat next >>a.log; cp a.log a.bak; : >a.log; cat last >>a.log; wait_for 3; "
-      "mv a.log a.old; cat new >a.log; wait_for 4; kill $p; cat out");
+      "{ tanexics-log --follow --json a.log; echo $? >status; } | head -n 4 >out & "
+      "wait_for() { for i in $(seq 200); do [ \"$(wc -l <out)\" = $1 ] && return; sleep 0.05; done; }; "
+      "sleep 0.3; cat more >>a.log; sleep 0.5; cat next >>a.log; cp a.log a.bak; : >a.log; "
+      "cat last >>a.log; sleep 0.7; mv a.log a.old; cat new >a.log; wait_for 4; cat next >>a.log; wait; "
+      "cat out");
+  EXPECT_EQ(readFile(dir / "status"), "74\n");
   Texts pids;
   for (const std::string& line : linesOf(followed.out)) {
     pids.push_back(std::to_string(nlohmann::json::parse(line)["pid"].get<int>()) + " " +

@@ -50,6 +50,7 @@ std::string wrapped(const std::string& text, std::size_t width, std::size_t inde
     std::size_t columns = 0;
     for (const char byte : word) columns += (static_cast<unsigned char>(byte) & 0xc0) != 0x80;
     if (column > 0 && column + 1 + columns > width) {
+      result.erase(result.find_last_not_of(' ') + 1);
       result += '\n' + std::string(indent, ' ');
       column = indent;
     } else if (at > 0) {
@@ -82,17 +83,15 @@ std::string plainTextOf(const Run& run, const Layout& layout) {
   std::string time = run.start;
   char head[64];
   std::snprintf(head, sizeof head, "%s %7d  ", isoTime(time).c_str(), run.pid);
-  std::string verdict = wordOf(run.verdict);
-  verdict.resize(kVerdictWidth, ' ');
+  const std::string verdict = wordOf(run.verdict);
+  const std::string padding(kVerdictWidth - verdict.size(), ' ');
   const std::string rest =
       "  " + subjectOf(run, layout.encoding) + ": " + readable(run.reason, layout.encoding);
-  std::string text = wrapped(head + verdict + rest, layout.width, kIndent);
+  std::string text = wrapped(head + verdict + padding + rest, layout.width, kIndent);
   if (layout.hasColours) {
     const std::size_t at = text.find(verdict);
-    if (at != std::string::npos) {
-      text.insert(at + verdict.size(), "\x1b[0m");
-      text.insert(at, colourOf(run.verdict));
-    }
+    text.insert(at + verdict.size(), "\x1b[0m");
+    text.insert(at, colourOf(run.verdict));
   }
   text += '\n';
   for (const std::string& line : run.lines) {

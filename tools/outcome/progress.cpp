@@ -4,6 +4,7 @@
 #include <tuple>
 
 #include "rmglib/kelcom.h"
+#include "sendevent/exitstatus.h"
 
 namespace outcome {
 
@@ -16,8 +17,8 @@ bool isEventRequest(unsigned request) {
 
 auto valuesOf(const Progress& p) {
   return std::tie(p.phase, p.sent, p.isEvent, p.isModeKnown, p.hasBeginning, p.hasStarted,
-                  p.hasRefusal, p.isMissing, p.mayMiss, p.wasNonzero, p.part, p.total, p.accepted,
-                  p.uncertain, p.doubtful, p.failed, p.torn);
+                  p.hasRefusal, p.isMissing, p.mayMiss, p.mayHaveSent, p.wasNonzero, p.part,
+                  p.total, p.accepted, p.uncertain, p.doubtful, p.failed, p.torn);
 }
 
 }  // namespace
@@ -186,16 +187,19 @@ void Progress::advance(const Message& message) {
       return;
     case Kind::kExit:
       if (hasStarted) fillUp(expected());
+      mayHaveSent = message.number == kExitSuccess || message.number == kExitNoTempDir;
       phase = Phase::kEnded;
       return;
   }
 }
 
 std::set<Verdict> Progress::verdicts() const {
-  const bool hasEnd = phase == Phase::kEnded || phase == Phase::kElapsed;
   if (!hasStarted) {
     if (hasRefusal) return {Verdict::kNotSent};
-    return {hasEnd && hasBeginning && torn == 0 ? Verdict::kNotSent : Verdict::kUnknown};
+    // What was thrown before communication was started is the status. With one that a run has that
+    // sent, whole lines may be lost in between, which leave nothing that is torn.
+    const bool isThrown = phase == Phase::kEnded && hasBeginning && torn == 0 && !mayHaveSent;
+    return {isThrown ? Verdict::kNotSent : Verdict::kUnknown};
   }
   if (hasRefusal && answered() == 0) return {Verdict::kNotSent};
 

@@ -22,7 +22,7 @@
 const char* const kSelfTestRow = "self-test";
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Tally::Finding, trial, broken)
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Tally, rows, claims, findings)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Tally, rows, claims, verdicts, findings)
 
 namespace {
 
@@ -50,6 +50,12 @@ std::vector<Trial> chosenTrials(const Plan& plan, Sweep& sweep) {
   return trials;
 }
 
+void add(VerdictCounts& counts, const VerdictCounts& more) {
+  for (const auto& [truth, verdicts] : more) {
+    for (const auto& [verdict, count] : verdicts) counts[truth][verdict] += count;
+  }
+}
+
 void tryOut(const Plan& plan, const Trial& trial, Tally& tally) {
   Verdict verdict;
   try {
@@ -64,6 +70,7 @@ void tryOut(const Plan& plan, const Trial& trial, Tally& tally) {
   tally.rows[trial.row]["hit"] += verdict.isHit ? 1 : 0;
   tally.rows[trial.row]["excepted"] += verdict.claimed.empty() ? 0 : 1;
   for (const std::string& name : verdict.claimed) ++tally.claims[name];
+  if (trial.row != kSelfTestRow) add(tally.verdicts, verdict.verdicts);
   tally.note(trial.row, trial.name, verdict.findings);
 }
 
@@ -107,6 +114,7 @@ void addReport(Tally& tally, int file) {
     for (const auto& [column, count] : counts) tally.rows[row][column] += count;
   }
   for (const auto& [name, count] : more.claims) tally.claims[name] += count;
+  add(tally.verdicts, more.verdicts);
   tally.findings.insert(tally.findings.end(), more.findings.begin(), more.findings.end());
 }
 
@@ -137,6 +145,18 @@ void printTable(const Terms& terms, Tally& tally) {
     printRow(name, [&row = counts](const char* column) { return std::to_string(row[column]); });
   }
   printRow("all", [&tally](const char* column) { return std::to_string(tally.sum(column)); });
+}
+
+/// What the logs say of the runs. Returns whether they say enough: few trials prove nothing of
+/// that.
+bool printShareOfUnknown(const Plan& plan, Tally& tally) {
+  constexpr int kFewestTrials = 400;
+  const bool isEnough = printVerdicts(tally.verdicts);
+  if (isEnough) return true;
+  const bool isFinding = !plan.isBlunt && tally.sum("tried") >= kFewestTrials;
+  std::printf("more than a tenth is unknown%s\n",
+              isFinding ? ": a finding" : ", which proves nothing of so few or undisturbed runs");
+  return !isFinding;
 }
 
 /// Each finding, with the line that tries it again; the first ones of very many.
@@ -179,11 +199,12 @@ bool carryOut(const Plan& plan, const Terms& terms, Sweep& sweep, const char* pr
   Tally tally = workTogether(plan, sweep);
   printTable(terms, tally);
   const bool isMoreWell = sweep.report(plan, tally);
+  const bool isToldEnough = printShareOfUnknown(plan, tally);
   printFindings(tally, program);
   printEffort(plan, start);
   const int hits = hitsOf(tally);
   if (hits < plan.least) std::printf("only %d were hit, %d are wanted\n", hits, plan.least);
-  return printClosingLine(tally) && hits >= plan.least && isMoreWell;
+  return printClosingLine(tally) && hits >= plan.least && isMoreWell && isToldEnough;
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/judge.h"
+#include "core/verdicts.h"
 
 // What the sweeps have in common: which of their trials are tried, by how many processes, and how
 // the result is told.
@@ -16,8 +17,9 @@
 struct Verdict {
   bool isHit = false;  // what was to happen was seen to happen; a trial without it proves nothing
   Findings findings;
-  Texts claimed;  // the exceptions that the run has made use of
-  Outcome run;    // the run itself, or the last one of several
+  Texts claimed;           // the exceptions that the run has made use of
+  VerdictCounts verdicts;  // what the log says of the run, and of further ones
+  Outcome run;             // the run itself, or the last one of several
 };
 
 /// One trial, ready to be tried.
@@ -35,6 +37,7 @@ struct Tally {
   };
   std::map<std::string, std::map<std::string, int>> rows;  // counts, by row and column
   std::map<std::string, int> claims;                       // of exceptions
+  VerdictCounts verdicts;                                  // self-tests left out
   std::vector<Finding> findings;
 
   /// Counts a trial that broke something in the column "broken", and keeps it. Nothing is done when

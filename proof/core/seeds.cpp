@@ -25,6 +25,13 @@ bool isSeeded(const char* bug) {
   return seeded != nullptr && std::strcmp(seeded, bug) == 0;
 }
 
+constexpr char kAccepted[] = "RM_Communicate done (code='0', msg='') ";
+constexpr char kRefused[] = "RM_Communicate done (code='5', msg='') ";
+
+bool isText(const void* bytes, std::size_t count, const char* text) {
+  return count == std::strlen(text) && std::memcmp(bytes, text, count) == 0;
+}
+
 bool hasCollectionFailed = false;
 bool hasWriteFailed = false;
 
@@ -50,6 +57,9 @@ ssize_t __wrap_write(int file, const void* bytes, std::size_t count) {
   if (hasWriteFailed && isSeeded("torn-line")) {
     hasWriteFailed = false;
     return static_cast<ssize_t>(count);
+  }
+  if (isSeeded("false-answer") && isText(bytes, count, kAccepted)) {
+    return __real_write(file, kRefused, sizeof kRefused - 1);
   }
   const ssize_t written = __real_write(file, bytes, count);
   hasWriteFailed = written < 0;

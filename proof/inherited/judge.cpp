@@ -326,6 +326,9 @@ Verdict judgeInherited(const Situation& situation, const Undisturbed& undisturbe
   const Findings missing = unseenIn(situation, run);
   verdict.isHit = missing.broken.empty();
   verdict.findings.take(missing, "not seen to take effect: ");
+  // What is as always must be told as always.
+  verdict.findings.take(
+      judgeVerdict(*situation.scenario, run.outcome, verdict.claimed.empty(), verdict.verdicts));
   verdict.run = std::move(run.outcome);
   return verdict;
 }

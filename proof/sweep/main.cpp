@@ -68,7 +68,8 @@ constexpr Seed kSeeds[] = {
     {"single-stop", "3:", 0, 0},        {"torn-line", "4:", SYS_write, EIO},
     {"dirty-output", "5:", 0, 0},       {"kept-directory", "6:", SYS_execve, ENOENT},
     {"open-descriptor", "6:", 0, 0},    {"changed-input", "6:", 0, 0},
-    {"unwaited-child", "6:", 0, 0},     {"repeated-removal", "7:", 0, 0}};
+    {"unwaited-child", "6:", 0, 0},     {"repeated-removal", "7:", 0, 0},
+    {"false-answer", "8:", 0, 0}};
 
 /// All that is broken in the runs of the command with `bug` under the faults of `seed`.
 Findings findingsUnder(const Reference& reference, const Seed& seed, const std::string& bug) {
@@ -80,6 +81,8 @@ Findings findingsUnder(const Reference& reference, const Seed& seed, const std::
     const Outcome run = runTraced(reference, launch, nullptr);
     findings.take(judgeReference(scenario, reference.outcome, run));
     findings.take(judge(scenario, reference.outcome, run));
+    VerdictCounts uncounted;
+    findings.take(judgeVerdict(scenario, run, /*isExact=*/true, uncounted));
     return findings;
   }
   for (const Call& call : reference.outcome.trace.calls) {
@@ -111,6 +114,8 @@ class FaultSweep : public Sweep {
       tally->rows[scenario.name]["calls"] = calls;
       tally->note(scenario.name, scenario.name + " undisturbed",
                   judgeReference(scenario, reference.outcome, second));
+      tally->note(scenario.name, scenario.name + " undisturbed",
+                  judgeVerdict(scenario, second, /*isExact=*/true, tally->verdicts));
     }
   }
 

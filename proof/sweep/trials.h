@@ -18,6 +18,9 @@ struct Reference {
 /// A run of the reference's scenario: under the tracer, undisturbed where there is no fault.
 Outcome runTraced(const Reference& reference, const Launch& launch, const Fault* fault);
 
+/// Notes what the log says of the trial's run, and whether that contradicts the record.
+void judgeToldVerdict(const Reference& reference, Verdict& verdict);
+
 /// Each call of a scenario fails in turn.
 std::vector<Trial> callTrials(const Reference& reference);
 

@@ -23,6 +23,7 @@ Verdict tryFault(const Reference& reference, const Fault& fault) {
     verdict.isHit = verdict.run.trace.isHit();
     verdict.findings = judge(*reference.scenario, reference.outcome, verdict.run);
   }
+  judgeToldVerdict(reference, verdict);
   return verdict;
 }
 
@@ -61,9 +62,10 @@ Verdict trySignal(const Reference& reference, const Fault& fault) {
   Verdict verdict;
   verdict.run = runUnder(reference, fault);
   verdict.isHit = verdict.run.trace.isSignalSent;
+  judgeToldVerdict(reference, verdict);
   // The command's own writes may raise these: they change nothing.
   if (fault.signal == SIGPIPE || fault.signal == SIGXFSZ) {
-    verdict.findings = judge(*reference.scenario, reference.outcome, verdict.run);
+    verdict.findings.take(judge(*reference.scenario, reference.outcome, verdict.run));
     return verdict;
   }
   verdict.isHit = verdict.isHit && signalOf(verdict.run.trace.waitStatus) == fault.signal;
@@ -73,6 +75,11 @@ Verdict trySignal(const Reference& reference, const Fault& fault) {
 }
 
 }  // namespace
+
+void judgeToldVerdict(const Reference& reference, Verdict& verdict) {
+  verdict.findings.take(
+      judgeVerdict(*reference.scenario, verdict.run, /*isExact=*/false, verdict.verdicts));
+}
 
 bool canBeTried(const Call& call, int error) {
   return error == kShortCount ? call.size >= 2 : call.result != -error;

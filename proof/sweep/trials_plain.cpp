@@ -37,6 +37,7 @@ Verdict tryAllocation(const Reference& reference, int first, bool failsOn) {
   Verdict verdict;
   verdict.run = runShortOfMemory(*reference.scenario, first, failsOn);
   verdict.isHit = testimony()->allocationsFailed > 0;
+  judgeToldVerdict(reference, verdict);
   judgeShortOfMemory(*reference.scenario, reference.outcome, verdict.run, verdict.findings);
   return verdict;
 }
@@ -86,6 +87,7 @@ Verdict tryDeed(const Reference& reference, const Deed& deed) {
   verdict.isHit =
       run.record.find("\"deed\":\"" + deed.name + "\",\"value\":" + std::to_string(deed.value) +
                       "}") != std::string::npos;
+  judgeToldVerdict(reference, verdict);
   judgePlainly(reference.outcome, run, verdict.findings);
   if (deed.name == "hang") {
     verdict.findings.expect(run.trace.isTimedOut, "1: a library that hangs was left");

@@ -17,7 +17,7 @@ bool isEventRequest(unsigned request) {
 
 auto valuesOf(const Progress& p) {
   return std::tie(p.phase, p.sent, p.isEvent, p.isModeKnown, p.hasBeginning, p.hasStarted,
-                  p.hasRefusal, p.isMissing, p.mayMiss, p.mayHaveSent, p.wasNonzero, p.part,
+                  p.hasRefusal, p.isMissing, p.mayMiss, p.hasOwnStatus, p.wasNonzero, p.part,
                   p.total, p.accepted, p.uncertain, p.doubtful, p.failed, p.torn);
 }
 
@@ -187,7 +187,9 @@ void Progress::advance(const Message& message) {
       return;
     case Kind::kExit:
       if (hasStarted) fillUp(expected());
-      mayHaveSent = message.number == kExitSuccess || message.number == kExitNoTempDir;
+      hasOwnStatus =
+          std::any_of(std::begin(kExitStatuses), std::end(kExitStatuses),
+                      [&](const ExitStatus& own) { return own.number == message.number; });
       phase = Phase::kEnded;
       return;
   }
@@ -196,9 +198,10 @@ void Progress::advance(const Message& message) {
 std::set<Verdict> Progress::verdicts() const {
   if (!hasStarted) {
     if (hasRefusal) return {Verdict::kNotSent};
-    // What was thrown before communication was started is the status. With one that a run has that
-    // sent, whole lines may be lost in between, which leave nothing that is torn.
-    const bool isThrown = phase == Phase::kEnded && hasBeginning && torn == 0 && !mayHaveSent;
+    // What was thrown before communication was started is the status. One of the command's own has
+    // a line that says why, or those of what was sent: whole lines are lost, which leaves nothing
+    // that is torn.
+    const bool isThrown = phase == Phase::kEnded && hasBeginning && torn == 0 && !hasOwnStatus;
     return {isThrown ? Verdict::kNotSent : Verdict::kUnknown};
   }
   if (hasRefusal && answered() == 0) return {Verdict::kNotSent};

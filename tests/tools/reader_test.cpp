@@ -157,6 +157,22 @@ TEST(Verdicts, MailedLog_IsReadAllTheSame) {
             (Texts{"7 delivered", "8 not-sent"}));
 }
 
+TEST(Reader, RejectionAfterAnotherText_IsAMessageOfItsOwn) {
+  const std::string rejected = "list not found.(CSendEventSingleSystem::parseCommandLine)";
+  const Texts run = unsent(rejected, 68);
+  const std::string rest = linesOf(8, {run[2], run[3]});
+  const Texts other = incident({0, 0});
+  const std::string log = headOf(7) + headOf(8) + kStartedLine + '\n' + headOf(8) + kStartedLine +
+                          rejected + '\n' + '\n';
+  const Texts others(other.begin() + 1, other.end());
+  EXPECT_EQ(verdictsOf(runsOf(log + rest + linesOf(7, others))),
+            (Texts{"8 not-sent", "7 delivered"}));
+  const std::string three = headOf(7) + headOf(8) + kStartedLine + '\n' + headOf(8) + headOf(9) +
+                            kStartedLine + rejected + kStartedLine + "\n\n\n";
+  EXPECT_EQ(verdictsOf(runsOf(three + rest + linesOf(7, others) + linesOf(9, others))),
+            (Texts{"8 not-sent", "7 delivered", "9 delivered"}));
+}
+
 TEST(Verdicts, RunsAreGiven_InTheOrderInWhichTheyEnd) {
   const Texts first = incident({0, 0});
   const Texts second = event({-1, -1});

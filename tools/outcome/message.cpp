@@ -247,12 +247,26 @@ constexpr std::string_view kRejections[] = {"(CSendEventSingleSystem::parseComma
                                             "(CSendEventBase::parseMsgCommon)",
                                             "(CSendEventBase::parseTanexMsg)"};
 
+bool isRejection(std::string_view text) {
+  return std::any_of(std::begin(kRejections), std::end(kRejections),
+                     [text](std::string_view end) { return endsWith(text, end); });
+}
+
+/// A rejection begins with whatever the caller gave, and may stand right after another message.
+bool holdsAnother(std::string_view text) {
+  return text.find(kFrame) != std::string_view::npos ||
+         text.find("ELAPSED:range=") != std::string_view::npos ||
+         text.find("commonSendEvent ") != std::string_view::npos ||
+         text.find("RM_Communicate ") != std::string_view::npos ||
+         text.find("get file size error(") != std::string_view::npos ||
+         text.find("(CSendInfo::") != std::string_view::npos;
+}
+
 bool readRefusal(std::string_view text, Message& message) {
   message.kind = Kind::kRefusal;
   message.text = text;
   if (text == "not Super-User" || text == "EventType param error.") return true;
-  return std::any_of(std::begin(kRejections), std::end(kRejections),
-                     [text](std::string_view end) { return endsWith(text, end); });
+  return isRejection(text) && !holdsAnother(text);
 }
 
 bool readMissing(std::string_view text, Message& message) {
@@ -350,15 +364,18 @@ void collectReadings(std::string_view bytes, std::size_t most, std::vector<Messa
     found.back().push_back(whole);
   }
   if (most == 1) return;
+  // One may begin anywhere.
+  const bool hasRejection = std::any_of(
+      std::begin(kRejections), std::end(kRejections),
+      [bytes](std::string_view end) { return bytes.find(end) != std::string_view::npos; });
   for (std::size_t at = 1; at < bytes.size(); ++at) {
     const std::string_view rest = bytes.substr(at);
     const auto begins = [rest](std::string_view begin) { return beginsWith(rest, begin); };
-    if (std::none_of(std::begin(kBeginnings), std::end(kBeginnings), begins) &&
-        std::none_of(std::begin(kOthers), std::end(kOthers), begins)) {
-      continue;
-    }
+    const bool isBeginning = std::any_of(std::begin(kBeginnings), std::end(kBeginnings), begins) ||
+                             std::any_of(std::begin(kOthers), std::end(kOthers), begins);
+    if (!isBeginning && !hasRejection) continue;
     const Message first = readMessage(bytes.substr(0, at));
-    if (first.kind == Kind::kUnread) continue;
+    if (first.kind == Kind::kUnread || (!isBeginning && first.kind == Kind::kOther)) continue;
     before.push_back(first);
     collectReadings(rest, most - 1, before, found);
     before.pop_back();

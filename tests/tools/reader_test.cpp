@@ -157,6 +157,17 @@ TEST(Verdicts, MailedLog_IsReadAllTheSame) {
             (Texts{"7 delivered", "8 not-sent"}));
 }
 
+TEST(Reader, LineWithACutHead_MayBeThatOfAMissingFile) {
+  const Texts run = incident({0, 0});
+  const Texts rest(run.begin() + 1, run.end());
+  const auto verdict = [&](const std::string& line) {
+    return verdictsOf(runsOf(linesOf(7, {run[0]}) + line + linesOf(7, rest)));
+  };
+  EXPECT_EQ(verdict("2026/11/22 10get file size error(/b,No such file or directory)\n"),
+            (Texts{"7 unknown"}));
+  EXPECT_EQ(verdict(""), (Texts{"7 delivered"}));
+}
+
 TEST(Reader, RejectionAfterAnotherText_IsAMessageOfItsOwn) {
   const std::string rejected = "list not found.(CSendEventSingleSystem::parseCommandLine)";
   const Texts run = unsent(rejected, 68);

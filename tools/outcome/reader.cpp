@@ -204,7 +204,15 @@ void Reader::onStrayText(std::string_view text) {
   const Message message = readMessage(text);
   if (m_foreignLine.empty() && message.kind == Kind::kUnread) m_foreignLine = text;
   ++m_unfinished;
-  if (message.kind == Kind::kUnread || message.kind == Kind::kOther) return;
+  if (message.kind == Kind::kOther) return;
+  if (message.kind == Kind::kUnread) {
+    // A line whose head is cut: nobody knows whose it is.
+    for (auto& [pid, live] : m_live) {
+      ++live.run.torn;
+      for (Progress& one : live.progress) one.lose();
+    }
+    return;
+  }
   if (m_live.size() > 1) {
     tearAll();
   } else if (m_live.size() == 1) {

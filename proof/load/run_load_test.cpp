@@ -6,10 +6,12 @@
 #include <algorithm>
 #include <fstream>
 #include <map>
+#include <sstream>
 
 #include "e2e/support/cases.h"
 #include "logpieces.h"
 #include "support/actionlog.h"
+#include "toldruns.h"
 
 namespace {
 
@@ -77,6 +79,40 @@ TEST_F(Load, TwoHundredRunsShareOneLog) {
     --missing[isElapsed ? text.substr(0, text.find('\'', text.find("time=")) + 1) : text];
   }
   for (const auto& [text, count] : missing) EXPECT_EQ(count, 0) << text;
+}
+
+TEST_F(Load, TwoHundredRunsAreToldFromOneLog) {
+  constexpr double kMostUnknown = 10.0;
+  const std::pair<const char*, const char*> kinds[] = {{"", "delivered"},
+                                                       {"communicate * -62 2 54\n", "refused"},
+                                                       {"communicate 0x4010b -55 2 49\n", "partly"},
+                                                       {"status 0x20000\n", "not-sent"}};
+  std::map<std::string, std::string> truthOfKind;
+  for (const auto& [answers, truth] : kinds) {
+    const std::string kind = std::to_string(truthOfKind.size());
+    machine.write("/case/answers" + kind, answers);
+    truthOfKind[kind] = truth;
+  }
+  Call call = incidentCall();
+  call.environment["TANEX_LOG"] = kSharedLog;
+  const std::string all = "n=0; while [ $n -lt " + std::to_string(kRuns) +
+                          " ]; do k=$((n % 4)); mkdir /case/out$n; "
+                          "KELCOM_LOOPBACK_SCRIPT=/case/answers$k "
+                          "KELCOM_LOOPBACK_OUTBOX=/case/out$n \"$@\" & "
+                          "echo $! $k >>/case/kinds; n=$((n + 1)); done; wait";
+  call.wrapper = {"/bin/sh", "-c", all, "sh"};
+  EXPECT_EQ(machine.run(call).child.exitCode(), 0);
+  std::map<int, std::string> truths;
+  std::istringstream text(machine.read("/case/kinds"));
+  std::string kind;
+  for (int pid = 0; text >> pid >> kind;) truths[pid] = truthOfKind[kind];
+  ASSERT_EQ(truths.size(), static_cast<std::size_t>(kRuns));
+  const std::string bytes = machine.read(kSharedLog);
+  ASSERT_LE(bytes.size(), 512000U) << "there was a rotation";
+  ToldRuns told(truths);
+  told.read({bytes});
+  EXPECT_EQ(told.right + told.unknown, kRuns);
+  EXPECT_LE(told.unknownShare("200 runs at once"), kMostUnknown);
 }
 
 // --- very large input ----------------------------------------------------------------------------

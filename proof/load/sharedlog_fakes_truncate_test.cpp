@@ -23,11 +23,13 @@
 #include "logpieces.h"
 #include "support/environmentguard.h"
 #include "support/scratch.h"
+#include "toldruns.h"
 
 namespace {
 
 constexpr int kProcesses = 200;
 constexpr int kMostLines = 1500;
+constexpr int kRuns = 30;  // of a process, where they are whole runs
 constexpr int kMostRotations = 20000;
 constexpr int kRotationBytes = 512000;
 
@@ -47,6 +49,7 @@ struct Board {
   std::atomic<int> rotations;
   Span rotation[kMostRotations];  // from before the copy to after the cut
   Span line[kProcesses][kMostLines];
+  pid_t run[kProcesses][kRuns];
 };
 
 Board* board = nullptr;
@@ -93,6 +96,20 @@ std::size_t textLength(const std::string& bytes, std::size_t at) {
   return end == std::string::npos ? 0 : end + 1 - at;
 }
 
+/// What became of a run.
+struct RunKind {
+  int answers[2];
+  const char* truth;
+};
+
+constexpr RunKind kRunKinds[] = {
+    {{0, 0}, "delivered"}, {{-62, -62}, "refused"}, {{0, -55}, "partly"}};
+
+const RunKind& kindOf(int process, int run) { return kRunKinds[(process + run) % 3]; }
+
+/// So long that few runs fill a log.
+constexpr int kNotificationFiller = 1900;
+
 class SharedLog : public testing::Test {
  protected:
   SharedLog() : m_logPath("TANEX_LOG", (m_dir / "log").c_str()), m_logLevel("TANEX_LOG_LEVEL", "") {
@@ -105,11 +122,22 @@ class SharedLog : public testing::Test {
   ~SharedLog() override { ::munmap(board, sizeof(Board)); }
 
   /// Has every process log so many lines, all processes at once. Gives their ids.
-  std::vector<int> logAtOnce(int lines) {
+  static std::vector<int> logAtOnce(int lines) {
+    return doAtOnce([lines](int process) { logLines(process, lines); });
+  }
+
+  /// Has every process make whole runs, one after the other, each in a process of its own.
+  static void runAtOnce() { doAtOnce(makeRuns); }
+
+  std::string log() const { return readFile(m_dir / "log"); }
+
+ private:
+  template <class Work>
+  static std::vector<int> doAtOnce(const Work& work) {
     std::vector<int> pids;
     for (int process = 0; process < kProcesses; ++process) {
       const pid_t pid = ::fork();
-      if (pid == 0) logLines(process, lines);
+      if (pid == 0) work(process);
       pids.push_back(pid);
     }
     board->isOpen = true;
@@ -121,9 +149,36 @@ class SharedLog : public testing::Test {
     return pids;
   }
 
-  std::string log() const { return readFile(m_dir / "log"); }
+  [[noreturn]] static void makeRuns(int process) {
+    while (!board->isOpen) ::usleep(100);
+    for (int run = 0; run < kRuns; ++run) {
+      const pid_t pid = ::fork();
+      if (pid == 0) logRun(kindOf(process, run));
+      board->run[process][run] = pid;
+      int status = -1;
+      if (::waitpid(pid, &status, 0) != pid || status != 0) ::_exit(3);
+    }
+    ::_exit(0);
+  }
 
- private:
+  /// What a run of this kind logs, one line after the other, as the command does.
+  [[noreturn]] static void logRun(const RunKind& kind) {
+    gLog.init("load", nullptr);
+    gLog.ilog("### main : load started.");
+    gLog.ilog("(CSendInfo::SendInfo) call startCom(RM_MODE_SYNC)=0");
+    gLog.ilog("commonSendEvent Main Loop (1/1)");
+    gLog.ilog("RM_Communicate call (param=0x40204 0 0 \"%s\",,\"l\",\"h\" NULL  NULL)",
+              C(std::string(kNotificationFiller, 'n')));
+    gLog.ilog("RM_Communicate done (code='%d', msg='') ", kind.answers[0]);
+    gLog.ilog("RM_Communicate call (param=0x4010d ? 1 /%s NULL  NULL)",
+              C(std::string(kNotificationFiller, 'p')));
+    gLog.ilog("RM_Communicate done (code='%d', msg='') ", kind.answers[1]);
+    gLog.ilog("commonSendEvent OK");
+    gLog.ilog("ELAPSED:range='executing tanexics', time='0.001000'");
+    gLog.ilog("### main : load exit. code = 0");
+    ::_exit(testing::Test::HasFailure() ? 1 : 0);
+  }
+
   [[noreturn]] static void logLines(int process, int lines) {
     while (!board->isOpen) ::usleep(100);
     gLog.init("load", nullptr);
@@ -202,6 +257,39 @@ TEST_F(SharedLog, AcrossRotations_EveryMissingLineWasWrittenDuringOne) {
       "%d rotations; of %d lines, %d are missing, and %d were logged while none was under way\n",
       rotations, kProcesses * kMostLines, missing, outside);
   EXPECT_GT(outside, kProcesses) << "nearly every line would be excused";
+}
+
+/// Where rotations take away what others write, much is lost; what is left must not be misread.
+TEST_F(SharedLog, AcrossRotations_EveryVerdictIsRightOrUnknown) {
+  runAtOnce();
+  const int rotations = board->rotations;
+  EXPECT_GE(rotations, 50);
+  std::map<int, std::string> truths;
+  for (int process = 0; process < kProcesses; ++process) {
+    for (int run = 0; run < kRuns; ++run) {
+      const auto [own, isNew] =
+          truths.emplace(board->run[process][run], kindOf(process, run).truth);
+      if (!isNew) own->second = "of several runs";
+    }
+  }
+  for (auto own = truths.begin(); own != truths.end();) {
+    own = own->second == "of several runs" ? truths.erase(own) : std::next(own);
+  }
+  // Each generation behind the one before it, as the log behind its backup just before a rotation.
+  ToldRuns told(truths);
+  constexpr int kReadOne = 5;  // of so many: reading takes longer than writing
+  std::string older;
+  for (int number = 0; number < rotations; ++number) {
+    const std::string bytes = readFile(generation(number));
+    const bool isAfter =
+        number > 0 && board->rotation[number - 1].to < board->rotation[number].from;
+    if (number % kReadOne == 0) told.read({isAfter ? older : "", bytes});
+    older = bytes;
+  }
+  told.read({older, log()});
+  std::printf("%d rotations, %d runs\n", rotations, kProcesses * kRuns);
+  told.unknownShare("200 processes across rotations");
+  EXPECT_GT(told.right, kProcesses);
 }
 
 }  // namespace

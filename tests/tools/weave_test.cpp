@@ -10,28 +10,9 @@
 #include <random>
 #include <set>
 
-#include "tools/logbytes.h"
+#include "tools/weavejudge.h"
 
 namespace {
-
-/// What a process writes in one call of write(2).
-struct Piece {
-  std::size_t process;
-  char part;  // h, t or f: a head, a text, a line feed
-  std::string bytes;
-};
-
-std::vector<Piece> piecesOf(std::size_t process, const Texts& messages) {
-  std::vector<Piece> pieces;
-  for (const std::string& message : messages) {
-    pieces.push_back({process, 'h', headOf(100 + static_cast<int>(process))});
-    pieces.push_back({process, 't', message});
-    pieces.push_back({process, 'f', "\n"});
-  }
-  return pieces;
-}
-
-using Log = std::vector<Piece>;
 
 /// Every order of the pieces of all processes in which those of each one keep theirs.
 void forEachOrder(const std::vector<Log>& writers, const std::function<void(const Log&)>& take) {
@@ -52,58 +33,6 @@ void forEachOrder(const std::vector<Log>& writers, const std::function<void(cons
   go();
 }
 
-/// The judge: slow and obvious. For each process the sequences of texts that it may have written,
-/// in whichever way the texts are given to heads that wait for one, where all of `mustBe` kinds of
-/// text come in that order.
-class Judge {
- public:
-  Judge(const Log& log, const std::vector<Texts>& kinds) : m_log(log), m_kinds(kinds) {
-    m_written.resize(kinds.size());
-    m_isWaiting.resize(kinds.size(), false);
-    possible.resize(kinds.size());
-    go(0);
-  }
-
-  std::vector<std::set<Texts>> possible;
-
- private:
-  bool isNext(std::size_t process, const std::string& text) const {
-    const std::size_t at = m_written[process].size();
-    return at < m_kinds[process].size() && text.rfind(m_kinds[process][at], 0) == 0;
-  }
-
-  void go(std::size_t at) {
-    if (at == m_log.size()) {
-      for (std::size_t process = 0; process < m_kinds.size(); ++process) {
-        possible[process].insert(m_written[process]);
-      }
-      return;
-    }
-    const Piece& piece = m_log[at];
-    if (piece.part == 'f') return go(at + 1);
-    if (piece.part == 'h') {
-      if (m_isWaiting[piece.process]) return;
-      m_isWaiting[piece.process] = true;
-      go(at + 1);
-      m_isWaiting[piece.process] = false;
-      return;
-    }
-    for (std::size_t process = 0; process < m_kinds.size(); ++process) {
-      if (!m_isWaiting[process] || !isNext(process, piece.bytes)) continue;
-      m_isWaiting[process] = false;
-      m_written[process].push_back(piece.bytes);
-      go(at + 1);
-      m_written[process].pop_back();
-      m_isWaiting[process] = true;
-    }
-  }
-
-  const Log& m_log;
-  const std::vector<Texts>& m_kinds;
-  std::vector<Texts> m_written;
-  std::vector<bool> m_isWaiting;
-};
-
 /// Of runs whose lines up to `whole` stand alone and are followed by those after it in every order.
 struct Mix {
   const char* what;
@@ -111,16 +40,6 @@ struct Mix {
   std::size_t whole;
   std::size_t last;
 };
-
-std::string bytesOf(const Log& log) {
-  std::string bytes;
-  for (const Piece& piece : log) bytes += piece.bytes;
-  return bytes;
-}
-
-std::string verdictAlone(const Texts& messages) {
-  return wordOf(runsOf(linesOf(7, messages)).at(0).verdict);
-}
 
 /// The verdicts of all that a process may have written, with the lines before and after.
 std::set<std::string> verdictsOf(const std::set<Texts>& possible, const Texts& run,
@@ -167,10 +86,7 @@ TEST(Weave, EveryOrderOfPieces_IsJudgedRightOrLeftOpen) {
       before += linesOf(pid, slice(run, 0, mix.whole));
       after += linesOf(pid, slice(run, mix.last, run.size()));
       writers.push_back(piecesOf(process, slice(run, mix.whole, mix.last)));
-      kinds.emplace_back();
-      for (const std::string& text : slice(run, mix.whole, mix.last)) {
-        kinds.back().push_back(text.substr(0, text.find_first_of("('") + 1));
-      }
+      kinds.push_back(kindsOf(slice(run, mix.whole, mix.last)));
     }
     std::size_t orders = 0;
     std::size_t undecidable = 0;

@@ -115,6 +115,14 @@ bool hasLine(const Outcome& run, const char* text) {
   return run.log.find(text) != std::string::npos || run.backup.find(text) != std::string::npos;
 }
 
+/// Whether the command was kept from opening the log, or from writing to it.
+bool isLogHit(const Outcome& run) {
+  const std::vector<Call>& calls = run.trace.calls;
+  return std::any_of(calls.begin(), calls.end(), [](const Call& call) {
+    return call.isHit && call.process == 0 && call.target == kActionLog;
+  });
+}
+
 /// Whether the record allows the verdict.
 bool isAllowed(Verdict verdict, const Exchanges& all, const Outcome& run) {
   const bool isAccepted = all.isWhole() && all.accepted == all.made;
@@ -130,18 +138,12 @@ bool isAllowed(Verdict verdict, const Exchanges& all, const Outcome& run) {
     case Verdict::kRefused:
       return all.made > 0 && all.accepted == 0;
     case Verdict::kNotSent:
-      return all.made == 0;
+      // Lines that could not be written leave nothing either: with all of a transmission gone, a
+      // run looks like one that ended before it.
+      return all.made == 0 || (isLogHit(run) && !hasLine(run, "RM_Communicate "));
     default:
       return true;
   }
-}
-
-/// Whether the command was kept from opening the log, or from writing to it.
-bool isLogHit(const Outcome& run) {
-  const std::vector<Call>& calls = run.trace.calls;
-  return std::any_of(calls.begin(), calls.end(), [](const Call& call) {
-    return call.isHit && call.process == 0 && call.target == kActionLog;
-  });
 }
 
 /// The runs that the log has, but for that of the lines that were there before.

@@ -4,7 +4,6 @@
 #include <tuple>
 
 #include "rmglib/kelcom.h"
-#include "sendevent/exitstatus.h"
 
 namespace outcome {
 
@@ -17,8 +16,8 @@ bool isEventRequest(unsigned request) {
 
 auto valuesOf(const Progress& p) {
   return std::tie(p.phase, p.sent, p.isEvent, p.isModeKnown, p.hasBeginning, p.hasStarted,
-                  p.hasRefusal, p.isMissing, p.mayMiss, p.hasOwnStatus, p.wasNonzero, p.part,
-                  p.total, p.accepted, p.uncertain, p.doubtful, p.failed, p.torn);
+                  p.hasRefusal, p.isMissing, p.mayMiss, p.wasNonzero, p.part, p.total, p.accepted,
+                  p.uncertain, p.doubtful, p.failed, p.torn);
 }
 
 }  // namespace
@@ -187,9 +186,6 @@ void Progress::advance(const Message& message) {
       return;
     case Kind::kExit:
       if (hasStarted) fillUp(expected());
-      hasOwnStatus =
-          std::any_of(std::begin(kExitStatuses), std::end(kExitStatuses),
-                      [&](const ExitStatus& own) { return own.number == message.number; });
       phase = Phase::kEnded;
       return;
   }
@@ -198,11 +194,8 @@ void Progress::advance(const Message& message) {
 std::set<Verdict> Progress::verdicts() const {
   if (!hasStarted) {
     if (hasRefusal) return {Verdict::kNotSent};
-    // What was thrown before communication was started is the status. One of the command's own has
-    // a line that says why, or those of what was sent: whole lines are lost, which leaves nothing
-    // that is torn.
-    const bool isThrown = phase == Phase::kEnded && hasBeginning && torn == 0 && !hasOwnStatus;
-    return {isThrown ? Verdict::kNotSent : Verdict::kUnknown};
+    const bool isWhole = phase == Phase::kEnded && hasBeginning && torn == 0;
+    return {isWhole ? Verdict::kNotSent : Verdict::kUnknown};
   }
   if (hasRefusal && answered() == 0) return {Verdict::kNotSent};
 

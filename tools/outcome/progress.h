@@ -33,17 +33,16 @@ struct Progress {
   bool hasBeginning = false;  ///< the run's first line is in the log
   bool hasStarted = false;    ///< communication was started
   bool hasRefusal = false;
-  bool isMissing = false;     ///< a listed file could not be measured
-  bool mayMiss = false;       ///< lines that would tell so may be lost
-  bool hasOwnStatus = false;  ///< the exit status is one of the command's own, not thrown
-  bool wasNonzero = false;    ///< the answer before was another than 0
-  int part = 0;               ///< the listed file that is being sent, from 1
-  int total = 0;              ///< of so many; 0: not known
-  int accepted = 0;           ///< answers of 0
-  int uncertain = 0;          ///< answers that may have been of 0 or not, or were lost
-  int doubtful = 0;  ///< answers of 0 that repeat what was before, should a call have thrown
-  int failed = 0;    ///< all other answers
-  int torn = 0;      ///< lines that were lost on the way
+  bool isMissing = false;   ///< a listed file could not be measured
+  bool mayMiss = false;     ///< lines that would tell so may be lost
+  bool wasNonzero = false;  ///< the answer before was another than 0
+  int part = 0;             ///< the listed file that is being sent, from 1
+  int total = 0;            ///< of so many; 0: not known
+  int accepted = 0;         ///< answers of 0
+  int uncertain = 0;        ///< answers that may have been of 0 or not, or were lost
+  int doubtful = 0;         ///< answers of 0 that repeat what was before, should a call have thrown
+  int failed = 0;           ///< all other answers
+  int torn = 0;             ///< lines that were lost on the way
 
   /// Whether a run that has come so far may write `message` next, no line of it lost.
   bool accepts(const Message& message) const;

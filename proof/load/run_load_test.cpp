@@ -95,8 +95,9 @@ TEST_F(Load, TwoHundredRunsAreToldFromOneLog) {
   }
   Call call = incidentCall();
   call.environment["TANEX_LOG"] = kSharedLog;
-  const std::string all = "n=0; while [ $n -lt " + std::to_string(kRuns) +
-                          " ]; do k=$((n % 4)); mkdir /case/out$n; "
+  const std::string all = "seq -f /case/out%g 0 199 | xargs mkdir; n=0; while [ $n -lt " +
+                          std::to_string(kRuns) +
+                          " ]; do k=$((n % 4)); "
                           "KELCOM_LOOPBACK_SCRIPT=/case/answers$k "
                           "KELCOM_LOOPBACK_OUTBOX=/case/out$n \"$@\" & "
                           "echo $! $k >>/case/kinds; n=$((n + 1)); done; wait";

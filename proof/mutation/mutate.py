@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""Mutation run: changes src in one place after the other, and looks whether a unit test notices.
+"""Mutation run: changes src or tools in one place after the other, and looks whether a test notices.
 
-A mutant is compiled alone and linked in front of the library into the programs of the unit tests. These run
-in a sandbox where the machine is read-only, since a mutant of the removal guard removes what it finds. First
-the tests run whose files are named for the unit, then all others of the programs that link it. The first
-failure, crash or overrun kills the mutant; one that nothing notices survives.
+A mutant is compiled alone and linked in front of the library into the programs of the unit tests; one of the
+tools into the program of theirs, and into the tool that these start. The tests run in a sandbox where the machine is
+read-only, since a mutant of the removal guard removes what it finds. First the tests run whose files are named for
+the unit, then all others of the programs that link it. The first failure, crash or overrun kills the mutant; one that
+nothing notices survives.
 """
 
 import argparse
@@ -43,10 +44,14 @@ LEAST_TIME_LIMIT = 10  # seconds, and thrice what the cases take without a mutan
 PLAIN_TIME_LIMIT = 300
 GONE = ("killed", "overran")
 LEAST_SHARE = 95.0  # percent of the mutants, killed: below it the run fails
-# Sources that no library has, and the tests that have them as a part.
-INCLUDED = {"src/main/main.cpp": "tests/main/main_fakes_CLog_test.cpp"}
+# Sources that no library has, and what has them as a part: a test, or their tool.
+INCLUDED = {"src/main/main.cpp": "tests/main/main_fakes_CLog_test.cpp", "tools/log/main.cpp": "tools/log/main.cpp"}
 # The program of all tests that take the place of nothing.
 ALL_UNITS = "unit_tests"
+# The one program of the tests of the tools, and the tool that it starts.
+ALL_TOOLS = "tools_tests"
+TOOL = "tanexics-log"
+LIBRARY = re.compile(r"libtanexics_(?:core|outcome|log_core)\.a\((\S+)\.o\)")
 # Many cases sleep, or wait for a shell: more than a second's worth of them runs as so many processes at once.
 SHARDS = 4
 
@@ -59,7 +64,8 @@ def run(words, **options):
 class Base:
     """The unmutated build: how each file is compiled, each test linked, and how long each runs."""
 
-    def __init__(self, folder, jobs):
+    def __init__(self, folder, jobs, paths):
+        """`paths`: the files that will be mutated; only what they need is built."""
         self.folder, self.jobs = folder, jobs
         self.tree, self.build = folder / "tree", folder / "build"
         self.plain, self.plain_locks = {}, defaultdict(threading.Lock)
@@ -70,22 +76,22 @@ class Base:
         linker = ["-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld"] if shutil.which("ld.lld") else []
         self.must(["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                    "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -DNDEBUG", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", *linker])
-        alone = [path.stem for path in (self.tree / "tests").rglob("*_test.cpp")
+        alone = [path for path in sorted((self.tree / "tests").rglob("*_test.cpp"))
                  if "_fakes_" in path.stem or path.stem == "CTemp_static_test"]
-        self.tests = [ALL_UNITS, *sorted(alone)]
+        self.of_tools = {ALL_TOOLS, *(path.stem for path in alone if path.parent.name == "tools")}
+        kinds = set(map(is_tool, paths))
+        self.tests = [test for test in (ALL_UNITS, ALL_TOOLS, *(path.stem for path in alone))
+                      if (test in self.of_tools) in kinds]
         self.must(["ninja", "-C", self.build, "-j", str(self.jobs), *self.tests])
         self.compile = {os.path.relpath(entry["file"], self.tree): shlex.split(entry["command"])
                         for entry in json.loads((self.build / "compile_commands.json").read_text())}
-        self.link = {test: self.link_command(test) for test in self.tests}
+        self.link = {test: self.link_command(f"tests/{test}") for test in self.tests}
+        if ALL_TOOLS in self.tests:
+            self.link[TOOL] = self.link_command(TOOL)
         with concurrent.futures.ThreadPoolExecutor(self.jobs) as pool:
             self.units = dict(zip(self.tests, pool.map(self.units_of, self.tests)))
-        # The cases of the program of all units, by the file that they stand in.
-        listing = self.folder / "cases.json"
-        self.must([self.build / "tests" / ALL_UNITS, "--gtest_list_tests", f"--gtest_output=json:{listing}"])
-        self.cases = defaultdict(list)
-        for suite in json.loads(listing.read_text())["testsuites"]:
-            for case in suite["testsuite"]:
-                self.cases[Path(case["file"]).stem].append(f"{suite['name']}.{case['name']}")
+        # The cases of the programs of many files, by the file that they stand in.
+        self.cases = {test: self.cases_of(test) for test in (ALL_UNITS, ALL_TOOLS) if test in self.tests}
 
     @staticmethod
     def must(words):
@@ -93,8 +99,17 @@ class Base:
         if done.returncode != 0:
             sys.exit(done.stdout)
 
-    def link_command(self, test):
-        command = run(["ninja", "-C", self.build, "-t", "commands", "-s", f"tests/{test}"], check=True).stdout
+    def cases_of(self, test):
+        listing = self.folder / "cases.json"
+        self.must([self.build / "tests" / test, "--gtest_list_tests", f"--gtest_output=json:{listing}"])
+        cases = defaultdict(list)
+        for suite in json.loads(listing.read_text())["testsuites"]:
+            for case in suite["testsuite"]:
+                cases[Path(case["file"]).stem].append(f"{suite['name']}.{case['name']}")
+        return cases
+
+    def link_command(self, target):
+        command = run(["ninja", "-C", self.build, "-t", "commands", "-s", target], check=True).stdout
         return shlex.split(command.split("&&")[1])
 
     def units_of(self, test):
@@ -102,13 +117,11 @@ class Base:
         with tempfile.NamedTemporaryFile(dir=self.folder) as output:
             traced = self.link_words(test, [], output.name) + ["-Wl,--trace"]
             listed = run(traced, cwd=self.build).stdout
-        return set(re.findall(r"libtanexics_core\.a\((\S+)\.o\)", listed))
+        return set(LIBRARY.findall(listed))
 
-    def link_words(self, test, objects, output):
-        # An object of the mutant comes before the library; that of a test that includes it, in its place.
-        own = f"/{test}.cpp.o"
-        is_replaced = bool(objects) and any(Path(name).stem == test for name in INCLUDED.values())
-        words = [word for word in self.link[test] if not (is_replaced and word.endswith(own))]
+    def link_words(self, test, objects, output, replaced=None):
+        # An object of the mutant comes before the library, or in the place of `replaced`.
+        words = [word for word in self.link[test] if not (replaced and word.endswith(replaced))]
         at = words.index("-o")
         words[at + 1] = str(output)
         return words[: at + 2] + [str(name) for name in objects] + words[at + 2 :]
@@ -130,9 +143,11 @@ class Base:
             raise RuntimeError(f"{test} does not come to its end without a mutant:\n{done.stdout[-2000:]}")
         return {name: int(ms) / 1000 for outcome, name, ms in outcomes if outcome == "OK"}
 
-    def execute(self, program, cases=None):
-        """Runs these cases of a program up to the first that fails; without cases, all of them to the end."""
-        words = SANDBOX + ["--ro-bind", str(self.folder), str(self.folder), str(program)]
+    def execute(self, program, cases=None, tool=None):
+        """Runs these cases of a program up to the first that fails; without cases, all of them to the end. `tool`
+        takes the place of the one that was built."""
+        words = SANDBOX + ["--ro-bind", str(self.folder), str(self.folder)]
+        words += (["--ro-bind", str(tool), str(self.build / TOOL)] if tool else []) + [str(program)]
         if cases:
             words += ["--gtest_fail_fast", "--gtest_filter=" + ":".join(cases)]
         shards = SHARDS
@@ -185,7 +200,7 @@ class Trial:
         with tempfile.TemporaryDirectory(dir=self.base.folder) as folder:
             self.folder = Path(folder)
             # The folder is an include directory too, for the one source that a test includes: main.cpp.
-            source = self.folder / Path(self.mutant.path).relative_to("src")
+            source = self.folder.joinpath(*Path(self.mutant.path).parts[1:])
             source.parent.mkdir(parents=True)
             text = (self.base.tree / self.mutant.path).read_text()
             source.write_text(self.mutant.apply(text))
@@ -232,22 +247,31 @@ class Trial:
         """The programs that have the unit in them, each with its cases: those that are named for the unit, or all
         others."""
         path = self.mutant.path
-        named = {case for file, cases in self.base.cases.items() if self.is_own(file) for case in cases}
         for test in self.base.tests:
-            has_unit = Path(path).name in self.base.units[test] or test == Path(INCLUDED.get(path, "")).stem
-            if not has_unit or own and not (self.is_own(test) or test == ALL_UNITS):
+            if is_tool(path) != (test in self.base.of_tools):
+                continue
+            files = self.base.cases.get(test, {})
+            named = {case for file, cases in files.items() if self.is_own(file) for case in cases}
+            if test == ALL_TOOLS and not named:  # the unit has no file of its own: all cases are
+                named = set(self.base.times(test))
+            has_unit = (Path(path).name in self.base.units[test] or test == Path(INCLUDED.get(path, "")).stem
+                        or test == ALL_TOOLS)
+            if not has_unit or own and not (self.is_own(test) or files):
                 continue
             yield test, {case: seconds for case, seconds in self.base.times(test).items()
-                         if own == (self.is_own(test) or (test == ALL_UNITS and case in named))}
+                         if own == (self.is_own(test) or case in named)}
 
     def is_own(self, test):
         return test.startswith(f"{Path(self.mutant.path).stem}_")
 
-    def program(self, test):
-        """The test's program with the mutant in it; None where it does not link."""
-        program = self.folder / test
+    def program(self, target):
+        """The test's program, or the tool, with the mutant in it; None where it does not link."""
+        path, program = self.mutant.path, self.folder / target
+        if path in INCLUDED and target == ALL_TOOLS:
+            return self.base.build / "tests" / target
+        replaced = f"/{Path(INCLUDED[path]).name}.o" if path in INCLUDED else None
         if not program.exists():
-            linked = run(self.base.link_words(test, [self.object], program), cwd=self.base.build)
+            linked = run(self.base.link_words(target, [self.object], program, replaced), cwd=self.base.build)
             if linked.returncode != 0:
                 return None
         return program
@@ -255,11 +279,12 @@ class Trial:
     def outcome(self, test, cases):
         if not cases:
             return "survived"
+        tool = self.program(TOOL) if test == ALL_TOOLS else None
         program = self.program(test)
-        if program is None:
+        if program is None or (test == ALL_TOOLS and tool is None):
             return "stillborn"
         try:
-            done = self.base.execute(program, cases)
+            done = self.base.execute(program, cases, tool)
         except subprocess.TimeoutExpired:
             return "overran"
         return "survived" if done.returncode == 0 else "killed"
@@ -290,13 +315,17 @@ def keys_of(path):
     return keys
 
 
-def sources():
-    return sorted(str(path.relative_to(ROOT)) for path in (ROOT / "src").rglob("*.cpp"))
+def is_tool(path):
+    return path.startswith("tools/")
+
+
+def sources(folder):
+    return sorted(str(path.relative_to(ROOT)) for path in (ROOT / folder).rglob("*.cpp"))
 
 
 def outdated_judgements():
     """Those whose line has changed: the mutant that stands there now has not been looked at."""
-    known = {key for path in sources() for key in keys_of(path).values()}
+    known = {key for path in sources("src") + sources("tools") for key in keys_of(path).values()}
     return [key for key in judgements() if key not in known]
 
 
@@ -312,7 +341,8 @@ def arguments():
 
 
 def chosen(options):
-    found = [mutant for name in options.files or sources() for mutant in mutants_of(name, (ROOT / name).read_text())]
+    names = options.files or sources("src")
+    found = [mutant for name in names for mutant in mutants_of(name, (ROOT / name).read_text())]
     if options.sample is not None and options.sample < len(found):
         seed = random.randrange(1 << 32) if options.seed is None else options.seed
         print(f"{options.sample} of {len(found)} mutants, --seed {seed}")
@@ -381,7 +411,8 @@ def main():
     with contextlib.nullcontext(options.folder) if options.folder else tempfile.TemporaryDirectory() as folder:
         folder = Path(folder).resolve()
         folder.mkdir(parents=True, exist_ok=True)
-        verdicts = tried(Base(folder, options.jobs), mutants, keys, options.jobs)
+        base = Base(folder, options.jobs, {mutant.path for mutant in mutants})
+        verdicts = tried(base, mutants, keys, options.jobs)
     return 0 if report(mutants, verdicts, keys) else 1
 
 

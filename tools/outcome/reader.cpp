@@ -185,7 +185,8 @@ void Reader::onText(std::string_view text) {
     closeIfEnded(pid);
     return;
   }
-  // Texts meet where the head between them is lost, and no other process can have written it.
+  // Texts meet where the head between them is lost, and no other process is known to have written
+  // it.
   const auto readings = readingsOf(text, 8);
   Live& own = live(pid);
   ++own.run.torn;
@@ -195,6 +196,7 @@ void Reader::onText(std::string_view text) {
     if (m_keepLines) own.run.lines.push_back(own.head + std::string(text));
     return;
   }
+  own.isPatched = true;
   for (const Message& one : readings.front()) addToRun(pid, one, false);
   closeIfEnded(pid);
 }
@@ -218,6 +220,7 @@ void Reader::onStrayText(std::string_view text) {
   } else if (m_live.size() == 1) {
     const int pid = m_live.begin()->first;
     ++m_live.begin()->second.run.torn;
+    m_live.begin()->second.isPatched = true;
     addToRun(pid, message, false);
     closeIfEnded(pid);
   }
@@ -273,8 +276,9 @@ void Reader::addToRun(int pid, const Message& message, bool isVague) {
   std::vector<Progress>& all = own.progress;
   const auto refuses = [&message](const Progress& one) { return !one.accepts(message); };
   if (std::all_of(all.begin(), all.end(), refuses)) {
-    // Lines of the run are lost. Where others write as well, a text may have gone to the wrong one.
-    if (m_live.size() > 1) tearAll();
+    // Lines of the run are lost. Where others write as well, a text may have gone to the wrong one;
+    // one without a head may be of a process whose head stands before the beginning of the log.
+    if (m_live.size() > 1 || own.isPatched) tearAll();
     ++own.run.torn;
   } else {
     all.erase(std::remove_if(all.begin(), all.end(), refuses), all.end());

@@ -46,6 +46,7 @@ class Reader {
     unsigned long order = 0;    // of the first line
     std::string head;           // of the line that waits for its text
     bool awaitsAnswer = false;  // the last exchange has no answer yet
+    bool isPatched = false;     // it was given a text that had no head of its own
     bool isTorn = false;        // its lines cannot be told from those of others
     bool isDisputed = false;    // another run had its process id meanwhile
     bool isRest = false;        // of a run that was closed with another of its process id

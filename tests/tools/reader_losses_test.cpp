@@ -1,0 +1,219 @@
+// What is lost, met or torn in a log, and what may still be said of its runs.
+
+#include "outcome/reader.h"
+
+#include <gtest/gtest.h>
+
+#include "tools/logbytes.h"
+
+namespace {
+
+constexpr char kTornText[] = "RM_Communicate done (code='0";
+constexpr char kCancel[] =
+    "(CSendInfo::SendInfo) Cancel sending investigation information, because connection status is "
+    "not operating. (status=131072) \n";
+constexpr char kChild[] = "VUQ90004L : pid=7843,wstat=00000000";
+
+/// Messages with another one in a place.
+Texts replaced(Texts messages, std::size_t at, const std::string& message) {
+  messages[at] = message;
+  return messages;
+}
+
+Texts inserted(Texts messages, std::size_t at, const std::string& message) {
+  messages.insert(messages.begin() + static_cast<std::ptrdiff_t>(at), message);
+  return messages;
+}
+
+std::string linesFrom(int pid, const Texts& messages, std::size_t first) {
+  return linesOf(pid, {messages.begin() + static_cast<std::ptrdiff_t>(first), messages.end()});
+}
+
+std::string linesUpTo(int pid, const Texts& messages, std::size_t last) {
+  return linesOf(pid, {messages.begin(), messages.begin() + static_cast<std::ptrdiff_t>(last)});
+}
+
+TEST(Losses, RunAlone_IsWhatIsCertain) {
+  const struct {
+    const char* what;
+    Texts messages;
+    const char* verdict;
+    const char* reason;
+    int torn;
+  } rows[] = {
+      {"two answers met",
+       {kStartedLine, kStartComm, loopLine(1, 1), incidentCall(1, 1),
+        doneLine(-1) + dataCall("/a") + doneLine(0), kOk, kElapsedLine, exitLine(0)},
+       "partly",
+       "1 of 2 exchanges failed: notification 1: -1",
+       1},
+      {"an answer met a message of no part in the outcome",
+       replaced(incident({0, -1}), 6, kChild + doneLine(-1)), "partly",
+       "1 of 2 exchanges failed: /file1: -1", 1},
+      {"a torn line before communication", inserted(incident({0, 0}), 1, kTornText), "unknown",
+       "1 line missing or torn", 1},
+      {"a torn line, and no communication",
+       {kStartedLine, kTornText, kElapsedLine, exitLine(1)},
+       "unknown",
+       "1 line missing or torn",
+       1},
+      {"a refusal after answers",
+       {kStartedLine, kStartComm, loopLine(1, 1), incidentCall(1, 1), doneLine(-1), dataCall("/a"),
+        doneLine(-1), "EventType param error.", kElapsedLine, exitLine(68)},
+       "refused",
+       "2 of 2 exchanges failed: notification 1: -1",
+       1},
+      {"an answer too many", inserted(incident({-1, -1}), 5, doneLine(-1)), "unknown",
+       "3 lines missing or torn", 3},
+      {"a refusal after the second file's line",
+       {kStartedLine, kStartComm, loopLine(2, 2), "EventType param error.", kElapsedLine,
+        exitLine(68)},
+       "unknown",
+       "2 lines missing or torn",
+       2},
+      {"a refusal after a transfer",
+       {kStartedLine, kStartComm, dataCall("/a"), "EventType param error.", kElapsedLine,
+        exitLine(68)},
+       "unknown",
+       "2 lines missing or torn",
+       2},
+      {"a refusal after the last line of a transmission",
+       {kStartedLine, kStartComm, loopLine(1, 1), incidentCall(1, 1), kOk,
+        "EventType param error."},
+       "unknown",
+       "the end is not in the log",
+       2},
+      {"the call of another file", replaced(incident({0, 0, 0, 0}), 3, incidentCall(2, 2)),
+       "unknown", "2 lines missing or torn", 2},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    const std::vector<outcome::Run> runs = runsOf(linesOf(7, row.messages));
+    ASSERT_EQ(runs.size(), 1u);
+    EXPECT_STREQ(wordOf(runs[0].verdict), row.verdict);
+    EXPECT_EQ(runs[0].reason, row.reason);
+    EXPECT_EQ(runs[0].torn, row.torn);
+  }
+}
+
+TEST(Losses, TextBetweenTwoHeadsOfARun_MayHaveToldOfAMissingFile) {
+  const Texts run = incident({0, 0});
+  const outcome::Run found = runsOf(linesUpTo(7, run, 1) + headOf(7) + linesFrom(7, run, 1)).at(0);
+  EXPECT_STREQ(wordOf(found.verdict), "unknown");
+  EXPECT_EQ(found.reason, "1 line missing or torn");
+}
+
+TEST(Losses, CallsThatMet_AreBothRead) {
+  Texts messages = incident({0, 0});
+  messages[2] += messages[3];
+  messages.erase(messages.begin() + 3);
+  const outcome::Run run = runsOf(linesOf(7, messages)).at(0);
+  EXPECT_STREQ(wordOf(run.verdict), "delivered");
+  EXPECT_EQ(run.identity, "42");
+  EXPECT_EQ(run.exchanges.size(), 2u);
+}
+
+TEST(Losses, BesideAnotherRun_LeaveBothOpen) {
+  const Texts run = incident({0, 0});
+  const struct {
+    const char* what;
+    std::string between;  // two runs of which one is after its call, and one after its start
+  } rows[] = {
+      {"two heads", headOf(5)},
+      {"texts that met", headOf(5) + doneLine(0) + doneLine(0) + '\n'},
+      {"a text without a head", doneLine(0) + '\n'},
+      {"a line feed too many", "\n"},
+      {"an answer of nobody", headOf(6) + doneLine(0) + '\n'},
+      {"texts that fit nobody", headOf(5) + headOf(6) + exitLine(0) + kOk + "\n\n"},
+      {"one text for two", headOf(5) + headOf(6) + kChild + headOf(5) + headOf(6) + kChild},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    const std::vector<outcome::Run> runs =
+        runsOf(linesUpTo(5, run, 4) + linesUpTo(6, run, 2) + row.between + linesFrom(5, run, 4) +
+               linesFrom(6, run, 2));
+    ASSERT_EQ(verdictsOf(runs), (Texts{"5 unknown", "6 unknown"}));
+    for (const outcome::Run& one : runs) {
+      EXPECT_EQ(one.reason, "its lines are torn: which of them are its own cannot be told");
+    }
+  }
+}
+
+TEST(Losses, TextOfAProcessWhoseHeadIsBeforeTheLog_IsNotOfTheOneRunThatIsKnown) {
+  const Texts run = incident({-1, -1});
+  const struct {
+    const char* what;
+    std::string log;
+  } rows[] = {
+      {"between lines", linesUpTo(5, run, 4) + doneLine(0) + '\n' + linesFrom(5, run, 4)},
+      {"after a head", linesUpTo(5, run, 4) + headOf(5) + doneLine(0) + doneLine(-1) + "\n\n" +
+                           linesFrom(5, run, 5)},
+      {"where the run gets no answer",
+       linesUpTo(5, run, 7) + doneLine(0) + '\n' + linesFrom(5, run, 7)},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(verdictsOf(runsOf(row.log)), Texts{"5 unknown"}) << row.what;
+  }
+}
+
+TEST(Losses, LogEndsAmongTornLines_TheyAreCounted) {
+  const Texts run = incident({0, 0});
+  const auto runs = runsOf(linesUpTo(5, run, 4) + linesUpTo(6, run, 4) + headOf(5) + headOf(6) +
+                           doneLine(0) + '\n');
+  ASSERT_EQ(verdictsOf(runs), (Texts{"5 unknown", "6 unknown"}));
+  for (const outcome::Run& one : runs) EXPECT_EQ(one.torn, 1);
+}
+
+TEST(Torn, AnswersOfTwoRuns_AreOfNeither) {
+  const Texts run = incident({0, 0});
+  const auto runs =
+      runsOf(linesUpTo(5, run, 4) + linesUpTo(6, run, 4) + headOf(5) + headOf(6) + doneLine(0) +
+             doneLine(-1) + "\n\n" + linesFrom(5, run, 5) + linesFrom(6, run, 5));
+  ASSERT_EQ(verdictsOf(runs), (Texts{"5 unknown", "6 unknown"}));
+  for (const outcome::Run& one : runs) {
+    EXPECT_EQ(one.exchanges.at(0).code, std::nullopt);
+    EXPECT_EQ(one.exchanges.at(0).error, std::nullopt);
+    EXPECT_EQ(one.exchanges.at(1).code, 0);
+  }
+}
+
+TEST(Torn, BeginningAfterADisputedRun_IsARun) {
+  const Texts run = incident({0, 0});
+  const auto runs =
+      runsOf(linesUpTo(5, run, 5) + linesOf(5, run) + headOf(5) + headOf(6) + kStartedLine +
+             kStartedLine + "\n\n" + linesFrom(5, run, 1) + linesFrom(6, run, 1));
+  EXPECT_EQ(verdictsOf(runs), (Texts{"5 unknown", "5 unknown", "5 delivered", "6 delivered"}));
+}
+
+TEST(Pieces, LineFeedWithinALine_IsNone) {
+  const Texts run = incident({0, 0});
+  const Texts refused = {kStartedLine, kCancel, kElapsedLine, exitLine(1)};
+  EXPECT_EQ(verdictsOf(runsOf(linesUpTo(5, run, 4) + linesOf(6, refused) + linesFrom(5, run, 4))),
+            (Texts{"6 not-sent", "5 delivered"}));
+}
+
+TEST(Pieces, NumberThatLooksLikeItsEnd_IsRead) {
+  for (const std::string number : {"4\",HOSTNAME=\"a\",PART=\"b", "4\",HOSTNAME=\"a",
+                                   "4\",HOSTNAME=\"a\",PART=\"1\",TOTAL=\"x"}) {
+    const outcome::Run run =
+        runsOf(linesOf(7, replaced(incident({0, 0}), 3, incidentCall(1, 1, number)))).at(0);
+    EXPECT_STREQ(wordOf(run.verdict), "delivered") << number;
+    ASSERT_TRUE(run.identity && run.host);
+    EXPECT_EQ(*run.identity + "\",HOSTNAME=\"" + *run.host, number + "\",HOSTNAME=\"db01");
+  }
+}
+
+TEST(Pieces, DateThatIsNoHead_IsText) {
+  for (const std::string date :
+       {"2026/11/21 23:30:33 7 x", "2026/11/21 23:30:33    -7 x", "2026/11/21 23:30:33      7 x",
+        "2026/11/21 23:30:33 x", "2026/11/21 23:30:33     7x", "2026/11/21T23:30:33     7 x",
+        "2026/11/2a 23:30:33     7 x"}) {
+    const std::string path = "/log of " + date;
+    const outcome::Run run =
+        runsOf(linesOf(7, replaced(incident({0, 0}), 5, dataCall(path)))).at(0);
+    EXPECT_STREQ(wordOf(run.verdict), "delivered") << date;
+    EXPECT_EQ(run.exchanges.at(1).path, path);
+  }
+}
+
+}  // namespace

@@ -118,6 +118,7 @@ TEST(Losses, BesideAnotherRun_LeaveBothOpen) {
   const struct {
     const char* what;
     std::string between;  // two runs of which one is after its call, and one after its start
+    std::size_t next = 4;
   } rows[] = {
       {"two heads", headOf(5)},
       {"texts that met", headOf(5) + doneLine(0) + doneLine(0) + '\n'},
@@ -125,13 +126,14 @@ TEST(Losses, BesideAnotherRun_LeaveBothOpen) {
       {"a line feed too many", "\n"},
       {"an answer of nobody", headOf(6) + doneLine(0) + '\n'},
       {"texts that fit nobody", headOf(5) + headOf(6) + exitLine(0) + kOk + "\n\n"},
+      {"texts that met and fit", headOf(5) + doneLine(0) + dataCall("/a") + '\n', 6},
       {"one text for two", headOf(5) + headOf(6) + kChild + headOf(5) + headOf(6) + kChild},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
     const std::vector<outcome::Run> runs =
-        runsOf(linesUpTo(5, run, 4) + linesUpTo(6, run, 2) + row.between + linesFrom(5, run, 4) +
-               linesFrom(6, run, 2));
+        runsOf(linesUpTo(5, run, 4) + linesUpTo(6, run, 2) + row.between +
+               linesFrom(5, run, row.next) + linesFrom(6, run, 2));
     ASSERT_EQ(verdictsOf(runs), (Texts{"5 unknown", "6 unknown"}));
     for (const outcome::Run& one : runs) {
       EXPECT_EQ(one.reason, "its lines are torn: which of them are its own cannot be told");
@@ -153,6 +155,17 @@ TEST(Losses, TextOfAProcessWhoseHeadIsBeforeTheLog_IsNotOfTheOneRunThatIsKnown) 
   };
   for (const auto& row : rows) {
     EXPECT_EQ(verdictsOf(runsOf(row.log)), Texts{"5 unknown"}) << row.what;
+  }
+}
+
+TEST(Losses, HeadLostBeforeCommunication_MayHaveCostAMissingFileItsLine) {
+  const Texts run = incident({0, 0});
+  for (const std::string& lost : {kStartComm + std::string("\n") + linesFrom(5, run, 2),
+                                  '\n' + headOf(5) + run[1] + '\n' + linesFrom(5, run, 2)}) {
+    const std::string log = linesUpTo(5, run, 1) + (lost.front() == '\n' ? headOf(5) : "") + lost;
+    const std::vector<outcome::Run> runs = runsOf(log);
+    ASSERT_EQ(verdictsOf(runs), Texts{"5 unknown"}) << log;
+    EXPECT_EQ(runs[0].reason, "1 line missing or torn");
   }
 }
 

@@ -164,6 +164,10 @@ void Reader::onLineFeed() {
     --m_unfinished;
   } else if (m_live.size() > 1) {
     tearAll();  // a head or a text is missing, and nobody knows whose
+  } else if (m_waiting != 0) {
+    patch(live(m_waiting));  // its text may come all the same
+    ++live(m_waiting).run.torn;
+    m_waiting = 0;
   }
 }
 
@@ -196,9 +200,15 @@ void Reader::onText(std::string_view text) {
     if (m_keepLines) own.run.lines.push_back(own.head + std::string(text));
     return;
   }
-  own.isPatched = true;
+  patch(own);
   for (const Message& one : readings.front()) addToRun(pid, one, false);
   closeIfEnded(pid);
+}
+
+/// The run is given a text that had no head of its own: lines of it may be lost there as well.
+void Reader::patch(Live& live) {
+  live.isPatched = true;
+  for (Progress& one : live.progress) one.lose();
 }
 
 /// A text without a head.
@@ -219,8 +229,8 @@ void Reader::onStrayText(std::string_view text) {
     tearAll();
   } else if (m_live.size() == 1) {
     const int pid = m_live.begin()->first;
+    patch(m_live.begin()->second);
     ++m_live.begin()->second.run.torn;
-    m_live.begin()->second.isPatched = true;
     addToRun(pid, message, false);
     closeIfEnded(pid);
   }

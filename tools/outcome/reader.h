@@ -57,6 +57,7 @@ class Reader {
   void onText(std::string_view text);
   void onLineFeed();
   void onStrayText(std::string_view text);
+  static void patch(Live& live);
   void onTornText(std::string_view text);
   void settle();
   void take(int pid, const Written& written, const std::vector<Progress>& progress);

@@ -17,12 +17,12 @@
 #include "common/base/pathparts.h"
 #include "common/base/shell.h"
 #include "log/linehead.h"
-#include "log/logpath.h"
 
 CLog gLog;
 
 namespace {
 
+constexpr char kDefaultLogPath[] = "/var/opt/QZKBsoftmsg/log/msg_action.log";
 constexpr char kTraceLevel[] = "LOG_LEVEL_TRACE";
 constexpr char kSystemLogWord[] = "QZKBsoftmsg";
 

@@ -12,7 +12,7 @@
 /// every line examines, opens, writes and closes the file anew, so that an operator may move or
 /// empty it at any time. No operation reports an error to its caller: a file that cannot be opened
 /// shows on standard error and loses the line; a failed write or copy shows nowhere.
-/// `docs/action-log.md` describes the file.
+/// The page tanexics-action-log(5) describes the file.
 class CLog {
  public:
   /// What a message is formatted into, terminator included.
@@ -51,6 +51,9 @@ class CLog {
   /// syslog(3) then takes it as its format, in which "%m" and "%%" mean what they always mean and
   /// every other "%" itself. Works without `init` and at every level; never touches the file.
   void slog(const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+  /// The file that `init` has chosen; empty before it. Valid until the next `init`.
+  const std::string& path() const { return m_logPath; }
 
   /// Whether trace lines are written: for callers whose trace texts cost something to build.
   bool isTraceOn() const { return m_traceOn == 1; }

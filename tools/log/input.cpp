@@ -7,12 +7,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdlib>
 #include <cstring>
 #include <thread>
 
 #include "common/base/descriptor.h"
-#include "log/logpath.h"
+#include "log/CLog.h"
 
 namespace {
 
@@ -52,8 +51,9 @@ std::string readToEnd(int file, const std::function<bool(std::string_view)>& tak
 std::vector<Log> logsOf(const std::vector<std::string>& words) {
   std::vector<Log> logs;
   if (words.empty()) {
-    const char* named = std::getenv("TANEX_LOG");
-    const std::string log = named == nullptr ? kDefaultLogPath : named;
+    CLog written;
+    written.init(nullptr, nullptr);
+    const std::string& log = written.path();
     if (isThere(olderOf(log)) && olderOf(log) != log) return {{{olderOf(log), log}}};
     return {{{log}}};
   }

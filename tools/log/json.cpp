@@ -5,7 +5,6 @@
 using nlohmann::ordered_json;
 using outcome::Encoding;
 using outcome::Exchange;
-using outcome::Mode;
 using outcome::Run;
 
 namespace {
@@ -24,10 +23,7 @@ ordered_json timeOrNull(const std::string& time) {
 }
 
 ordered_json requestOrNull(const std::optional<unsigned>& request) {
-  if (!request) return {};
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%x", *request);
-  return text;
+  return request ? ordered_json(outcome::requestText(*request)) : ordered_json();
 }
 
 ordered_json exchangeOf(const Exchange& exchange, Encoding encoding) {
@@ -41,22 +37,6 @@ ordered_json exchangeOf(const Exchange& exchange, Encoding encoding) {
 }
 
 }  // namespace
-
-const char* wordOf(Mode mode) {
-  switch (mode) {
-    case Mode::kIncident:
-      return "incident";
-    case Mode::kErrorEvent:
-      return "error-event";
-    case Mode::kEvent:
-      return "event";
-    case Mode::kType1:
-      return "type1";
-    case Mode::kNone:
-      break;
-  }
-  return nullptr;
-}
 
 std::string isoTime(std::string time) {
   constexpr std::size_t kPlaces[] = {4, 7};

@@ -10,9 +10,6 @@
 /// does not tell. Texts are made readable. `log`: the path of the log, in bytes.
 std::string jsonOf(const outcome::Run& run, const std::string& log, outcome::Encoding encoding);
 
-/// The word for a mode, such as "error-event"; null for none. A static text.
-const char* wordOf(outcome::Mode mode);
-
 /// A time of the log, "YYYY/MM/DD HH:MM:SS", as ISO 8601 has it: "YYYY-MM-DDTHH:MM:SS", local and
 /// without a zone.
 std::string isoTime(std::string time);

@@ -8,6 +8,7 @@
 #include "log/pagestyle.h"
 #include "loopback/bytes.h"
 
+using outcome::counted;
 using outcome::Encoding;
 using outcome::Exchange;
 using outcome::Run;
@@ -36,10 +37,6 @@ constexpr Kind kKinds[] = {
 std::size_t indexOf(Verdict verdict) { return static_cast<std::size_t>(verdict); }
 
 std::string number(std::size_t value) { return std::to_string(value); }
-
-std::string counted(std::size_t value, const std::string& one) {
-  return number(value) + ' ' + one + (value == 1 ? "" : "s");
-}
 
 /// Text as it stands between tags and in attributes.
 std::string escaped(std::string_view text) {
@@ -122,17 +119,13 @@ std::string dayOf(const Run& run) {
 
 // --- a run ---------------------------------------------------------------------------------------
 
-bool isFine(const Exchange& exchange) {
-  return exchange.code == 0 && exchange.error.has_value() && exchange.error->empty();
-}
-
 /// Which exchanges of a run are listed: all, or so many that failed, then the first ones.
 std::vector<bool> chosenOf(const std::vector<Exchange>& exchanges) {
   std::vector<bool> chosen(exchanges.size());
   std::size_t free = Page::kMostExchanges;
   for (const bool fine : {false, true}) {
     for (std::size_t at = 0; at < exchanges.size() && free > 0; ++at) {
-      if (isFine(exchanges[at]) != fine) continue;
+      if (isAccepted(exchanges[at]) != fine) continue;
       chosen[at] = true;
       --free;
     }
@@ -141,13 +134,11 @@ std::vector<bool> chosenOf(const std::vector<Exchange>& exchanges) {
 }
 
 std::string exchangeItem(const Exchange& exchange, Encoding encoding) {
-  const char* state = isFine(exchange) ? "zero" : exchange.code ? "failed" : "open";
+  const char* state = isAccepted(exchange) ? "zero" : exchange.code ? "failed" : "open";
   std::string html = std::string("<li class=\"") + state + "\"><span class=\"kind\">" +
                      (exchange.isData ? "data" : "notification") + "</span>";
   if (exchange.request) {
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%x", *exchange.request);
-    html += std::string(" <code class=\"request\">") + text + "</code>";
+    html += " <code class=\"request\">" + outcome::requestText(*exchange.request) + "</code>";
   }
   if (exchange.part) {
     html += " <span class=\"part\">part " + std::to_string(*exchange.part) + "</span>";

@@ -6,14 +6,6 @@ namespace outcome {
 
 namespace {
 
-std::string counted(std::size_t number, const std::string& one) {
-  return std::to_string(number) + ' ' + one + (number == 1 ? "" : "s");
-}
-
-bool isAccepted(const Exchange& exchange) {
-  return exchange.code == 0 && exchange.error.has_value() && exchange.error->empty();
-}
-
 std::string subjectOf(const Exchange& exchange) {
   if (exchange.isData) return exchange.path.value_or("a transfer");
   const std::string part = exchange.part ? ' ' + std::to_string(*exchange.part) : "";
@@ -63,22 +55,6 @@ std::string unknownReason(const Run& run, Doubt doubt) {
 }
 
 }  // namespace
-
-const char* wordOf(Verdict verdict) {
-  switch (verdict) {
-    case Verdict::kDelivered:
-      return "delivered";
-    case Verdict::kPartly:
-      return "partly";
-    case Verdict::kRefused:
-      return "refused";
-    case Verdict::kNotSent:
-      return "not-sent";
-    case Verdict::kUnknown:
-      break;
-  }
-  return "unknown";
-}
 
 std::string reasonOf(const Run& run, Doubt doubt) {
   constexpr int kNoTempDir = 78;

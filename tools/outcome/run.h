@@ -22,6 +22,12 @@ const char* wordOf(Verdict verdict);
 /// What a run reported.
 enum class Mode { kNone, kIncident, kErrorEvent, kEvent, kType1 };
 
+/// The word for a mode, such as "error-event"; null for none. A static text.
+const char* wordOf(Mode mode);
+
+/// A request code as the log has it, such as "0x40017".
+std::string requestText(unsigned request);
+
 /// One exchange with the centre. All texts of this file are bytes of the log, in whatever encoding;
 /// what the log does not tell is empty.
 struct Exchange {
@@ -33,6 +39,12 @@ struct Exchange {
   std::optional<int> code;           ///< what the library returned
   std::optional<std::string> error;  ///< what it said of a failure; empty for nothing
 };
+
+/// Whether an exchange was answered with 0 and without an error.
+bool isAccepted(const Exchange& exchange);
+
+/// "1 run", "2 runs": `one` is the word for one of them, whose plural ends in s.
+std::string counted(std::size_t number, const std::string& one);
 
 /// One run of the command.
 struct Run {

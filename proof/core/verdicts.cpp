@@ -5,7 +5,7 @@
 #include <cstring>
 #include <nlohmann/json.hpp>
 
-#include "outcome/reader.h"
+#include "tools/outcome/reader.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <nlohmann/json.hpp>
 
 #include "fuzz/judges.h"
-#include "log/json.h"
-#include "log/metrics.h"
-#include "outcome/readable.h"
+#include "tools/log/json.h"
+#include "tools/log/metrics.h"
+#include "tools/outcome/readable.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <map>
 #include <string>
 
-#include "outcome/reader.h"
+#include "tools/outcome/reader.h"
 
 /// What the log says of runs whose verdicts are known: by process id, the right word for each.
 class ToldRuns {

@@ -1,4 +1,4 @@
-#include "outcome/explain.h"
+#include "tools/outcome/explain.h"
 
 #include <gtest/gtest.h>
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "outcome/reader.h"
 #include "support/scratch.h"
+#include "tools/outcome/reader.h"
 
 /// The head of a line.
 inline std::string headOf(int pid, const std::string& time = "2026/11/21 23:30:33") {

@@ -2,7 +2,7 @@
 //
 //     page_sample everyday|hostile|many|none FILE
 
-#include "log/page.h"
+#include "tools/log/page.h"
 
 #include <cstdio>
 #include <functional>
@@ -10,8 +10,8 @@
 #include <map>
 #include <string>
 
-#include "log/json.h"
-#include "log/writefile.h"
+#include "tools/log/json.h"
+#include "tools/log/writefile.h"
 #include "tools/pageruns.h"
 
 namespace {

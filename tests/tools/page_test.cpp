@@ -1,4 +1,4 @@
-#include "log/page.h"
+#include "tools/log/page.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "outcome/run.h"
+#include "tools/outcome/run.h"
 
 /// A notification that was answered with `code`.
 inline outcome::Exchange notificationOf(int part, int code, const std::string& error = "") {

@@ -1,6 +1,6 @@
 // Bytes of a log as people and programs may be shown them.
 
-#include "outcome/readable.h"
+#include "tools/outcome/readable.h"
 
 #include <gtest/gtest.h>
 

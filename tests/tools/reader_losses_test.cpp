@@ -1,6 +1,6 @@
 // What is lost, met or torn in a log, and what may still be said of its runs.
 
-#include "outcome/reader.h"
+#include "tools/outcome/reader.h"
 
 #include <gtest/gtest.h>
 

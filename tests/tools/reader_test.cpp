@@ -1,6 +1,6 @@
 // Runs whose lines stand one after the other, whole and with losses.
 
-#include "outcome/reader.h"
+#include "tools/outcome/reader.h"
 
 #include <gtest/gtest.h>
 

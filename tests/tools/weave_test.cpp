@@ -1,6 +1,6 @@
 // Lines of two and three processes that mix at their seams, in every way.
 
-#include "outcome/weave.h"
+#include "tools/outcome/weave.h"
 
 #include <gtest/gtest.h>
 

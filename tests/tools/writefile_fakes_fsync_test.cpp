@@ -1,4 +1,4 @@
-#include "log/writefile.h"
+#include "tools/log/writefile.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "log/writefile.h"
+#include "tools/log/writefile.h"
 
 #include <gtest/gtest.h>
 #include <sys/mount.h>

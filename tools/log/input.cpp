@@ -1,4 +1,4 @@
-#include "log/input.h"
+#include "tools/log/input.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

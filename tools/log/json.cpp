@@ -1,4 +1,4 @@
-#include "log/json.h"
+#include "tools/log/json.h"
 
 #include <nlohmann/json.hpp>
 

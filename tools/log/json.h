@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "outcome/readable.h"
-#include "outcome/run.h"
+#include "tools/outcome/readable.h"
+#include "tools/outcome/run.h"
 
 /// One JSON object without a line feed, all of whose fields are always there; null is what the log
 /// does not tell. Texts are made readable. `log`: the path of the log, in bytes.

@@ -10,16 +10,16 @@
 #include <iostream>
 
 #include "common/base/stdfds.h"
-#include "log/input.h"
-#include "log/json.h"
-#include "log/metrics.h"
-#include "log/options.h"
-#include "log/page.h"
-#include "log/plain.h"
-#include "log/writefile.h"
 #include "loopback/bytes.h"
-#include "outcome/explain.h"
-#include "outcome/reader.h"
+#include "tools/log/input.h"
+#include "tools/log/json.h"
+#include "tools/log/metrics.h"
+#include "tools/log/options.h"
+#include "tools/log/page.h"
+#include "tools/log/plain.h"
+#include "tools/log/writefile.h"
+#include "tools/outcome/explain.h"
+#include "tools/outcome/reader.h"
 
 namespace {
 

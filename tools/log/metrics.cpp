@@ -1,4 +1,4 @@
-#include "log/metrics.h"
+#include "tools/log/metrics.h"
 
 #include <algorithm>
 #include <ctime>

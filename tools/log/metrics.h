@@ -6,8 +6,8 @@
 #include <map>
 #include <string>
 
-#include "outcome/readable.h"
-#include "outcome/run.h"
+#include "tools/outcome/readable.h"
+#include "tools/outcome/run.h"
 
 /// What a monitoring system asks of action logs, in numbers. All are gauges: they tell what is in
 /// the log, and a rotation takes runs out of it, so that none of them grows for ever. Each log has

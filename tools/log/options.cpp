@@ -1,4 +1,4 @@
-#include "log/options.h"
+#include "tools/log/options.h"
 
 #include <CLI/CLI.hpp>
 #include <iostream>

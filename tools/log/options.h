@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "outcome/readable.h"
-#include "outcome/run.h"
+#include "tools/outcome/readable.h"
+#include "tools/outcome/run.h"
 
 /// Exit statuses, the later ones before the earlier: the last that applies counts.
 constexpr int kAllDelivered = 0;

@@ -1,12 +1,12 @@
-#include "log/page.h"
+#include "tools/log/page.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <utility>
 
-#include "log/json.h"
-#include "log/pagestyle.h"
 #include "loopback/bytes.h"
+#include "tools/log/json.h"
+#include "tools/log/pagestyle.h"
 
 using outcome::counted;
 using outcome::Encoding;

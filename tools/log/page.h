@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "outcome/readable.h"
-#include "outcome/run.h"
+#include "tools/outcome/readable.h"
+#include "tools/outcome/run.h"
 
 /// A page for people about the runs of one or several logs: how many had which verdict, day by day,
 /// and the runs themselves with their exchanges. One HTML file that needs nothing else, forbids

@@ -1,4 +1,4 @@
-#include "log/plain.h"
+#include "tools/log/plain.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "log/json.h"
 #include "loopback/bytes.h"
+#include "tools/log/json.h"
 
 using outcome::Run;
 using outcome::Verdict;

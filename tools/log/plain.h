@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "outcome/readable.h"
-#include "outcome/run.h"
+#include "tools/outcome/readable.h"
+#include "tools/outcome/run.h"
 
 /// How texts for people are laid out.
 struct Layout {

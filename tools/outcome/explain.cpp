@@ -1,4 +1,4 @@
-#include "outcome/explain.h"
+#include "tools/outcome/explain.h"
 
 #include <algorithm>
 #include <charconv>
@@ -8,11 +8,11 @@
 
 #include "loopback/rehearse/explanation.h"
 #include "loopback/rehearse/meaning.h"
-#include "outcome/pieces.h"
-#include "outcome/readable.h"
 #include "rmglib/catalogue.h"
 #include "rmglib/kelcom.h"
 #include "supportpage.h"
+#include "tools/outcome/pieces.h"
+#include "tools/outcome/readable.h"
 
 namespace outcome {
 

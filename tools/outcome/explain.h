@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "outcome/run.h"
+#include "tools/outcome/run.h"
 
 namespace outcome {
 

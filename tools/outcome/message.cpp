@@ -1,4 +1,4 @@
-#include "outcome/message.h"
+#include "tools/outcome/message.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "outcome/pieces.h"
+#include "tools/outcome/pieces.h"
 
 #include <charconv>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "outcome/progress.h"
+#include "tools/outcome/progress.h"
 
 #include <algorithm>
 #include <tuple>

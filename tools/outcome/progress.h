@@ -3,8 +3,8 @@
 
 #include <set>
 
-#include "outcome/message.h"
-#include "outcome/run.h"
+#include "tools/outcome/message.h"
+#include "tools/outcome/run.h"
 
 namespace outcome {
 

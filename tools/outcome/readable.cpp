@@ -1,4 +1,4 @@
-#include "outcome/readable.h"
+#include "tools/outcome/readable.h"
 
 #include <iconv.h>
 

@@ -1,12 +1,12 @@
-#include "outcome/reader.h"
+#include "tools/outcome/reader.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <optional>
 #include <set>
 
-#include "outcome/reason.h"
 #include "rmglib/kelcom.h"
+#include "tools/outcome/reason.h"
 
 namespace outcome {
 

@@ -8,10 +8,10 @@
 #include <unordered_set>
 #include <vector>
 
-#include "outcome/pieces.h"
-#include "outcome/progress.h"
-#include "outcome/run.h"
-#include "outcome/weave.h"
+#include "tools/outcome/pieces.h"
+#include "tools/outcome/progress.h"
+#include "tools/outcome/run.h"
+#include "tools/outcome/weave.h"
 
 namespace outcome {
 

@@ -1,4 +1,4 @@
-#include "outcome/reason.h"
+#include "tools/outcome/reason.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #ifndef TANEXICS_OUTCOME_REASON_H
 #define TANEXICS_OUTCOME_REASON_H
 
-#include "outcome/run.h"
+#include "tools/outcome/run.h"
 
 namespace outcome {
 

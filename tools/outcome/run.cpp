@@ -1,4 +1,4 @@
-#include "outcome/run.h"
+#include "tools/outcome/run.h"
 
 #include <cstdio>
 

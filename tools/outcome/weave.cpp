@@ -1,4 +1,4 @@
-#include "outcome/weave.h"
+#include "tools/outcome/weave.h"
 
 #include <algorithm>
 #include <functional>

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "outcome/progress.h"
+#include "tools/outcome/progress.h"
 
 namespace outcome {
 

@@ -26,14 +26,6 @@ bool Progress::operator==(const Progress& other) const {
   return valuesOf(*this) == valuesOf(other);
 }
 
-void Progress::appendTo(std::string& key) const {
-  const auto append = [&key](auto value) {
-    const auto number = static_cast<int>(value);
-    key.append(reinterpret_cast<const char*>(&number), sizeof number);
-  };
-  std::apply([&append](auto... value) { (append(value), ...); }, valuesOf(*this));
-}
-
 int Progress::expected() const {
   if (!isModeKnown || total <= 0) return 0;
   return isEvent ? 2 : 2 * total;
@@ -95,6 +87,12 @@ void Progress::lose() {
   if (!hasStarted) mayMiss = true;
 }
 
+/// Communication was started, whether its line is in the log or not.
+void Progress::start() {
+  if (!hasStarted) mayMiss = true;
+  hasStarted = true;
+}
+
 void Progress::answer(const Message& message) {
   if (message.number != 0) {
     ++failed;
@@ -134,16 +132,14 @@ void Progress::advance(const Message& message) {
       phase = Phase::kCommunicating;
       return;
     case Kind::kLoop:
-      if (!hasStarted) mayMiss = true;
-      hasStarted = true;
+      start();
       part = message.number;
       total = message.total;
       fillUp(answersBefore(part, false));
       phase = Phase::kLooped;
       return;
     case Kind::kNotification:
-      if (!hasStarted) mayMiss = true;
-      hasStarted = true;
+      start();
       isModeKnown = true;
       isEvent = isEventRequest(message.request);
       if (message.part > 0) part = message.part;
@@ -152,8 +148,7 @@ void Progress::advance(const Message& message) {
       phase = Phase::kNotifying;
       return;
     case Kind::kData:
-      if (!hasStarted) mayMiss = true;
-      hasStarted = true;
+      start();
       isModeKnown = true;
       isEvent = isEventRequest(message.request);
       if (isEvent) {
@@ -166,16 +161,14 @@ void Progress::advance(const Message& message) {
       phase = Phase::kTransferring;
       return;
     case Kind::kDone:
-      if (!hasStarted) mayMiss = true;
-      hasStarted = true;
+      start();
       if (phase == Phase::kCommunicating) ++part;
       answer(message);
       phase = phase == Phase::kNotified || phase == Phase::kTransferring ? Phase::kCommunicating
                                                                          : Phase::kNotified;
       return;
     case Kind::kSent:
-      if (!hasStarted) mayMiss = true;
-      hasStarted = true;
+      start();
       fillUp(expected());
       sent = message.number == 0 ? Sent::kOk : Sent::kError;
       phase = Phase::kSent;

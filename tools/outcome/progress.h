@@ -62,13 +62,11 @@ struct Progress {
 
   bool operator==(const Progress& other) const;
 
-  /// Appends bytes that are the same for equal objects alone.
-  void appendTo(std::string& key) const;
-
  private:
   int answered() const { return accepted + uncertain + doubtful + failed; }
   int answersBefore(int number, bool isTransfer) const;
   void fillUp(int answers);
+  void start();
   void answer(const Message& message);
 };
 

@@ -185,7 +185,7 @@ void Reader::onText(std::string_view text) {
   ++m_unfinished;
   const Message message = readMessage(text);
   if (message.kind != Kind::kUnread) {
-    addToRun(pid, message, false);
+    addToRun(pid, message);
     closeIfEnded(pid);
     return;
   }
@@ -201,7 +201,7 @@ void Reader::onText(std::string_view text) {
     return;
   }
   patch(own);
-  for (const Message& one : readings.front()) addToRun(pid, one, false);
+  for (const Message& one : readings.front()) addToRun(pid, one);
   closeIfEnded(pid);
 }
 
@@ -231,7 +231,7 @@ void Reader::onStrayText(std::string_view text) {
     const int pid = m_live.begin()->first;
     patch(m_live.begin()->second);
     ++m_live.begin()->second.run.torn;
-    addToRun(pid, message, false);
+    addToRun(pid, message);
     closeIfEnded(pid);
   }
 }
@@ -280,7 +280,7 @@ void Reader::begin(int pid) {
   m_live[pid] = std::move(next);
 }
 
-void Reader::addToRun(int pid, const Message& message, bool isVague) {
+void Reader::addToRun(int pid, const Message& message) {
   if (message.kind == Kind::kStarted) begin(pid);
   Live& own = live(pid);
   std::vector<Progress>& all = own.progress;
@@ -294,7 +294,7 @@ void Reader::addToRun(int pid, const Message& message, bool isVague) {
     all.erase(std::remove_if(all.begin(), all.end(), refuses), all.end());
   }
   for (Progress& one : all) one.advance(message);
-  note(own, message, isVague);
+  note(own, message, false);
 }
 
 /// Adds to the run what people want to know of it.

@@ -61,7 +61,7 @@ class Reader {
   void onTornText(std::string_view text);
   void settle();
   void take(int pid, const Written& written, const std::vector<Progress>& progress);
-  void addToRun(int pid, const Message& message, bool isVague);
+  void addToRun(int pid, const Message& message);
   void begin(int pid);
   void note(Live& live, const Message& message, bool isVague);
   void tearAll();

@@ -1,7 +1,6 @@
 #include "tools/outcome/weave.h"
 
 #include <algorithm>
-#include <functional>
 
 namespace outcome {
 

@@ -4,7 +4,6 @@
 #include <array>
 #include <cctype>
 #include <charconv>
-#include <climits>
 
 #include "rmglib/kelcom.h"
 
@@ -252,21 +251,31 @@ bool isRejection(std::string_view text) {
                      [text](std::string_view end) { return endsWith(text, end); });
 }
 
+/// What every message that takes part in an outcome begins with, but for a rejection; and what none
+/// but these begins with.
+constexpr std::string_view kMarks[] = {
+    "RM_Communicate ", "commonSendEvent ", kFrame,
+    "ELAPSED:range=",  "(CSendInfo::",     "get file size error(",
+};
+constexpr std::string_view kWords[] = {
+    "not Super-User",
+    "make tempname error (",
+    "parameter ",
+    "No send file.(",
+};
+
 /// A rejection begins with whatever the caller gave, and may stand right after another message.
-bool holdsAnother(std::string_view text) {
-  return text.find(kFrame) != std::string_view::npos ||
-         text.find("ELAPSED:range=") != std::string_view::npos ||
-         text.find("commonSendEvent ") != std::string_view::npos ||
-         text.find("RM_Communicate ") != std::string_view::npos ||
-         text.find("get file size error(") != std::string_view::npos ||
-         text.find("(CSendInfo::") != std::string_view::npos;
+bool holdsMark(std::string_view text) {
+  return std::any_of(std::begin(kMarks), std::end(kMarks), [text](std::string_view mark) {
+    return text.find(mark) != std::string_view::npos;
+  });
 }
 
 bool readRefusal(std::string_view text, Message& message) {
   message.kind = Kind::kRefusal;
   message.text = text;
   if (text == "not Super-User" || text == "EventType param error.") return true;
-  return isRejection(text) && !holdsAnother(text);
+  return isRejection(text) && !holdsMark(text);
 }
 
 bool readMissing(std::string_view text, Message& message) {
@@ -305,39 +314,37 @@ constexpr std::string_view kOthers[] = {
     "Time=",
 };
 
-/// What every message that takes part in an outcome begins with, but for a rejection.
-constexpr std::string_view kBeginnings[] = {
-    "RM_Communicate ",      "commonSendEvent ",      kFrame,
-    "ELAPSED:range=",       "(CSendInfo::",          "not Super-User",
-    "get file size error(", "make tempname error (", "parameter ",
-    "No send file.(",
-};
+/// Whether `text` begins as a message does that takes part in an outcome.
+bool beginsMessage(std::string_view text) {
+  const auto begins = [text](std::string_view begin) { return beginsWith(text, begin); };
+  return std::any_of(std::begin(kMarks), std::end(kMarks), begins) ||
+         std::any_of(std::begin(kWords), std::end(kWords), begins);
+}
 
 /// Whether a message that takes part in an outcome begins somewhere in `text`.
 bool holdsBeginning(std::string_view text) {
   static const auto isFirst = [] {
     std::array<bool, 256> first = {};
-    for (const std::string_view begin : kBeginnings)
-      first[static_cast<unsigned char>(begin[0])] = true;
+    for (const std::string_view begin : kMarks) first[static_cast<unsigned char>(begin[0])] = true;
+    for (const std::string_view begin : kWords) first[static_cast<unsigned char>(begin[0])] = true;
     return first;
   }();
   for (std::size_t at = 0; at < text.size(); ++at) {
-    if (!isFirst[static_cast<unsigned char>(text[at])]) continue;
-    const std::string_view rest = text.substr(at);
-    if (std::any_of(std::begin(kBeginnings), std::end(kBeginnings),
-                    [rest](std::string_view begin) { return beginsWith(rest, begin); })) {
+    if (isFirst[static_cast<unsigned char>(text[at])] && beginsMessage(text.substr(at)))
       return true;
-    }
   }
   return false;
+}
+
+bool beginsOther(std::string_view text) {
+  return std::any_of(std::begin(kOthers), std::end(kOthers),
+                     [text](std::string_view begin) { return beginsWith(text, begin); });
 }
 
 bool readOther(std::string_view text, Message& message) {
   message.kind = Kind::kOther;
   // A message that another one was written into the middle of would hide it.
-  return std::any_of(std::begin(kOthers), std::end(kOthers),
-                     [text](std::string_view begin) { return beginsWith(text, begin); }) &&
-         !holdsBeginning(text);
+  return beginsOther(text) && !holdsBeginning(text);
 }
 
 using Reading = bool (*)(std::string_view, Message&);
@@ -370,9 +377,7 @@ void collectReadings(std::string_view bytes, std::size_t most, std::vector<Messa
       [bytes](std::string_view end) { return bytes.find(end) != std::string_view::npos; });
   for (std::size_t at = 1; at < bytes.size(); ++at) {
     const std::string_view rest = bytes.substr(at);
-    const auto begins = [rest](std::string_view begin) { return beginsWith(rest, begin); };
-    const bool isBeginning = std::any_of(std::begin(kBeginnings), std::end(kBeginnings), begins) ||
-                             std::any_of(std::begin(kOthers), std::end(kOthers), begins);
+    const bool isBeginning = beginsMessage(rest) || beginsOther(rest);
     if (!isBeginning && !hasRejection) continue;
     const Message first = readMessage(bytes.substr(0, at));
     if (first.kind == Kind::kUnread || (!isBeginning && first.kind == Kind::kOther)) continue;

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "common/base/descriptor.h"
+#include "common/base/pathparts.h"
 #include "log/CLog.h"
 
 namespace {
@@ -20,11 +21,9 @@ constexpr std::size_t kPieceBytes = 1 << 18;
 /// How long a file that does not grow is left alone.
 constexpr auto kFollowPause = std::chrono::milliseconds(200);
 
-/// The name that a rotation gives the older generation of `log`.
+/// The name that a rotation gives the older generation of `log`, in the same folder.
 std::string olderOf(const std::string& log) {
-  const std::size_t name = log.rfind('/') + 1;
-  const std::size_t dot = log.rfind('.');
-  return (dot == std::string::npos || dot < name ? log : log.substr(0, dot)) + ".bak";
+  return log.substr(0, log.rfind('/') + 1) + retrieveName(log.c_str()) + ".bak";
 }
 
 bool isThere(const std::string& path) {
@@ -45,40 +44,6 @@ std::string readToEnd(int file, const std::function<bool(std::string_view)>& tak
     if (!take(std::string_view(piece.data(), static_cast<std::size_t>(count)))) return "";
   }
 }
-
-}  // namespace
-
-std::vector<Log> logsOf(const std::vector<std::string>& words) {
-  std::vector<Log> logs;
-  if (words.empty()) {
-    CLog written;
-    written.init(nullptr, nullptr);
-    const std::string& log = written.path();
-    if (isThere(olderOf(log)) && olderOf(log) != log) return {{{olderOf(log), log}}};
-    return {{{log}}};
-  }
-  for (const std::string& word : words) {
-    const bool continues = !logs.empty() && logs.back().files.size() == 1 &&
-                           logs.back().name() == olderOf(word) && logs.back().name() != word;
-    if (continues) {
-      logs.back().files.push_back(word);
-    } else {
-      logs.push_back({{word}});
-    }
-  }
-  return logs;
-}
-
-std::string readFile(const std::string& path, const std::function<void(std::string_view)>& take) {
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file.isOpen()) return reasonOf(errno);
-  return readToEnd(file.get(), [&take](std::string_view bytes) {
-    take(bytes);
-    return true;
-  });
-}
-
-namespace {
 
 /// A file that grows, and what was read of it last: a rotation that empties it has copied it
 /// before.
@@ -145,6 +110,32 @@ class Followed {
 };
 
 }  // namespace
+
+std::vector<Log> logsOf(const std::vector<std::string>& words) {
+  std::vector<Log> logs;
+  if (words.empty()) {
+    CLog written;
+    written.init(nullptr, nullptr);
+    const std::string& log = written.path();
+    if (isThere(olderOf(log)) && olderOf(log) != log) return {{{olderOf(log), log}}};
+    return {{{log}}};
+  }
+  for (const std::string& word : words) {
+    const bool continues = !logs.empty() && logs.back().files.size() == 1 &&
+                           logs.back().name() == olderOf(word) && logs.back().name() != word;
+    if (continues) {
+      logs.back().files.push_back(word);
+    } else {
+      logs.push_back({{word}});
+    }
+  }
+  return logs;
+}
+
+std::string readFile(const std::string& path, const std::function<bool(std::string_view)>& take) {
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  return file.isOpen() ? readToEnd(file.get(), take) : reasonOf(errno);
+}
 
 std::string followFile(const std::string& path, const std::function<bool(std::string_view)>& take) {
   Followed followed(path);

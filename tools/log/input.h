@@ -18,10 +18,10 @@ struct Log {
 /// ends in .bak and is named right before the file that it was rotated from is one log with that.
 std::vector<Log> logsOf(const std::vector<std::string>& words);
 
-/// Gives the bytes of a file, in pieces. Returns the reason in words where it cannot be read to its
-/// end, nothing is left out before that; empty where all went well. Only a regular file is read, or
-/// what a pipe gives; a directory is none.
-std::string readFile(const std::string& path, const std::function<void(std::string_view)>& take);
+/// Gives the bytes of a file, in pieces, until `take` returns false. Returns the reason in words
+/// where the file cannot be read to its end, nothing is left out before that; empty where all went
+/// well. Only a regular file is read, or what a pipe gives; a directory is none.
+std::string readFile(const std::string& path, const std::function<bool(std::string_view)>& take);
 
 /// Gives the bytes of a file and goes on with what is added, through rotations, until `take`
 /// returns false; with no bytes where there is nothing new at the moment. A file that is replaced

@@ -185,13 +185,17 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
   const bool hasOutput = ::fcntl(STDOUT_FILENO, F_GETFD) >= 0;
   occupyStandardDescriptors();  // a page must not become what is printed
+  if (!hasOutput) {
+    complain("standard output", std::strerror(EBADF));
+    return kCannotRead;
+  }
   if (argc > 1 && std::string_view(argv[1]) == "explain") {
     return explainWords(argc - 2, argv + 2);
   }
   Options options;
-  if (const auto status = readOptions(argc, argv, options)) return *status;
-  if (!hasOutput) {
-    complain("standard output", std::strerror(EBADF));
+  if (const auto status = readOptions(argc, argv, options)) {
+    if (std::cout.flush()) return *status;
+    complain("standard output", std::strerror(errno));
     return kCannotRead;
   }
   Output output(options);

@@ -24,6 +24,9 @@ inline std::string linesOf(int pid, const Texts& messages) {
 
 constexpr char kStartedLine[] = "### main : tanexics started.";
 constexpr char kStartComm[] = "(CSendInfo::SendInfo) call startCom(RM_MODE_SYNC)=0";
+constexpr char kCancel[] =
+    "(CSendInfo::SendInfo) Cancel sending investigation information, because connection status is "
+    "not operating. (status=131072) \n";
 constexpr char kOk[] = "commonSendEvent OK";
 constexpr char kError[] = "commonSendEvent Error.";
 constexpr char kElapsedLine[] = "ELAPSED:range='executing tanexics', time='0.012000'";
@@ -82,6 +85,12 @@ inline Texts event(const std::vector<int>& answers, const std::string& end = kOk
 /// A run of which nothing was sent.
 inline Texts unsent(const std::string& reason, int status) {
   return {kStartedLine, reason, kElapsedLine, exitLine(status)};
+}
+
+/// Messages with another one before one of them.
+inline Texts inserted(Texts messages, std::size_t at, const std::string& message) {
+  messages.insert(messages.begin() + static_cast<std::ptrdiff_t>(at), message);
+  return messages;
 }
 
 /// All runs of a log that is given in pieces of `pieceBytes`.

@@ -9,19 +9,11 @@
 namespace {
 
 constexpr char kTornText[] = "RM_Communicate done (code='0";
-constexpr char kCancel[] =
-    "(CSendInfo::SendInfo) Cancel sending investigation information, because connection status is "
-    "not operating. (status=131072) \n";
 constexpr char kChild[] = "VUQ90004L : pid=7843,wstat=00000000";
 
 /// Messages with another one in a place.
 Texts replaced(Texts messages, std::size_t at, const std::string& message) {
   messages[at] = message;
-  return messages;
-}
-
-Texts inserted(Texts messages, std::size_t at, const std::string& message) {
-  messages.insert(messages.begin() + static_cast<std::ptrdiff_t>(at), message);
   return messages;
 }
 

@@ -9,15 +9,7 @@
 namespace {
 
 constexpr char kMissingLine[] = "get file size error(/b,No such file or directory)";
-constexpr char kCancel[] =
-    "(CSendInfo::SendInfo) Cancel sending investigation information, because connection status is "
-    "not operating. (status=131072) \n";
 constexpr char kHttp[] = "(HTTP) RL:-52,ZW-Agent:404,Mailsvr:\"\"";
-
-Texts inserted(Texts messages, std::size_t at, const std::string& message) {
-  messages.insert(messages.begin() + static_cast<std::ptrdiff_t>(at), message);
-  return messages;
-}
 
 Texts without(Texts messages, std::size_t at) {
   messages.erase(messages.begin() + static_cast<std::ptrdiff_t>(at));

@@ -19,7 +19,7 @@
 
 #include "core/calls.h"
 #include "core/scenario.h"
-#include "loopback/rehearse/pointersto.h"
+#include "tools/rehearse/pointersto.h"
 
 namespace {
 

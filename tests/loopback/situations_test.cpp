@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "e2e/support/cases.h"
-#include "loopback/rehearse/situationlist.h"
 #include "rmglib/catalogue.h"
+#include "tools/rehearse/situationlist.h"
 
 namespace {
 
@@ -169,7 +169,7 @@ class Situation : public MachineTest, public testing::WithParamInterface<Row> {
   /// standard error.
   void play(Call call, const Expected& expected) const {
     // The command's path comes after the wrapper's words: as the value of its last option.
-    call.wrapper = {"/build/loopback/tanexics-rehearse",
+    call.wrapper = {"/build/tanexics-rehearse",
                     "--situation",
                     GetParam().name,
                     "--outbox",

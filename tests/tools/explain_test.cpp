@@ -7,11 +7,11 @@
 #include <regex>
 #include <sstream>
 
-#include "loopback/rehearse/explanation.h"
-#include "loopback/rehearse/meaning.h"
 #include "rmglib/catalogue.h"
 #include "rmglib/kelcom.h"
 #include "supportpage.h"
+#include "tools/outcome/explanation.h"
+#include "tools/outcome/meaning.h"
 
 namespace outcome {
 

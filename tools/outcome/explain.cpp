@@ -6,11 +6,11 @@
 #include <regex>
 #include <string_view>
 
-#include "loopback/rehearse/explanation.h"
-#include "loopback/rehearse/meaning.h"
 #include "rmglib/catalogue.h"
 #include "rmglib/kelcom.h"
 #include "supportpage.h"
+#include "tools/outcome/explanation.h"
+#include "tools/outcome/meaning.h"
 #include "tools/outcome/pieces.h"
 #include "tools/outcome/readable.h"
 

@@ -16,8 +16,8 @@
 #include <regex>
 #include <sstream>
 
-#include "loopback/rehearse/pointersto.h"
 #include "support/actionlog.h"
+#include "tools/rehearse/pointersto.h"
 
 namespace fs = std::filesystem;
 

@@ -1,8 +1,8 @@
-#ifndef TANEXICS_LOOPBACK_REHEARSE_RUN_H
-#define TANEXICS_LOOPBACK_REHEARSE_RUN_H
+#ifndef TANEXICS_REHEARSE_RUN_H
+#define TANEXICS_REHEARSE_RUN_H
 
-#include "loopback/rehearse/arguments.h"
-#include "loopback/rehearse/folder.h"
+#include "tools/rehearse/arguments.h"
+#include "tools/rehearse/folder.h"
 
 /// Throws std::runtime_error unless the command and the stand-in library are there to be run.
 /// Without the stand-in the loader would go on to the real library, and the rehearsal would reach

@@ -1,4 +1,4 @@
-#include "loopback/rehearse/report.h"
+#include "tools/rehearse/report.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -11,9 +11,9 @@
 #include <system_error>
 
 #include "loopback/bytes.h"
-#include "loopback/rehearse/explanation.h"
-#include "loopback/rehearse/meaning.h"
-#include "loopback/rehearse/screen.h"
+#include "tools/outcome/explanation.h"
+#include "tools/outcome/meaning.h"
+#include "tools/rehearse/screen.h"
 
 namespace {
 

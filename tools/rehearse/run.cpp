@@ -1,4 +1,4 @@
-#include "loopback/rehearse/run.h"
+#include "tools/rehearse/run.h"
 
 #include <spawn.h>
 #include <sys/wait.h>
@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "loopback/rehearse/pointersto.h"
+#include "tools/rehearse/pointersto.h"
 
 namespace {
 

@@ -7,11 +7,11 @@
 #include <optional>
 #include <string>
 
-#include "loopback/rehearse/arguments.h"
-#include "loopback/rehearse/folder.h"
-#include "loopback/rehearse/meaning.h"
-#include "loopback/rehearse/report.h"
-#include "loopback/rehearse/run.h"
+#include "tools/outcome/meaning.h"
+#include "tools/rehearse/arguments.h"
+#include "tools/rehearse/folder.h"
+#include "tools/rehearse/report.h"
+#include "tools/rehearse/run.h"
 
 namespace {
 

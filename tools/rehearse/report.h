@@ -1,9 +1,9 @@
-#ifndef TANEXICS_LOOPBACK_REHEARSE_REPORT_H
-#define TANEXICS_LOOPBACK_REHEARSE_REPORT_H
+#ifndef TANEXICS_REHEARSE_REPORT_H
+#define TANEXICS_REHEARSE_REPORT_H
 
 #include <string>
 
-#include "loopback/rehearse/folder.h"
+#include "tools/rehearse/folder.h"
 
 /// What a person is shown after a run: the calls of the stand-in library's record in order, each
 /// agent error with what the command's catalogue says about it, the action log, how the run ended,

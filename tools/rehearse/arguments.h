@@ -1,5 +1,5 @@
-#ifndef TANEXICS_LOOPBACK_REHEARSE_ARGUMENTS_H
-#define TANEXICS_LOOPBACK_REHEARSE_ARGUMENTS_H
+#ifndef TANEXICS_REHEARSE_ARGUMENTS_H
+#define TANEXICS_REHEARSE_ARGUMENTS_H
 
 #include <optional>
 #include <string>
@@ -22,8 +22,10 @@ struct Arguments {
 /// Reads the command line. The first "--" ends the rehearsal's own options; all words after it are
 /// the command's and are not looked at.
 ///
-/// `ownFolder`  where the rehearsal itself lives; the situations, and the defaults of --command and
-///              --library, stand relative to it.
+/// `ownFolder`  where the rehearsal itself lives: that of the command, the default of --command.
+/// The
+///              stand-in library, the default of --library, and the situations are in the folder
+///              that the build option TANEXICS_LOOPBACK_FOLDER names, as seen from here.
 /// `arguments`  out: what was asked for.
 ///
 /// Returns nothing when a run is wanted, otherwise the exit status: 0 after printing the help or

@@ -1,4 +1,4 @@
-#include "loopback/rehearse/screen.h"
+#include "tools/rehearse/screen.h"
 
 #include "loopback/bytes.h"
 

@@ -1,4 +1,4 @@
-#include "loopback/rehearse/meaning.h"
+#include "tools/outcome/meaning.h"
 
 #include <sys/wait.h>
 

@@ -1,4 +1,4 @@
-#include "loopback/rehearse/situationlist.h"
+#include "tools/rehearse/situationlist.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "loopback/rehearse/arguments.h"
+#include "tools/rehearse/arguments.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-/// The rehearsal's folder holds two situations.
+/// The rehearsal's folder holds the one of the stand-in, with two situations.
 class ParseArguments : public ::testing::Test {
  protected:
   ParseArguments() {
@@ -34,7 +34,7 @@ class ParseArguments : public ::testing::Test {
   }
 
   ScratchDir scratch;
-  std::string ownFolder = scratch / "loopback";
+  std::string ownFolder = scratch.path();
   std::optional<int> status;
   Arguments arguments;
   std::string output;
@@ -43,19 +43,20 @@ class ParseArguments : public ::testing::Test {
 
 TEST_F(ParseArguments, RightUsage_GivesWhatIsAskedFor) {
   const std::string command = scratch / "tanexics";
-  const std::string busy = ownFolder + "/situations/busy.script";
+  const std::string library = scratch / "loopback";
+  const std::string busy = library + "/situations/busy.script";
   const struct {
     Words line;
     Arguments expected;
   } rows[] = {
-      {{"--"}, {"", "", command, ownFolder, false, {}}},
+      {{"--"}, {"", "", command, library, false, {}}},
       {{"--outbox", "o", "--script=s", "--command", "c", "--library", "l", "--trace", "--", "list"},
        {"o", "s", "c", "l", true, {"list"}}},
       {{"--situation", "busy", "--", "list", "-i", "5"},
-       {"", busy, command, ownFolder, false, {"list", "-i", "5"}}},
+       {"", busy, command, library, false, {"list", "-i", "5"}}},
       // Words after the separator are not looked at.
       {{"--", "--trace", "--", "", "-h", "--outbox", "x y"},
-       {"", "", command, ownFolder, false, {"--trace", "--", "", "-h", "--outbox", "x y"}}},
+       {"", "", command, library, false, {"--trace", "--", "", "-h", "--outbox", "x y"}}},
   };
   for (const auto& [line, expected] : rows) {
     SCOPED_TRACE(::testing::PrintToString(line));
@@ -133,7 +134,7 @@ TEST_F(ParseArguments, ListAndHelp_ArePrintedInsteadOfARun) {
       "  --script FILE               Answer as FILE says\n"
       "  --situation NAME            Answer as the situation NAME says, instead of a script\n"
       "  --situations                List the situations and end\n"
-      "  --command PATH              Run PATH instead of ../tanexics beside this one\n"
+      "  --command PATH              Run PATH instead of tanexics beside this one\n"
       "  --library DIR               Take the stand-in library from DIR\n"
       "  --trace                     Write the action log's trace lines too\n"
       "\n";

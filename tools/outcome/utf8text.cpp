@@ -1,4 +1,4 @@
-#include "loopback/rehearse/utf8text.h"
+#include "tools/outcome/utf8text.h"
 
 #include <iconv.h>
 

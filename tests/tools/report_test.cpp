@@ -1,4 +1,4 @@
-#include "loopback/rehearse/report.h"
+#include "tools/rehearse/report.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -13,10 +13,10 @@
 #include <vector>
 
 #include "e2e/support/expected.h"
-#include "loopback/rehearse/meaning.h"
-#include "loopback/rehearse/screen.h"
-#include "loopback/rehearse/utf8text.h"
 #include "support/scratch.h"
+#include "tools/outcome/meaning.h"
+#include "tools/outcome/utf8text.h"
+#include "tools/rehearse/screen.h"
 
 namespace {
 

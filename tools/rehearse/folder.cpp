@@ -1,4 +1,4 @@
-#include "loopback/rehearse/folder.h"
+#include "tools/rehearse/folder.h"
 
 #include <fcntl.h>
 

@@ -1,9 +1,9 @@
-#include "loopback/rehearse/explanation.h"
+#include "tools/outcome/explanation.h"
 
 #include <sstream>
 
-#include "loopback/rehearse/utf8text.h"
 #include "rmglib/IExtKelError.h"
+#include "tools/outcome/utf8text.h"
 
 namespace {
 

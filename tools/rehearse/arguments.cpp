@@ -1,4 +1,4 @@
-#include "loopback/rehearse/arguments.h"
+#include "tools/rehearse/arguments.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -6,7 +6,7 @@
 #include <iostream>
 
 #include "loopback/bytes.h"
-#include "loopback/rehearse/situationlist.h"
+#include "tools/rehearse/situationlist.h"
 
 namespace {
 
@@ -57,7 +57,7 @@ void addOptions(CLI::App& app, Arguments& arguments, Choice& choice) {
          "Answer as the situation NAME says, instead of a script")
       ->type_name("NAME");
   app.add_flag("--situations", choice.isList, "List the situations and end");
-  app.add_option("--command", arguments.command, "Run PATH instead of ../tanexics beside this one")
+  app.add_option("--command", arguments.command, "Run PATH instead of tanexics beside this one")
       ->type_name("PATH")
       ->check(notEmpty);
   app.add_option("--library", arguments.library, "Take the stand-in library from DIR")
@@ -73,12 +73,14 @@ std::optional<int> parseArguments(int argc, const char* const* argv, const std::
   const char* const* end = argv + argc;
   const char* const* separator =
       std::find_if(argv, end, [](const char* word) { return std::string(word) == "--"; });
+  const std::filesystem::path loopback =
+      ownFolder / std::filesystem::path(TANEXICS_LOOPBACK_FOLDER);
   arguments = {};
-  arguments.command = (std::filesystem::path(ownFolder) / "../tanexics").lexically_normal();
-  arguments.library = ownFolder;
+  arguments.command = std::filesystem::path(ownFolder) / "tanexics";
+  arguments.library = loopback;
 
   Choice choice;
-  choice.folder = std::filesystem::path(ownFolder) / "situations";
+  choice.folder = loopback / "situations";
 
   CLI::App app(
       "Runs tanexics on a stand-in of the communication library, and shows what the\n"

@@ -4,19 +4,13 @@
 #include <unistd.h>
 
 #include <climits>
-#include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <limits>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "e2e/support/expected.h"
 #include "support/scratch.h"
-#include "tools/outcome/meaning.h"
-#include "tools/outcome/utf8text.h"
-#include "tools/rehearse/screen.h"
 
 namespace {
 
@@ -175,171 +169,6 @@ TEST_F(MakeReport, Log_IsShownWithItsBackupFirst) {
 TEST_F(MakeReport, LogThatCannotBeRead_IsSaid) {
   ASSERT_EQ(::unlink(folder.actionLog().c_str()), 0);
   EXPECT_EQ(makeReport(folder, 0), report(kNoRecord, "  (cannot be read)\n"));
-}
-
-// --- its words -----------------------------------------------------------------------------------
-
-TEST(RequestMeaning, Code_IsSaidInWords) {
-  EXPECT_EQ(requestMeaning(0x40016), "notification of an event of type 1");
-  EXPECT_EQ(requestMeaning(0x40017), "notification of an incident");
-  EXPECT_EQ(requestMeaning(0x40204), "notification of an event with send type err");
-  EXPECT_EQ(requestMeaning(0x40205), "notification of an event with another send type");
-  EXPECT_EQ(requestMeaning(0x4010a), "data of an event of type 1");
-  EXPECT_EQ(requestMeaning(0x4010b), "data of an incident");
-  EXPECT_EQ(requestMeaning(0x4010d), "data of an event");
-  EXPECT_EQ(requestMeaning(0x4010c), "unknown request code");
-  EXPECT_EQ(requestMeaning(0), "unknown request code");
-}
-
-TEST(StatusMeaning, Word_IsSaidInWords) {
-  EXPECT_EQ(statusMeaning(0x20), "operating");
-  EXPECT_EQ(statusMeaning(0x10000), "maintenance");
-  EXPECT_EQ(statusMeaning(0x20000), "stopped");
-  EXPECT_EQ(statusMeaning(0x30000), "stopped for maintenance");
-  EXPECT_EQ(statusMeaning(0x10020), "unknown status word");
-}
-
-/// The wait status of a run that exits with `status`.
-int exited(int status) { return status * 256; }
-
-TEST(EndMeaning, WaitStatus_IsSaidInWordsAndPassedOn) {
-  const std::string code = ": an error code that the communication library threw";
-  const struct {
-    int waitStatus;
-    int passedOn;
-    std::string text;
-  } rows[] = {
-      {exited(0), 0, "0: the event was parsed, and nothing failed that the status tells of"},
-      {exited(1), 1, "1: communication could not be prepared or started"},
-      {exited(65), 65, "65: the caller is not the super-user"},
-      {exited(66), 66, "66: the action log could not be initialised"},
-      {exited(68), 68,
-       "68: the command line, the list of files or the definition file was rejected"},
-      {exited(78), 78, "78: the temporary directory of an incident could not be made"},
-      {exited(127), 127, "127" + code + "; or the loader could not start the command"},
-      {exited(33), 33, "33" + code + " (its low eight bits)"},
-      {exited(255), 255, "255" + code + " (its low eight bits)"},
-      {SIGABRT, 134, "none: ended by signal 6 (Aborted)"},
-      {SIGKILL, 137, "none: ended by signal 9 (Killed)"},
-      // With a core file.
-      {SIGSEGV | 0x80, 139, "none: ended by signal 11 (Segmentation fault)"},
-  };
-  for (const auto& row : rows) {
-    EXPECT_EQ(endMeaning(row.waitStatus), row.text);
-    EXPECT_EQ(passedOn(row.waitStatus), row.passedOn) << row.text;
-  }
-}
-
-// --- its rows ------------------------------------------------------------------------------------
-
-std::string x(std::size_t count) { return std::string(count, 'x'); }
-
-std::string repeated(const std::string& character, std::size_t count) {
-  std::string text;
-  for (std::size_t at = 0; at < count; ++at) text += character;
-  return text;
-}
-
-TEST(ScreenRows, Text_BreaksWhereARowIsFull) {
-  const std::string wide = "\xe6\x97\xa5";
-  const std::string narrow = "\xc3\xa9";
-  const struct {
-    const char* what;
-    std::string text;
-    std::size_t indent;
-    std::size_t hang;
-    std::string expected;
-  } rows[] = {
-      {"empty", "", 2, 4, "\n"},
-      {"short", "a b ", 2, 4, "  a b \n"},
-      {"full row", x(94), 2, 4, "  " + x(94) + "\n"},
-      {"long word", x(187), 2, 4, "  " + x(94) + "\n    " + x(92) + "\n    x\n"},
-      {"blank in the second half", x(50) + " " + x(60), 0, 2, x(50) + " \n  " + x(60) + "\n"},
-      {"blank in the first half", x(20) + " " + x(80), 0, 2,
-       x(20) + " " + x(75) + "\n  " + x(5) + "\n"},
-      {"control characters and other bytes", "a\n\x1b\xc6\xfc", 0, 0, "a\\x0a\\x1b\\xc6\\xfc\n"},
-      {"wide characters count twice", repeated(wide, 49), 0, 0,
-       repeated(wide, 48) + "\n" + wide + "\n"},
-      {"narrow characters of several bytes count once", repeated(narrow, 97), 0, 0,
-       repeated(narrow, 96) + "\n" + narrow + "\n"},
-  };
-  static_assert(kScreenColumns == 96);
-  for (const auto& [what, text, indent, hang, expected] : rows) {
-    EXPECT_EQ(screenRows(text, indent, hang), expected) << what;
-  }
-}
-
-TEST(ScreenRows, TextOfAnyLength_LosesNothingAndHasNoRowTooWide) {
-  for (std::size_t length = 1; length < 600; ++length) {
-    std::string text;
-    for (std::size_t at = 0; at < length; ++at) text += (at * at + length) % 11 < 2 ? ' ' : 'a';
-    std::istringstream rows(screenRows(text, 3, 5));
-    std::string together;
-    std::string row;
-    for (std::size_t indent = 3; std::getline(rows, row); indent = 5) {
-      ASSERT_LE(row.size(), kScreenColumns);
-      together += row.substr(indent);
-    }
-    ASSERT_EQ(together, text);
-  }
-}
-
-TEST(GroupedNumber, EveryThreeDigits_AreAGroup) {
-  EXPECT_EQ(groupedNumber(0), "0");
-  EXPECT_EQ(groupedNumber(999), "999");
-  EXPECT_EQ(groupedNumber(1000), "1,000");
-  EXPECT_EQ(groupedNumber(999999), "999,999");
-  EXPECT_EQ(groupedNumber(1234567), "1,234,567");
-  EXPECT_EQ(groupedNumber(std::numeric_limits<unsigned long long>::max()),
-            "18,446,744,073,709,551,615");
-}
-
-// --- the text of the catalogue -------------------------------------------------------------------
-
-constexpr char kEuc[] = "EUC-JP";
-constexpr char kUnknown[] = "no-such-encoding";
-
-TEST(Utf8Text, BytesOfAnEncoding_AreConvertedOrEscaped) {
-  const struct {
-    const char* what;
-    const char* encoding;
-    std::string bytes;
-    std::string expected;
-  } rows[] = {
-      {"empty", kEuc, "", ""},
-      {"ASCII, a backslash and control characters", kEuc, "a\\~\n\x1b[0m", "a\\~\n\x1b[0m"},
-      {"zero byte", kEuc, "a\0b"s, "a\0b"s},
-      {"kanji", kEuc, "\xc6\xfc\xcb\xdc", "日本"},
-      {"minus, wide blank, wide slash", kEuc, "\xa1\xdd\xa1\xa1\xa1\xbf", "−　／"},
-      {"half-width katakana of two bytes", kEuc, "\x8e\xb1", "ｱ"},
-      {"supplementary character of three bytes", kEuc, "\x8f\xb0\xa1", "丂"},
-      {"no character", kEuc, "\xff", "\\xff"},
-      {"no character between others", kEuc, "\xc6\xfc\xff\xcb\xdc", "日\\xff本"},
-      {"first half alone", kEuc, "a\xc6", "a\\xc6"},
-      {"first half before a line end", kEuc, "\xc6\n\xc6\xfc", "\\xc6\n日"},
-      {"two in a row that are none", kEuc, "\xff\xfe!", "\\xff\\xfe!"},
-      {"first half before ASCII, and at the end", kEuc, "\xc3(\xc3", "\\xc3(\\xc3"},
-      {"empty, unknown encoding", kUnknown, "", ""},
-      {"ASCII, unknown encoding", kUnknown, "a\0\x7f"s, "a\0\x7f"s},
-      {"bytes above ASCII, unknown encoding", kUnknown, "a\x80\xff\nb", "a\\x80\\xff\nb"},
-  };
-  for (const auto& [what, encoding, bytes, expected] : rows) {
-    EXPECT_EQ(utf8Text(bytes, encoding), expected) << what;
-  }
-}
-
-TEST(Utf8Text, TextOfAnyLength_IsWhole) {
-  // The conversion works in pieces of 1,024 bytes of result.
-  for (const int count : {340, 341, 342, 683, 100000}) {
-    std::string bytes = "a";
-    std::string expected = "a";
-    for (int at = 0; at < count; ++at) {
-      bytes += "\xc6\xfc";
-      expected += "日";
-    }
-    EXPECT_EQ(utf8Text(bytes, kEuc), expected) << count;
-    EXPECT_EQ(utf8Text(bytes + "\xff!", kEuc), expected + "\\xff!") << count;
-  }
 }
 
 }  // namespace

@@ -7,6 +7,11 @@
 
 namespace {
 
+using outcome::endMeaning;
+using outcome::passedOn;
+using outcome::requestMeaning;
+using outcome::statusMeaning;
+
 TEST(RequestMeaning, Code_IsSaidInWords) {
   EXPECT_EQ(requestMeaning(0x40016), "notification of an event of type 1");
   EXPECT_EQ(requestMeaning(0x40017), "notification of an incident");

@@ -7,6 +7,7 @@
 namespace {
 
 using namespace std::string_literals;
+using outcome::utf8Text;
 
 constexpr char kEuc[] = "EUC-JP";
 constexpr char kUnknown[] = "no-such-encoding";

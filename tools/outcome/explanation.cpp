@@ -5,6 +5,8 @@
 #include "rmglib/IExtKelError.h"
 #include "tools/outcome/utf8text.h"
 
+namespace outcome {
+
 namespace {
 
 /// The command's own record of an exchange, filled in after the fact.
@@ -31,3 +33,5 @@ std::vector<std::string> explanationLines(int result, int errorType, int agentCo
   for (std::string line; std::getline(text, line);) lines.push_back(line);
   return lines;
 }
+
+}  // namespace outcome

@@ -7,6 +7,8 @@
 #include "rmglib/catalogue.h"
 #include "rmglib/kelcom.h"
 
+namespace outcome {
+
 namespace {
 
 /// What the loader ends with when it cannot start the command; the library may throw it as well.
@@ -84,3 +86,5 @@ std::string endMeaning(int waitStatus) {
 int passedOn(int waitStatus) {
   return WIFSIGNALED(waitStatus) ? 128 + WTERMSIG(waitStatus) : WEXITSTATUS(waitStatus);
 }
+
+}  // namespace outcome

@@ -5,6 +5,8 @@
 
 #include "sendevent/exitstatus.h"
 
+namespace outcome {
+
 // What the numbers of a run mean, in words.
 
 /// A request code of the centre.
@@ -25,5 +27,7 @@ std::string endMeaning(int waitStatus);
 /// The exit status that passes `waitStatus` on: the command's own, or 128 and the number of the
 /// signal that ended it, as the shell has it.
 int passedOn(int waitStatus);
+
+}  // namespace outcome
 
 #endif

@@ -9,6 +9,8 @@
 
 #include "loopback/bytes.h"
 
+namespace outcome {
+
 namespace {
 
 /// A conversion to UTF-8.
@@ -70,3 +72,5 @@ std::string utf8Text(std::string_view bytes, const char* encoding) {
   }
   return text;
 }
+
+}  // namespace outcome

@@ -22,7 +22,7 @@ int rehearse(const Arguments& arguments, std::string& report) {
   const RehearsalFolder folder(arguments.outbox);
   const int waitStatus = runCommand(arguments, folder);
   report = makeReport(folder, waitStatus);
-  return passedOn(waitStatus);
+  return outcome::passedOn(waitStatus);
 }
 
 /// Whether everything printed so far has reached its reader.

@@ -18,6 +18,9 @@
 namespace {
 
 using Json = nlohmann::json;
+using outcome::agentMeaning;
+using outcome::requestMeaning;
+using outcome::statusMeaning;
 
 // Indents of the rows of a call: its head, its details, and what does not fit in their first row.
 constexpr std::size_t kDetailIndent = 7;
@@ -94,8 +97,8 @@ std::string explanationRows(const Json& call) {
   const Json& error = call.at("error");
   if (error.is_null()) return "";
   std::string rows;
-  for (const std::string& line : explanationLines(call.at("result").get<int>(),
-                                                  error.at(0).get<int>(), error.at(1).get<int>())) {
+  for (const std::string& line : outcome::explanationLines(
+           call.at("result").get<int>(), error.at(0).get<int>(), error.at(1).get<int>())) {
     rows += screenRows(line, kDetailIndent, kHangIndent);
   }
   return rows;
@@ -185,7 +188,7 @@ std::string actionLog(const RehearsalFolder& folder) {
 std::string makeReport(const RehearsalFolder& folder, int waitStatus) {
   std::string report = heading("What the centre would have received") + exchanges(folder) + "\n" +
                        heading("Action log") + actionLog(folder) + "\n" + heading("Exit status") +
-                       screenRows(endMeaning(waitStatus), 2, 2);
+                       screenRows(outcome::endMeaning(waitStatus), 2, 2);
   if (folder.isKept()) {
     report += "\n" + heading("Kept") + screenRows(folder.path(), 2, 2);
   }

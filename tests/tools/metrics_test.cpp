@@ -102,17 +102,17 @@ std::string complaintsAbout(const std::string& text) {
   dir.write("timed", timed);
   const ChildResult result =
       runProgram({"/bin/sh", "-c",
-                  "cd \"$1\" && promtool check metrics <text 2>&1 && "
-                  "{ promtool tsdb create-blocks-from openmetrics timed blocks >blocks.out 2>&1 || "
+                  "cd \"$1\" && \"$2\" check metrics <text 2>&1 && "
+                  "{ \"$2\" tsdb create-blocks-from openmetrics timed blocks >blocks.out 2>&1 || "
                   "{ cat blocks.out; false; }; }",
-                  "sh", dir.path()});
+                  "sh", dir.path(), PROMTOOL});
   return result.exitCode() == 0 ? result.out : result.out + "(refused)";
 }
 
 /// What promtool(1) says of a file of docs/fleet, for which it is called with these words.
 ChildResult promtool(const std::string& words, const std::string& file) {
-  return runProgram({"/bin/sh", "-c", "cd \"$1\" && promtool " + words + " \"$2\" 2>&1", "sh",
-                     FLEET_FOLDER, file});
+  return runProgram({"/bin/sh", "-c", "cd \"$1\" && \"$3\" " + words + " \"$2\" 2>&1", "sh",
+                     FLEET_FOLDER, file, PROMTOOL});
 }
 
 TEST(Metrics_text, NoRun_HeadsAlone) { EXPECT_EQ(Metrics(Encoding::kEither).text(), kNoRun); }

@@ -9,6 +9,13 @@ namespace {
 /// The texts that meet without a head between them, at most.
 constexpr std::size_t kMostTexts = 6;
 
+/// So many lines wait for what their processes write later, which mostly tells whose a text was.
+constexpr std::size_t kMostKnot = 16;
+
+/// In so many ways one text can stand in one line, at most, before too much is open to be told:
+/// each of them is looked at again when a piece comes.
+constexpr std::size_t kMostOpen = 8192;
+
 bool accepts(const std::vector<Progress>& progress, const Message& message) {
   return std::any_of(progress.begin(), progress.end(),
                      [&](const Progress& one) { return one.accepts(message); });
@@ -29,54 +36,97 @@ void advanceInto(std::vector<Progress>& all, const std::vector<Progress>& progre
 
 /// Whether each text of a knot has a line, and each closed line a text: edges[text] are the lines
 /// that the text may stand in.
+///
+/// Of one way to give them out all others follow: a text moves to another of its lines, the text
+/// there moves on, and so on, until a line is reached that has none, or that the first one left.
+/// So where the texts of lines can move is a graph of lines, and every question is one of what is
+/// reached in it; see J.-C. Regin, "A filtering algorithm for constraints of difference" (1994).
 class Matching {
  public:
   Matching(const std::vector<std::vector<int>>& edges, const std::vector<bool>& isClosed)
       : m_edges(edges), m_lineOf(edges.size(), -1), m_textOf(isClosed.size(), -1) {
     m_isPossible = coverLines(isClosed) && coverTexts();
+    if (!m_isPossible) return;
+    std::vector<std::vector<int>> from(m_textOf.size());
+    std::vector<std::vector<int>> to(m_textOf.size());
+    std::vector<int> bare;
     std::vector<int> open;
-    for (std::size_t line = 0; line < isClosed.size(); ++line) {
-      if (!isClosed[line] && m_textOf[line] >= 0) open.push_back(static_cast<int>(line));
+    for (std::size_t line = 0; line < m_textOf.size(); ++line) {
+      const int text = m_textOf[line];
+      if (text < 0) {
+        bare.push_back(static_cast<int>(line));
+        continue;
+      }
+      if (!isClosed[line]) open.push_back(static_cast<int>(line));
+      to[line] = m_edges[index(text)];
+      for (const int next : to[line]) from[index(next)].push_back(static_cast<int>(line));
     }
-    m_canBeLeft = reachedFrom(open);
+    m_canBeLeft = reachedBy(to, open);
+    m_comesToBare = reachedBy(from, bare);
+    findCircles(to, from);
   }
 
   bool isPossible() const { return m_isPossible; }
 
-  /// Whether it stays possible with `text` in `line`, which is one of its own. The text that stands
-  /// there now has to find another line, and so on; in the end either the line is reached that
-  /// `text` leaves, or one that has none. In the latter case the line that is left has to be one
-  /// that needs no text, or to get that of another, and so on, until such a line gives its own.
-  bool allows(int text, int line) {
-    const int left = m_lineOf[index(text)];
-    if (left == line) return true;
-    const std::vector<bool> reached = reachedFrom({line});
-    if (reached[index(left)]) return true;
-    if (!m_canBeLeft[index(left)]) return false;
-    for (std::size_t other = 0; other < reached.size(); ++other) {
-      if (reached[other] && m_textOf[other] < 0) return true;
-    }
-    return false;
+  /// Whether it stays possible with `text` in `line`, which is one of its own: the texts go round
+  /// in a circle; or those from this line on move until one finds a line that has none, and the
+  /// line that `text` leaves needs none, or gets that of another, until one is left that needs
+  /// none.
+  bool allows(int text, int line) const {
+    const std::size_t left = index(m_lineOf[index(text)]);
+    return left == index(line) || m_circleOf[left] == m_circleOf[index(line)] ||
+           (m_canBeLeft[left] && m_comesToBare[index(line)]);
   }
 
  private:
+  using Graph = std::vector<std::vector<int>>;
+
   static std::size_t index(int number) { return static_cast<std::size_t>(number); }
 
-  /// The lines whose texts have to find another one, one after the other, if those of `open` do.
-  std::vector<bool> reachedFrom(std::vector<int> open) const {
-    std::vector<bool> reached(m_textOf.size(), false);
+  /// The lines that are reached from those of `open`, these included.
+  static std::vector<bool> reachedBy(const Graph& next, std::vector<int> open) {
+    std::vector<bool> reached(next.size(), false);
     for (const int line : open) reached[index(line)] = true;
     while (!open.empty()) {
-      const int text = m_textOf[index(open.back())];
+      const std::size_t line = index(open.back());
       open.pop_back();
-      if (text < 0) continue;
-      for (const int next : m_edges[index(text)]) {
-        if (reached[index(next)]) continue;
-        reached[index(next)] = true;
-        open.push_back(next);
+      for (const int other : next[line]) {
+        if (reached[index(other)]) continue;
+        reached[index(other)] = true;
+        open.push_back(other);
       }
     }
     return reached;
+  }
+
+  /// Numbers the lines alike that reach one another (Kosaraju's algorithm).
+  void findCircles(const Graph& to, const Graph& from) {
+    std::vector<bool> isSeen(to.size(), false);
+    std::vector<int> order;
+    for (std::size_t line = 0; line < to.size(); ++line)
+      visit(to, static_cast<int>(line), isSeen, order);
+    m_circleOf.assign(to.size(), -1);
+    for (auto line = order.rbegin(); line != order.rend(); ++line) {
+      if (m_circleOf[index(*line)] >= 0) continue;
+      std::vector<int> open = {*line};
+      m_circleOf[index(*line)] = *line;
+      while (!open.empty()) {
+        const std::size_t at = index(open.back());
+        open.pop_back();
+        for (const int other : from[at]) {
+          if (m_circleOf[index(other)] >= 0) continue;
+          m_circleOf[index(other)] = *line;
+          open.push_back(other);
+        }
+      }
+    }
+  }
+
+  static void visit(const Graph& to, int line, std::vector<bool>& isSeen, std::vector<int>& order) {
+    if (isSeen[index(line)]) return;
+    isSeen[index(line)] = true;
+    for (const int next : to[index(line)]) visit(to, next, isSeen, order);
+    order.push_back(line);
   }
 
   bool coverTexts() {
@@ -128,6 +178,8 @@ class Matching {
   std::vector<int> m_lineOf;
   std::vector<int> m_textOf;
   std::vector<bool> m_canBeLeft;
+  std::vector<bool> m_comesToBare;
+  std::vector<int> m_circleOf;
   bool m_isPossible = false;
 };
 
@@ -153,7 +205,8 @@ bool Weave::addHead(int pid, const std::vector<Progress>& progress) {
       for (Progress& one : strand.progress) one.lose();
       isWhole = false;
     } else {
-      strand.lines.back().isClosed = strand.lines.back().isNew = true;
+      Line& last = strand.lines.back();
+      last.isClosed = last.isNew = last.isUnchecked = true;
     }
   }
   strand.lines.emplace_back();
@@ -166,19 +219,16 @@ std::size_t Weave::addText(std::string_view bytes) {
   for (const auto& reading : readingsOf(bytes, kMostTexts)) {
     if (reading.size() > messages.size()) messages = reading;
   }
-  std::vector<std::pair<Line*, std::vector<Progress>>> open;
+  std::vector<std::pair<Line*, const std::vector<Progress>*>> open;
   for (auto& [pid, strand] : m_strands) {
     if (strand.lines.empty() || strand.lines.back().isClosed || strand.lines.back().isFinal)
       continue;
-    std::vector<Progress> progress = strand.progress;
-    for (std::size_t line = 0; line + 1 < strand.lines.size(); ++line) {
-      progress = after(progress, strand.lines[line]);
-    }
-    open.emplace_back(&strand.lines.back(), std::move(progress));
+    if (strand.isUnchecked()) prunePast(strand);
+    open.emplace_back(&strand.lines.back(), &strand.reached);
   }
   for (const Message& message : messages) {
     if (std::none_of(open.begin(), open.end(),
-                     [&](const auto& one) { return accepts(one.second, message); })) {
+                     [&](const auto& one) { return accepts(*one.second, message); })) {
       return 0;
     }
   }
@@ -189,43 +239,57 @@ std::size_t Weave::addText(std::string_view bytes) {
     text->message = readMessage(text->bytes);
     m_texts[number] = std::move(text);
     for (auto& [line, progress] : open) {
-      if (!accepts(progress, message)) continue;
+      if (!accepts(*progress, message)) continue;
       line->candidates.insert(number);
-      line->isNew = true;
+      line->isNew = line->isUnchecked = true;
     }
   }
   return messages.size();
+}
+
+bool Weave::Strand::isUnchecked() const {
+  return std::any_of(lines.begin(), lines.end(), [](const Line& line) { return line.isUnchecked; });
 }
 
 /// Drops texts that a process cannot have written in view of its lines before and after.
 bool Weave::prunePasts() {
   bool hasChanged = false;
   for (auto& [pid, strand] : m_strands) {
-    std::vector<Progress> progress = strand.progress;
-    for (std::size_t index = 0; index < strand.lines.size(); ++index) {
-      Line& line = strand.lines[index];
-      const Line* next = index + 1 < strand.lines.size() ? &strand.lines[index + 1] : nullptr;
-      const bool isNextClosed = next != nullptr && next->isClosed;
-      for (auto text = line.candidates.begin(); text != line.candidates.end();) {
-        std::vector<Progress> reached;
-        advanceInto(reached, progress, m_texts.at(*text)->message);
-        bool isPossible = !reached.empty();
-        if (isPossible && isNextClosed) {
-          isPossible =
-              std::any_of(next->candidates.begin(), next->candidates.end(),
-                          [&](int other) { return accepts(reached, m_texts.at(other)->message); });
-        }
-        if (isPossible) {
-          ++text;
-        } else {
-          text = line.candidates.erase(text);
-          line.isNew = true;
-          hasChanged = true;
-        }
-      }
-      progress = after(progress, line);
-    }
+    if (strand.isUnchecked()) hasChanged |= prunePast(strand);
   }
+  return hasChanged;
+}
+
+bool Weave::prunePast(Strand& strand) {
+  bool hasChanged = false;
+  std::vector<Progress> progress = strand.progress;
+  for (std::size_t index = 0; index < strand.lines.size(); ++index) {
+    Line& line = strand.lines[index];
+    line.isUnchecked = false;
+    const Line* next = index + 1 < strand.lines.size() ? &strand.lines[index + 1] : nullptr;
+    const bool isNextClosed = next != nullptr && next->isClosed;
+    for (auto text = line.candidates.begin(); text != line.candidates.end();) {
+      std::vector<Progress> reached;
+      advanceInto(reached, progress, m_texts.at(*text)->message);
+      bool isPossible = !reached.empty();
+      if (isPossible && isNextClosed) {
+        isPossible = std::any_of(next->candidates.begin(), next->candidates.end(), [&](int other) {
+          return accepts(reached, m_texts.at(other)->message);
+        });
+      }
+      if (isPossible) {
+        ++text;
+      } else {
+        text = line.candidates.erase(text);
+        line.isNew = hasChanged = true;
+      }
+    }
+    if (next == nullptr)
+      strand.reached = std::move(progress);
+    else
+      progress = after(progress, line);
+  }
+  strand.lines.front().isUnchecked = hasChanged;
   return hasChanged;
 }
 
@@ -278,7 +342,7 @@ bool Weave::pruneOthers(bool& isPossible) {
         edges[static_cast<std::size_t>(places[text])].push_back(static_cast<int>(line));
       }
     }
-    Matching matching(edges, isClosed);
+    const Matching matching(edges, isClosed);
     if (!matching.isPossible()) {
       isPossible = false;
       continue;
@@ -295,26 +359,61 @@ bool Weave::pruneOthers(bool& isPossible) {
         }
       }
     }
-    for (Line* line : knot.lines) line->isNew = hasPruned;
+    for (Line* line : knot.lines) {
+      line->isNew = hasPruned;
+      line->isUnchecked |= hasPruned;
+    }
     hasChanged |= hasPruned;
     if (hasPruned) continue;
-    // As many lines as texts: each has one of them, and nobody else any.
+    // As many lines as texts: each has one of them, and nobody else any. Which one is known later
+    // where they are of several kinds, since then the processes go on in different ways.
     const bool isTight = knot.texts.size() == knot.lines.size();
     if (!isTight) continue;
-    for (Line* line : knot.lines) line->isFinal = line->isClosed = true;
+    const bool isClear = std::all_of(knot.lines.begin(), knot.lines.end(),
+                                     [this](const Line* line) { return hasOneKind(*line); });
+    if (!isClear && knot.lines.size() < kMostKnot) continue;
+    for (Line* line : knot.lines) line->isFinal = line->isClosed = line->isUnchecked = true;
     hasChanged = true;
   }
   return hasChanged;
 }
 
+/// Whether all that may stand in a line is of one kind.
+bool Weave::hasOneKind(const Line& line) const {
+  const Kind kind = m_texts.at(*line.candidates.begin())->message.kind;
+  return std::all_of(line.candidates.begin(), line.candidates.end(),
+                     [&](int text) { return m_texts.at(text)->message.kind == kind; });
+}
+
 bool Weave::settle(const Taker& take) {
-  bool isPossible = true;
+  bool isPossible = countOpen() <= kMostOpen;
   bool goesOn = true;
   while (goesOn && isPossible) {
     goesOn = prunePasts();
     goesOn |= pruneOthers(isPossible);
   }
+  // A text that nobody can have written: one of the pieces around it is lost.
+  isPossible = isPossible && heldTexts().size() == m_texts.size();
   return isPossible && handOver(take);
+}
+
+/// In how many ways one of the texts can stand in one of the lines.
+std::size_t Weave::countOpen() const {
+  std::size_t count = 0;
+  for (const auto& [pid, strand] : m_strands) {
+    for (const Line& line : strand.lines) count += line.candidates.size();
+  }
+  return count;
+}
+
+/// The texts that somebody can have written.
+Weave::Texts Weave::heldTexts() const {
+  Texts held;
+  for (const auto& [pid, strand] : m_strands) {
+    for (const Line& line : strand.lines)
+      held.insert(line.candidates.begin(), line.candidates.end());
+  }
+  return held;
 }
 
 /// Hands over the lines that are final, and forgets the processes that wait for nothing.
@@ -343,11 +442,7 @@ bool Weave::handOver(const Taker& take) {
     }
     take(ready[index].first, written, progress[index]);
   }
-  std::set<int> used;
-  for (const auto& [pid, strand] : m_strands) {
-    for (const Line& line : strand.lines)
-      used.insert(line.candidates.begin(), line.candidates.end());
-  }
+  const Texts used = heldTexts();
   for (auto text = m_texts.begin(); text != m_texts.end();) {
     text = used.count(text->first) == 0 ? m_texts.erase(text) : std::next(text);
   }

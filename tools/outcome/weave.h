@@ -61,13 +61,16 @@ class Weave {
   /// A line: its head is written, its text is one of these.
   struct Line {
     Texts candidates;
-    bool isClosed = false;  // its text was written: another line of the process has begun
-    bool isFinal = false;   // nobody else can have written any of these
-    bool isNew = true;      // changed since the line was last compared with others
+    bool isClosed = false;    // its text was written: another line of the process has begun
+    bool isFinal = false;     // nobody else can have written any of these
+    bool isNew = true;        // changed since the line was last compared with others
+    bool isUnchecked = true;  // changed since the lines of its process were last gone through
   };
   struct Strand {
     std::vector<Progress> progress;  // before the first line
+    std::vector<Progress> reached;   // before the last line, when its lines were last gone through
     std::deque<Line> lines;
+    bool isUnchecked() const;
   };
   /// Lines that may have taken texts from one another.
   struct Knot {
@@ -77,8 +80,12 @@ class Weave {
 
   std::vector<Progress> after(const std::vector<Progress>& progress, const Line& line) const;
   bool prunePasts();
+  bool prunePast(Strand& strand);
   bool pruneOthers(bool& isPossible);
   std::vector<Knot> knots();
+  bool hasOneKind(const Line& line) const;
+  std::size_t countOpen() const;
+  Texts heldTexts() const;
   bool handOver(const Taker& take);
 
   std::map<int, Strand> m_strands;

@@ -108,14 +108,15 @@ Log mixed(Random& random, const std::vector<MadeRun>& runs) {
   return log;
 }
 
-/// Whether nothing is left that tells whose line it was that a file of the process is missing.
+/// Whether nothing is left that tells that a file of the process is missing: the text is lost, and
+/// so is its head or the next one, which leaves a line less.
 bool isLineLost(const Log& before, const std::vector<bool>& isLost, std::size_t process) {
   std::vector<std::size_t> own;
   for (std::size_t at = 0; at < before.size(); ++at) {
     if (before[at].process == process) own.push_back(at);
   }
   constexpr std::size_t kFirstPiece = 3;  // it is the second line
-  return isLost[own[kFirstPiece]] && isLost[own[kFirstPiece + 1]];
+  return isLost[own[kFirstPiece + 1]] && (isLost[own[kFirstPiece]] || isLost[own[kFirstPiece + 3]]);
 }
 
 void losePieces(Random& random, Mix& mix) {
@@ -132,8 +133,7 @@ void losePieces(Random& random, Mix& mix) {
   }
   for (std::size_t process = 0; process < mix.runs.size(); ++process) {
     MadeRun& run = mix.runs[process];
-    // Without head and text of that line the log has no trace of it, but for a line feed that may
-    // be anybody's.
+    // The log has no trace of that line then, but for a line feed that may be anybody's.
     if (run.isMissing && isLineLost(mix.log, isLost, process)) {
       run.truth += run.truth == "partly" ? " or delivered" : "";
     }

@@ -195,6 +195,63 @@ TEST(Torn, BeginningAfterADisputedRun_IsARun) {
   EXPECT_EQ(verdictsOf(runs), (Texts{"5 unknown", "5 unknown", "5 delivered", "6 delivered"}));
 }
 
+TEST(Torn, LossShownBeforeTheLineOfAnExitIsWhole_IsTheRunsAsWell) {
+  const Texts run = incident({0, 0});
+  const std::string log =
+      linesUpTo(8, run, 4) + linesUpTo(9, run, 4) + linesUpTo(7, run, 9) + headOf(7) + run[9];
+  const std::string rest = linesFrom(8, run, 4) + linesFrom(9, run, 4);
+  EXPECT_EQ(verdictsOf(runsOf(log + '\n' + rest)),
+            (Texts{"7 delivered", "8 delivered", "9 delivered"}));
+  EXPECT_EQ(verdictsOf(runsOf(log + headOf(8) + '\n' + rest)),
+            (Texts{"7 unknown", "8 unknown", "9 unknown"}));
+}
+
+TEST(Torn, RunThatBeginsAmongMixedLinesWithoutItsBeginning_MayHaveAnothersText) {
+  const Texts run = incident({0, 0});
+  const Texts other = inserted(run, 1, "get file size error(/b,No such file or directory)");
+  const std::string started = headOf(7) + kStartedLine;
+  EXPECT_EQ(verdictsOf(runsOf(started + '\n' + linesFrom(8, other, 1) + linesFrom(7, run, 1))),
+            (Texts{"8 partly", "7 delivered"}));
+  EXPECT_EQ(verdictsOf(runsOf(started + headOf(8) + other[1] + "\n\n" + linesFrom(8, other, 2) +
+                              linesFrom(7, run, 1))),
+            (Texts{"8 unknown", "7 unknown"}));
+  EXPECT_EQ(verdictsOf(runsOf(started + headOf(8) + '\n' + other[1] + '\n' +
+                              linesFrom(8, other, 2) + linesFrom(7, run, 1))),
+            (Texts{"8 unknown", "7 unknown"}));
+  EXPECT_EQ(verdictsOf(runsOf(started + '\n' + headOf(8) + headOf(7) + other[1] + run[1] + "\n\n" +
+                              linesFrom(8, other, 2) + linesFrom(7, run, 2))),
+            (Texts{"8 unknown", "7 unknown"}));
+}
+
+TEST(Torn, TextsOfTwoKinds_AreTheirsOnceTheRunsGoOn) {
+  const Texts run = incident({0, 0});
+  const Texts other = inserted(run, 1, "get file size error(/b,No such file or directory)");
+  const std::string log = linesUpTo(7, run, 1) + linesUpTo(8, run, 1) + headOf(7) + headOf(8) +
+                          other[1] + run[1] + "\n\n";
+  EXPECT_EQ(verdictsOf(runsOf(log + linesFrom(7, run, 2) + linesFrom(8, other, 2))),
+            (Texts{"7 delivered", "8 partly"}));
+  // Nobody can have written the missing file where both go on as if they had the other text.
+  EXPECT_EQ(verdictsOf(runsOf(log + headOf(7) + headOf(8) + run[2] + run[2] + "\n\n" +
+                              linesFrom(7, run, 3) + linesFrom(8, run, 3))),
+            (Texts{"7 unknown", "8 unknown"}));
+}
+
+TEST(Torn, TextsThatWaitInGreatNumber_AreNobodys) {
+  constexpr int kProcesses = 300;
+  const Texts run = incident({0, 0});
+  std::string heads;
+  std::string texts;
+  std::string rest;
+  for (int pid = 1; pid <= kProcesses; ++pid) {
+    heads += headOf(pid);
+    texts += std::string(kStartedLine) + '\n';
+    rest += linesFrom(pid, run, 1);
+  }
+  const auto runs = runsOf(heads + texts + rest);
+  ASSERT_EQ(runs.size(), kProcesses);
+  for (const outcome::Run& one : runs) EXPECT_STREQ(wordOf(one.verdict), "unknown");
+}
+
 TEST(Pieces, LineFeedWithinALine_IsNone) {
   const Texts run = incident({0, 0});
   const Texts refused = {kStartedLine, kCancel, kElapsedLine, exitLine(1)};

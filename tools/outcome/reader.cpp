@@ -15,6 +15,10 @@ namespace {
 /// What is longer and has no line feed is no action log; it is read piece by piece all the same.
 constexpr std::size_t kMostBuffered = 1 << 20;
 
+/// So many runs wait for the lines around their end to be whole: of more that end among one
+/// another, the first one is given.
+constexpr std::size_t kMostEnded = 1000;
+
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
 Mode modeOf(unsigned request) {
@@ -99,6 +103,7 @@ void Reader::finish() {
   for (const auto& [order, pid] : open) close(pid);
   m_waiting = 0;
   m_unfinished = 0;
+  giveEnded();
   m_isAtStart = true;
 }
 
@@ -143,6 +148,7 @@ void Reader::onHead(const Head& head, std::string_view bytes) {
   if (m_keepLines) own.head = bytes;
   if (m_weave.isEmpty()) {
     if (m_waiting == 0) {
+      m_isInterrupted = false;
       m_waiting = head.pid;
       return;
     }
@@ -162,6 +168,8 @@ void Reader::onHead(const Head& head, std::string_view bytes) {
 void Reader::onLineFeed() {
   if (m_unfinished > 0) {
     --m_unfinished;
+    m_isInterrupted = true;
+    giveEnded();
   } else if (m_live.size() > 1) {
     tearAll();  // a head or a text is missing, and nobody knows whose
   } else if (m_waiting != 0) {
@@ -181,10 +189,12 @@ void Reader::onText(std::string_view text) {
     return;
   }
   const int pid = m_waiting;
+  const bool isAmongOthers = m_isInterrupted || m_unfinished > 0;
   m_waiting = 0;
   ++m_unfinished;
   const Message message = readMessage(text);
   if (message.kind != Kind::kUnread) {
+    if (isAmongOthers && message.kind != Kind::kStarted) doubtBeginning(live(pid));
     addToRun(pid, message);
     closeIfEnded(pid);
     return;
@@ -258,6 +268,7 @@ void Reader::take(int pid, const Written& written, const std::vector<Progress>& 
   if (written.message.kind == Kind::kStarted) begin(pid);
   Live& own = live(pid);
   if (written.isBroken) ++own.run.torn;
+  if (written.isBroken || written.message.kind != Kind::kStarted) doubtBeginning(own);
   own.progress = progress;
   note(own, written.message, written.isVague || written.isBroken);
   closeIfEnded(pid);
@@ -365,9 +376,17 @@ void Reader::note(Live& live, const Message& message, bool isVague) {
   }
 }
 
-/// What has been written by whom cannot be told here: nothing more is said of a run that is open.
+/// Among lines that mix, one that is no beginning of a run without any: it may have lost that here,
+/// and then the text may be of another.
+void Reader::doubtBeginning(const Live& live) {
+  if (live.progress == std::vector<Progress>{Progress()}) tearAll();
+}
+
+/// What has been written by whom cannot be told here: nothing more is said of a run that is open,
+/// or that has ended among the lines that are.
 void Reader::tearAll() {
   for (auto& [pid, live] : m_live) live.isTorn = true;
+  for (Live& ended : m_ended) ended.isTorn = true;
 }
 
 void Reader::closeIfEnded(int pid) {
@@ -375,22 +394,36 @@ void Reader::closeIfEnded(int pid) {
   if (found != m_live.end() && isEnded(found->second.progress)) close(pid);
 }
 
-/// Gives the run, whose lines have come to their end or are followed by others.
+/// The run, whose lines have come to their end or are followed by others, goes on its way out.
 void Reader::close(int pid) {
   const auto found = m_live.find(pid);
   Live own = std::move(found->second);
   m_live.erase(found);
-  const bool hasEnd = isEnded(own.progress);
   if (own.isRest) return;
-  if (own.isDisputed && hasEnd) m_rests.insert(pid);
+  if (own.isDisputed && isEnded(own.progress)) m_rests.insert(pid);
+  m_ended.push_back(std::move(own));
+  giveEnded();
+}
 
+/// Gives the runs that have ended, where no line is open any more: what follows cannot show then
+/// that one of theirs was torn.
+void Reader::giveEnded() {
+  const bool isQuiet = m_weave.isEmpty() && m_waiting == 0 && m_unfinished == 0;
+  while (!m_ended.empty() && (isQuiet || m_ended.size() > kMostEnded)) {
+    Live ended = std::move(m_ended.front());
+    m_ended.pop_front();
+    give(std::move(ended));
+  }
+}
+
+void Reader::give(Live own) {
   std::set<Verdict> possible;
   for (const Progress& one : own.progress) possible.merge(one.verdicts());
   const bool isOpen = own.isTorn || own.isDisputed || possible.size() != 1;
   own.run.verdict = isOpen ? Verdict::kUnknown : *possible.begin();
   const auto expected = common<int>(own.progress, [](const Progress& p) { return p.expected(); });
   if (expected.value_or(0) > 0) own.run.expected = expected;
-  if (!hasEnd) own.run.end.clear();
+  if (!isEnded(own.progress)) own.run.end.clear();
   Doubt doubt = Doubt::kNone;
   if (own.isTorn) doubt = Doubt::kTorn;
   if (own.isDisputed) doubt = Doubt::kDisputed;

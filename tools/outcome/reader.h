@@ -1,6 +1,7 @@
 #ifndef TANEXICS_OUTCOME_READER_H
 #define TANEXICS_OUTCOME_READER_H
 
+#include <deque>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -64,20 +65,25 @@ class Reader {
   void addToRun(int pid, const Message& message);
   void begin(int pid);
   void note(Live& live, const Message& message, bool isVague);
+  void doubtBeginning(const Live& live);
   void tearAll();
   void closeIfEnded(int pid);
   void close(int pid);
+  void giveEnded();
+  void give(Live ended);
   Live& live(int pid);
 
   Sink m_sink;
   bool m_keepLines;
   std::string m_buffer;
   std::unordered_map<int, Live> m_live;
+  std::deque<Live> m_ended;
   unsigned long m_order = 0;
   std::unordered_set<int> m_rests;  // process ids of which a run may go on that was closed before
   Weave m_weave;
-  int m_waiting = 0;     // the one process whose text is next; 0: none, or a weave
-  int m_unfinished = 0;  // lines that have their text and not their line feed
+  int m_waiting = 0;             // the one process whose text is next; 0: none, or a weave
+  bool m_isInterrupted = false;  // a line feed stands between that one's head and text
+  int m_unfinished = 0;          // lines that have their text and not their line feed
   bool m_isAtStart = true;
   std::string m_foreignLine;
 };

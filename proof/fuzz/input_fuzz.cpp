@@ -72,11 +72,12 @@ struct Files {
 };
 
 std::string argumentOf(std::string word, const Texts& paths) {
-  const std::size_t digits = word.size() == 3 ? 2 : 0;
-  if (word.size() == digits + 1 && word.back() >= 1 && word.back() <= 4) {
-    return word.substr(0, digits) + paths[static_cast<std::size_t>(word.back() - 1)];
-  }
+  // A slash would lead out of the folder, or be another name of a file.
   std::replace(word.begin(), word.end(), '/', '_');
+  const std::size_t option = word.size() == 3 ? 2 : 0;
+  if (word.size() == option + 1 && word.back() >= 1 && word.back() <= 4) {
+    return word.substr(0, option) + paths[static_cast<std::size_t>(word.back() - 1)];
+  }
   return word;
 }
 

@@ -239,6 +239,9 @@ TEST_F(TanexicsLog, Terminal_HasColoursAndItsOwnWidth) {
             "    error-event Disk \"a\", full of db01:\n"
             "    2 of 2 exchanges failed:\n"
             "    notification 1: -1\n");
+  EXPECT_EQ(shown("tanexics-log --pid 9 a.log"),
+            "2026-11-21T23:30:33       9  \x1b[33munknown\x1b[0m\n"
+            "    -: the end is not in the log\n");
   EXPECT_EQ(shown("NO_COLOR=1 tanexics-log --pid 9 a.log"),
             "2026-11-21T23:30:33       9  unknown\n"
             "    -: the end is not in the log\n");

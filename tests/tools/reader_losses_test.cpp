@@ -123,6 +123,7 @@ TEST(Losses, BesideAnotherRun_LeaveBothOpen) {
       {"a line feed too many", "\n"},
       {"an answer of nobody", headOf(6) + doneLine(0) + '\n'},
       {"texts that fit nobody", headOf(5) + headOf(6) + exitLine(0) + kOk + "\n\n"},
+      {"two answers for one", headOf(5) + headOf(6) + doneLine(0) + doneLine(0) + "\n\n"},
       {"texts that met and fit", headOf(5) + doneLine(0) + dataCall("/a") + '\n', 6},
       {"one text for two", headOf(5) + headOf(6) + kChild + headOf(5) + headOf(6) + kChild},
   };

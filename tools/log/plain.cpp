@@ -23,9 +23,9 @@ const char* colourOf(Verdict verdict) {
       return "\x1b[33m";
     case Verdict::kRefused:
     case Verdict::kNotSent:
-      return "\x1b[31m";
+      break;
   }
-  return "";
+  return "\x1b[31m";
 }
 
 std::string subjectOf(const Run& run, outcome::Encoding encoding) {

@@ -47,9 +47,7 @@ std::size_t findPiece(std::string_view bytes) {
                       : static_cast<std::size_t>(static_cast<const char*>(feed) - bytes.data());
   // A head shows itself by the first slash of its date.
   std::size_t at = 0;
-  while (at < end) {
-    const void* slash = std::memchr(bytes.data() + at, '/', end - at);
-    if (slash == nullptr) return end;
+  while (const void* slash = std::memchr(bytes.data() + at, '/', end - at)) {
     at = static_cast<std::size_t>(static_cast<const char*>(slash) - bytes.data());
     if (at >= kYearDigits && readHead(bytes.substr(at - kYearDigits)).length > 0) {
       return at - kYearDigits;

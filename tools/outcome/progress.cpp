@@ -40,9 +40,6 @@ bool Progress::accepts(const Message& message) const {
   switch (message.kind) {
     case Kind::kOther:
       return phase != Phase::kElapsed;
-    case Kind::kUnread:
-    case Kind::kStarted:
-      return false;
     case Kind::kRefusal:
     case Kind::kStartedComm:
     case Kind::kMissing:
@@ -65,10 +62,9 @@ bool Progress::accepts(const Message& message) const {
       return phase == Phase::kSent || phase == Phase::kRefused;
     case Kind::kElapsed:
       return phase == Phase::kBegun || phase == Phase::kSent || phase == Phase::kRefused;
-    case Kind::kExit:
+    default:  // the exit: all others are decided above
       return phase == Phase::kElapsed;
   }
-  return false;
 }
 
 int Progress::answersBefore(int number, bool isTransfer) const {

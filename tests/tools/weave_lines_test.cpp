@@ -1,0 +1,75 @@
+// Lines of three and more processes that mix, of which one has begun its next line while nobody
+// knows who has written the line before.
+
+#include "tools/outcome/weave.h"
+
+#include <gtest/gtest.h>
+
+#include "tools/logbytes.h"
+
+namespace {
+
+/// A run, of which the lines in the middle are given apart.
+std::string before(int pid, const Texts& run, std::size_t first) {
+  return linesOf(pid, {run.begin(), run.begin() + static_cast<std::ptrdiff_t>(first)});
+}
+
+std::string after(int pid, const Texts& run, std::size_t next) {
+  return linesOf(pid, {run.begin() + static_cast<std::ptrdiff_t>(next), run.end()});
+}
+
+/// "PID VERDICT: CODES", of an answer that nobody can tell a question mark.
+Texts answersOf(const std::vector<outcome::Run>& runs) {
+  Texts answers;
+  for (const outcome::Run& run : runs) {
+    std::string text = std::to_string(run.pid) + ' ' + wordOf(run.verdict) + ':';
+    for (const outcome::Exchange& one : run.exchanges) {
+      text += one.code ? ' ' + std::to_string(*one.code) : " ?";
+    }
+    answers.push_back(text);
+  }
+  return answers;
+}
+
+TEST(WeaveLines, NextLineOfOneRun_LeavesOpenWhoseTheAnswersAre) {
+  // The next call is of the first run alone, whichever answer it has got before; the third answer
+  // is of one of the other two.
+  const Texts first = incident({0, 0, -1, 0});
+  const Texts second = incident({0, 0, -1, 0});
+  const Texts third = incident({-1, 0, -1, 0});
+  EXPECT_EQ(answersOf(runsOf(before(5, first, 4) + before(6, second, 4) + before(7, third, 4) +
+                             headOf(5) + headOf(6) + doneLine(0) + '\n' + headOf(7) + doneLine(-1) +
+                             headOf(5) + first[5] + "\n\n" + doneLine(0) + '\n' +
+                             after(5, first, 6) + after(6, second, 5) + after(7, third, 5))),
+            (Texts{"5 partly: ? 0 -1 0", "6 partly: ? 0 -1 0", "7 partly: ? 0 -1 0"}));
+}
+
+TEST(WeaveLines, NextLineOfOneRun_TellsWhatItWroteBefore) {
+  // Who goes on with a file has started communication: the refusal is of another one.
+  const Texts first = incident({0, -1});
+  const Texts refused = unsent("not Super-User", 65);
+  EXPECT_EQ(answersOf(runsOf(before(5, first, 1) + before(6, refused, 1) + before(7, refused, 1) +
+                             headOf(7) + headOf(6) + headOf(5) + refused[1] + first[1] + '\n' +
+                             headOf(5) + first[2] + "\n\n" + refused[1] + '\n' +
+                             after(5, first, 3) + after(6, refused, 2) + after(7, refused, 2))),
+            (Texts{"5 partly: 0 -1", "6 not-sent:", "7 not-sent:"}));
+}
+
+TEST(WeaveLines, TwoRunsThatNeedOneText_AreTorn) {
+  // Two have begun a file, and communication was started once.
+  const Texts run = incident({0, 0});
+  const Texts refused = unsent("not Super-User", 65);
+  std::string log;
+  for (const int pid : {5, 6, 7, 8}) log += linesOf(pid, {kStartedLine});
+  for (const int pid : {5, 6, 7, 8}) log += headOf(pid);
+  log += run[1] + refused[1] + refused[1] + headOf(5) + headOf(6) + run[2] + run[2];
+  log += "\n\n\n\n\n" + after(5, run, 3) + after(6, run, 3);
+  const std::vector<outcome::Run> runs = runsOf(log);
+  EXPECT_EQ(answersOf(runs),
+            (Texts{"5 unknown: 0 0", "6 unknown: 0 0", "7 unknown:", "8 unknown:"}));
+  for (const outcome::Run& one : runs) {
+    EXPECT_EQ(one.reason, "its lines are torn: which of them are its own cannot be told");
+  }
+}
+
+}  // namespace

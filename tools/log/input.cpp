@@ -62,12 +62,13 @@ class Followed {
 
   /// Gives what was added. Returns the reason where that fails.
   std::string readOn(const std::function<bool(std::string_view)>& take) {
-    return readToEnd(m_file.get(), [&](std::string_view bytes) {
+    const auto keepAndTake = [&](std::string_view bytes) {
       m_offset += bytes.size();
       m_tail.append(bytes.substr(bytes.size() - std::min(bytes.size(), kTailBytes)));
       m_tail.erase(0, m_tail.size() - std::min(m_tail.size(), kTailBytes));
       return take(bytes);
-    });
+    };
+    return readToEnd(m_file.get(), keepAndTake);
   }
 
   bool isReplaced() const {

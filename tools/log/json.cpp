@@ -52,6 +52,7 @@ std::string jsonOf(const Run& run, const std::string& log, Encoding encoding) {
   ordered_json missing = ordered_json::array();
   for (const std::string& path : run.missing) missing.push_back(readable(path, encoding));
   const char* mode = wordOf(run.mode);
+  const char* verdict = wordOf(run.verdict);
   const ordered_json object = {{"log", readable(log, Encoding::kUtf8)},
                                {"pid", run.pid},
                                {"start", run.hasStart ? timeOrNull(run.start) : ordered_json()},
@@ -60,7 +61,7 @@ std::string jsonOf(const Run& run, const std::string& log, Encoding encoding) {
                                {"mode", mode == nullptr ? ordered_json() : ordered_json(mode)},
                                {"identity", orNull(run.identity, encoding)},
                                {"host", orNull(run.host, encoding)},
-                               {"verdict", wordOf(run.verdict)},
+                               {"verdict", verdict},
                                {"reason", readable(run.reason, encoding)},
                                {"exit", orNull(run.exitCode)},
                                {"expected", orNull(run.expected)},

@@ -122,22 +122,19 @@ void addOptions(CLI::App& app, Options& options) {
       ->type_name("V");
   CLI::Option* follow =
       app.add_flag("--follow", options.follow, "Go on, and print each run when it ends");
-  app.add_flag_function(
-         "--last{1}",
-         [&](std::int64_t number) {
-           if (number < 1) throw CLI::ValidationError("--last", "the number is 1 or more");
-           options.last = static_cast<std::size_t>(number);
-         },
-         "The last N of these runs, or the last one")
+  const auto setLast = [&](std::int64_t number) {
+    if (number < 1) throw CLI::ValidationError("--last", "the number is 1 or more");
+    options.last = static_cast<std::size_t>(number);
+  };
+  app.add_flag_function("--last{1}", setLast, "The last N of these runs, or the last one")
       ->type_name("[=N]")
       ->excludes(follow);
   app.add_flag("--lines", options.lines, "Show each run's own lines below it");
   app.add_flag("--explain", options.explain, "Tell what status words, errors and numbers mean");
   CLI::Option* json = app.add_flag_callback(
       "--json", [&] { options.form = Form::kJson; }, "Print one JSON object a run and line");
-  app.add_flag_callback(
-         "--openmetrics", [&] { options.form = Form::kOpenMetrics; },
-         "Print metrics for a textfile collector")
+  const auto setOpenMetrics = [&] { options.form = Form::kOpenMetrics; };
+  app.add_flag_callback("--openmetrics", setOpenMetrics, "Print metrics for a textfile collector")
       ->excludes(json)
       ->excludes(follow);
   app.add_option("--html", options.html, "Write a page for people to FILE")

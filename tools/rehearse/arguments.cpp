@@ -48,13 +48,12 @@ void addOptions(CLI::App& app, Arguments& arguments, Choice& choice) {
   CLI::Option* script = app.add_option("--script", arguments.script, "Answer as FILE says")
                             ->type_name("FILE")
                             ->check(notEmpty);
-  app.add_option_function<std::string>(
-         "--situation",
-         [&, script](const std::string& name) {
-           if (script->count() > 0) throw CLI::ExcludesError("--situation", "--script");
-           arguments.script = scriptOf(name, choice.folder);
-         },
-         "Answer as the situation NAME says, instead of a script")
+  const auto setSituation = [&, script](const std::string& name) {
+    if (script->count() > 0) throw CLI::ExcludesError("--situation", "--script");
+    arguments.script = scriptOf(name, choice.folder);
+  };
+  app.add_option_function<std::string>("--situation", setSituation,
+                                       "Answer as the situation NAME says, instead of a script")
       ->type_name("NAME");
   app.add_flag("--situations", choice.isList, "List the situations and end");
   app.add_option("--command", arguments.command, "Run PATH instead of tanexics beside this one")

@@ -114,9 +114,20 @@ TEST_F(Rehearse, FolderThatCannotBeMade_IsAnError) {
     EXPECT_EQ(child.exitCode(), 125) << outbox;
     EXPECT_EQ(child.out, "");
   }
-  const ChildResult child =
-      runProgram({REHEARSE, "--command", LOOPBACK_PLAYER, "--"}, {{"TMPDIR", "/nonexistent"}});
+  // In the last one nobody can make a file.
+  for (const std::string folder : {"/nonexistent", "/proc"}) {
+    const ChildResult child =
+        runProgram({REHEARSE, "--command", LOOPBACK_PLAYER, "--"}, {{"TMPDIR", folder}});
+    EXPECT_EQ(child.exitCode(), 125) << folder;
+    EXPECT_EQ(child.out, "");
+  }
+}
+
+TEST_F(Rehearse, LogThatCannotBeMade_IsAnError) {
+  const ChildResult child = rehearse({"--outbox", "/proc", "--command", LOOPBACK_PLAYER, "--"});
   EXPECT_EQ(child.exitCode(), 125);
+  EXPECT_EQ(child.out, "");
+  EXPECT_EQ(child.err, "tanexics-rehearse: open(/proc/action.log): No such file or directory\n");
 }
 
 // --- the run -------------------------------------------------------------------------------------
@@ -170,6 +181,14 @@ TEST_F(Rehearse, Interrupt_IsIgnoredHereAndDeadlyThereUnlessItWasIgnoredBefore) 
   EXPECT_EQ(rehearseShell(interrupt).exitCode(), 128 + SIGINT);
   const std::string ignoring = "trap '' INT; " REHEARSE " --command /bin/sh -- -c \"$0\"";
   EXPECT_EQ(runProgram({"/bin/sh", "-c", ignoring, interrupt}).exitCode(), 3);
+}
+
+TEST_F(Rehearse, EndThatTheCallerWantsNobodyToHearOf_IsAnError) {
+  const ChildResult child = runProgram(
+      {"/usr/bin/env", "--ignore-signal=CHLD", REHEARSE, "--command", "/bin/true", "--"});
+  EXPECT_EQ(child.exitCode(), 125);
+  EXPECT_EQ(child.out, "");
+  EXPECT_EQ(child.err, "tanexics-rehearse: waitpid: No child processes\n");
 }
 
 TEST_F(Rehearse, WhatCannotBeRun_IsNamedAndLeavesNoOutbox) {

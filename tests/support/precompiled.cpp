@@ -1,3 +1,3 @@
-// Nothing but the owner of the header that the programs of tests share: see CMakeLists.txt beside this folder.
+// Nothing but the owner of the header that the programs of tests share: see the CMakeLists.txt above it.
 
 int main() {}

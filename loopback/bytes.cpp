@@ -15,14 +15,6 @@ bool isForbiddenStart(unsigned lead, unsigned second) {
          (lead == 0xf0 && second < 0x90) || (lead == 0xf4 && second > 0x8f);
 }
 
-/// Whether the character of `length` bytes is a control character: U+0000 to U+001F, U+007F to
-/// U+009F.
-bool isControl(std::string_view bytes, std::size_t length) {
-  const unsigned lead = byteAt(bytes, 0);
-  if (length == 1) return lead < 0x20 || lead == 0x7f;
-  return lead == 0xc2 && byteAt(bytes, 1) < 0xa0;
-}
-
 /// The byte of the two digits that `text` begins with, nothing when it does not begin with two.
 std::optional<char> hexByte(std::string_view text) {
   if (text.size() < 2) return std::nullopt;
@@ -54,36 +46,27 @@ std::string hexEscape(char byte) {
   return {'\\', 'x', kHexDigits[value / 16U], kHexDigits[value % 16U]};
 }
 
+bool isControlCharacter(std::string_view utf8) {
+  const unsigned lead = byteAt(utf8, 0);
+  if (utf8.size() == 1) return lead < 0x20 || lead == 0x7f;
+  return lead == 0xc2 && byteAt(utf8, 1) < 0xa0;
+}
+
 std::string visibleBytes(std::string_view bytes) {
-  std::string text;
-  text.reserve(bytes.size());
-  while (!bytes.empty()) {
-    const std::size_t length = utf8Length(bytes);
-    if (length == 0 || isControl(bytes, length)) {
-      text += hexEscape(bytes.front());
-      bytes.remove_prefix(1);
+  return rewriteUtf8(bytes, [](std::string& text, std::string_view character) {
+    if (isControlCharacter(character)) {
+      for (const char byte : character) text += hexEscape(byte);
     } else {
-      text += bytes.substr(0, length);
-      bytes.remove_prefix(length);
+      text += character;
     }
-  }
-  return text;
+  });
 }
 
 std::string escapeBytes(std::string_view bytes) {
-  std::string text;
-  text.reserve(bytes.size());
-  while (!bytes.empty()) {
-    const std::size_t length = utf8Length(bytes);
-    if (length == 0) {
-      text += hexEscape(bytes.front());
-    } else {
-      if (bytes.front() == '\\') text += '\\';
-      text += bytes.substr(0, length);
-    }
-    bytes.remove_prefix(length == 0 ? 1 : length);
-  }
-  return text;
+  return rewriteUtf8(bytes, [](std::string& text, std::string_view character) {
+    if (character == "\\") text += '\\';
+    text += character;
+  });
 }
 
 std::optional<std::string> unescapeBytes(std::string_view text) {

@@ -21,6 +21,28 @@ std::size_t utf8Length(std::string_view bytes);
 /// `\xHH` for one byte.
 std::string hexEscape(char byte);
 
+/// Whether a character of UTF-8 is a control character: below 0x20, 0x7f, and U+0080 to U+009F.
+bool isControlCharacter(std::string_view utf8);
+
+/// `bytes` anew: `append(text, character)` adds to the text what becomes of a character of UTF-8,
+/// and any byte that is part of none becomes `\xHH`.
+template <class Append>
+std::string rewriteUtf8(std::string_view bytes, const Append& append) {
+  std::string text;
+  text.reserve(bytes.size());
+  while (!bytes.empty()) {
+    const std::size_t length = utf8Length(bytes);
+    if (length == 0) {
+      text += hexEscape(bytes.front());
+      bytes.remove_prefix(1);
+    } else {
+      append(text, bytes.substr(0, length));
+      bytes.remove_prefix(length);
+    }
+  }
+  return text;
+}
+
 /// The same bytes for a terminal: control characters (those of UTF-8 above 0x7f too) and bytes that
 /// are not UTF-8 become `\xHH`, byte by byte. For reading only: a backslash stays as it is.
 std::string visibleBytes(std::string_view bytes);

@@ -18,37 +18,18 @@ bool isUtf8(std::string_view bytes) {
   return true;
 }
 
-bool isControl(std::string_view utf8) {
-  const auto first = static_cast<unsigned char>(utf8.front());
-  if (first < 0x20 || first == 0x7f) return true;
-  return utf8.size() == 2 && first == 0xc2 && static_cast<unsigned char>(utf8[1]) < 0xa0;
-}
-
 /// `character`: one of UTF-8, as it is in the log.
 void append(std::string& text, std::string_view character) {
   if (character == "\\") {
     text += "\\\\";
-  } else if (isControl(character)) {
+  } else if (isControlCharacter(character)) {
     for (const char byte : character) text += hexEscape(byte);
   } else {
     text += character;
   }
 }
 
-std::string readableUtf8(std::string_view bytes) {
-  std::string text;
-  text.reserve(bytes.size());
-  while (!bytes.empty()) {
-    const std::size_t length = utf8Length(bytes);
-    if (length == 0) {
-      text += hexEscape(bytes.front());
-    } else {
-      append(text, bytes.substr(0, length));
-    }
-    bytes.remove_prefix(std::max<std::size_t>(length, 1));
-  }
-  return text;
-}
+std::string readableUtf8(std::string_view bytes) { return rewriteUtf8(bytes, append); }
 
 /// Bytes above ASCII, of which no character of EUC-JP becomes a backslash or a control character
 /// but those of one byte: these become the character of the same number.
@@ -57,7 +38,7 @@ std::string readableAboveAscii(std::string_view bytes) {
   std::string text;
   for (std::string_view rest = utf8; !rest.empty(); rest.remove_prefix(utf8Length(rest))) {
     const std::string_view character = rest.substr(0, utf8Length(rest));
-    if (isControl(character)) {
+    if (isControlCharacter(character)) {
       text += hexEscape(character.back());
     } else {
       text += character;

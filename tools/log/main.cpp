@@ -3,12 +3,12 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <deque>
 #include <iostream>
 
+#include "common/base/callersignals.h"
 #include "common/base/stdfds.h"
 #include "loopback/bytes.h"
 #include "tools/log/input.h"
@@ -182,7 +182,7 @@ bool readAll(const Options& options, Output& output, std::string& foreignLine) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::signal(SIGPIPE, SIG_IGN);
+  settleSignals();
   const bool hasOutput = ::fcntl(STDOUT_FILENO, F_GETFD) >= 0;
   occupyStandardDescriptors();  // a page must not become what is printed
   if (!hasOutput) {

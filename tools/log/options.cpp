@@ -1,6 +1,7 @@
 #include "tools/log/options.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <iostream>
 
 #include "loopback/bytes.h"
@@ -70,6 +71,16 @@ std::set<Verdict> verdictsOf(const std::string& text) {
   return verdicts;
 }
 
+int pidOf(const std::string& text) {
+  int pid = 0;
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), pid);
+  if (read.ec != std::errc() || read.ptr != text.data() + text.size() || pid < 0) {
+    throw CLI::ValidationError(
+        "--pid", "no such process id: '" + visibleBytes(text) + "'; it is a number such as 4711");
+  }
+  return pid;
+}
+
 outcome::Encoding encodingOf(const std::string& text) {
   if (text == "utf-8") return outcome::Encoding::kUtf8;
   if (text == "euc-jp") return outcome::Encoding::kEucJp;
@@ -114,7 +125,10 @@ void addOptions(CLI::App& app, Options& options) {
          [&](const std::string& text) { options.until = logTime("--until", text, "23:59:60"); },
          "Runs that began at T or earlier")
       ->type_name("T");
-  app.add_option("--pid", options.pid, "Runs of the process id N")->type_name("N");
+  app.add_option_function<std::string>(
+         "--pid", [&](const std::string& text) { options.pid = pidOf(text); },
+         "Runs of the process id N")
+      ->type_name("N");
   app.add_option("--incident", options.incident, "Runs of the incident N")->type_name("N");
   app.add_option_function<std::string>(
          "--verdict", [&](const std::string& text) { options.verdicts = verdictsOf(text); },
@@ -160,6 +174,9 @@ std::optional<int> readOptions(int argc, const char* const* argv, Options& optio
     }
   } catch (const CLI::Success& asked) {
     return app.exit(asked, std::cout, std::cerr);
+  } catch (const CLI::ExtrasError& wrong) {
+    std::cerr << "tanexics-log: " << wrong.what() << "; --help shows the options\n";
+    return kWrongUsage;
   } catch (const CLI::ParseError& wrong) {
     std::cerr << "tanexics-log: " << wrong.what() << "\n";
     return kWrongUsage;

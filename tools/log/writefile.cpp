@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -17,17 +16,6 @@ namespace {
 
 constexpr mode_t kPermissions = 0777;
 constexpr mode_t kNewFile = 0644;
-
-class FileSizeSignalIgnored {
- public:
-  FileSizeSignalIgnored() : m_before(std::signal(SIGXFSZ, SIG_IGN)) {}
-  ~FileSizeSignalIgnored() { std::signal(SIGXFSZ, m_before); }
-  FileSizeSignalIgnored(const FileSizeSignalIgnored&) = delete;
-  FileSizeSignalIgnored& operator=(const FileSizeSignalIgnored&) = delete;
-
- private:
-  void (*m_before)(int);
-};
 
 bool writeAll(int file, std::string_view bytes) {
   while (!bytes.empty()) {
@@ -70,7 +58,6 @@ int writeBeside(const std::string& path, std::string_view bytes,
 }  // namespace
 
 std::string writeWhole(const std::string& path, std::string_view bytes) {
-  const FileSizeSignalIgnored ignored;
   std::optional<struct stat> older;
   struct stat status = {};
   if (::lstat(path.c_str(), &status) == 0) {

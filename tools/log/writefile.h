@@ -11,7 +11,7 @@
 /// group where the caller may give files away. Anything but a regular file is left alone, links
 /// too. Returns the reason in words where that fails; empty where all went well.
 ///
-/// SIGXFSZ is ignored meanwhile, so that a limit on file sizes is a failure as any other.
+/// Where SIGXFSZ is not ignored, a limit on file sizes ends the process and leaves the new file.
 std::string writeWhole(const std::string& path, std::string_view bytes);
 
 #endif

@@ -1,7 +1,6 @@
 #include "sendevent/CSendEventSingleSystem.h"
 
 #include <cstdio>
-#include <cstring>
 #include <optional>
 
 #include "common/base/format.h"
@@ -14,6 +13,7 @@
 #include "log/CLog.h"
 #include "rmglib/CVuqRmgLib.h"
 #include "sendevent/exitstatus.h"
+#include "sendevent/option.h"
 #include "temp/CTemp.h"
 
 namespace {
@@ -23,11 +23,6 @@ constexpr std::size_t kCommandBytes = 1023;
 
 constexpr const char* kCollectionCommands[] = {"/opt/dovra/tanex/bin/tanexcc",
                                                "/opt/dovra/tanex/bin/tanexcs"};
-
-/// Whether `argument`, which may be null, begins with `option`.
-bool beginsWith(const char* argument, const char (&option)[3]) {
-  return argument != nullptr && std::strncmp(argument, option, 2) == 0;
-}
 
 int rejectCount() {
   gLog.ilog("parameter count error.(CSendEventSingleSystem::parseCommandLine)");
@@ -47,9 +42,6 @@ std::optional<int> readMachineId(char (&machineId)[kMachineIdBytes]) {
   }
   return std::nullopt;
 }
-
-/// Whether an option has its value, or what stands for it, right after its two characters.
-bool isJoined(const char* option) { return option[2] != '\0'; }
 
 /// Lets the collection commands fill a temporary directory, whatever they end with.
 int collectInformation() {

@@ -27,9 +27,9 @@ CSendEventBase::~CSendEventBase() = default;
 
 int CSendEventBase::parseTanexEventMsg(char* path) {
   m_eventType = kNotParsed;
-  std::vector<std::string> keys = {"Time",   "Label",     "HostName", "OSType",
-                                   "OSName", "OSVersion", "PkgName",  "MsgType",
-                                   "MsgID",  "SendType",  "EventID",  "PartitionName"};
+  std::vector<std::string> keys = {
+#include "sendevent/eventkeys.inc"
+  };
   const int status = parseMsgCommon(path, keys);
   if (status == kExitSuccess) {
     m_eventType = std::strcmp(getParam("SendType"), "err") == 0 ? kErrorEvent : kOtherEvent;

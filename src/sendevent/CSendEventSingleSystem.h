@@ -24,12 +24,18 @@ class CSendEventSingleSystem : public CSendEventBase {
   /// in which case nothing is sent (traced).
   int sendEvent();
 
+ protected:
+  /// Reads what follows the list on a command line, as `parseCommandLine` does it. Both may be
+  /// null. Returns 0 or 68.
+  int parseOption(char* option, char* value);
+
+  /// Takes the name of this machine where the parameters have no host name.
+  void ensureHostName();
+
  private:
   int readSendFileList(const char* path);
-  int parseOption(char* option, char* value);
   int parseIncidentOption(const char* option, const char* value);
   int parseEventOption(char* option, char* value);
-  void ensureHostName();
 };
 
 #endif

@@ -24,6 +24,9 @@ class CSendEventBase {
   static constexpr int kErrorEvent = 3;  ///< an event whose SendType is "err"
   static constexpr int kOtherEvent = 4;  ///< any other event
 
+  /// The usable length of an event notification, fixed by its format.
+  static constexpr int kFieldTextLimit = 896;
+
   CSendEventBase();
   virtual ~CSendEventBase();
 
@@ -103,16 +106,28 @@ class CSendEventBase {
   /// The steps of `commonSendEvent` on a given client, whose life ends with the caller.
   int sendThrough(CVuqRmgLib& client);
 
+  /// Reads one piece of a definition file, as `PieceReader` gives it, into the parameters. Returns
+  /// 0, or 68 after one line of log.
+  ///
+  /// `piece`  edited: it ends before its line end, and, where it has one, at its first "=".
+  int readDefinitionLine(char* piece, const std::vector<std::string>& keyList);
+
+  /// Returns 68, after one line of log that names `path`, where a key of the list that must have a
+  /// value has none; otherwise 0. The keys up to that one are inserted.
+  int checkRequiredKeys(const char* path, const std::vector<std::string>& keyList);
+
+  static constexpr std::size_t kNotificationBytes = 2048;  ///< terminator included
+
+  /// Builds the notification of a request that is the `fileNumber`th, from 1, of `fileCount`.
+  /// Returns `text`, or null for an event type without one.
+  char* buildNotification(char (&text)[kNotificationBytes], int fileNumber, int fileCount);
+
  private:
   // Input.
   int readDefinition(const char* path, const std::vector<std::string>& keyList);
-  int readDefinitionLine(char* piece, const std::vector<std::string>& keyList);
   void traceParams() const;
-  int checkRequiredKeys(const char* path, const std::vector<std::string>& keyList);
 
-  // Notification texts. `buildNotification` returns `text`, or null for an event type without one.
-  static constexpr std::size_t kNotificationBytes = 2048;  // terminator included
-  char* buildNotification(char (&text)[kNotificationBytes], int fileNumber, int fileCount);
+  // Notification texts.
   void buildIncidentText(char (&text)[kNotificationBytes], int fileNumber, int fileCount);
   void buildEventText(char (&text)[kNotificationBytes]);
 

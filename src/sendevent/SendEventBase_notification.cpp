@@ -12,8 +12,7 @@
 
 namespace {
 
-/// The usable length of an event notification, fixed by its format.
-constexpr int kFieldTextLimit = 896;
+constexpr int kFieldTextLimit = CSendEventBase::kFieldTextLimit;
 constexpr int kFieldTextBytes = kFieldTextLimit + 1;
 
 /// With so much room or less no field is begun, although four bytes would hold the shortest one:

@@ -21,8 +21,9 @@ namespace {
 constexpr std::size_t kMachineIdBytes = 1024;
 constexpr std::size_t kCommandBytes = 1023;
 
-constexpr const char* kCollectionCommands[] = {"/opt/dovra/tanex/bin/tanexcc",
-                                               "/opt/dovra/tanex/bin/tanexcs"};
+constexpr const char* kCollectionCommands[] = {
+#include "sendevent/collectioncommands.inc"
+};
 
 int rejectCount() {
   gLog.ilog("parameter count error.(CSendEventSingleSystem::parseCommandLine)");

@@ -42,7 +42,7 @@ class Output {
  public:
   explicit Output(const Options& options)
       : m_options(options),
-        m_layout(Layout::ofStandardOutput(options.encoding)),
+        m_layout{Terminal::ofStandardOutput(), options.encoding},
         m_metrics(options.encoding),
         m_page(options.encoding, outcome::explanationsOf) {}
 

@@ -3,18 +3,14 @@
 
 #include <string>
 
+#include "tools/common/terminal.h"
 #include "tools/outcome/readable.h"
 #include "tools/outcome/run.h"
 
 /// How texts for people are laid out.
 struct Layout {
-  std::size_t width = 0;  ///< columns of the terminal; 0: lines are as long as they are
-  bool hasColours = false;
+  Terminal terminal;
   outcome::Encoding encoding = outcome::Encoding::kEither;
-
-  /// What fits standard output: colours and a width on a terminal alone, and no colours where the
-  /// environment says NO_COLOR (no-color.org).
-  static Layout ofStandardOutput(outcome::Encoding encoding);
 };
 
 /// One run for people: when, process id, verdict, what was reported, and why the verdict; below it

@@ -1,0 +1,30 @@
+#ifndef TANEXICS_TOOLS_COMMON_TERMINAL_H
+#define TANEXICS_TOOLS_COMMON_TERMINAL_H
+
+#include <cstddef>
+#include <string>
+
+/// What texts for people are laid out for.
+struct Terminal {
+  std::size_t width = 0;    ///< its columns; 0: lines are as long as they are
+  bool hasColours = false;  ///< whether texts may be coloured
+
+  /// What standard output is: colours and a width on a terminal alone, and no colours where the
+  /// environment says NO_COLOR (no-color.org).
+  static Terminal ofStandardOutput();
+};
+
+/// The colours of texts, as a terminal takes them.
+constexpr char kRed[] = "\x1b[31m";
+constexpr char kGreen[] = "\x1b[32m";
+constexpr char kYellow[] = "\x1b[33m";
+
+/// `text` in one of the colours above, or as it is where `terminal` has none.
+std::string coloured(const std::string& text, const char* colour, const Terminal& terminal);
+
+/// `text`, which is UTF-8 and may be coloured, in lines of at most `width` columns. They are broken
+/// at blanks, and a word that is longer than a line stands alone; all but the first are indented by
+/// `indent` blanks. Where hardly a column is left beside them, `text` as it is.
+std::string wrapped(const std::string& text, std::size_t width, std::size_t indent);
+
+#endif

@@ -1,0 +1,68 @@
+#include "tools/check/faults.h"
+
+#include <algorithm>
+
+#include "loopback/bytes.h"
+#include "tools/outcome/readable.h"
+
+namespace check {
+
+namespace {
+
+/// What is shown of a text at most, in characters.
+constexpr std::size_t kMostShown = 200;
+
+}  // namespace
+
+void Faults::add(Fault fault) {
+  ++(fault.isError ? m_errors : m_warnings);
+  if (m_kept.size() == kMostKept) {
+    if (!fault.isError || m_keptErrors == kMostKept) return;
+    const auto last =
+        std::find_if(m_kept.rbegin(), m_kept.rend(), [](const Fault& one) { return !one.isError; });
+    m_kept.erase(std::next(last).base());
+  }
+  if (fault.isError) ++m_keptErrors;
+  m_kept.push_back(std::move(fault));
+}
+
+std::string Faults::rest() const {
+  const std::size_t keptWarnings = m_kept.size() - m_keptErrors;
+  std::vector<std::string> kinds;
+  if (m_errors > m_keptErrors) kinds.push_back(counted(m_errors - m_keptErrors, "error"));
+  if (m_warnings > keptWarnings) kinds.push_back(counted(m_warnings - keptWarnings, "warning"));
+  return kinds.empty() ? "" : "... and " + listed(kinds) + " more";
+}
+
+std::string shown(std::string_view bytes) {
+  std::string text = outcome::readable(bytes, outcome::Encoding::kEither);
+  std::size_t at = 0;
+  for (std::size_t characters = 0; at < text.size(); ++characters) {
+    if (characters == kMostShown) return text.substr(0, at) + "...";
+    at += utf8Length(std::string_view(text).substr(at));
+  }
+  return text;
+}
+
+std::string quoted(std::string_view bytes) { return '"' + shown(bytes) + '"'; }
+
+std::string counted(std::size_t number, const std::string& what) {
+  return std::to_string(number) + ' ' + what + (number == 1 ? "" : "s");
+}
+
+std::string sentenceOf(const std::vector<std::string>& remarks) {
+  std::string sentence;
+  for (const std::string& remark : remarks) sentence += (sentence.empty() ? "" : "; it ") + remark;
+  return sentence;
+}
+
+std::string listed(const std::vector<std::string>& texts, const std::string& last) {
+  std::string row;
+  for (std::size_t at = 0; at < texts.size(); ++at) {
+    if (at > 0) row += at + 1 == texts.size() ? " " + last + " " : ", ";
+    row += texts[at];
+  }
+  return row;
+}
+
+}  // namespace check

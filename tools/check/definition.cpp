@@ -1,0 +1,224 @@
+#include "tools/check/definition.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <set>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "rmglib/kelcom.h"
+#include "sendevent/exitstatus.h"
+#include "tools/check/command.h"
+#include "tools/check/pieces.h"
+#include "tools/check/textmarks.h"
+#include "tools/common/nearest.h"
+#include "tools/outcome/run.h"
+
+namespace check {
+
+namespace {
+
+constexpr char kSendTypeKey[] = "SendType";
+constexpr char kErrorType[] = "err";
+
+/// What the command's reader has made of one piece.
+struct Reading {
+  bool isRejected = false;
+  std::string text;                // what it has seen, without the line end
+  std::optional<std::string> key;  // what it took for the key; none: the piece has no "="
+  std::string value;               // and for the value
+};
+
+/// Has the command read a piece. It leaves its marks in it: the end of the key, where it found one,
+/// and that of the text.
+Reading readPiece(char* piece, Command& command, const std::vector<std::string>& keys) {
+  const std::string before = piece;
+  Reading reading;
+  reading.isRejected = command.readDefinitionLine(piece, keys) != kExitSuccess;
+  const std::size_t end = std::strlen(piece);
+  if (end < before.size() && before[end] == '=') {
+    reading.key = piece;
+    reading.value = piece + end + 1;
+    reading.text = *reading.key + '=' + reading.value;
+  } else {
+    reading.text = piece;
+  }
+  return reading;
+}
+
+// --- a key that there is not ---------------------------------------------------------------------
+
+/// Something around a key that does not belong to it.
+struct Wrapping {
+  std::string_view bare;             // the key without it
+  std::vector<std::string> remarks;  // what it is
+};
+
+/// Takes away what may stand around a key by mistake.
+Wrapping unwrapped(std::string_view key) {
+  Wrapping wrapping;
+  if (hasByteOrderMark(key)) {
+    key.remove_prefix(kByteOrderMark.size());
+    wrapping.remarks.emplace_back("a byte order mark before it");
+  }
+  const std::size_t size = key.size();
+  while (!key.empty() && isBlank(key.front())) key.remove_prefix(1);
+  if (key.size() < size) wrapping.remarks.emplace_back("a blank before it");
+  const std::size_t rest = key.size();
+  while (!key.empty() && isBlank(key.back())) key.remove_suffix(1);
+  if (key.size() < rest) wrapping.remarks.emplace_back("a blank before \"=\"");
+  if (key.size() > 1 && key.front() == '"' && key.back() == '"') {
+    key = key.substr(1, key.size() - 2);
+    wrapping.remarks.emplace_back("quotes around it");
+  }
+  wrapping.bare = key;
+  return wrapping;
+}
+
+/// The key that is most likely meant by a word, if any is.
+std::optional<std::string> meantBy(std::string_view word, const std::vector<std::string>& keys) {
+  const auto found = std::find(keys.begin(), keys.end(), word);
+  return found != keys.end() ? std::optional(*found) : nearestWord(word, keys);
+}
+
+/// What is wrong, and the key that is meant all the same.
+struct Explanation {
+  std::string text;
+  std::optional<std::string> meant;
+};
+
+Explanation explainUnknownKey(const std::string& key, const std::vector<std::string>& keys) {
+  const Wrapping wrapping = unwrapped(key);
+  Explanation explanation = {"unknown key " + quoted(key), meantBy(wrapping.bare, keys)};
+  if (!wrapping.remarks.empty()) explanation.text += " (" + listed(wrapping.remarks) + ')';
+  if (!wrapping.bare.empty() && wrapping.bare.front() == '#') {
+    explanation.text += "; a comment begins with \"#\" and nothing before it";
+  } else if (explanation.meant && *explanation.meant != wrapping.bare) {
+    explanation.text += "; did you mean " + *explanation.meant + '?';
+  }
+  return explanation;
+}
+
+/// Whether the byte may be one of a key.
+bool isLetter(char byte) { return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z'); }
+
+Explanation explainMissingEquals(const std::string& text, const std::vector<std::string>& keys) {
+  const std::string_view bare = unwrapped(text).bare;
+  Explanation explanation = {"no \"=\" in " + quoted(text), std::nullopt};
+  if (bare.empty()) {
+    explanation.text += "; a line is skipped where it is empty, and not where it has blanks";
+    return explanation;
+  }
+  if (bare.front() == '#') {
+    explanation.text += "; a comment begins with \"#\" and nothing before it";
+    return explanation;
+  }
+  const auto* const end = std::find_if_not(bare.begin(), bare.end(), isLetter);
+  const auto length = static_cast<std::size_t>(end - bare.begin());
+  explanation.meant = meantBy(bare.substr(0, length), keys);
+  if (!explanation.meant) return explanation;
+  std::string_view value = bare.substr(length);
+  value.remove_prefix(std::min(value.find_first_not_of(" \t:"), value.size()));
+  explanation.text +=
+      "; did you mean " +
+      quoted(*explanation.meant + '=' + (value.empty() ? "..." : std::string(value))) + '?';
+  return explanation;
+}
+
+// --- the definition ------------------------------------------------------------------------------
+
+/// Whether a type of event is not "err", and may be meant for it.
+bool isNearlyError(const std::string& value) {
+  std::string_view bare = value;
+  const auto isAround = [](char byte) { return isBlank(byte) || byte == '"' || byte == '\''; };
+  while (!bare.empty() && isAround(bare.front())) bare.remove_prefix(1);
+  while (!bare.empty() && isAround(bare.back())) bare.remove_suffix(1);
+  return value != kErrorType && nearestWord(bare, {kErrorType, "error"});
+}
+
+class DefinitionCheck {
+ public:
+  explicit DefinitionCheck(FaultsOf& faults) : m_faults(faults), m_pieces(faults) {}
+
+  void add(const Piece& piece) {
+    m_pieces.add(piece);
+    const Reading reading = readPiece(piece.text, m_command, m_keys);
+    if (reading.isRejected) {
+      const Explanation explanation = explain(reading, piece.offset);
+      m_faults.error(piece.line, explanation.text);
+      if (explanation.meant) m_meant.insert(*explanation.meant);
+    } else if (reading.key) {
+      remarkOn(*reading.key, reading.value, piece.line);
+      lines[*reading.key] = piece.line;
+    }
+  }
+
+  /// Tells of the keys that are missing, but for those that a wrong line is meant to give.
+  void addMissing(const std::string& path) {
+    for (const std::string& key : m_keys) {
+      if (m_command.checkRequiredKeys(path.c_str(), {key}) == kExitSuccess) continue;
+      if (m_meant.count(key) == 0) m_faults.error(0, key + " is missing");
+    }
+  }
+
+  std::map<std::string, std::size_t> lines;  // of the keys that were accepted
+
+ private:
+  Explanation explain(const Reading& reading, std::size_t offset) const {
+    Explanation explanation;
+    if (!reading.key) {
+      explanation = explainMissingEquals(reading.text, m_keys);
+    } else if (std::find(m_keys.begin(), m_keys.end(), *reading.key) == m_keys.end()) {
+      explanation = explainUnknownKey(*reading.key, m_keys);
+    } else {
+      const bool isEmpty = reading.value.empty();
+      explanation = {
+          isEmpty ? *reading.key + " has no value" : quoted(reading.text) + " is rejected",
+          reading.key};
+    }
+    if (offset > 0) {
+      explanation.text += " (behind " + std::to_string(offset) + " bytes of the line)";
+    }
+    return explanation;
+  }
+
+  void remarkOn(const std::string& key, const std::string& value, std::size_t line) {
+    const auto before = lines.find(key);
+    if (before != lines.end()) {
+      m_faults.warning(line, key + " once more: its value in line " +
+                                 std::to_string(before->second) + " does not count");
+    }
+    if (key == kSendTypeKey && isNearlyError(value)) {
+      m_faults.warning(line, "SendType=" + shown(value) + " is sent as \"other event\" (" +
+                                 outcome::requestText(kKelNotifyOtherEvent) + "); only \"" +
+                                 kErrorType + "\" is exact");
+      return;
+    }
+    const std::vector<std::string> marks = marksOf(value);
+    if (!marks.empty()) m_faults.warning(line, "the value of " + key + ' ' + sentenceOf(marks));
+  }
+
+  FaultsOf& m_faults;
+  PieceRemarks m_pieces;
+  Command m_command;
+  std::vector<std::string> m_keys = eventKeys();
+  std::set<std::string> m_meant;
+};
+
+}  // namespace
+
+Definition checkDefinition(const std::string& path, Faults& faults) {
+  FaultsOf own(path, faults);
+  Input input = readInput(path, own);
+  DefinitionCheck check(own);
+  forEachPiece(input.bytes, [&check](const Piece& piece) {
+    check.add(piece);
+    return true;
+  });
+  if (input.extent == Extent::kWhole) check.addMissing(path);
+  return {input.extent, std::move(check.lines)};
+}
+
+}  // namespace check

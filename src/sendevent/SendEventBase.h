@@ -30,7 +30,7 @@ class CSendEventBase {
   CSendEventBase();
   virtual ~CSendEventBase();
 
-  /// Reads the event definition file `path` (see docs/input-files.md) into the parameters and sets
+  /// Reads the event definition file `path` (see tanexics-input(5)) into the parameters and sets
   /// the event type to 3 or 4 by its SendType. Returns 0, or 68 after one line of log; the event
   /// type is 0 then, and what stood before the bad line stays among the parameters. Null is a file
   /// that is not found.

@@ -71,11 +71,12 @@ TEST_F(InstallLogFolder, LinkThatLeadsNowhere_IsNotTouched) {
 
 TEST_F(InstallLogFolder, Programs_StandWithTheirManualPages) {
   install();
-  for (const std::string name : {"sbin/tanexics", "bin/tanexics-log"}) {
+  for (const std::string name : {"sbin/tanexics", "bin/tanexics-check", "bin/tanexics-log"}) {
     EXPECT_EQ(modeOf(destdir.path() + "/usr/local/" + name), S_IFREG | 0755U) << name;
   }
   for (const std::string name :
-       {"man8/tanexics.8", "man5/tanexics-action-log.5", "man1/tanexics-log.1"}) {
+       {"man8/tanexics.8", "man5/tanexics-action-log.5", "man5/tanexics-input.5",
+        "man1/tanexics-check.1", "man1/tanexics-log.1"}) {
     EXPECT_EQ(modeOf(destdir.path() + "/usr/local/share/man/" + name), S_IFREG | 0644U) << name;
   }
 }

@@ -284,11 +284,9 @@ bool Weave::prunePast(Strand& strand) {
         line.isNew = hasChanged = true;
       }
     }
-    if (next == nullptr)
-      strand.reached = std::move(progress);
-    else
-      progress = after(progress, line);
+    if (next != nullptr) progress = after(progress, line);
   }
+  strand.reached = std::move(progress);
   strand.lines.front().isUnchecked = hasChanged;
   return hasChanged;
 }

@@ -5,7 +5,6 @@
 std::map<std::string, int> mapOnce;
 
 // The published signature takes the key by value.
-// NOLINTNEXTLINE(performance-unnecessary-value-param)
 int atOnce(std::string key, std::map<std::string, int>* map, int limit) {
   int& count = (map == nullptr ? mapOnce : *map)[key];
   if (count > limit) return 0;

@@ -71,7 +71,6 @@ std::string quoteEsc(std::string text, char quote) { return quoteEsc(C(text), qu
 
 // The published signature takes both by value.
 // cppcheck-suppress passedByValue
-// NOLINTNEXTLINE(performance-unnecessary-value-param)
 int replaceString(std::string& text, std::string from, std::string to) {
   if (text.empty() || from.empty()) return -1;
   // Collected in a second text: replacing in place would move the rest once for every occurrence.

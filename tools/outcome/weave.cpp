@@ -44,9 +44,10 @@ void advanceInto(std::vector<Progress>& all, const std::vector<Progress>& progre
 class Matching {
  public:
   Matching(const std::vector<std::vector<int>>& edges, const std::vector<bool>& isClosed)
-      : m_edges(edges), m_lineOf(edges.size(), -1), m_textOf(isClosed.size(), -1) {
-    m_isPossible = coverLines(isClosed) && coverTexts();
-    if (!m_isPossible) return;
+      : m_edges(edges),
+        m_lineOf(edges.size(), -1),
+        m_textOf(isClosed.size(), -1),
+        m_isPossible(coverLines(isClosed) && coverTexts()) {
     std::vector<std::vector<int>> from(m_textOf.size());
     std::vector<std::vector<int>> to(m_textOf.size());
     std::vector<int> bare;
@@ -180,7 +181,7 @@ class Matching {
   std::vector<bool> m_canBeLeft;
   std::vector<bool> m_comesToBare;
   std::vector<int> m_circleOf;
-  bool m_isPossible = false;
+  bool m_isPossible;
 };
 
 }  // namespace
@@ -202,7 +203,6 @@ bool Weave::addHead(int pid, const std::vector<Progress>& progress) {
   if (!strand.lines.empty()) {
     if (strand.lines.back().candidates.empty()) {
       strand.lines.pop_back();
-      for (Progress& one : strand.progress) one.lose();
       isWhole = false;
     } else {
       Line& last = strand.lines.back();
@@ -221,8 +221,7 @@ std::size_t Weave::addText(std::string_view bytes) {
   }
   std::vector<std::pair<Line*, const std::vector<Progress>*>> open;
   for (auto& [pid, strand] : m_strands) {
-    if (strand.lines.empty() || strand.lines.back().isClosed || strand.lines.back().isFinal)
-      continue;
+    if (strand.lines.back().isClosed) continue;
     if (strand.isUnchecked()) prunePast(strand);
     open.emplace_back(&strand.lines.back(), &strand.reached);
   }

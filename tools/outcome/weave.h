@@ -34,7 +34,6 @@ class Weave {
       std::function<void(int pid, const Written& written, const std::vector<Progress>& progress)>;
 
   bool isEmpty() const { return m_strands.empty(); }
-  bool contains(int pid) const { return m_strands.count(pid) != 0; }
 
   /// The head of a line of `pid`, which has come to `progress` where it is new here. Returns false
   /// where the process cannot have written the text of its line before; that is taken as lost.

@@ -2,10 +2,10 @@
 """Mutation run: changes src or tools in one place after the other, and looks whether a test notices.
 
 A mutant is compiled alone and linked in front of the library into the programs of the unit tests; one of the
-tools into the program of theirs, and into the tool that these start. The tests run in a sandbox where the machine is
-read-only, since a mutant of the removal guard removes what it finds. First the tests run whose files are named for
-the unit, then all others of the programs that link it. The first failure, crash or overrun kills the mutant; one that
-nothing notices survives.
+tools into the programs of theirs, and into the tools that these start. Which these are the build says. The tests run
+in a sandbox where the machine is read-only, since a mutant of the removal guard removes what it finds. First the tests
+run whose files are named for the unit, then all others of the programs that have it in them, or in a tool that they
+start. The first failure, crash or overrun kills the mutant; one that nothing notices survives.
 """
 
 import argparse
@@ -33,9 +33,10 @@ HERE = Path(__file__).resolve().parent
 ROOT = HERE.parent.parent
 JUDGED = HERE / "judged.txt"
 
+# promtool(1), which tests of the tools call, preallocates 512 MB.
 SANDBOX = [
     "bwrap", "--cap-add", "ALL", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc",
-    "--size", str(512 << 20), "--tmpfs", "/tmp", "--tmpfs", "/var/opt",
+    "--size", str(1 << 30), "--tmpfs", "/tmp", "--tmpfs", "/var/opt",
     "--unshare-pid", "--unshare-ipc", "--die-with-parent", "--chdir", "/tmp",
 ]  # fmt: skip
 MEMORY_LIMIT = 6 << 30
@@ -44,14 +45,10 @@ LEAST_TIME_LIMIT = 10  # seconds, and thrice what the cases take without a mutan
 PLAIN_TIME_LIMIT = 300
 GONE = ("killed", "overran")
 LEAST_SHARE = 95.0  # percent of the mutants, killed: below it the run fails
-# Sources that no library has, and what has them as a part: a test, or their tool.
-INCLUDED = {"src/main/main.cpp": "tests/main/main_fakes_CLog_test.cpp", "tools/log/main.cpp": "tools/log/main.cpp"}
-# The program of all tests that take the place of nothing.
-ALL_UNITS = "unit_tests"
-# The one program of the tests of the tools, and the tool that it starts.
-ALL_TOOLS = "tools_tests"
-TOOL = "tanexics-log"
-LIBRARY = re.compile(r"libtanexics_(?:core|outcome|log_core)\.a\((\S+)\.o\)")
+# A source that a test has as a part, and no library.
+INCLUDED = {"src/main/main.cpp": "tests/main/main_fakes_CLog_test.cpp"}
+# What is compiled for which target: the folder of the target in the build, its name, and the rest.
+OBJECT = re.compile(r"(?:(?P<folder>.+)/)?CMakeFiles/(?P<target>[^/]+)\.dir/(?P<path>.+)")
 # Many cases sleep, or wait for a shell: more than a second's worth of them runs as so many processes at once.
 SHARDS = 4
 
@@ -73,25 +70,53 @@ class Base:
         shutil.rmtree(self.tree, ignore_errors=True)
         shutil.copytree(ROOT, self.tree, ignore=lambda folder, names: [
             name for name in names if Path(folder) == ROOT and name.startswith((".git", "build"))])
+        # Where scripts/common.sh puts it if the machine has none; the sandbox sees this tree alone.
+        promtool = Path("build/promtool/promtool")
+        if (ROOT / promtool).exists():
+            (self.tree / promtool).parent.mkdir(parents=True)
+            shutil.copy2(ROOT / promtool, self.tree / promtool)
         linker = ["-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld"] if shutil.which("ld.lld") else []
         self.must(["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                    "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -DNDEBUG", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", *linker])
-        alone = [path for path in sorted((self.tree / "tests").rglob("*_test.cpp"))
-                 if "_fakes_" in path.stem or path.stem == "CTemp_static_test"]
-        self.of_tools = {ALL_TOOLS, *(path.stem for path in alone if path.parent.name == "tools")}
-        kinds = set(map(is_tool, paths))
-        self.tests = [test for test in (ALL_UNITS, ALL_TOOLS, *(path.stem for path in alone))
-                      if (test in self.of_tools) in kinds]
+        entries = json.loads((self.build / "compile_commands.json").read_text())
+        self.compile = {os.path.relpath(entry["file"], self.tree): shlex.split(entry["command"]) for entry in entries}
+        self.objects = {path: words[words.index("-o") + 1] for path, words in self.compile.items()}
+        self.files = self.files_of_tests({is_tool(path) for path in paths})
+        self.tests = sorted(self.files)
+        self.of_tools = {OBJECT.fullmatch(output)["target"] for path, output in self.objects.items()
+                         if path.startswith("tests/tools/")}
         self.must(["ninja", "-C", self.build, "-j", str(self.jobs), *self.tests])
-        self.compile = {os.path.relpath(entry["file"], self.tree): shlex.split(entry["command"])
-                        for entry in json.loads((self.build / "compile_commands.json").read_text())}
+        tools = self.programs_of_tools()
+        self.started = {test: sorted(tools & self.order_of(f"tests/{test}")) for test in self.tests}
         self.link = {test: self.link_command(f"tests/{test}") for test in self.tests}
-        if ALL_TOOLS in self.tests:
-            self.link[TOOL] = self.link_command(TOOL)
+        self.link.update({tool: self.link_command(tool) for tool in set().union(*self.started.values())})
         with concurrent.futures.ThreadPoolExecutor(self.jobs) as pool:
-            self.units = dict(zip(self.tests, pool.map(self.units_of, self.tests)))
+            self.units = dict(zip(self.link, pool.map(self.units_of, self.link)))
         # The cases of the programs of many files, by the file that they stand in.
-        self.cases = {test: self.cases_of(test) for test in (ALL_UNITS, ALL_TOOLS) if test in self.tests}
+        self.cases = {test: self.cases_of(test) for test in self.tests if len(self.files[test]) > 1}
+
+    def files_of_tests(self, kinds):
+        """The programs of the tests of tools, of src or of both (`kinds`: whether of tools), each with the names of
+        its files."""
+        units = {path.name for path in (self.tree / "src").iterdir()} | {""}
+        files = defaultdict(list)
+        for path, output in self.objects.items():
+            found = re.fullmatch(r"tests/(?:(\w+)/)?(?:.+/)?(\w+_test)\.cpp", path)
+            folder = found and (found[1] or "")
+            if found and (folder == "tools" or folder in units) and (folder == "tools") in kinds:
+                files[OBJECT.fullmatch(output)["target"]].append(found[2])
+        return files
+
+    def programs_of_tools(self):
+        """The programs that are made of sources of tools."""
+        listed = run(["ninja", "-C", self.build, "-t", "targets", "all"], check=True).stdout
+        programs = set(re.findall(r"^([^/\n]+): CXX_EXECUTABLE_LINKER__", listed, re.MULTILINE))
+        return programs & {OBJECT.fullmatch(output)["target"] for path, output in self.objects.items() if is_tool(path)}
+
+    def order_of(self, target):
+        """What is built before the target without being a part of it."""
+        listed = run(["ninja", "-C", self.build, "-t", "query", target], check=True).stdout
+        return set(re.findall(r"^ +\|\| (\S+)$", listed, re.MULTILINE))
 
     @staticmethod
     def must(words):
@@ -112,12 +137,19 @@ class Base:
         command = run(["ninja", "-C", self.build, "-t", "commands", "-s", target], check=True).stdout
         return shlex.split(command.split("&&")[1])
 
-    def units_of(self, test):
-        """The units of the product that the test's program has in it."""
+    def units_of(self, program):
+        """The objects that the program has in it, those of a library as LIBRARY(OBJECT)."""
         with tempfile.NamedTemporaryFile(dir=self.folder) as output:
-            traced = self.link_words(test, [], output.name) + ["-Wl,--trace"]
+            traced = self.link_words(program, [], output.name) + ["-Wl,--trace"]
             listed = run(traced, cwd=self.build).stdout
-        return set(LIBRARY.findall(listed))
+        return {re.sub(r"^\S*/(?=lib[^/(]+\.a\()", "", line) for line in listed.splitlines()}
+
+    def has_unit(self, program, path):
+        """Whether a mutant of the source takes part in the program."""
+        if path in INCLUDED:
+            return Path(INCLUDED[path]).stem in self.files.get(program, [])
+        target, name = OBJECT.fullmatch(self.objects[path]).group("target", "path")
+        return not self.units[program].isdisjoint({f"lib{target}.a({Path(name).name})", self.objects[path]})
 
     def link_words(self, test, objects, output, replaced=None):
         # An object of the mutant comes before the library, or in the place of `replaced`.
@@ -143,11 +175,13 @@ class Base:
             raise RuntimeError(f"{test} does not come to its end without a mutant:\n{done.stdout[-2000:]}")
         return {name: int(ms) / 1000 for outcome, name, ms in outcomes if outcome == "OK"}
 
-    def execute(self, program, cases=None, tool=None):
-        """Runs these cases of a program up to the first that fails; without cases, all of them to the end. `tool`
-        takes the place of the one that was built."""
+    def execute(self, program, cases=None, tools=()):
+        """Runs these cases of a program up to the first that fails; without cases, all of them to the end. `tools`
+        take the place of those of the same name that were built."""
         words = SANDBOX + ["--ro-bind", str(self.folder), str(self.folder)]
-        words += (["--ro-bind", str(tool), str(self.build / TOOL)] if tool else []) + [str(program)]
+        for tool in tools:
+            words += ["--ro-bind", str(tool), str(self.build / tool.name)]
+        words.append(str(program))
         if cases:
             words += ["--gtest_fail_fast", "--gtest_filter=" + ":".join(cases)]
         shards = SHARDS
@@ -246,20 +280,27 @@ class Trial:
     def steps(self, own):
         """The programs that have the unit in them, each with its cases: those that are named for the unit, or all
         others."""
+        tests = [test for test in self.base.tests if self.changed(test)]
+        has_file = any(self.is_own(file) for test in tests for file in self.base.files[test])
+        for test in tests:
+            named = self.named_cases(test, has_file)
+            if own and not named:
+                continue
+            yield test, {case: seconds for case, seconds in self.base.times(test).items() if own == (case in named)}
+
+    def changed(self, test):
+        """Of the test's program and the tools that it starts, those that have the unit in them."""
         path = self.mutant.path
-        for test in self.base.tests:
-            if is_tool(path) != (test in self.base.of_tools):
-                continue
-            files = self.base.cases.get(test, {})
-            named = {case for file, cases in files.items() if self.is_own(file) for case in cases}
-            if test == ALL_TOOLS and not named:  # the unit has no file of its own: all cases are
-                named = set(self.base.times(test))
-            has_unit = (Path(path).name in self.base.units[test] or test == Path(INCLUDED.get(path, "")).stem
-                        or test == ALL_TOOLS)
-            if not has_unit or own and not (self.is_own(test) or files):
-                continue
-            yield test, {case: seconds for case, seconds in self.base.times(test).items()
-                         if own == (self.is_own(test) or case in named)}
+        if is_tool(path) != (test in self.base.of_tools):
+            return []
+        return [name for name in (test, *self.base.started[test]) if self.base.has_unit(name, path)]
+
+    def named_cases(self, test, has_file):
+        """The cases of files that are named for the unit; where it has none, of all files."""
+        if test in self.base.cases:
+            return {case for file, cases in self.base.cases[test].items() if not has_file or self.is_own(file)
+                    for case in cases}
+        return set(self.base.times(test)) if self.is_own(self.base.files[test][0]) else set()
 
     def is_own(self, test):
         return test.startswith(f"{Path(self.mutant.path).stem}_")
@@ -267,9 +308,7 @@ class Trial:
     def program(self, target):
         """The test's program, or the tool, with the mutant in it; None where it does not link."""
         path, program = self.mutant.path, self.folder / target
-        if path in INCLUDED and target == ALL_TOOLS:
-            return self.base.build / "tests" / target
-        replaced = f"/{Path(INCLUDED[path]).name}.o" if path in INCLUDED else None
+        replaced = f"/{Path(INCLUDED[path]).name}.o" if path in INCLUDED else self.base.objects[path]
         if not program.exists():
             linked = run(self.base.link_words(target, [self.object], program, replaced), cwd=self.base.build)
             if linked.returncode != 0:
@@ -279,12 +318,12 @@ class Trial:
     def outcome(self, test, cases):
         if not cases:
             return "survived"
-        tool = self.program(TOOL) if test == ALL_TOOLS else None
-        program = self.program(test)
-        if program is None or (test == ALL_TOOLS and tool is None):
+        programs = {target: self.program(target) for target in self.changed(test)}
+        if None in programs.values():
             return "stillborn"
+        program = programs.pop(test, self.base.build / "tests" / test)
         try:
-            done = self.base.execute(program, cases, tool)
+            done = self.base.execute(program, cases, programs.values())
         except subprocess.TimeoutExpired:
             return "overran"
         return "survived" if done.returncode == 0 else "killed"

@@ -169,10 +169,14 @@ TEST(Losses, HeadLostBeforeCommunication_MayHaveCostAMissingFileItsLine) {
 
 TEST(Losses, LogEndsAmongTornLines_TheyAreCounted) {
   const Texts run = incident({0, 0});
-  const auto runs = runsOf(linesUpTo(5, run, 4) + linesUpTo(6, run, 4) + headOf(5) + headOf(6) +
-                           doneLine(0) + '\n');
+  const auto runs =
+      runsOf(linesUpTo(5, run, 3) + linesUpTo(6, run, 3) + headOf(5) + headOf(6) + run[3] + '\n');
   ASSERT_EQ(verdictsOf(runs), (Texts{"5 unknown", "6 unknown"}));
-  for (const outcome::Run& one : runs) EXPECT_EQ(one.torn, 1);
+  for (const outcome::Run& one : runs) {
+    EXPECT_EQ(one.torn, 1);
+    EXPECT_EQ(one.exchanges.size(), 1U);
+    EXPECT_EQ(one.identity, std::nullopt);
+  }
 }
 
 TEST(Torn, AnswersOfTwoRuns_AreOfNeither) {
@@ -204,6 +208,8 @@ TEST(Torn, LossShownBeforeTheLineOfAnExitIsWhole_IsTheRunsAsWell) {
   EXPECT_EQ(verdictsOf(runsOf(log + '\n' + rest)),
             (Texts{"7 delivered", "8 delivered", "9 delivered"}));
   EXPECT_EQ(verdictsOf(runsOf(log + headOf(8) + '\n' + rest)),
+            (Texts{"7 unknown", "8 unknown", "9 unknown"}));
+  EXPECT_EQ(verdictsOf(runsOf(log + headOf(8) + headOf(9) + '\n' + kOk + '\n' + rest)),
             (Texts{"7 unknown", "8 unknown", "9 unknown"}));
 }
 

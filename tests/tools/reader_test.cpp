@@ -182,9 +182,12 @@ TEST(Verdicts, SecondBeginningOfAProcessId_LeavesBothUnknown) {
   const std::string two = linesOf(5, firstOf(run, 5)) + linesOf(5, run);
   EXPECT_EQ(verdictsOf(runsOf(two)), (Texts{"5 unknown", "5 unknown"}));
   // The rest of the first one is no third run, and the next one is as good as any.
-  EXPECT_EQ(
-      verdictsOf(runsOf(two + linesOf(5, Texts(run.begin() + 5, run.end())) + linesOf(5, run))),
-      (Texts{"5 unknown", "5 unknown", "5 delivered"}));
+  const Texts later(run.begin() + 5, run.end());
+  const std::string three = two + linesOf(5, later) + linesOf(5, run);
+  EXPECT_EQ(verdictsOf(runsOf(three)), (Texts{"5 unknown", "5 unknown", "5 delivered"}));
+  // Nor is what follows that one a rest any more.
+  EXPECT_EQ(verdictsOf(runsOf(three + linesOf(5, later))),
+            (Texts{"5 unknown", "5 unknown", "5 delivered", "5 unknown"}));
   EXPECT_EQ(runsOf(two)[0].reason, "another run began under its process id before it had ended");
 }
 

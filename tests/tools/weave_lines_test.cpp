@@ -55,6 +55,60 @@ TEST(WeaveLines, NextLineOfOneRun_TellsWhatItWroteBefore) {
             (Texts{"5 partly: 0 -1", "6 not-sent:", "7 not-sent:"}));
 }
 
+TEST(WeaveLines, RunWhoseLineBeforeIsKnown_TakesNoTextThatCannotFollowIt) {
+  // Of the last two runs one goes on with its file: the other one is refused, and of the three
+  // texts that follow the refusals it has written the one that fits. So the first run has written
+  // none that does, was not refused itself, and the second one was.
+  const Texts run = incident({0, 0});
+  const Texts refused = unsent("not Super-User", 65);
+  const std::string noFolder = "make tempname error (CSendEventSingleSystem::SendEvent)";
+  std::string log;
+  for (const int pid : {5, 6, 7, 8}) log += linesOf(pid, {kStartedLine});
+  log += headOf(7) + headOf(8) + run[1] + refused[1] + headOf(7) + headOf(8);
+  log += headOf(5) + headOf(6) + run[1] + refused[1] + headOf(5);
+  log += run[2] + run[2] + noFolder + headOf(7) + run[3];
+  EXPECT_EQ(answersOf(runsOf(log)),
+            (Texts{"5 unknown:", "6 not-sent:", "7 unknown: ?", "8 not-sent:"}));
+}
+
+TEST(WeaveLines, TextThatTurnsOutToBeNobodys_TearsThemAll) {
+  // The second run was refused and came to its end without it; the first one was not refused.
+  const Texts run = incident({0, 0});
+  const Texts refused = unsent("not Super-User", 65);
+  const std::string noFolder = "make tempname error (CSendEventSingleSystem::SendEvent)";
+  const std::string log = before(5, run, 1) + before(6, refused, 1) + headOf(5) + headOf(6) +
+                          run[1] + refused[1] + headOf(5) + headOf(6);
+  const std::string rest = headOf(6) + refused[3] + run[2] + "\n\n\n\n\n" + after(5, run, 3);
+  EXPECT_EQ(answersOf(runsOf(log + refused[2] + rest)), (Texts{"6 not-sent:", "5 delivered: 0 0"}));
+  EXPECT_EQ(answersOf(runsOf(log + noFolder + refused[2] + rest)),
+            (Texts{"6 unknown:", "5 unknown: 0 0"}));
+}
+
+TEST(WeaveLines, SixteenThatWait_AreNotKeptAnyLonger) {
+  // What each has written its next line would tell.
+  const Texts run = incident({0, 0});
+  const Texts other = inserted(run, 1, "get file size error(/b,No such file or directory)");
+  for (const int number : {15, 16}) {
+    std::string heads;
+    std::string texts;
+    std::string rest;
+    for (int pid = 1; pid <= number; ++pid) {
+      heads += before(pid, run, 1);
+      texts += (pid == 1 ? other[1] : run[1]) + '\n';
+      rest += after(pid, pid == 1 ? other : run, 2);
+    }
+    for (int pid = 1; pid <= number; ++pid) heads += headOf(pid);
+    const std::vector<outcome::Run> runs = runsOf(heads + texts + rest);
+    ASSERT_EQ(runs.size(), static_cast<std::size_t>(number));
+    for (const outcome::Run& one : runs) {
+      EXPECT_EQ(one.torn, number < 16 ? 0 : 1) << one.pid;
+      if (number < 16) {
+        EXPECT_STREQ(wordOf(one.verdict), one.pid == 1 ? "partly" : "delivered") << one.pid;
+      }
+    }
+  }
+}
+
 TEST(WeaveLines, TwoRunsThatNeedOneText_AreTorn) {
   // Two have begun a file, and communication was started once.
   const Texts run = incident({0, 0});

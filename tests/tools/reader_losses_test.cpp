@@ -164,7 +164,25 @@ TEST(Losses, HeadLostBeforeCommunication_MayHaveCostAMissingFileItsLine) {
     const std::string log = linesUpTo(5, run, 1) + (lost.front() == '\n' ? headOf(5) : "") + lost;
     const std::vector<outcome::Run> runs = runsOf(log);
     ASSERT_EQ(verdictsOf(runs), Texts{"5 unknown"}) << log;
+    EXPECT_EQ(runs[0].torn, 1) << log;
   }
+}
+
+TEST(Losses, HeadLostLater_CostsNothingElse) {
+  const Texts run = incident({0, 0});
+  const std::vector<outcome::Run> runs =
+      runsOf(linesUpTo(5, run, 4) + run[4] + '\n' + linesFrom(5, run, 5));
+  ASSERT_EQ(verdictsOf(runs), Texts{"5 delivered"});
+  EXPECT_EQ(runs[0].torn, 1);
+}
+
+TEST(Losses, HeadOfAMessageOfNoPartInTheOutcome_IsNotMissed) {
+  const Texts run = incident({0, 0});
+  const std::vector<outcome::Run> runs =
+      runsOf(linesUpTo(5, run, 1) + linesUpTo(6, run, 4) + kChild + '\n' + linesFrom(5, run, 1) +
+             linesFrom(6, run, 4));
+  ASSERT_EQ(verdictsOf(runs), (Texts{"5 delivered", "6 delivered"}));
+  EXPECT_EQ(runs[0].torn + runs[1].torn, 0);
 }
 
 TEST(Losses, LogEndsAmongTornLines_TheyAreCounted) {

@@ -55,6 +55,10 @@ TEST(Verdicts, OneRun_IsWhatItsLinesSay) {
        {kStartedLine, kElapsedLine, exitLine(0)},
        "not-sent",
        "communication was never started"},
+      {"no reason, and a missing file",
+       {kStartedLine, kMissingLine, kElapsedLine, exitLine(5)},
+       "not-sent",
+       "communication was never started"},
       {"no reason, and no status",
        {kStartedLine, kElapsedLine},
        "unknown",
@@ -250,6 +254,22 @@ TEST(Facts, HostNameAskedFor_IsOfAnIncident) {
           .at(0);
   EXPECT_EQ(run.mode, outcome::Mode::kIncident);
   EXPECT_EQ(run.expected, std::nullopt);
+}
+
+TEST(Reader, Lines_AreThoseOfEachRunAsTheyStand) {
+  std::vector<Texts> lines;
+  outcome::Reader reader([&lines](const outcome::Run& run) { lines.push_back(run.lines); }, true);
+  const std::string torn = doneLine(0) + "what nobody writes";
+  const std::string hour = "2026/11/21 22:";
+  reader.feed(headOf(5, hour + "01:00") + kStartedLine + '\n' + headOf(5, hour + "02:00") + torn +
+              '\n' + headOf(5, hour + "03:00") + kStartedLine + '\n' + headOf(5, hour + "04:00") +
+              kElapsedLine + '\n');
+  reader.finish();
+  EXPECT_EQ(
+      lines,
+      (std::vector<Texts>{
+          {headOf(5, hour + "01:00") + kStartedLine, headOf(5, hour + "02:00") + torn},
+          {headOf(5, hour + "03:00") + kStartedLine, headOf(5, hour + "04:00") + kElapsedLine}}));
 }
 
 TEST(Reader, NoActionLog_HasNoRunAndAFirstLineThatIsForeign) {

@@ -31,6 +31,17 @@ Texts answersOf(const std::vector<outcome::Run>& runs) {
   return answers;
 }
 
+TEST(WeaveLines, TextThatOneRunAloneCanHaveWritten_IsItsOwn) {
+  const Texts first = incident({0, 0});
+  const Texts second = incident({-7, 0});
+  const std::vector<outcome::Run> runs =
+      runsOf(before(5, first, 3) + before(6, second, 4) + headOf(5) + headOf(6) + second[4] +
+             first[3] + "\n\n" + after(5, first, 4) + after(6, second, 5));
+  ASSERT_EQ(answersOf(runs), (Texts{"5 delivered: 0 0", "6 partly: -7 0"}));
+  EXPECT_EQ(runs[0].identity, "42");
+  EXPECT_EQ(runs[0].torn + runs[1].torn, 0);
+}
+
 TEST(WeaveLines, NextLineOfOneRun_LeavesOpenWhoseTheAnswersAre) {
   // The next call is of the first run alone, whichever answer it has got before; the third answer
   // is of one of the other two.

@@ -93,7 +93,6 @@ void Reader::feed(std::string_view bytes) {
 void Reader::finish() {
   std::size_t at = 0;
   while (at < m_buffer.size()) at += readPiece(std::string_view(m_buffer).substr(at), true);
-  m_buffer.clear();
   m_weave.giveUp([this](int pid, const Written& written, const std::vector<Progress>& progress) {
     take(pid, written, progress);
   });
@@ -104,7 +103,6 @@ void Reader::finish() {
   m_waiting = 0;
   m_unfinished = 0;
   giveEnded();
-  m_isAtStart = true;
 }
 
 /// Reads one head, text or line feed, and returns its length; 0 where more bytes decide.

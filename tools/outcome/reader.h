@@ -34,7 +34,7 @@ class Reader {
   void feed(std::string_view bytes);
 
   /// The log has come to its end: the runs without an end are given, in the order of their first
-  /// lines. The reader can be fed another log afterwards.
+  /// lines. The reader is fed nothing afterwards.
   void finish();
 
   /// The first line that is none of an action log, without its line feed; empty for none.

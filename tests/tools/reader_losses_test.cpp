@@ -110,6 +110,13 @@ TEST(Losses, CallsThatMet_AreBothRead) {
   EXPECT_EQ(run.exchanges.size(), 2u);
 }
 
+TEST(Losses, LastLinesThatMet_EndTheRun) {
+  const Texts run = incident({0, 0});
+  EXPECT_EQ(
+      verdictsOf(runsOf(linesUpTo(7, run, 8) + linesOf(7, {run[8] + run[9]}) + linesOf(7, run))),
+      (Texts{"7 delivered", "7 delivered"}));
+}
+
 TEST(Losses, BesideAnotherRun_LeaveBothOpen) {
   const Texts run = incident({0, 0});
   const struct {

@@ -141,7 +141,7 @@ class Matching {
 
   bool coverLines(const std::vector<bool>& isClosed) {
     for (std::size_t line = 0; line < isClosed.size(); ++line) {
-      if (!isClosed[line] || m_textOf[line] >= 0) continue;
+      if (!isClosed[line]) continue;
       std::vector<bool> isSeen(m_edges.size(), false);
       if (!findText(static_cast<int>(line), isSeen)) return false;
     }

@@ -119,6 +119,8 @@ TEST_F(TanexicsLog, Options_ChooseRuns) {
       {"", {"1", "2", "3", "4"}},
       {"--since 2026-11-21", {"2", "3", "4"}},
       {"--since 2026-11-21T00:00:01", {"3", "4"}},
+      {"--since 2000-02-29 --until 2400-02-29", {"1", "2", "3", "4"}},
+      {"--since 2024-02-29", {"1", "2", "3", "4"}},
       {"--until 2026-11-21", {"1", "2", "3"}},
       {"--until 2026-11-20T23:59:59", {"1"}},
       {"--pid 3", {"3"}},
@@ -274,6 +276,8 @@ TEST_F(TanexicsLog, WrongCommandLine_Is64AndSaysWhatWouldBeRight) {
       {"--since 2026-02-29T00:00:00",
        "--since: no such time: '2026-02-29T00:00:00'; it is written YYYY-MM-DD or "
        "YYYY-MM-DDTHH:MM:SS"},
+      {"--until 2100-02-29",
+       "--until: no such time: '2100-02-29'; it is written YYYY-MM-DD or YYYY-MM-DDTHH:MM:SS"},
       {"--until 2026-02-01T24:00:00",
        "--until: no such time: '2026-02-01T24:00:00'; it is written YYYY-MM-DD or "
        "YYYY-MM-DDTHH:MM:SS"},

@@ -306,7 +306,7 @@ TEST(Pieces, DateThatIsNoHead_IsText) {
   for (const std::string date :
        {"2026/11/21 23:30:33 7 x", "2026/11/21 23:30:33    -7 x", "2026/11/21 23:30:33      7 x",
         "2026/11/21 23:30:33 x", "2026/11/21 23:30:33     7x", "2026/11/21T23:30:33     7 x",
-        "2026/11/2a 23:30:33     7 x"}) {
+        "2026/11/2a 23:30:33     7 x", "a026/11/21 23:30:33     7 x"}) {
     const std::string path = "/log of " + date;
     const outcome::Run run =
         runsOf(linesOf(7, replaced(incident({0, 0}), 5, dataCall(path)))).at(0);

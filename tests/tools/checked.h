@@ -21,7 +21,7 @@ class Checked : public testing::Test {
     dir.write("list", kExtract + "\n");
     dir.write("event", kEvent);
   }
-  ~Checked() override { std::filesystem::current_path("/"); }
+  ~Checked() override { std::filesystem::current_path(m_before); }
 
   /// All that is printed for these words.
   static std::string checked(const Texts& words, const Terminal& terminal = {}) {
@@ -79,6 +79,9 @@ class Checked : public testing::Test {
     EXPECT_NE(at, std::string::npos) << from;
     return bytes.replace(at, from.size(), to);
   }
+
+ private:
+  const std::filesystem::path m_before = std::filesystem::current_path();
 };
 
 #endif

@@ -65,6 +65,7 @@ LIES = {
         ("texts of several kinds need not wait for what follows", "m_texts.at(text)->message.kind == kind; });", "true; });"),
         ("a text that nobody can have written is none",
          "isPossible = isPossible && heldTexts().size() == m_texts.size();\n  return isPossible", "return isPossible"),
+        ("a text that nobody can write next is somebody's", "      return 0;\n", "      return 1;\n"),
         ("any number of texts may be open", "bool isPossible = countOpen() <= kMostOpen;", "bool isPossible = true;"),
     ],
     "reader.cpp": [

@@ -146,6 +146,17 @@ TEST(Losses, BesideAnotherRun_LeaveBothOpen) {
   }
 }
 
+TEST(Losses, TextOfNobodyAmongThoseOfTwoRuns_LeavesBothOpen) {
+  const Texts run = incident({0, 0});
+  const auto verdicts = [&run](const std::string& text) {
+    return verdictsOf(runsOf(linesUpTo(5, run, 4) + linesUpTo(6, run, 2) + headOf(5) + headOf(6) +
+                             text + run[4] + run[2] + "\n\n" + linesFrom(5, run, 5) +
+                             linesFrom(6, run, 3)));
+  };
+  EXPECT_EQ(verdicts(""), (Texts{"5 delivered", "6 delivered"}));
+  EXPECT_EQ(verdicts(exitLine(0) + '\n'), (Texts{"5 unknown", "6 unknown"}));
+}
+
 TEST(Losses, TextOfAProcessWhoseHeadIsBeforeTheLog_IsNotOfTheOneRunThatIsKnown) {
   const Texts run = incident({-1, -1});
   const struct {

@@ -285,4 +285,12 @@ TEST(Reader, NoActionLog_HasNoRunAndAFirstLineThatIsForeign) {
   EXPECT_EQ(reader.firstForeignLine(), "root:x:0:0");
 }
 
+TEST(Reader, ByteOrderMarkAfterTheBeginning_IsText) {
+  outcome::Reader reader([](const outcome::Run&) {});
+  reader.feed("\n\n\n");
+  reader.feed("\xef\xbb\xbfroot:x:0:0\n");
+  reader.finish();
+  EXPECT_EQ(reader.firstForeignLine(), "\xef\xbb\xbfroot:x:0:0");
+}
+
 }  // namespace

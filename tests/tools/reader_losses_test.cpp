@@ -192,6 +192,8 @@ TEST(Losses, HeadLostLater_CostsNothingElse) {
       runsOf(linesUpTo(5, run, 4) + run[4] + '\n' + linesFrom(5, run, 5));
   ASSERT_EQ(verdictsOf(runs), Texts{"5 delivered"});
   EXPECT_EQ(runs[0].torn, 1);
+  EXPECT_EQ(verdictsOf(runsOf(linesUpTo(5, run, 9) + run[9] + '\n' + linesOf(5, run))),
+            (Texts{"5 delivered", "5 delivered"}));
 }
 
 TEST(Losses, HeadOfAMessageOfNoPartInTheOutcome_IsNotMissed) {

@@ -215,6 +215,12 @@ TEST(Losses, LogEndsAmongTornLines_TheyAreCounted) {
     EXPECT_EQ(one.exchanges.size(), 1U);
     EXPECT_EQ(one.identity, std::nullopt);
   }
+  // Heads alone are no lines yet.
+  for (const outcome::Run& one :
+       runsOf(linesUpTo(5, run, 3) + linesUpTo(6, run, 3) + headOf(5) + headOf(6))) {
+    EXPECT_EQ(one.torn, 0);
+    EXPECT_EQ(one.exchanges.size(), 0U);
+  }
 }
 
 TEST(Torn, AnswersOfTwoRuns_AreOfNeither) {

@@ -43,8 +43,10 @@ inline std::string verdictAlone(const Texts& messages) {
 /// What the texts of a run begin with, up to where those of one kind begin to differ.
 inline Texts kindsOf(const Texts& messages) {
   Texts kinds;
-  for (const std::string& text : messages)
-    kinds.push_back(text.substr(0, text.find_first_of("('") + 1));
+  for (const std::string& text : messages) {
+    const std::size_t differs = text.find_first_of("('");
+    kinds.push_back(text.substr(0, differs == std::string::npos ? differs : differs + 1));
+  }
   return kinds;
 }
 

@@ -15,12 +15,20 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "common/base/ignoreresult.h"
 #include "loopback/filecopy.h"
 #include "loopback/openhigh.h"
 
 namespace {
 
 constexpr mode_t kOwnerOnly = 0600;
+
+// Why a file that is there is not copied; for one that is not, the system's reason stands alone.
+constexpr char kNotRegular[] = "not a regular file";
+constexpr char kNotOpened[] = "cannot be opened: ";
+constexpr char kNotCopied[] = "the copy failed: ";
+
+bool beginsWith(const std::string& text, const char* head) { return text.rfind(head, 0) == 0; }
 
 std::string systemText(const std::string& what, int error) {
   return what + ": " + std::strerror(error);
@@ -30,6 +38,30 @@ Descriptor openOrThrow(const std::string& path, int flags) {
   Descriptor file = openHigh(path.c_str(), flags, kOwnerOnly);
   if (!file.isOpen()) throw std::runtime_error(systemText("open(" + path + ")", errno));
   return file;
+}
+
+/// Makes a folder for its owner alone, and its parents as the mask has them. One that is there
+/// stays as it is.
+void makeFolder(std::filesystem::path path) {
+  constexpr mode_t kOwnersFolder = 0700;
+  if (!path.has_filename()) path = path.parent_path();  // of a name that ends with a slash
+  std::error_code error;
+  std::filesystem::create_directories(path.parent_path(), error);
+  if (::mkdir(path.c_str(), kOwnersFolder) == 0) {
+    // The mask may have taken from its owner.
+    ignoreResult(::chmod(path.c_str(), kOwnersFolder));
+  } else if (errno != EEXIST) {
+    throw std::runtime_error(systemText("mkdir(" + path.string() + ")", errno));
+  }
+}
+
+/// Opens the record. Whatever has its name already stays as it is: that may be anything.
+Descriptor openRecord(const std::string& path) {
+  constexpr int kFlags = O_WRONLY | O_APPEND;
+  Descriptor record = openHigh(path.c_str(), kFlags | O_CREAT | O_EXCL, kOwnerOnly);
+  if (!record.isOpen()) return openOrThrow(path, kFlags | O_CREAT);
+  ignoreResult(::fchmod(record.get(), kOwnerOnly));  // which the mask may have taken away
+  return record;
 }
 
 /// The number at the start of a copy's name, 0 for a file of any other origin.
@@ -65,7 +97,6 @@ std::string baseNameOf(const std::string& path) { return path.substr(path.rfind(
 /// afterwards, since another file may have taken the name; O_NONBLOCK keeps such a one from holding
 /// up the call.
 Descriptor openRegular(const char* path, std::string& error) {
-  constexpr char kNotRegular[] = "not a regular file";
   struct stat status;
   if (::stat(path, &status) != 0) {
     error = std::strerror(errno);
@@ -77,7 +108,7 @@ Descriptor openRegular(const char* path, std::string& error) {
   }
   Descriptor file = openHigh(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
   if (!file.isOpen()) {
-    error = std::strerror(errno);
+    error = std::string(kNotOpened) + std::strerror(errno);
   } else if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
     error = kNotRegular;
     file.close();
@@ -87,13 +118,19 @@ Descriptor openRegular(const char* path, std::string& error) {
 
 }  // namespace
 
+bool isMissingFile(const std::string& error) {
+  return !error.empty() && error != kNotRegular && !beginsWith(error, kNotOpened) &&
+         !beginsWith(error, kNotCopied);
+}
+
 Outbox::Outbox(const std::string& directory) {
   if (directory.empty()) throw std::runtime_error("the name of the outbox is empty");
   const std::string items = directory + "/" + kItemsName;
-  std::filesystem::create_directories(items);
+  makeFolder(std::filesystem::path(directory).lexically_normal());
+  makeFolder(items);
   m_items = openOrThrow(items, O_PATH | O_DIRECTORY);
   m_lastNumber = highestNumber(items);
-  m_record = openOrThrow(directory + "/" + kRecordName, O_WRONLY | O_APPEND | O_CREAT);
+  m_record = openRecord(directory + "/" + kRecordName);
 }
 
 std::string Outbox::append(const std::string& line) {
@@ -131,10 +168,11 @@ std::string Outbox::copyToItems(int source, const std::string& baseName, std::st
   if (!target.isOpen()) {
     error = std::strerror(errno);
   } else {
+    ignoreResult(::fchmod(target.get(), kOwnerOnly));  // which the mask may have taken away
     error = copyContents(source, target.get());
     if (!error.empty()) ::unlinkat(m_items.get(), name.c_str(), 0);
   }
   if (error.empty()) return "";
   --m_lastNumber;
-  return "the copy failed: " + error;
+  return kNotCopied + error;
 }

@@ -15,6 +15,10 @@ struct StoredItem {
   std::string error;  // why there is none
 };
 
+/// Whether `error`, why there is no copy of a file, says that nothing is there to be sent, or
+/// nothing that could be measured. Otherwise something is there, and was not copied.
+bool isMissingFile(const std::string& error);
+
 /// The folder in which one process leaves what it sends: the record of its calls, and a copy of
 /// every file. Everything that can depend on the process (its working directory, the numbers of
 /// free descriptors) is settled at construction; files are created for their owner alone.

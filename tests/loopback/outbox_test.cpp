@@ -39,11 +39,18 @@ TEST_F(OutboxTest, Lines_AreAppended) {
 }
 
 TEST_F(OutboxTest, Files_AreForTheirOwnerWhateverTheMask) {
-  outbox.store(scratch.write("f", "x").c_str());
-  for (const char* name : {"/exchanges.jsonl", "/items/0001-f"}) {
-    struct stat status = {};
-    ASSERT_EQ(::stat((folder + name).c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777U, 0600U) << name;
+  const std::string file = scratch.write("f", "x");
+  for (const mode_t mask : {0, 022, 0777}) {
+    const std::string box = scratch / "masked" + std::to_string(mask);
+    const mode_t before = ::umask(mask);
+    Outbox masked(box + "/");
+    masked.store(file.c_str());
+    ::umask(before);
+    for (const char* name : {"", "/items", "/exchanges.jsonl", "/items/0001-f"}) {
+      struct stat status = {};
+      ASSERT_EQ(::stat((box + name).c_str(), &status), 0);
+      EXPECT_EQ(status.st_mode & 0777U, S_ISDIR(status.st_mode) ? 0700U : 0600U) << mask << name;
+    }
   }
 }
 
@@ -84,11 +91,27 @@ TEST_F(OutboxTest, OnlyRegularFiles_AreCopiedUnderNumbersWithoutGaps) {
     const StoredItem item = outbox.store(path.c_str());
     EXPECT_EQ(item.copy, copy) << path;
     EXPECT_EQ(item.error, error) << path;
+    struct stat status = {};
+    EXPECT_EQ(isMissingFile(item.error), ::stat(path.c_str(), &status) != 0) << path;
     if (copy.empty()) continue;
     EXPECT_EQ(readFile(folder + "/" + copy), readFile(path));
     copies.push_back(std::filesystem::path(copy).filename());
   }
   EXPECT_EQ(namesIn(folder + "/items"), copies);
+}
+
+TEST_F(OutboxTest, FileThatMayNotBeRead_IsNotMissing) {
+  if (!canBecomeNobody()) GTEST_SKIP() << "needs another user";
+  const std::string file = scratch.write("secret", "x");
+  std::filesystem::permissions(scratch.path(), std::filesystem::perms(0755));
+  ASSERT_EQ(::chmod(file.c_str(), 0), 0);
+  const ChildResult child = runInChild([&] {
+    if (!becomeNobody()) return 2;
+    const StoredItem item = outbox.store(file.c_str());
+    const bool isTold = item.error == "cannot be opened: Permission denied";
+    return isTold && !isMissingFile(item.error) ? 0 : 1;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
 }
 
 TEST_F(OutboxTest, Numbers_GoOnFromWhatIsThere) {
@@ -122,7 +145,7 @@ TEST_F(OutboxTest, FailedCopy_IsRemovedAgain) {
   const ChildResult child = runInChild([&] {
     if (!limitFileSize(50000)) return 2;
     const std::string error = outbox.store(file.c_str()).error;
-    if (error != "the copy failed: write: File too large") return 1;
+    if (error != "the copy failed: write: File too large" || isMissingFile(error)) return 1;
     return outbox.store(scratch.write("small", "x").c_str()).copy == "items/0001-small" ? 0 : 3;
   });
   EXPECT_EQ(child.status, 0);

@@ -1,10 +1,8 @@
 #include "rmglib/kelcom.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,7 +12,6 @@
 #include <string>
 
 #include "loopback/bytes.h"
-#include "loopback/openhigh.h"
 #include "loopback/outbox.h"
 #include "loopback/script.h"
 
@@ -26,29 +23,10 @@ using Json = nlohmann::ordered_json;
 /// What every call returns when the script or the outbox cannot be used.
 constexpr int kUnusable = -1;
 
-constexpr std::size_t kLongestScript = 1024UL * 1024UL;
-
 /// One line on standard error, in a single write. Nobody is left to tell when that fails.
 void complain(const std::string& message) {
   const std::string line = "libkelcom loopback: " + message + "\n";
   [[maybe_unused]] const ssize_t count = ::write(STDERR_FILENO, line.data(), line.size());
-}
-
-/// The whole text of a file. Throws std::runtime_error with the reason.
-std::string readScript(const char* path) {
-  const std::string cannot = std::string(path) + ": cannot be read: ";
-  const Descriptor file = openHigh(path, O_RDONLY);
-  if (!file.isOpen()) throw std::runtime_error(cannot + std::strerror(errno));
-  std::string text;
-  std::array<char, 4096> piece;
-  for (;;) {
-    const ssize_t count = ::read(file.get(), piece.data(), piece.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) throw std::runtime_error(cannot + std::strerror(errno));
-    if (count == 0) return text;
-    text.append(piece.data(), static_cast<std::size_t>(count));
-    if (text.size() > kLongestScript) throw std::runtime_error(cannot + "longer than 1 MiB");
-  }
 }
 
 /// The state of the stand-in for the life of one process.
@@ -100,13 +78,7 @@ std::optional<Outbox> Loopback::openOutbox() {
 
 Script Loopback::loadScript() {
   const char* path = std::getenv("KELCOM_LOOPBACK_SCRIPT");
-  if (path == nullptr) return Script();
-  try {
-    return Script(readScript(path));
-  } catch (const ScriptError& error) {
-    throw std::runtime_error(std::string(path) + ":" + std::to_string(error.line()) + ": " +
-                             error.what());
-  }
+  return path == nullptr ? Script() : readScript(path);
 }
 
 void Loopback::append(const Json& record) {

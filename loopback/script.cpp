@@ -1,13 +1,39 @@
 #include "loopback/script.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
 #include <charconv>
 #include <cstdint>
+#include <cstring>
 
 #include "loopback/bytes.h"
+#include "loopback/openhigh.h"
 
 namespace {
 
 constexpr std::string_view kBlanks = " \t";
+
+constexpr std::size_t kLongestScript = 1024UL * 1024UL;
+
+/// The whole text of a file. Throws std::runtime_error with the reason.
+std::string readText(const char* path) {
+  const std::string cannot = std::string(path) + ": cannot be read: ";
+  const Descriptor file = openHigh(path, O_RDONLY);
+  if (!file.isOpen()) throw std::runtime_error(cannot + std::strerror(errno));
+  std::string text;
+  std::array<char, 4096> piece;
+  for (;;) {
+    const ssize_t count = ::read(file.get(), piece.data(), piece.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) throw std::runtime_error(cannot + std::strerror(errno));
+    if (count == 0) return text;
+    text.append(piece.data(), static_cast<std::size_t>(count));
+    if (text.size() > kLongestScript) throw std::runtime_error(cannot + "longer than 1 MiB");
+  }
+}
 
 /// A bad line whose number the caller knows.
 [[noreturn]] void reject(const std::string& message) { throw std::invalid_argument(message); }
@@ -126,4 +152,13 @@ void Script::addExchange(const Words& words) {
     reply.agentCode = parseNumber(words[4]);
   }
   (words[1] == "*" ? m_otherExchanges : m_exchanges[parseCode(words[1])]).add(reply);
+}
+
+Script readScript(const char* path) {
+  try {
+    return Script(readText(path));
+  } catch (const ScriptError& error) {
+    throw std::runtime_error(std::string(path) + ":" + std::to_string(error.line()) + ": " +
+                             error.what());
+  }
 }

@@ -95,4 +95,8 @@ class Script {
   Successive<ExchangeReply> m_otherExchanges;
 };
 
+/// The script in the file `path`, which is not null. Throws std::runtime_error with the path, the
+/// number of a bad line, and the reason.
+Script readScript(const char* path);
+
 #endif

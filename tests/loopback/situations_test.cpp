@@ -226,7 +226,7 @@ TEST(SituationSet, ScriptOfACatalogueRow_NamesItsKeyInItsSentence) {
 
 TEST(SituationSet, List_ShowsExactlyTheScripts) {
   const ChildResult child = runProgram({REHEARSE, "--situations"});
-  EXPECT_EQ(child.out, situationRows(readSituations(LOOPBACK_SITUATIONS)));
+  EXPECT_EQ(child.out, situationRows(readSituations(LOOPBACK_SITUATIONS), 0));
   EXPECT_EQ(child.err, "");
   EXPECT_EQ(child.exitCode(), 0);
 }

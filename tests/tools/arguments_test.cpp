@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "support/scratch.h"
+#include "version.h"
 
 namespace {
 
@@ -20,16 +21,20 @@ class ParseArguments : public ::testing::Test {
     std::filesystem::create_directories(scratch / "loopback/situations");
     scratch.write("loopback/situations/busy.script", "# Busy.\ncommunicate * 1\n");
     scratch.write("loopback/situations/a-b.script", "# Other.\n");
+    scratch.write("loopback/situations/bust.script", "# Bust.\n");
+    scratch.write("loopback/situations/busk.script", "# Busk.\n");
   }
 
   /// One command line: what it makes of it is in the members below.
   void parse(const Words& line) {
     std::vector<const char*> argv = {"tanexics-rehearse"};
     for (const std::string& word : line) argv.push_back(word.c_str());
+    output.clear();
     ::testing::internal::CaptureStdout();
     ::testing::internal::CaptureStderr();
-    status = parseArguments(static_cast<int>(argv.size()), argv.data(), ownFolder, arguments);
-    output = ::testing::internal::GetCapturedStdout();
+    status = parseArguments(static_cast<int>(argv.size()), argv.data(), ownFolder, {}, arguments,
+                            output);
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
     errors = ::testing::internal::GetCapturedStderr();
   }
 
@@ -49,14 +54,15 @@ TEST_F(ParseArguments, RightUsage_GivesWhatIsAskedFor) {
     Words line;
     Arguments expected;
   } rows[] = {
-      {{"--"}, {"", "", command, library, false, {}}},
-      {{"--outbox", "o", "--script=s", "--command", "c", "--library", "l", "--trace", "--", "list"},
-       {"o", "s", "c", "l", true, {"list"}}},
+      {{"--"}, {"", "", command, library, false, false, {}}},
+      {{"--outbox", "o", "--script=s", "--command", "c", "--library", "l", "--trace", "--json",
+        "--", "list"},
+       {"o", "s", "c", "l", true, true, {"list"}}},
       {{"--situation", "busy", "--", "list", "-i", "5"},
-       {"", busy, command, library, false, {"list", "-i", "5"}}},
+       {"", busy, command, library, false, false, {"list", "-i", "5"}}},
       // Words after the separator are not looked at.
       {{"--", "--trace", "--", "", "-h", "--outbox", "x y"},
-       {"", "", command, library, false, {"--trace", "--", "", "-h", "--outbox", "x y"}}},
+       {"", "", command, library, false, false, {"--trace", "--", "", "-h", "--outbox", "x y"}}},
   };
   for (const auto& [line, expected] : rows) {
     SCOPED_TRACE(::testing::PrintToString(line));
@@ -65,14 +71,16 @@ TEST_F(ParseArguments, RightUsage_GivesWhatIsAskedFor) {
     EXPECT_EQ(Words({arguments.outbox, arguments.script, arguments.command, arguments.library}),
               Words({expected.outbox, expected.script, expected.command, expected.library}));
     EXPECT_EQ(arguments.trace, expected.trace);
+    EXPECT_EQ(arguments.json, expected.json);
     EXPECT_EQ(arguments.words, expected.words);
     EXPECT_EQ(output + errors, "");
   }
 }
 
 /// The error text for a name that no situation has.
-std::string noSituation(const std::string& shown) {
-  return "--situation: there is none with the name '" + shown + "': --situations lists them all\n";
+std::string noSituation(const std::string& shown, const std::string& suggested = ";") {
+  return "--situation: there is none with the name '" + shown + "'" + suggested +
+         " --situations lists them all\n";
 }
 
 TEST_F(ParseArguments, WrongUsage_IsToldOnStandardError) {
@@ -99,10 +107,13 @@ TEST_F(ParseArguments, WrongUsage_IsToldOnStandardError) {
       {{"--script", "s", "--situation", "busy", "--"}, "--situation excludes --script\n"},
       {{"--situation", "busy", "--script", "s", "--"}, "--situation excludes --script\n"},
       {{"--situation", "", "--"}, noSituation("")},
-      {{"--situation", "bus", "--"}, noSituation("bus")},
+      {{"--situation", "bus", "--"}, noSituation("bus", "; did you mean busk, bust or busy?")},
       {{"--situation", "busy.script", "--"}, noSituation("busy.script")},
       {{"--situation", "../situations/busy", "--"}, noSituation("../situations/busy")},
       {{"--situation", "\x1b[0m", "--"}, noSituation("\\x1b[0m")},
+      {{"--situation", "BUZY", "--"}, noSituation("BUZY", "; did you mean busy?")},
+      {{"--situation", "busz", "--"}, noSituation("busz", "; did you mean busk, bust or busy?")},
+      {{"--situation", "a-a", "--"}, noSituation("a-a", "; did you mean a-b?")},
   };
   for (const auto& [line, expected] : rows) {
     SCOPED_TRACE(::testing::PrintToString(line));
@@ -111,18 +122,22 @@ TEST_F(ParseArguments, WrongUsage_IsToldOnStandardError) {
     EXPECT_EQ(output, "");
     EXPECT_NE(errors, "");
     if (!expected.empty()) {
-      EXPECT_EQ(errors, expected + "Run with --help for more information.\n");
+      EXPECT_EQ(errors, "tanexics-rehearse: " + expected);
     }
+    EXPECT_EQ(errors.rfind("tanexics-rehearse: ", 0), 0U);
+    EXPECT_EQ(errors.find('\n'), errors.size() - 1);
   }
 }
 
 TEST_F(ParseArguments, ListAndHelp_ArePrintedInsteadOfARun) {
   const std::string list =
       "a-b   Other.\n"
+      "busk  Busk.\n"
+      "bust  Bust.\n"
       "busy  Busy.\n";
   const std::string help =
       "Runs tanexics on a stand-in of the communication library, and shows what the\n"
-      "support centre would have received, the action log and the exit status.\n"
+      "support centre would have received, the action log, the exit status and the verdict.\n"
       "\n"
       "Usage: tanexics-rehearse [OPTIONS] -- LISTFILE -i NUMBER\n"
       "       tanexics-rehearse [OPTIONS] -- LISTFILE -r EVENTFILE\n"
@@ -137,6 +152,8 @@ TEST_F(ParseArguments, ListAndHelp_ArePrintedInsteadOfARun) {
       "  --command PATH              Run PATH instead of tanexics beside this one\n"
       "  --library DIR               Take the stand-in library from DIR\n"
       "  --trace                     Write the action log's trace lines too\n"
+      "  --json                      Print one JSON object instead of the report\n"
+      "  --version                   Display program version information and exit\n"
       "\n";
   const struct {
     Words line;
@@ -145,6 +162,7 @@ TEST_F(ParseArguments, ListAndHelp_ArePrintedInsteadOfARun) {
       {{"--situations"}, list},
       {{"--trace", "--situations", "--", "list"}, list},
       {{"--help"}, help},
+      {{"--version"}, std::string("tanexics-rehearse ") + kVersion + "\n"},
   };
   for (const auto& [line, expected] : rows) {
     SCOPED_TRACE(::testing::PrintToString(line));
@@ -159,11 +177,12 @@ TEST_F(ParseArguments, MissingFolderOfSituations_IsNoEmptyList) {
   const std::string folder = "/nonexistent";
   for (const char* option : {"--situations", "--situation=busy"}) {
     const char* const argv[] = {"tanexics-rehearse", option, "--"};
-    EXPECT_THROW(parseArguments(3, argv, folder, arguments), std::runtime_error) << option;
+    EXPECT_THROW(parseArguments(3, argv, folder, {}, arguments, output), std::runtime_error)
+        << option;
   }
   // Nobody who asks for none needs it.
   const char* const argv[] = {"tanexics-rehearse", "--"};
-  EXPECT_EQ(parseArguments(2, argv, folder, arguments), std::nullopt);
+  EXPECT_EQ(parseArguments(2, argv, folder, {}, arguments, output), std::nullopt);
 }
 
 }  // namespace

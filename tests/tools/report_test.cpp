@@ -23,7 +23,7 @@ const char kSuccess[] = "  0: the event was parsed, and nothing failed that the 
 
 /// A whole report with these sections.
 std::string report(const std::string& exchanges, const std::string& log = kNoLine,
-                   const std::string& end = kSuccess) {
+                   const std::string& end = kSuccess, const std::string& kept = "") {
   return "What the centre would have received\n"
          "-----------------------------------\n" +
          exchanges +
@@ -34,8 +34,14 @@ std::string report(const std::string& exchanges, const std::string& log = kNoLin
          "\n"
          "Exit status\n"
          "-----------\n" +
-         end;
+         end + kept +
+         "\n"
+         "Verdict\n"
+         "-------\n"
+         "  partly: why\n";
 }
+
+const Judgement kJudgement = {outcome::Verdict::kPartly, "why"};
 
 class MakeReport : public ::testing::Test {
  protected:
@@ -46,15 +52,19 @@ class MakeReport : public ::testing::Test {
   /// Makes the report of a record, and compares what it shows of it.
   void expectShown(const std::string& record, const Lines& rows) const {
     write("exchanges.jsonl", record);
-    EXPECT_EQ(makeReport(folder, 0), report(lines(rows)));
+    EXPECT_EQ(made(0), report(lines(rows)));
+  }
+
+  /// The report with this verdict, as it is piped.
+  std::string made(int waitStatus, const Judgement& judgement = kJudgement) const {
+    return makeReport(folder, waitStatus, judgement, {});
   }
 
   RehearsalFolder folder{""};
 };
 
 TEST_F(MakeReport, NothingRecordedAndNothingLogged_IsSaid) {
-  EXPECT_EQ(makeReport(folder, 9),
-            report(kNoRecord, kNoLine, "  none: ended by signal 9 (Killed)\n"));
+  EXPECT_EQ(made(9), report(kNoRecord, kNoLine, "  none: ended by signal 9 (Killed)\n"));
   expectShown("", {"  (no call)"});
 }
 
@@ -140,8 +150,7 @@ TEST_F(MakeReport, AgentError_IsExplainedByTheCatalogue) {
           "                     not sent  /a (why)",
           "       () RL:0,ZW-Agent:4",
           "    5  0x1, unknown request code: result -2147483648, agent error HTTP 2147483647",
-          "       " + std::string(89, 'd'),
-          "         " + std::string(11, 'd'),
+          "       " + std::string(100, 'd'),
           "       (HTTP) RL:-2147483648,ZW-Agent:2147483647",
       });
 }
@@ -157,18 +166,74 @@ TEST_F(MakeReport, LinesThatAreNoCalls_AreShownAsTheyAre) {
 TEST_F(MakeReport, Log_IsShownWithItsBackupFirst) {
   write("action.log", "one\n\ntwo \xc6\0\x1b[0m\nlast without end"s);
   const std::string rows = "  one\n\n  two \\xc6\\x00\\x1b[0m\n  last without end\n";
-  EXPECT_EQ(makeReport(folder, 0), report(kNoRecord, rows));
+  EXPECT_EQ(made(0), report(kNoRecord, rows));
 
   write("action.bak", "old\n");
   const std::string backup =
       "  (grown too large and cut: its backup first, lines before that are lost)\n"
       "  old\n";
-  EXPECT_EQ(makeReport(folder, 0), report(kNoRecord, backup + rows));
+  EXPECT_EQ(made(0), report(kNoRecord, backup + rows));
 }
 
 TEST_F(MakeReport, LogThatCannotBeRead_IsSaid) {
   ASSERT_EQ(::unlink(folder.actionLog().c_str()), 0);
-  EXPECT_EQ(makeReport(folder, 0), report(kNoRecord, "  (cannot be read)\n"));
+  EXPECT_EQ(made(0), report(kNoRecord, "  (cannot be read)\n"));
+}
+
+TEST_F(MakeReport, Terminal_IsNotOverrun) {
+  std::filesystem::create_directory(folder.path() + "/items");
+  write("items/0001-messages", std::string(1234, 'x'));
+  write("exchanges.jsonl", notify("0x40017", std::string(300, 't'), {-62, 2, 54}) +
+                               sendItems("0x4010b", {{"/a/rather/long/path/to/some/messages.log",
+                                                      "=items/0001-messages"}}));
+  write("action.log", std::string(500, 'l') + "\n");
+  for (const std::size_t width : {36U, 40U, 80U, 200U}) {
+    const std::string text = makeReport(folder, 0, kJudgement, {width, false});
+    for (const std::string& row : linesOf(text)) {
+      const bool isAscii = row.find('\xe3') == std::string::npos;
+      EXPECT_LE(isAscii ? row.size() : 0, width) << row;
+    }
+  }
+  const std::string narrow = makeReport(folder, 0, kJudgement, {40, false});
+  EXPECT_NE(narrow.find("         1,234 bytes  /a/rather/long/pat\n"
+                        "                      h/to/some/messages\n"
+                        "                      .log\n"),
+            std::string::npos)
+      << narrow;
+}
+
+TEST_F(MakeReport, Verdict_HasItsColourAndSaysWhereOneOfTheTwoIsOpen) {
+  using outcome::Verdict;
+  const auto endOf = [this](const Judgement& judgement, bool hasColours) {
+    const std::string text = makeReport(folder, 0, judgement, {0, hasColours});
+    return text.substr(text.rfind("-------\n") + 8);
+  };
+  EXPECT_EQ(endOf({Verdict::kDelivered, "d"}, true), "  \x1b[32mdelivered\x1b[0m: d\n");
+  EXPECT_EQ(endOf({Verdict::kPartly, "p"}, true), "  \x1b[33mpartly\x1b[0m: p\n");
+  EXPECT_EQ(endOf({Verdict::kUnknown, "u"}, true), "  \x1b[33munknown\x1b[0m: u\n");
+  EXPECT_EQ(endOf({Verdict::kRefused, "r"}, true), "  \x1b[31mrefused\x1b[0m: r\n");
+  EXPECT_EQ(endOf({Verdict::kNotSent, "\xc6\x1b"}, true),
+            "  \x1b[31mnot-sent\x1b[0m: \\xc6\\x1b\n");
+  EXPECT_EQ(endOf({Verdict::kRefused, "r"}, false), "  refused: r\n");
+  const Judgement openInLog = {Verdict::kRefused, "r", Verdict::kRefused, Verdict::kUnknown, "l"};
+  EXPECT_EQ(endOf(openInLog, false), "  refused: r\n  the log alone would leave this open: l\n");
+  const Judgement openInRecord = {Verdict::kUnknown,   "r", Verdict::kUnknown,
+                                  Verdict::kDelivered, "",  "t"};
+  EXPECT_EQ(endOf(openInRecord, false),
+            "  unknown: r\n  the record alone would leave this open: t\n");
+  const Judgement wrong = {
+      Verdict::kRefused, "r", Verdict::kRefused, Verdict::kDelivered, "", "", true};
+  EXPECT_EQ(endOf(wrong, false),
+            "  refused: r\n"
+            "  DISAGREEMENT: the record says refused, the log says delivered: one of the two is "
+            "wrong, report this\n");
+}
+
+TEST_F(MakeReport, KeptFolder_IsNamedBeforeTheVerdict) {
+  const ScratchDir scratch;
+  const RehearsalFolder kept(scratch / "kept");
+  EXPECT_EQ(makeReport(kept, 0, kJudgement, {}),
+            report(kNoRecord, kNoLine, kSuccess, "\nKept\n----\n  " + kept.path() + "\n"));
 }
 
 }  // namespace

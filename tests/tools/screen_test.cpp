@@ -39,25 +39,32 @@ TEST(ScreenRows, Text_BreaksWhereARowIsFull) {
       {"narrow characters of several bytes count once", repeated(narrow, 97), 0, 0,
        repeated(narrow, 96) + "\n" + narrow + "\n"},
   };
-  static_assert(kScreenColumns == 96);
   for (const auto& [what, text, indent, hang, expected] : rows) {
-    EXPECT_EQ(screenRows(text, indent, hang), expected) << what;
+    EXPECT_EQ(screenRows(text, indent, hang, 96), expected) << what;
   }
 }
 
 TEST(ScreenRows, TextOfAnyLength_LosesNothingAndHasNoRowTooWide) {
+  constexpr std::size_t kWidth = 96;
   for (std::size_t length = 1; length < 600; ++length) {
     std::string text;
     for (std::size_t at = 0; at < length; ++at) text += (at * at + length) % 11 < 2 ? ' ' : 'a';
-    std::istringstream rows(screenRows(text, 3, 5));
+    std::istringstream rows(screenRows(text, 3, 5, kWidth));
     std::string together;
     std::string row;
     for (std::size_t indent = 3; std::getline(rows, row); indent = 5) {
-      ASSERT_LE(row.size(), kScreenColumns);
+      ASSERT_LE(row.size(), kWidth);
       together += row.substr(indent);
     }
     ASSERT_EQ(together, text);
   }
+}
+
+TEST(ScreenRows, Width_LeavesRoomBesideTheIndentOrIsNone) {
+  EXPECT_EQ(screenRows(x(1000), 2, 4, 0), "  " + x(1000) + "\n");
+  EXPECT_EQ(screenRows("", 2, 4, 0), "\n");
+  EXPECT_EQ(screenRows(x(20), 7, 31, 12), "    " + x(8) + "\n    " + x(8) + "\n    xxxx\n");
+  EXPECT_EQ(screenRows("xyz", 7, 31, 1), "x\ny\nz\n");
 }
 
 TEST(GroupedNumber, EveryThreeDigits_AreAGroup) {

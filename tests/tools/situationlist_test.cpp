@@ -48,4 +48,23 @@ TEST(ReadSituations, WhatCannotBeRead_IsNamed) {
   }
 }
 
+TEST(SituationRows, Sentences_StandBesideOrBelowAndFitTheWidth) {
+  const std::vector<Situation> situations = {
+      {"busy", "The line is busy all of the day, and more.", ""}, {"a-longer-one", "Short.", ""}};
+  EXPECT_EQ(situationRows(situations, 0),
+            "busy          The line is busy all of the day, and more.\n"
+            "a-longer-one  Short.\n");
+  EXPECT_EQ(situationRows(situations, 44),
+            "busy          The line is busy all of the \n"
+            "              day, and more.\n"
+            "a-longer-one  Short.\n");
+  EXPECT_EQ(situationRows(situations, 43),
+            "busy\n"
+            "    The line is busy all of the day, and \n"
+            "    more.\n"
+            "a-longer-one\n"
+            "    Short.\n");
+  EXPECT_EQ(situationRows({}, 40), "");
+}
+
 }  // namespace

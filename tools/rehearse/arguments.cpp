@@ -4,9 +4,12 @@
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <sstream>
 
 #include "loopback/bytes.h"
+#include "tools/common/nearest.h"
 #include "tools/rehearse/situationlist.h"
+#include "version.h"
 
 namespace {
 
@@ -31,13 +34,35 @@ struct Choice {
   bool isList = false;  // whether they are to be listed, instead of a run
 };
 
+/// "; did you mean a, b or c?", of the names that are most like `name`; empty where none is.
+std::string suggestionsFor(const std::string& name, std::vector<std::string> names) {
+  constexpr std::size_t kMost = 3;
+  std::vector<std::string> found;
+  while (found.size() < kMost) {
+    const std::optional<std::string> nearest = nearestWord(name, names);
+    if (!nearest) break;
+    found.push_back(*nearest);
+    names.erase(std::find(names.begin(), names.end(), *nearest));
+  }
+  std::string text;
+  for (std::size_t at = 0; at < found.size(); ++at) {
+    const char* link = at == 0 ? "; did you mean " : at + 1 == found.size() ? " or " : ", ";
+    text += link + found[at];
+  }
+  return found.empty() ? text : text + '?';
+}
+
 /// The script of the situation `name`. For a name that none has, an error of the command line.
 std::string scriptOf(const std::string& name, const std::string& folder) {
+  std::vector<std::string> names;
   for (const Situation& situation : readSituations(folder)) {
     if (situation.name == name) return situation.script;
+    names.push_back(situation.name);
   }
-  throw CLI::ValidationError("--situation", "there is none with the name '" + visibleBytes(name) +
-                                                "': --situations lists them all");
+  const std::string suggestions = suggestionsFor(name, names);
+  throw CLI::ValidationError(
+      "--situation", "there is none with the name '" + visibleBytes(name) + "'" + suggestions +
+                         (suggestions.empty() ? ";" : "") + " --situations lists them all");
 }
 
 void addOptions(CLI::App& app, Arguments& arguments, Choice& choice) {
@@ -63,12 +88,15 @@ void addOptions(CLI::App& app, Arguments& arguments, Choice& choice) {
       ->type_name("DIR")
       ->check(notEmpty);
   app.add_flag("--trace", arguments.trace, "Write the action log's trace lines too");
+  app.add_flag("--json", arguments.json, "Print one JSON object instead of the report");
+  app.set_version_flag("--version", std::string("tanexics-rehearse ") + kVersion);
 }
 
 }  // namespace
 
 std::optional<int> parseArguments(int argc, const char* const* argv, const std::string& ownFolder,
-                                  Arguments& arguments) {
+                                  const Terminal& terminal, Arguments& arguments,
+                                  std::string& text) {
   const char* const* end = argv + argc;
   const char* const* separator =
       std::find_if(argv, end, [](const char* word) { return std::string(word) == "--"; });
@@ -83,17 +111,23 @@ std::optional<int> parseArguments(int argc, const char* const* argv, const std::
 
   CLI::App app(
       "Runs tanexics on a stand-in of the communication library, and shows what the\n"
-      "support centre would have received, the action log and the exit status.\n");
+      "support centre would have received, the action log, the exit status and the verdict.\n");
   addOptions(app, arguments, choice);
   try {
     app.parse(static_cast<int>(separator - argv), argv);
     if (choice.isList) {
-      std::cout << situationRows(readSituations(choice.folder));
+      text = situationRows(readSituations(choice.folder), terminal.width);
       return 0;
     }
     if (separator == end) throw CLI::RequiredError("-- and the command's arguments after it");
-  } catch (const CLI::ParseError& result) {
-    return app.exit(result, std::cout, std::cerr) == 0 ? 0 : kWrongUsage;
+  } catch (const CLI::Success& asked) {
+    std::ostringstream output;
+    app.exit(asked, output, output);
+    text = output.str();
+    return 0;
+  } catch (const CLI::ParseError& wrong) {
+    std::cerr << "tanexics-rehearse: " << visibleBytes(wrong.what()) << '\n';
+    return kWrongUsage;
   }
   arguments.words.assign(separator + 1, end);
   return std::nullopt;

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/common/terminal.h"
+
 /// Exit statuses of the rehearsal's own; all others come from the command.
 constexpr int kWrongUsage = 2;
 constexpr int kCannotRun = 125;
@@ -16,6 +18,7 @@ struct Arguments {
   std::string command;             // the command to run
   std::string library;             // the folder that holds the stand-in library
   bool trace = false;              // whether the action log has its trace lines
+  bool json = false;               // whether one JSON object takes the place of the report
   std::vector<std::string> words;  // the command's own arguments
 };
 
@@ -26,12 +29,15 @@ struct Arguments {
 /// The
 ///              stand-in library, the default of --library, and the situations are in the folder
 ///              that the build option TANEXICS_LOOPBACK_FOLDER names, as seen from here.
+/// `terminal`   what the situations are laid out for.
 /// `arguments`  out: what was asked for.
+/// `text`       out: the help, the version or the situations, where they are asked for.
 ///
-/// Returns nothing when a run is wanted, otherwise the exit status: 0 after printing the help or
-/// the situations, `kWrongUsage` after an error text on standard error. Throws std::runtime_error
-/// when situations are asked for and cannot be read.
+/// Returns nothing when a run is wanted, otherwise the exit status: 0 with a `text` to print,
+/// `kWrongUsage` after an error text on standard error. Throws std::runtime_error when situations
+/// are asked for and cannot be read.
 std::optional<int> parseArguments(int argc, const char* const* argv, const std::string& ownFolder,
-                                  Arguments& arguments);
+                                  const Terminal& terminal, Arguments& arguments,
+                                  std::string& text);
 
 #endif

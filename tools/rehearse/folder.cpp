@@ -1,6 +1,8 @@
 #include "tools/rehearse/folder.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -11,30 +13,90 @@
 #include <system_error>
 
 #include "common/base/descriptor.h"
+#include "loopback/bytes.h"
+
+namespace fs = std::filesystem;
 
 namespace {
 
+constexpr mode_t kOwnersFolder = 0700;
+constexpr mode_t kOwnersFile = 0600;
+constexpr mode_t kOthers = 077;
+
+[[noreturn]] void refuse(const std::string& path, const std::string& reason) {
+  throw std::runtime_error("the outbox " + path + " " + reason);
+}
+
+/// The command gives the log's path to a shell, unquoted, when the log has grown too large.
+void requirePlainPath(const std::string& path) {
+  constexpr char kSpecial[] = " \t\n\r\"#$&'()*;<>?[\\]`{|}~";
+  const std::size_t at = path.find_first_of(kSpecial);
+  if (at == std::string::npos) return;
+  refuse(path, std::string("cannot be used: the path of an action log has no '") + path[at] + "'");
+}
+
 std::string makeTemporary() {
-  std::string path = std::filesystem::temp_directory_path() / "tanexics-rehearse-XXXXXX";
+  std::error_code error;
+  const fs::path directory = fs::temp_directory_path(error);
+  if (error) {
+    throw std::runtime_error("there is no directory for temporary files; see TMPDIR: " +
+                             error.message());
+  }
+  std::string path = absolutePath(directory / "tanexics-rehearse-XXXXXX");
+  requirePlainPath(path);
   if (::mkdtemp(path.data()) == nullptr) {
-    throw std::runtime_error("mkdtemp(" + path + "): " + std::strerror(errno));
+    refuse(path, std::string("cannot be made: ") + std::strerror(errno));
   }
   return path;
 }
 
+/// Makes the folder, or takes one that is there, for its owner alone.
+void makeOwn(const std::string& path) {
+  std::error_code error;
+  fs::create_directories(fs::path(path).parent_path(), error);
+  if (error) refuse(path, "cannot be made: " + error.message());
+  const bool isMade = ::mkdir(path.c_str(), kOwnersFolder) == 0;
+  if (!isMade && errno != EEXIST)
+    refuse(path, std::string("cannot be made: ") + std::strerror(errno));
+
+  struct stat status = {};
+  if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+    refuse(path, "cannot be used: not a folder");
+  }
+  if (status.st_uid != ::geteuid()) refuse(path, "cannot be used: it belongs to another user");
+  if ((status.st_mode & 0777U) == kOwnersFolder) return;
+  if (!fs::is_empty(path, error) && (status.st_mode & kOthers) != 0) {
+    refuse(path, "is not for its owner alone, and is not empty: name another one");
+  }
+  // The mask may also have taken from its owner.
+  if (::chmod(path.c_str(), kOwnersFolder) != 0) {
+    refuse(path, std::string("cannot be closed to others: ") + std::strerror(errno));
+  }
+}
+
 std::string makeKept(const std::string& folder) {
-  const std::filesystem::path path = std::filesystem::absolute(folder).lexically_normal();
+  std::string path = fs::path(absolutePath(folder)).lexically_normal();
+  while (path.size() > 1 && path.back() == '/') path.pop_back();
+  requirePlainPath(path);
   for (const char* name : {kRecordName, kItemsName, kActionLogName, kActionLogBackupName}) {
     // Asked without following links: a dangling one is somebody's work too.
-    if (!std::filesystem::exists(std::filesystem::symlink_status(path / name))) continue;
-    throw std::runtime_error("the outbox " + path.string() + " already holds '" + name +
-                             "' of an earlier rehearsal: name another one, or remove it");
+    std::error_code error;
+    if (!fs::exists(fs::symlink_status(fs::path(path) / name, error))) continue;
+    refuse(path, std::string("already holds '") + name +
+                     "' of an earlier rehearsal: name another one, or remove it");
   }
-  std::filesystem::create_directories(path);
+  makeOwn(path);
   return path;
 }
 
 }  // namespace
+
+std::string absolutePath(const std::string& path) {
+  std::error_code error;
+  const fs::path absolute = fs::absolute(path, error);
+  if (error) throw std::runtime_error("the working directory is gone: " + error.message());
+  return absolute;
+}
 
 RehearsalFolder::RehearsalFolder(const std::string& kept)
     : m_path(kept.empty() ? makeTemporary() : makeKept(kept)), m_isKept(!kept.empty()) {
@@ -51,13 +113,26 @@ RehearsalFolder::~RehearsalFolder() { removeTemporary(); }
 void RehearsalFolder::removeTemporary() const {
   if (m_isKept) return;
   std::error_code error;
-  std::filesystem::remove_all(m_path, error);
-  if (error) std::cerr << "tanexics-rehearse: " << m_path << " stays: " << error.message() << '\n';
+  fs::remove_all(m_path, error);
+  if (error) {
+    std::cerr << "tanexics-rehearse: " << visibleBytes(m_path) << " stays: " << error.message()
+              << '\n';
+  }
 }
 
 void RehearsalFolder::makeActionLog() const {
-  const Descriptor log(::open(actionLog().c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-  if (!log.isOpen()) {
-    throw std::runtime_error("open(" + actionLog() + "): " + std::strerror(errno));
+  const Descriptor log(
+      ::open(actionLog().c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnersFile));
+  if (!log.isOpen() || ::fchmod(log.get(), kOwnersFile) != 0) {
+    refuse(m_path, std::string("cannot be used: ") + std::strerror(errno));
+  }
+}
+
+void RehearsalFolder::closeFiles() const {
+  for (const std::string& path : {actionLog(), actionLogBackup()}) {
+    struct stat status = {};
+    if (::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+      [[maybe_unused]] const int result = ::chmod(path.c_str(), kOwnersFile);
+    }
   }
 }

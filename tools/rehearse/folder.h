@@ -9,19 +9,25 @@
 constexpr char kActionLogName[] = "action.log";
 constexpr char kActionLogBackupName[] = "action.bak";
 
+/// `path` as an absolute one. Throws std::runtime_error, with the reason in words, where the
+/// working directory is gone.
+std::string absolutePath(const std::string& path);
+
 /// The folder of one rehearsal: outbox of the stand-in library, and home of the action log. A
 /// temporary one is removed with the object.
 class RehearsalFolder {
  public:
   /// `kept`  the folder to use and to keep, made with its parents where it is missing; empty: a new
-  ///         one under the directory for temporary files.
+  ///         one under the directory for temporary files. It is for its owner alone, whatever the
+  ///         file-creation mask; an empty one that others can enter is closed to them.
   ///
   /// An empty action log is made too, readable for its owner: the command's own would be readable
   /// for the super-user only, and a run as another user is rehearsed as well.
   ///
-  /// Throws std::runtime_error (and what it is derived from, std::exception) when there is no
-  /// folder to be had, or when `kept` holds anything of an earlier rehearsal: nothing of it is ever
-  /// overwritten.
+  /// Throws std::runtime_error, with the reason in words, when there is no folder to be had, when
+  /// its path is none that the command's environment and the shell behind it can be given, when
+  /// `kept` belongs to somebody else, or holds something while others can enter it, or when it
+  /// holds anything of an earlier rehearsal: nothing of it is ever overwritten.
   explicit RehearsalFolder(const std::string& kept);
   ~RehearsalFolder();
 
@@ -37,6 +43,9 @@ class RehearsalFolder {
   std::string actionLogBackup() const { return m_path + "/" + kActionLogBackupName; }
 
   bool isKept() const { return m_isKept; }
+
+  /// After the run: a log that the command has made itself, and its backup, have other permissions.
+  void closeFiles() const;
 
  private:
   void makeActionLog() const;

@@ -1,51 +1,94 @@
 // tanexics-rehearse: the command on the stand-in of the communication library, for a person to
 // watch.
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <exception>
 #include <filesystem>
 #include <iostream>
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 
+#include "common/base/stdfds.h"
+#include "loopback/bytes.h"
 #include "tools/outcome/meaning.h"
 #include "tools/rehearse/arguments.h"
 #include "tools/rehearse/folder.h"
+#include "tools/rehearse/ignoredsignal.h"
+#include "tools/rehearse/json.h"
 #include "tools/rehearse/report.h"
 #include "tools/rehearse/run.h"
 
 namespace {
 
+void complain(const std::string& message) {
+  std::cerr << "tanexics-rehearse: " << visibleBytes(message) << '\n';
+}
+
+int fail(const std::string& message) {
+  complain(message);
+  return kCannotRun;
+}
+
 /// Runs the command, and hands out the report of the run. A temporary folder is gone when this
 /// returns: a reader who stops reading leaves nothing behind. Returns the exit status.
-int rehearse(const Arguments& arguments, std::string& report) {
+int rehearse(const Arguments& arguments, const Terminal& terminal, std::string& report) {
   requireRunnable(arguments);
   const RehearsalFolder folder(arguments.outbox);
   const int waitStatus = runCommand(arguments, folder);
-  report = makeReport(folder, waitStatus);
+  folder.closeFiles();
+  const Judgement judgement = judgementOf(folder, waitStatus);
+  report = arguments.json ? makeJson(folder, waitStatus, judgement) + '\n'
+                          : makeReport(folder, waitStatus, judgement, terminal);
+  if (judgement.isContradiction) complain(contradictionOf(judgement));
   return outcome::passedOn(waitStatus);
 }
 
-/// Whether everything printed so far has reached its reader.
-bool isPrinted() { return static_cast<bool>(std::cout.flush()); }
+/// Writes to standard output. Returns the reason where that fails, else an empty text.
+std::string print(const std::string& text) {
+  const IgnoredSignal pipe(SIGPIPE);  // whose reader has gone is told, and does not end the program
+  errno = 0;
+  const bool isPrinted =
+      std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+  return isPrinted ? "" : std::strerror(errno);
+}
 
-int fail(const std::string& message) {
-  std::cerr << "tanexics-rehearse: " << message << '\n';
-  return kCannotRun;
+/// The folder that the program itself is in.
+std::string ownFolder() {
+  std::error_code error;
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+  if (error) throw std::runtime_error("/proc/self/exe cannot be read: " + error.message());
+  return program.parent_path();
+}
+
+/// The whole of a rehearsal, from its command line on. Returns the exit status.
+int runAll(int argc, const char* const* argv) {
+  const Terminal terminal = Terminal::ofStandardOutput();
+  Arguments arguments;
+  std::string text;
+  std::optional<int> status = parseArguments(argc, argv, ownFolder(), terminal, arguments, text);
+  const bool isRun = !status;
+  if (isRun) status = rehearse(arguments, terminal, text);
+  const std::string reason = print(text);
+  if (reason.empty()) return *status;
+  return fail(std::string("the ") + (isRun ? "report" : "output") +
+              " cannot be written: " + reason);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  const bool hasOutput = ::fcntl(STDOUT_FILENO, F_GETFD) >= 0;
+  occupyStandardDescriptors();  // a file of the outbox must not become what is printed
+  if (!hasOutput) return fail(std::string("standard output: ") + std::strerror(EBADF));
   try {
-    const std::string ownFolder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-    Arguments arguments;
-    if (const std::optional<int> status = parseArguments(argc, argv, ownFolder, arguments)) {
-      return isPrinted() ? *status : fail("the output cannot be written");
-    }
-    std::string report;
-    const int status = rehearse(arguments, report);
-    std::cout << report;
-    return isPrinted() ? status : fail("the report cannot be written");
+    return runAll(argc, argv);
   } catch (const std::exception& error) {
     return fail(error.what());
   }

@@ -3,21 +3,18 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string_view>
-#include <system_error>
 
-#include "loopback/bytes.h"
 #include "tools/outcome/explanation.h"
 #include "tools/outcome/meaning.h"
+#include "tools/rehearse/record.h"
 #include "tools/rehearse/screen.h"
 
 namespace {
 
-using Json = nlohmann::json;
+using Json = nlohmann::ordered_json;
 using outcome::agentMeaning;
 using outcome::requestMeaning;
 using outcome::statusMeaning;
@@ -26,15 +23,21 @@ using outcome::statusMeaning;
 constexpr std::size_t kDetailIndent = 7;
 constexpr std::size_t kHangIndent = 9;
 constexpr std::size_t kSizeColumns = 22;
+constexpr std::size_t kNarrowSizeColumns = 13;
+constexpr std::size_t kNarrow = 60;
+
+/// What is reported of, and for what it is laid out.
+struct Sheet {
+  const RehearsalFolder& folder;
+  const Terminal& terminal;
+
+  std::string rows(std::string_view bytes, std::size_t indent, std::size_t hang) const {
+    return screenRows(bytes, indent, hang, terminal.width);
+  }
+};
 
 std::string heading(const std::string& text) {
   return text + "\n" + std::string(text.size(), '-') + "\n";
-}
-
-/// The bytes that a string of the record stands for; one that has no valid escapes, as it is.
-std::string bytesOf(const Json& value) {
-  const std::string text = value.get<std::string>();
-  return unescapeBytes(text).value_or(text);
 }
 
 std::string hexText(int word) {
@@ -65,41 +68,41 @@ std::string agentText(const Json& error) {
 }
 
 /// Size and path of one file that was sent, or why it was not.
-std::string itemRows(const Json& item, const RehearsalFolder& folder) {
+std::string itemRows(const Json& item, const Sheet& sheet) {
   const std::string path = item.at("path").is_null() ? "(null)" : bytesOf(item.at("path"));
   std::string size = "not sent";
   std::string reason;
   if (item.contains("copy")) {
-    std::error_code error;
-    const auto bytes =
-        std::filesystem::file_size(folder.path() + "/" + bytesOf(item.at("copy")), error);
-    size = error ? "copy gone" : groupedNumber(bytes) + " bytes";
+    const auto bytes = bytesOfCopy(item, sheet.folder);
+    size = bytes ? groupedNumber(*bytes) + " bytes" : "copy gone";
   } else {
     reason = " (" + bytesOf(item.at("error")) + ")";
   }
-  if (size.size() < kSizeColumns) size.insert(0, kSizeColumns - size.size(), ' ');
-  return screenRows(size + "  " + path + reason, kDetailIndent, kDetailIndent + kSizeColumns + 2);
+  const bool isNarrow = sheet.terminal.width != 0 && sheet.terminal.width < kNarrow;
+  const std::size_t columns = isNarrow ? kNarrowSizeColumns : kSizeColumns;
+  if (size.size() < columns) size.insert(0, columns - size.size(), ' ');
+  return sheet.rows(size + "  " + path + reason, kDetailIndent, kDetailIndent + columns + 2);
 }
 
-std::string dataRows(const Json& items, const RehearsalFolder& folder) {
-  if (items.is_null()) return screenRows("(no list of files)", kDetailIndent, kHangIndent);
+std::string dataRows(const Json& items, const Sheet& sheet) {
+  if (items.is_null()) return sheet.rows("(no list of files)", kDetailIndent, kHangIndent);
   std::string rows;
-  for (const Json& item : items) rows += itemRows(item, folder);
+  for (const Json& item : items) rows += itemRows(item, sheet);
   return rows;
 }
 
-std::string textRows(const Json& text) {
-  return screenRows(text.is_null() ? "(no text)" : bytesOf(text), kDetailIndent, kHangIndent);
+std::string textRows(const Json& text, const Sheet& sheet) {
+  return sheet.rows(text.is_null() ? "(no text)" : bytesOf(text), kDetailIndent, kHangIndent);
 }
 
 /// What the catalogue says about the agent's error of an exchange; empty when it had none.
-std::string explanationRows(const Json& call) {
+std::string explanationRows(const Json& call, const Sheet& sheet) {
   const Json& error = call.at("error");
   if (error.is_null()) return "";
   std::string rows;
   for (const std::string& line : outcome::explanationLines(
            call.at("result").get<int>(), error.at(0).get<int>(), error.at(1).get<int>())) {
-    rows += screenRows(line, kDetailIndent, kHangIndent);
+    rows += sheet.rows(line, kDetailIndent, kHangIndent);
   }
   return rows;
 }
@@ -130,67 +133,104 @@ std::string callHead(const Json& call) {
   throw std::invalid_argument("unknown call " + name);
 }
 
-std::string callRows(const Json& call, std::size_t number, const RehearsalFolder& folder) {
+std::string callRows(const Json& call, std::size_t number, const Sheet& sheet) {
   char prefix[32];
   std::snprintf(prefix, sizeof prefix, "%5zu  ", number);
-  std::string rows = screenRows(prefix + callHead(call), 0, kDetailIndent);
-  if (call.contains("text")) rows += textRows(call.at("text"));
-  if (call.contains("items")) rows += dataRows(call.at("items"), folder);
-  if (call.contains("error")) rows += explanationRows(call);
+  std::string rows = sheet.rows(prefix + callHead(call), 0, kDetailIndent);
+  if (call.contains("text")) rows += textRows(call.at("text"), sheet);
+  if (call.contains("items")) rows += dataRows(call.at("items"), sheet);
+  if (call.contains("error")) rows += explanationRows(call, sheet);
   return rows;
 }
 
 /// The rows of one line of the record. A line that is no call of the library is shown as it is.
-std::string lineRows(const std::string& line, std::size_t number, const RehearsalFolder& folder) {
+std::string lineRows(const std::string& line, std::size_t number, const Sheet& sheet) {
   try {
-    return callRows(Json::parse(line), number, folder);
+    return callRows(Json::parse(line), number, sheet);
   } catch (const std::exception&) {
-    return screenRows("  ???  " + line, 0, kDetailIndent);
+    return sheet.rows("  ???  " + line, 0, kDetailIndent);
   }
 }
 
-std::string exchanges(const RehearsalFolder& folder) {
-  std::ifstream record(folder.record());
-  if (!record) return "  (no record: the command did not load the stand-in library)\n";
+std::string exchanges(const Sheet& sheet) {
+  std::ifstream record(sheet.folder.record());
+  if (!record) {
+    return sheet.rows("(no record: the command did not load the stand-in library)", 2, 2);
+  }
   std::string rows;
   std::string line;
   for (std::size_t number = 1; std::getline(record, line); ++number) {
-    rows += lineRows(line, number, folder);
+    rows += lineRows(line, number, sheet);
   }
   return rows.empty() ? "  (no call)\n" : rows;
 }
 
-std::string logRows(std::istream& log) {
+std::string logRows(std::istream& log, const Sheet& sheet) {
   constexpr std::size_t kLineIndent = 2;
   constexpr std::size_t kContinuedIndent = 6;
   std::string rows;
   std::string line;
   while (std::getline(log, line)) {
-    rows += line.empty() ? "\n" : screenRows(line, kLineIndent, kContinuedIndent);
+    rows += line.empty() ? "\n" : sheet.rows(line, kLineIndent, kContinuedIndent);
   }
   return rows;
 }
 
-std::string actionLog(const RehearsalFolder& folder) {
+std::string actionLog(const Sheet& sheet) {
   std::string rows;
-  if (std::ifstream backup(folder.actionLogBackup(), std::ios::binary); backup) {
-    rows = "  (grown too large and cut: its backup first, lines before that are lost)\n";
-    rows += logRows(backup);
+  if (std::ifstream backup(sheet.folder.actionLogBackup(), std::ios::binary); backup) {
+    rows =
+        sheet.rows("(grown too large and cut: its backup first, lines before that are lost)", 2, 2);
+    rows += logRows(backup, sheet);
   }
-  std::ifstream log(folder.actionLog(), std::ios::binary);
+  std::ifstream log(sheet.folder.actionLog(), std::ios::binary);
   if (!log) return rows + "  (cannot be read)\n";
-  rows += logRows(log);
+  rows += logRows(log, sheet);
   return rows.empty() ? "  (no line)\n" : rows;
+}
+
+const char* colourOf(outcome::Verdict verdict) {
+  switch (verdict) {
+    case outcome::Verdict::kDelivered:
+      return kGreen;
+    case outcome::Verdict::kPartly:
+    case outcome::Verdict::kUnknown:
+      return kYellow;
+    default:
+      return kRed;
+  }
+}
+
+/// Verdict and reason, and where one of the two that it was computed from does not tell it.
+std::string verdictRows(const Judgement& judgement, const Sheet& sheet) {
+  const std::string word = wordOf(judgement.verdict);
+  std::string rows = sheet.rows(word + ": " + judgement.reason, 2, 4);
+  // In the first row, whose blanks it stands behind: coloured when the row is laid out.
+  rows.replace(rows.find(word), word.size(),
+               coloured(word, colourOf(judgement.verdict), sheet.terminal));
+  if (!judgement.openInLog.empty()) {
+    rows += sheet.rows("the log alone would leave this open: " + judgement.openInLog, 2, 4);
+  }
+  if (!judgement.openInRecord.empty()) {
+    rows += sheet.rows("the record alone would leave this open: " + judgement.openInRecord, 2, 4);
+  }
+  if (judgement.isContradiction) rows += sheet.rows(contradictionOf(judgement), 2, 4);
+  return rows;
 }
 
 }  // namespace
 
-std::string makeReport(const RehearsalFolder& folder, int waitStatus) {
-  std::string report = heading("What the centre would have received") + exchanges(folder) + "\n" +
-                       heading("Action log") + actionLog(folder) + "\n" + heading("Exit status") +
-                       screenRows(outcome::endMeaning(waitStatus), 2, 2);
-  if (folder.isKept()) {
-    report += "\n" + heading("Kept") + screenRows(folder.path(), 2, 2);
-  }
-  return report;
+std::string contradictionOf(const Judgement& judgement) {
+  return std::string("DISAGREEMENT: the record says ") + wordOf(judgement.fromRecord) +
+         ", the log says " + wordOf(judgement.fromLog) + ": one of the two is wrong, report this";
+}
+
+std::string makeReport(const RehearsalFolder& folder, int waitStatus, const Judgement& judgement,
+                       const Terminal& terminal) {
+  const Sheet sheet{folder, terminal};
+  std::string report = heading("What the centre would have received") + exchanges(sheet) + "\n" +
+                       heading("Action log") + actionLog(sheet) + "\n" + heading("Exit status") +
+                       sheet.rows(outcome::endMeaning(waitStatus), 2, 2);
+  if (folder.isKept()) report += "\n" + heading("Kept") + sheet.rows(folder.path(), 2, 2);
+  return report + "\n" + heading("Verdict") + verdictRows(judgement, sheet);
 }

@@ -1,6 +1,7 @@
 #include "tools/rehearse/run.h"
 
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -8,36 +9,34 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "loopback/script.h"
+#include "tools/rehearse/ignoredsignal.h"
 #include "tools/rehearse/pointersto.h"
+#include "tools/rehearse/progressline.h"
 
 namespace {
 
-/// Ignores a signal for a while, as system(3) does for those of the terminal.
-class IgnoredSignal {
+/// What is done with the descriptors of a child before it begins.
+class SpawnActions {
  public:
-  explicit IgnoredSignal(int number) : m_number(number) {
-    struct sigaction ignore = {};
-    ignore.sa_handler = SIG_IGN;
-    ::sigaction(m_number, &ignore, &m_before);
-  }
-  ~IgnoredSignal() { ::sigaction(m_number, &m_before, nullptr); }
-  IgnoredSignal(const IgnoredSignal&) = delete;
-  IgnoredSignal& operator=(const IgnoredSignal&) = delete;
+  SpawnActions() { ::posix_spawn_file_actions_init(&m_actions); }
+  ~SpawnActions() { ::posix_spawn_file_actions_destroy(&m_actions); }
+  SpawnActions(const SpawnActions&) = delete;
+  SpawnActions& operator=(const SpawnActions&) = delete;
 
-  /// Adds the signal to `set` unless it was ignored before: the command starts as its caller would
-  /// have started it.
-  void addTo(sigset_t& set) const {
-    if (m_before.sa_handler != SIG_IGN) ::sigaddset(&set, m_number);
+  /// What the child prints goes to standard error.
+  void divertOutput() {
+    ::posix_spawn_file_actions_adddup2(&m_actions, STDERR_FILENO, STDOUT_FILENO);
   }
+
+  const posix_spawn_file_actions_t* get() const { return &m_actions; }
 
  private:
-  int m_number;
-  struct sigaction m_before = {};
+  posix_spawn_file_actions_t m_actions = {};
 };
 
 /// The attributes of a child in which signals are no longer ignored.
@@ -72,7 +71,7 @@ void set(std::vector<std::string>& environment, const std::string& name, const s
 
 std::string libraryPath(const std::string& library) {
   const char* before = std::getenv("LD_LIBRARY_PATH");
-  const std::string own = std::filesystem::absolute(library);
+  const std::string own = absolutePath(library);
   return before == nullptr || *before == '\0' ? own : own + ":" + before;
 }
 
@@ -90,17 +89,41 @@ std::vector<std::string> makeEnvironment(const Arguments& arguments,
     // The options alone say what is rehearsed.
     unset(environment, "KELCOM_LOOPBACK_SCRIPT");
   } else {
-    set(environment, "KELCOM_LOOPBACK_SCRIPT", std::filesystem::absolute(arguments.script));
+    set(environment, "KELCOM_LOOPBACK_SCRIPT", absolutePath(arguments.script));
   }
   return environment;
 }
 
 void requireFile(const std::string& path, int access, const char* what) {
-  if (!std::filesystem::exists(path)) {
-    throw std::runtime_error(std::string("no ") + what + ": " + path);
+  struct stat status = {};
+  if (::stat(path.c_str(), &status) != 0) {
+    const std::string reason = errno == ENOENT ? "" : std::string(": ") + std::strerror(errno);
+    throw std::runtime_error(std::string("no ") + what + ": " + path + reason);
   }
-  if (!std::filesystem::is_regular_file(path) || ::access(path.c_str(), access) != 0) {
-    throw std::runtime_error(std::string("the ") + what + " cannot be used: " + path);
+  const bool isRegular = S_ISREG(status.st_mode);
+  if (isRegular && ::access(path.c_str(), access) == 0) return;
+  throw std::runtime_error(std::string("the ") + what + " cannot be used: " + path + ": " +
+                           (isRegular ? std::strerror(errno) : "not a regular file"));
+}
+
+/// The loader takes such a folder for several, or for another one, and would go on to the real
+/// library.
+void requirePlainName(const std::string& library) {
+  const std::string path = absolutePath(library);
+  const std::size_t at = path.find_first_of(":;$");
+  if (at == std::string::npos) return;
+  throw std::runtime_error("the loader cannot be given the folder " + path + ": its path has '" +
+                           path[at] + "'");
+}
+
+/// The script is read once more by the stand-in: what can be read only once, or never to its end,
+/// is no script.
+void requireScript(const std::string& path) {
+  requireFile(path, R_OK, "script");
+  try {
+    readScript(path.c_str());
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error(std::string("the script cannot be used: ") + error.what());
   }
 }
 
@@ -117,6 +140,8 @@ int waitFor(pid_t child) {
 void requireRunnable(const Arguments& arguments) {
   requireFile(arguments.command, X_OK, "command");
   requireFile(arguments.library + "/libkelcom.so", R_OK, "stand-in library");
+  requirePlainName(arguments.library);
+  if (!arguments.script.empty()) requireScript(arguments.script);
 }
 
 int runCommand(const Arguments& arguments, const RehearsalFolder& folder) {
@@ -131,12 +156,16 @@ int runCommand(const Arguments& arguments, const RehearsalFolder& folder) {
   interrupt.addTo(defaults);
   quit.addTo(defaults);
   const SpawnAttributes attributes(defaults);
+  SpawnActions actions;
+  if (arguments.json) actions.divertOutput();
 
   pid_t child = -1;
-  const int error = ::posix_spawn(&child, arguments.command.c_str(), nullptr, attributes.get(),
-                                  pointersTo(words).data(), pointersTo(environment).data());
+  const int error =
+      ::posix_spawn(&child, arguments.command.c_str(), actions.get(), attributes.get(),
+                    pointersTo(words).data(), pointersTo(environment).data());
   if (error != 0) {
     throw std::runtime_error("cannot run " + arguments.command + ": " + std::strerror(error));
   }
+  const ProgressLine progress(folder.record());
   return waitFor(child);
 }

@@ -1,8 +1,13 @@
 #include "tools/rehearse/screen.h"
 
+#include <algorithm>
+
 #include "loopback/bytes.h"
 
 namespace {
+
+/// The columns that an indent leaves at least.
+constexpr std::size_t kLeastColumns = 8;
 
 /// Columns of one UTF-8 character. East Asian characters are two wide; that all from U+1100 up
 /// count so makes a few rows shorter than they could be, and none too long.
@@ -29,13 +34,16 @@ std::size_t bytesOfRow(std::string_view text, std::size_t columns) {
 
 }  // namespace
 
-std::string screenRows(std::string_view bytes, std::size_t indent, std::size_t hang) {
+std::string screenRows(std::string_view bytes, std::size_t indent, std::size_t hang,
+                       std::size_t width) {
   const std::string visible = visibleBytes(bytes);
   if (visible.empty()) return "\n";
+  if (width == 0) return std::string(indent, ' ') + visible + '\n';
+  const std::size_t most = width > kLeastColumns ? width - kLeastColumns : 0;
   std::string_view rest = visible;
   std::string rows;
-  for (std::size_t blanks = indent; !rest.empty(); blanks = hang) {
-    const std::size_t length = bytesOfRow(rest, kScreenColumns - blanks);
+  for (std::size_t blanks = std::min(indent, most); !rest.empty(); blanks = std::min(hang, most)) {
+    const std::size_t length = bytesOfRow(rest, width - blanks);
     rows.append(blanks, ' ').append(rest.substr(0, length)) += '\n';
     rest.remove_prefix(length);
   }

@@ -5,18 +5,16 @@
 #include <string>
 #include <string_view>
 
-/// The widest row of a report, in columns.
-constexpr std::size_t kScreenColumns = 96;
-
-/// Any bytes as rows of at most `kScreenColumns` columns, each ended by a line feed. Rows break
-/// after a blank where one stands in their second half, otherwise wherever they are full; nothing
-/// is added and nothing lost. Control characters and bytes that are not UTF-8 are shown as \xHH.
+/// Any bytes as rows of at most `width` columns, each ended by a line feed. Rows break after a
+/// blank where one stands in their second half, otherwise wherever they are full; nothing is added
+/// and nothing lost. Control characters and bytes that are not UTF-8 are shown as \xHH.
 ///
-/// `indent`  blanks before the first row.
-/// `hang`    blanks before each further one.
+/// `indent`  blanks before the first row; less, where they would leave no room for a few
+/// characters. `hang`    the same before each further one. `width`   0: all in one row.
 ///
-/// An empty text gives one empty row. Both indents must leave room for a few characters.
-std::string screenRows(std::string_view bytes, std::size_t indent, std::size_t hang);
+/// An empty text gives one empty row.
+std::string screenRows(std::string_view bytes, std::size_t indent, std::size_t hang,
+                       std::size_t width);
 
 /// A number with a comma before every group of three digits.
 std::string groupedNumber(unsigned long long number);

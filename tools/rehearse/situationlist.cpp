@@ -6,6 +6,8 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "tools/rehearse/screen.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -13,6 +15,7 @@ namespace fs = std::filesystem;
 constexpr char kEnding[] = ".script";
 constexpr char kCommentHead[] = "# ";
 constexpr std::size_t kColumnGap = 2;
+constexpr std::size_t kBelowIndent = 4;
 
 /// The comment that a script begins with.
 std::string firstComment(const std::string& path) {
@@ -45,15 +48,23 @@ std::vector<Situation> readSituations(const std::string& folder) {
   return situations;
 }
 
-std::string situationRows(const std::vector<Situation>& situations) {
-  std::size_t longest = 0;
+std::string situationRows(const std::vector<Situation>& situations, std::size_t width) {
+  constexpr std::size_t kLeastForSentences = 30;
+  std::size_t column = 0;
   for (const Situation& situation : situations) {
-    longest = std::max(longest, situation.name.size());
+    column = std::max(column, situation.name.size() + kColumnGap);
   }
+  const bool isBeside = width == 0 || width >= column + kLeastForSentences;
   std::string rows;
-  for (const Situation& situation : situations) {
-    const std::size_t gap = longest - situation.name.size() + kColumnGap;
-    rows += situation.name + std::string(gap, ' ') + situation.sentence + "\n";
+  for (const auto& [name, sentence, script] : situations) {
+    if (isBeside) {
+      std::string row = name;
+      row.append(column - name.size(), ' ').append(sentence);
+      rows += screenRows(row, 0, column, width);
+    } else {
+      rows += screenRows(name, 0, 0, width);
+      rows += screenRows(sentence, kBelowIndent, kBelowIndent, width);
+    }
   }
   return rows;
 }

@@ -1,6 +1,7 @@
 #ifndef TANEXICS_REHEARSE_SITUATIONLIST_H
 #define TANEXICS_REHEARSE_SITUATIONLIST_H
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -18,7 +19,8 @@ struct Situation {
 /// not begin with a comment: a list with gaps would be taken for a whole one.
 std::vector<Situation> readSituations(const std::string& folder);
 
-/// One row for each: the name, blanks to the column after the longest name, and the sentence.
-std::string situationRows(const std::vector<Situation>& situations);
+/// The name and the sentence of each, in lines of at most `width` columns; 0: one line for each.
+/// Sentences stand in a column of their own, and below the names where that would be too narrow.
+std::string situationRows(const std::vector<Situation>& situations, std::size_t width);
 
 #endif

@@ -90,21 +90,46 @@ void Loopback::append(const Json& record) {
 // directory or its descriptors.
 Loopback loopback;
 
-/// Runs one call: `call` fills in the record and returns the result. No exception leaves, since the
-/// callers of a C function expect none.
+/// How a call ends whose script or outbox cannot be used.
+constexpr Ending kUnusableEnding = {kUnusable, false};
+
+/// Lets the call take its time. One that never ends is recorded before.
+void takeTime(const char* kind, Json& record) {
+  const int seconds = loopback.script().nextDelay(kind);
+  if (seconds == Script::kForever) {
+    record["hangs"] = true;
+    if (loopback.isRecording()) loopback.append(record);
+    for (;;) ::pause();
+  }
+  for (unsigned rest = static_cast<unsigned>(seconds); rest > 0;) rest = ::sleep(rest);
+}
+
+/// Makes one call: `call` fills in the record and returns how it ends. No exception leaves.
 template <class Call>
-int answer(const char* name, const Call& call) noexcept {
+Ending endingOf(const char* name, const char* kind, const Call& call) noexcept {
   try {
     Json record;
     record["call"] = name;
-    const int result = call(record);
-    record["result"] = result;
+    const Ending ending = call(record);
+    if (loopback.isUsable()) takeTime(kind, record);
+    record[ending.isThrown ? "thrown" : "result"] = ending.number;
     if (loopback.isRecording()) loopback.append(record);
-    return result;
+    return ending;
   } catch (const std::exception& error) {
     complain(std::string(name) + ": " + error.what());
-    return kUnusable;
+    return kUnusableEnding;
   }
+}
+
+/// Runs one call to its end. Nothing but the integer that the script has is ever thrown, since the
+/// callers of a C function expect nothing else.
+///
+/// `kind`  what the script calls it.
+template <class Call>
+int answer(const char* name, const char* kind, const Call& call) {
+  const Ending ending = endingOf(name, kind, call);
+  if (ending.isThrown) throw ending.number;
+  return ending.number;
 }
 
 Json jsonText(const char* text) { return text == nullptr ? Json() : Json(escapeBytes(text)); }
@@ -118,7 +143,7 @@ Json store(int* place, int value) {
 }
 
 Json storeError(void* place, const ExchangeReply& reply) {
-  if (place == nullptr) return Json();
+  if (place == nullptr || reply.ending.isThrown) return Json();
   const std::array<int, 3> words = {reply.errorType, reply.agentCode, 0};
   // Copied by bytes: nothing is known of the caller's alignment.
   std::memcpy(place, words.data(), sizeof words);
@@ -159,6 +184,22 @@ void recordData(Json& record, int count, const void* data) {
   }
 }
 
+/// Writes over a text, to its end.
+void overwrite(char* text) {
+  if (text != nullptr) std::memset(text, '#', std::strlen(text));
+}
+
+/// Writes over all that an exchange was handed.
+void overwriteData(int count, void* data) {
+  if (data == nullptr) return;
+  if (count == 0) overwrite(static_cast<char*>(data));
+  char** paths = static_cast<char**>(data);
+  for (int at = 0; at < count; ++at) {
+    overwrite(paths[at]);
+    paths[at] = nullptr;
+  }
+}
+
 std::string codeText(unsigned code) {
   char text[16];
   std::snprintf(text, sizeof text, "0x%x", code);
@@ -168,51 +209,53 @@ std::string codeText(unsigned code) {
 }  // namespace
 
 int KEL_StartComm(int mode, int* value) {
-  return answer("KEL_StartComm", [=](Json& record) {
+  return answer("KEL_StartComm", "start", [=](Json& record) {
     record["mode"] = mode;
     record["value"] = value == nullptr ? Json() : Json(*value);
-    return loopback.isUsable() ? loopback.script().nextStart() : kUnusable;
+    return loopback.isUsable() ? loopback.script().nextStart() : kUnusableEnding;
   });
 }
 
 int KEL_StopComm(void) {
-  return answer("KEL_StopComm", [](Json&) {
-    return loopback.isUsable() ? loopback.script().nextStop() : kUnusable;
+  return answer("KEL_StopComm", "stop", [](Json&) {
+    return loopback.isUsable() ? loopback.script().nextStop() : kUnusableEnding;
   });
 }
 
 int KEL_Communicate(unsigned int code, int reserved, int count, void* data, void* error) {
-  return answer("KEL_Communicate", [=](Json& record) {
+  return answer("KEL_Communicate", "communicate", [=](Json& record) {
     record["code"] = codeText(code);
     record["reserved"] = reserved;
     record["count"] = count;
     recordData(record, count, data);
     if (!loopback.isUsable()) {
       record["error"] = nullptr;
-      return kUnusable;
+      return kUnusableEnding;
     }
+    if (loopback.script().overwrites()) overwriteData(count, data);
     const ExchangeReply reply = loopback.script().nextExchange(code);
     record["error"] = storeError(error, reply);
-    return reply.result;
+    return reply.ending;
   });
 }
 
 int KEL_GetID(int* id) {
-  return answer("KEL_GetID", [=](Json& record) {
-    record["id"] = loopback.isUsable() ? store(id, loopback.script().nextId()) : Json();
-    return loopback.isUsable() ? 0 : kUnusable;
+  return answer("KEL_GetID", "id", [=](Json& record) {
+    const IdReply reply =
+        loopback.isUsable() ? loopback.script().nextId() : IdReply{0, kUnusableEnding};
+    const bool hasAnswer = loopback.isUsable() && !reply.ending.isThrown;
+    record["id"] = hasAnswer ? store(id, reply.id) : Json();
+    return reply.ending;
   });
 }
 
 int KEL_GetStatus(int reserved, int* status) {
-  return answer("KEL_GetStatus", [=](Json& record) {
+  return answer("KEL_GetStatus", "status", [=](Json& record) {
     record["reserved"] = reserved;
-    if (!loopback.isUsable()) {
-      record["status"] = nullptr;
-      return kUnusable;
-    }
-    const StatusReply reply = loopback.script().nextStatus();
-    record["status"] = store(status, reply.word);
-    return reply.result;
+    const StatusReply reply =
+        loopback.isUsable() ? loopback.script().nextStatus() : StatusReply{0, kUnusableEnding};
+    const bool hasAnswer = loopback.isUsable() && !reply.ending.isThrown;
+    record["status"] = hasAnswer ? store(status, reply.word) : Json();
+    return reply.ending;
   });
 }

@@ -3,11 +3,14 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
+#include <optional>
 
 #include "loopback/bytes.h"
 #include "loopback/openhigh.h"
@@ -93,17 +96,53 @@ void require(bool fits, const char* form) {
   if (!fits) reject(std::string("expected '") + form + "'");
 }
 
-int parseOnlyNumber(const std::vector<std::string_view>& words, const char* form) {
+using Words = std::vector<std::string_view>;
+
+/// The integer of "throw N", which ends the line, from the word `at` on; nothing for other words.
+std::optional<Ending> parseThrow(const Words& words, std::size_t at, const char* form) {
+  if (words.size() <= at || words[at] != "throw") return std::nullopt;
+  require(words.size() == at + 2, form);
+  return Ending{parseNumber(words[at + 1]), true};
+}
+
+int parseOnlyNumber(const Words& words, const char* form) {
   require(words.size() == 2, form);
   return parseNumber(words[1]);
 }
 
-StatusReply parseStatus(const std::vector<std::string_view>& words) {
-  require(words.size() == 2 || words.size() == 3, "status WORD [RESULT]");
-  StatusReply reply;
-  reply.word = parseNumber(words[1]);
-  if (words.size() == 3) reply.result = parseNumber(words[2]);
+IdReply parseId(const Words& words) {
+  IdReply reply;
+  if (const auto thrown = parseThrow(words, 1, "id throw N")) {
+    reply.ending = *thrown;
+  } else {
+    reply.id = parseOnlyNumber(words, "id N");
+  }
   return reply;
+}
+
+StatusReply parseStatus(const Words& words) {
+  StatusReply reply;
+  if (const auto thrown = parseThrow(words, 1, "status throw N")) {
+    reply.ending = *thrown;
+    return reply;
+  }
+  require(words.size() == 2 || words.size() == 3, "status WORD [RESULT]");
+  reply.word = parseNumber(words[1]);
+  if (words.size() == 3) reply.ending.number = parseNumber(words[2]);
+  return reply;
+}
+
+Ending parseEnding(const Words& words, const char* form, const char* throwForm) {
+  const auto thrown = parseThrow(words, 1, throwForm);
+  return thrown ? *thrown : Ending{parseOnlyNumber(words, form)};
+}
+
+int parseSeconds(std::string_view word) {
+  constexpr int kDay = 24 * 60 * 60;
+  if (word == "forever") return Script::kForever;
+  const int seconds = parseNumber(word);
+  if (seconds < 0 || seconds > kDay) reject(quoted(word) + " is not one of 0 to 86400 seconds");
+  return seconds;
 }
 
 }  // namespace
@@ -126,32 +165,55 @@ ExchangeReply Script::nextExchange(unsigned code) {
   return found != m_exchanges.end() ? found->second.next({}) : m_otherExchanges.next({});
 }
 
+int Script::nextDelay(std::string_view kind) {
+  const auto found = m_delays.find(kind);
+  return found != m_delays.end() ? found->second.next(0) : 0;
+}
+
 void Script::addLine(const Words& words) {
   const std::string_view kind = words.front();
   if (kind == "id") {
-    m_ids.add(parseOnlyNumber(words, "id N"));
+    m_ids.add(parseId(words));
   } else if (kind == "status") {
     m_statuses.add(parseStatus(words));
   } else if (kind == "start") {
-    m_starts.add(parseOnlyNumber(words, "start RESULT"));
+    m_starts.add(parseEnding(words, "start RESULT", "start throw N"));
   } else if (kind == "stop") {
-    m_stops.add(parseOnlyNumber(words, "stop RESULT"));
+    m_stops.add(parseEnding(words, "stop RESULT", "stop throw N"));
   } else if (kind == "communicate") {
     addExchange(words);
+  } else if (kind == "delay") {
+    addDelay(words);
+  } else if (kind == "overwrite") {
+    require(words.size() == 1, "overwrite");
+    m_overwrites = true;
   } else {
     reject(quoted(kind) + " is no kind of line");
   }
 }
 
 void Script::addExchange(const Words& words) {
-  require(words.size() == 3 || words.size() == 5, "communicate CODE|* RESULT [TYPE AGENTCODE]");
   ExchangeReply reply;
-  reply.result = parseNumber(words[2]);
+  if (const auto thrown = parseThrow(words, 2, "communicate CODE|* throw N")) {
+    reply.ending = *thrown;
+  } else {
+    require(words.size() == 3 || words.size() == 5, "communicate CODE|* RESULT [TYPE AGENTCODE]");
+    reply.ending.number = parseNumber(words[2]);
+  }
   if (words.size() == 5) {
     reply.errorType = parseNumber(words[3]);
     reply.agentCode = parseNumber(words[4]);
   }
   (words[1] == "*" ? m_otherExchanges : m_exchanges[parseCode(words[1])]).add(reply);
+}
+
+void Script::addDelay(const Words& words) {
+  constexpr std::string_view kKinds[] = {"id", "status", "start", "stop", "communicate"};
+  require(words.size() == 3, "delay KIND SECONDS|forever");
+  if (std::find(std::begin(kKinds), std::end(kKinds), words[1]) == std::end(kKinds)) {
+    reject(quoted(words[1]) + " is no kind of call");
+  }
+  m_delays[std::string(words[1])].add(parseSeconds(words[2]));
 }
 
 Script readScript(const char* path) {

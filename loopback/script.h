@@ -2,6 +2,7 @@
 #define TANEXICS_LOOPBACK_SCRIPT_H
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -20,15 +21,27 @@ class ScriptError : public std::runtime_error {
   int m_line;
 };
 
+/// How a call ends: it returns this number, or leaves by throwing it.
+struct Ending {
+  int number = 0;
+  bool isThrown = false;
+};
+
+/// The answer to a query of the identifier.
+struct IdReply {
+  int id = 4711;
+  Ending ending;
+};
+
 /// The answer to a status query.
 struct StatusReply {
   int word = kKelOperating;
-  int result = 0;
+  Ending ending;
 };
 
 /// The answer to an exchange.
 struct ExchangeReply {
-  int result = 0;
+  Ending ending;
   int errorType = kKelNoAgentError;
   int agentCode = 0;
 };
@@ -60,10 +73,16 @@ class Successive {
 ///   stop RESULT
 ///   communicate CODE|* RESULT [TYPE AGENTCODE]
 ///
+/// and instead of the numbers after its kind, or after CODE, `throw N`: the call leaves by throwing
+/// that integer. Two kinds of line are no answers:
+///
+///   delay KIND SECONDS|forever    before successive calls of that kind are answered
+///   overwrite                     every exchange writes over what it was handed
+///
 /// Words stand apart by blanks or tabs. `#` starts a comment anywhere in a line; blank lines count
 /// for nothing; a line ends with LF or CR LF, the last one also without. Numbers are decimal, or
 /// hexadecimal after 0x, and have the range of a 32-bit word, signed or unsigned: -1 and
-/// 0xffffffff are the same word. Only CODE is never negative.
+/// 0xffffffff are the same word. Only CODE is never negative, and SECONDS are one of 0 to 86400.
 class Script {
  public:
   /// No line at all: identifier 4711, status 0x20, every result 0.
@@ -72,27 +91,40 @@ class Script {
   /// Throws ScriptError for the first bad line.
   explicit Script(std::string_view text);
 
-  int nextId() { return m_ids.next(kDefaultId); }
+  IdReply nextId() { return m_ids.next({}); }
   StatusReply nextStatus() { return m_statuses.next({}); }
-  int nextStart() { return m_starts.next(0); }
-  int nextStop() { return m_stops.next(0); }
+  Ending nextStart() { return m_starts.next({}); }
+  Ending nextStop() { return m_stops.next({}); }
 
   /// The lines for `code` where there are any, otherwise those for every code.
   ExchangeReply nextExchange(unsigned code);
 
+  /// What a delay without end has in place of its seconds.
+  static constexpr int kForever = -1;
+
+  /// How many seconds the next call takes; `kForever` when it never ends.
+  ///
+  /// `kind`  the word that its lines begin with, such as "status".
+  int nextDelay(std::string_view kind);
+
+  /// Whether exchanges write over what they are handed.
+  bool overwrites() const { return m_overwrites; }
+
  private:
-  static constexpr int kDefaultId = 4711;
   using Words = std::vector<std::string_view>;
 
   void addLine(const Words& words);
   void addExchange(const Words& words);
+  void addDelay(const Words& words);
 
-  Successive<int> m_ids;
+  Successive<IdReply> m_ids;
   Successive<StatusReply> m_statuses;
-  Successive<int> m_starts;
-  Successive<int> m_stops;
+  Successive<Ending> m_starts;
+  Successive<Ending> m_stops;
   std::map<unsigned, Successive<ExchangeReply>> m_exchanges;
   Successive<ExchangeReply> m_otherExchanges;
+  std::map<std::string, Successive<int>, std::less<>> m_delays;
+  bool m_overwrites = false;
 };
 
 /// The script in the file `path`, which is not null. Throws std::runtime_error with the path, the

@@ -97,6 +97,14 @@ const Target kLoopbackBytes("loopbackbytes", [](Input input) {
 
 using Numbers = std::vector<int>;
 
+/// What stands before a number that is thrown, in an answer of these two.
+constexpr int kThrown = -86400;
+
+/// A reply as the judge has it.
+Numbers numbersOf(const Ending& ending, Numbers numbers) {
+  return ending.isThrown ? Numbers{kThrown, ending.number} : numbers;
+}
+
 /// The words of a line, which has lost its line feed.
 Texts wordsOf(std::string line) {
   if (!line.empty() && line.back() == '\r') line.pop_back();
@@ -121,7 +129,9 @@ std::optional<int> numberOf(std::string word) {
 }
 
 /// The judge: the answers of a script by what they answer ("id", "status", "start", "stop",
-/// "communicate *", "communicate CODE" with the code in decimal), and its first bad line.
+/// "communicate *", "communicate CODE" with the code in decimal), and its first bad line. An
+/// integer that is thrown is an answer of that number alone. Delays stand by "delay KIND", and for
+/// what is written over by "overwrite".
 struct Answers {
   std::map<std::string, std::vector<Numbers>> byQuestion;
   int badLine = 0;
@@ -146,11 +156,9 @@ struct Answers {
   bool add(Texts words) {
     // How many numbers an answer has, and how many of them a line may give.
     static const std::map<std::string, std::pair<std::size_t, std::vector<std::size_t>>> kShapes = {
-        {"id", {1, {1}}},
-        {"start", {1, {1}}},
-        {"stop", {1, {1}}},
-        {"status", {2, {1, 2}}},
-        {"communicate", {3, {1, 3}}}};
+        {"id", {1, {1}}},        {"start", {1, {1}}},          {"stop", {1, {1}}},
+        {"status", {2, {1, 2}}}, {"communicate", {3, {1, 3}}}, {"overwrite", {0, {0}}},
+        {"delay", {1, {1}}}};
     if (words.empty()) return true;
     std::string question = words[0];
     const auto shape = kShapes.find(question);
@@ -162,12 +170,29 @@ struct Answers {
       question += words[0] == "*" ? " *" : " " + std::to_string(static_cast<std::uint32_t>(*code));
       words.erase(words.begin());
     }
+    if (question == "delay" && !words.empty()) {
+      if (kShapes.count(words[0]) == 0 || words[0] == "overwrite" || words[0] == "delay")
+        return false;
+      question += " " + words[0];
+      words.erase(words.begin());
+      if (words == Texts{"forever"}) {
+        byQuestion[question].push_back({-1});
+        return true;
+      }
+    }
+    const bool isDelay = question.compare(0, 5, "delay") == 0;
+    if (!words.empty() && words[0] == "throw" && !isDelay && question != "overwrite") {
+      const std::optional<int> thrown = words.size() == 2 ? numberOf(words[1]) : std::nullopt;
+      if (thrown) byQuestion[question].push_back({kThrown, *thrown});
+      return thrown.has_value();
+    }
     const auto& [size, counts] = shape->second;
     if (std::count(counts.begin(), counts.end(), words.size()) == 0) return false;
     Numbers numbers;
     for (const std::string& word : words) {
       const std::optional<int> number = numberOf(word);
       if (!number) return false;
+      if (isDelay && (*number < 0 || *number > 86400)) return false;
       numbers.push_back(*number);
     }
     numbers.resize(size);
@@ -188,16 +213,24 @@ void ask(Script& script, const Answers& answers) {
   while (codes.count(unknown) != 0) ++unknown;
   codes[unknown] = "communicate *";
 
+  demandEqual(script.overwrites(), answers.byQuestion.count("overwrite") > 0, "overwriting");
   for (std::size_t nth = 0; nth < 4; ++nth) {
-    demandEqual(Numbers{script.nextId()}, answers.answer("id", nth, {4711}), "the identifier");
-    demandEqual(Numbers{script.nextStart()}, answers.answer("start", nth, {0}), "the start");
-    demandEqual(Numbers{script.nextStop()}, answers.answer("stop", nth, {0}), "the stop");
+    for (const char* kind : {"id", "status", "start", "stop", "communicate"}) {
+      demandEqual(Numbers{script.nextDelay(kind)},
+                  answers.answer(std::string("delay ") + kind, nth, {0}), "the delay");
+    }
+    const IdReply id = script.nextId();
+    demandEqual(numbersOf(id.ending, {id.id}), answers.answer("id", nth, {4711}), "the identifier");
+    const Ending start = script.nextStart();
+    demandEqual(numbersOf(start, {start.number}), answers.answer("start", nth, {0}), "the start");
+    const Ending stop = script.nextStop();
+    demandEqual(numbersOf(stop, {stop.number}), answers.answer("stop", nth, {0}), "the stop");
     const StatusReply status = script.nextStatus();
-    demandEqual(Numbers{status.word, status.result}, answers.answer("status", nth, {0x20, 0}),
-                "the status");
+    demandEqual(numbersOf(status.ending, {status.word, status.ending.number}),
+                answers.answer("status", nth, {0x20, 0}), "the status");
     for (const auto& [code, question] : codes) {
       const ExchangeReply reply = script.nextExchange(code);
-      demandEqual(Numbers{reply.result, reply.errorType, reply.agentCode},
+      demandEqual(numbersOf(reply.ending, {reply.ending.number, reply.errorType, reply.agentCode}),
                   answers.answer(question, nth, {0, 0, 0}), "the answer to an exchange");
     }
   }

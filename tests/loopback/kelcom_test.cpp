@@ -6,6 +6,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -233,6 +234,73 @@ TEST_F(Kelcom, ErrorBlock_NeedsNoAlignment) {
            });
   EXPECT_EQ(child.out, "2 3 0\n");
   EXPECT_EQ(child.status, 0);
+}
+
+TEST_F(Kelcom, Integer_IsThrownAsTheScriptSaysAndRecorded) {
+  const std::string script = scratch.write(
+      "s", "id throw 1\nstatus throw -2\nstart throw 0\nstop throw 3\ncommunicate * throw 4");
+  const Environment environment = {{"KELCOM_LOOPBACK_OUTBOX", outbox},
+                                   {"KELCOM_LOOPBACK_SCRIPT", script}};
+  const ChildResult child = play(environment, [](const Library& library) {
+    int stored = -7;
+    int error[3] = {9, 9, 9};
+    const auto print = [](const auto& call) {
+      try {
+        std::printf("returned %d\n", call());
+      } catch (int thrown) {
+        std::printf("thrown %d\n", thrown);
+      }
+    };
+    print([&] { return library.id(&stored); });
+    print([&] { return library.status(0, &stored); });
+    print([&] { return library.start(0, &stored); });
+    print([&] { return library.communicate(7, 0, 0, nullptr, error); });
+    print([&] { return library.stop(); });
+    std::printf("stored %d %d\n", stored, error[0]);
+  });
+  EXPECT_EQ(child.out, "thrown 1\nthrown -2\nthrown 0\nthrown 4\nthrown 3\nstored -7 9\n");
+  EXPECT_EQ(record(), lines({R"({"call":"KEL_GetID","id":null,"thrown":1})",
+                             R"({"call":"KEL_GetStatus","reserved":0,"status":null,"thrown":-2})",
+                             R"({"call":"KEL_StartComm","mode":0,"value":-7,"thrown":0})",
+                             recorded("0x7", R"(0,"count":0,"text":null,"error":null,"thrown":4)"),
+                             R"({"call":"KEL_StopComm","thrown":3})"}));
+}
+
+TEST_F(Kelcom, Exchange_WritesOverItsArgumentsWhereTheScriptSaysSo) {
+  for (const std::string script : {"", "overwrite\n"}) {
+    const Environment environment = {{"KELCOM_LOOPBACK_OUTBOX", outbox},
+                                     {"KELCOM_LOOPBACK_SCRIPT", scratch.write("s", script)}};
+    const ChildResult child = play(environment, [](const Library& library) {
+      char text[] = "text";
+      char one[] = "/one";
+      char two[] = "/second";
+      char* paths[] = {one, two, nullptr};
+      library.communicate(1, 0, 0, text, nullptr);
+      library.communicate(1, 0, 0, nullptr, nullptr);
+      library.communicate(1, 0, 3, paths, nullptr);
+      library.communicate(1, 0, 1, nullptr, nullptr);
+      std::printf("%s %s %s %d\n", text, one, two, paths[0] == nullptr && paths[1] == nullptr);
+    });
+    EXPECT_EQ(child.out, script.empty() ? "text /one /second 0\n" : "#### #### ####### 1\n");
+    EXPECT_EQ(child.status, 0);
+  }
+  EXPECT_NE(record().find("\"/second\""), std::string::npos);
+  EXPECT_EQ(record().find('#'), std::string::npos) << "written over before it was recorded";
+}
+
+TEST_F(Kelcom, Delay_IsTakenBeforeTheAnswer) {
+  const std::string script = scratch.write("s", "delay stop 1\ndelay stop 0\nstop 5\n");
+  const ChildResult child = play({{"KELCOM_LOOPBACK_SCRIPT", script}}, [](const Library& library) {
+    const auto secondsOfStop = [&library] {
+      const auto begin = std::chrono::steady_clock::now();
+      const int result = library.stop();
+      const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
+      return result == 5 ? taken.count() : -1;
+    };
+    const double first = secondsOfStop();
+    std::printf("%d %d\n", first > 0.9, secondsOfStop() > 0.9);
+  });
+  EXPECT_EQ(child.out, "1 0\n");
 }
 
 TEST_F(Kelcom, ScriptAndOutbox_AreThoseOfTheTimeOfLoading) {

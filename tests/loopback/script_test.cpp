@@ -8,18 +8,32 @@
 
 namespace {
 
+/// How a call ends, after what it has stored.
+std::string ended(const Ending& ending, const std::string& stored) {
+  if (ending.isThrown) return "throw" + std::to_string(ending.number);
+  return stored.empty() ? std::to_string(ending.number) : stored;
+}
+
 /// The answers to one call.
 std::string answer(Script& script, const std::string& call) {
-  if (call == "id") return std::to_string(script.nextId());
-  if (call == "start") return std::to_string(script.nextStart());
-  if (call == "stop") return std::to_string(script.nextStop());
+  if (call.substr(0, 6) == "delay-") return std::to_string(script.nextDelay(call.substr(6)));
+  if (call == "overwrites") return script.overwrites() ? "yes" : "no";
+  if (call == "start") return ended(script.nextStart(), "");
+  if (call == "stop") return ended(script.nextStop(), "");
+  if (call == "id") {
+    const IdReply reply = script.nextId();
+    EXPECT_TRUE(reply.ending.isThrown || reply.ending.number == 0);
+    return ended(reply.ending, std::to_string(reply.id));
+  }
   if (call == "status") {
     const StatusReply reply = script.nextStatus();
-    return std::to_string(reply.word) + "," + std::to_string(reply.result);
+    return ended(reply.ending,
+                 std::to_string(reply.word) + "," + std::to_string(reply.ending.number));
   }
   const ExchangeReply reply = script.nextExchange(static_cast<unsigned>(std::stoul(call)));
-  return std::to_string(reply.result) + "," + std::to_string(reply.errorType) + "," +
-         std::to_string(reply.agentCode);
+  return ended(reply.ending, std::to_string(reply.ending.number) + "," +
+                                 std::to_string(reply.errorType) + "," +
+                                 std::to_string(reply.agentCode));
 }
 
 /// The answers to a row of calls: "id", "status", "start", "stop", or the code of an exchange.
@@ -55,6 +69,13 @@ TEST(Script, Calls_AreAnsweredByTheLines) {
       {"communicate 1 5", "2 1", "0,0,0 5,0,0"},
       {"communicate 4294967295 3", "4294967295", "3,0,0"},
       {"\tid \t 5   # five\r\nstatus 0x20# at once\r\n\r\nstart 7", "id status start", "5 32,0 7"},
+      {"id throw 33\nid 5\nstatus throw -1\nstart throw 0\nstop throw 2\ncommunicate * throw 3",
+       "id id status start stop 7", "throw33 5 throw-1 throw0 throw2 throw3"},
+      {"communicate 7 throw 0xffffffff\ncommunicate 7 1 2 3", "7 7 8", "throw-1 1,2,3 0,0,0"},
+      {"", "delay-id delay-stop overwrites", "0 0 no"},
+      {"delay stop 0\ndelay stop 86400\ndelay stop forever\noverwrite\ndelay communicate 2",
+       "delay-stop delay-stop delay-stop delay-stop delay-communicate delay-id overwrites",
+       "0 86400 -1 -1 2 0 yes"},
   };
   for (const auto& [text, calls, expected] : rows) {
     EXPECT_EQ(answers(Script(text), calls), expected) << text;
@@ -82,7 +103,7 @@ TEST(Script, Numbers_HaveTheRangeOf32Bits) {
       {"0xffffffff", -1},
   };
   for (const auto& [word, expected] : rows) {
-    EXPECT_EQ(Script(std::string("start ") + word).nextStart(), expected) << word;
+    EXPECT_EQ(Script(std::string("start ") + word).nextStart().number, expected) << word;
   }
 }
 
@@ -103,6 +124,22 @@ TEST(Script, BadLine_IsRejectedWithItsNumber) {
       {"start 1 2", "expected 'start RESULT'"},
       {"stop", "expected 'stop RESULT'"},
       {"stop 0 0", "expected 'stop RESULT'"},
+      {"id throw", "expected 'id throw N'"},
+      {"status throw 1 2", "expected 'status throw N'"},
+      {"start throw", "expected 'start throw N'"},
+      {"stop throw x", "'x' is no number"},
+      {"stop throw 1 2", "expected 'stop throw N'"},
+      {"communicate * throw", "expected 'communicate CODE|* throw N'"},
+      {"communicate * throw 1 2 3", "expected 'communicate CODE|* throw N'"},
+      {"communicate throw 1", "'throw' is no number"},
+      {"delay", "expected 'delay KIND SECONDS|forever'"},
+      {"delay stop", "expected 'delay KIND SECONDS|forever'"},
+      {"delay stop 1 2", "expected 'delay KIND SECONDS|forever'"},
+      {"delay 0x40017 1", "'0x40017' is no kind of call"},
+      {"delay stop -1", "'-1' is not one of 0 to 86400 seconds"},
+      {"delay stop 86401", "'86401' is not one of 0 to 86400 seconds"},
+      {"delay stop ever", "'ever' is no number"},
+      {"overwrite all", "expected 'overwrite'"},
       {"communicate", exchange},
       {"communicate *", exchange},
       {"communicate * 1 2", exchange},

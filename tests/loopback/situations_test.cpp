@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <climits>
+#include <csignal>
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <ostream>
 #include <set>
@@ -43,6 +45,11 @@ struct Row {
 
   /// The exchanges of an incident's three files; an event has those of the first.
   std::vector<Pair> files = std::vector<Pair>(3);
+
+  /// The calls that do not return, such as "KEL_StopComm", or what such an exchange has, "text" or
+  /// "items"; and what they throw, none where the first of them hangs.
+  std::string guilty = "";
+  std::optional<int> thrown = std::nullopt;
 };
 
 void PrintTo(const Row& row, std::ostream* stream) { *stream << row.name; }
@@ -64,6 +71,19 @@ Row everyExchange(const std::string& name, const Answer& answer) {
 Row identified(const std::string& name, int id) {
   Row row = {name};
   row.id = id;
+  return row;
+}
+
+Row throwing(const std::string& name, const std::string& guilty, int thrown = 33) {
+  Row row = {name};
+  row.guilty = guilty;
+  row.thrown = thrown;
+  return row;
+}
+
+Row hanging(const std::string& name, const std::string& guilty) {
+  Row row = {name};
+  row.guilty = guilty;
   return row;
 }
 
@@ -119,6 +139,16 @@ std::vector<Row> namedRows() {
       everyPair("only-data-fails", {fine, cut}),
       exchanged("only-first-exchange-fails", {{busy, fine}, {}, {}}),
       exchanged("only-second-file-fails", {{}, {fine, cut}, {}}),
+      throwing("throw-identifier", "KEL_GetID"),
+      throwing("throw-status", "KEL_GetStatus"),
+      throwing("throw-start", "KEL_StartComm"),
+      throwing("throw-notification", "text"),
+      throwing("throw-data", "items"),
+      throwing("throw-data-zero", "items", 0),
+      throwing("throw-stop", "KEL_StopComm"),
+      hanging("stop-hangs", "KEL_StopComm"),
+      {"exchange-slow"},
+      {"arguments-overwritten"},
   };
 }
 
@@ -162,24 +192,93 @@ Sending sendingOf(const Row& row) {
   return sending;
 }
 
+/// The part of a text in front of another one.
+std::string upTo(const std::string& text, const std::string& end) {
+  return text.substr(0, text.find(end));
+}
+
+bool isGuilty(const nlohmann::json& call, const std::string& guilty) {
+  return call["call"] == guilty || call.contains(guilty);
+}
+
+/// The record with calls that do not return. `isLast`: the first of them is the last call.
+std::string withGuilty(const std::string& exchanges, const Row& row, bool isLast) {
+  std::string calls;
+  for (const std::string& line : linesOf(exchanges)) {
+    auto call = nlohmann::json::parse(line);
+    const bool isOne = isGuilty(call, row.guilty);
+    if (isOne) {
+      call.erase("result");
+      for (const char* stored : {"id", "status", "error"}) {
+        if (call.contains(stored)) call[stored] = nullptr;
+      }
+      if (row.thrown) {
+        call["thrown"] = *row.thrown;
+      } else {
+        call["hangs"] = true;
+      }
+    }
+    calls += call.dump() + "\n";
+    if (isOne && isLast) return calls;
+  }
+  return calls;
+}
+
+/// What comes of a run in which everything else is answered as ever.
+Expected turned(const Expected& all, const Row& row) {
+  const std::string& log = all.log.info;
+  const std::string start = upTo(log, "\n") + "\n";
+  const bool isExchange = row.guilty == "text" || row.guilty == "items";
+  if (isExchange && row.thrown == 0) return {log, withGuilty(all.exchanges, row, false), 0};
+
+  const std::string framedEnd = framed("", row.thrown.value_or(0), "/build/tanexics").info;
+  const std::string end = framedEnd.substr(framedEnd.find('\n') + 1);
+  const std::string sent = upTo(log, "commonSendEvent OK\n");
+  const std::string asked = upTo(log, startedLine());
+  if (!row.thrown) return {sent, withGuilty(all.exchanges, row, true), 128 + SIGINT};
+  if (row.guilty == "KEL_GetID") {
+    return {start + end, withGuilty(all.exchanges, row, true), *row.thrown};
+  }
+  if (row.guilty == "KEL_GetStatus") {
+    return {asked + end, withGuilty(all.exchanges, row, true), *row.thrown};
+  }
+  if (row.guilty == "KEL_StartComm") {
+    return {asked, withGuilty(all.exchanges, row, true), 128 + SIGABRT, "",
+            "terminate called after throwing an instance of 'int'\n"};
+  }
+  return {sent + "commonSendEvent Error.\n" + end, withGuilty(all.exchanges, row, false),
+          *row.thrown};
+}
+
+/// A shell that starts what follows and interrupts it, as a terminal would, once a call hangs.
+const std::vector<std::string> kInterrupting = {
+    "/usr/bin/setsid", "/bin/sh", "-c",
+    "(until grep -qs hangs /case/outbox/exchanges.jsonl; do sleep 0.05; done; kill -INT 0) & "
+    "exec \"$0\" \"$@\""};
+
 class Situation : public MachineTest, public testing::WithParamInterface<Row> {
  protected:
   /// Rehearses the row's situation and compares the log as a whole, the record, the exit status and
   /// standard error.
-  void play(Call call, const Expected& expected) const {
+  void play(Call call, Expected expected) const {
+    const Row& row = GetParam();
+    if (!row.guilty.empty()) expected = turned(expected, row);
     // The command's path comes after the wrapper's words: as the value of its last option.
     call.wrapper = {"/build/tanexics-rehearse",
                     "--situation",
-                    GetParam().name,
+                    row.name,
                     "--outbox",
                     "/case/outbox",
                     "--command"};
+    if (!row.guilty.empty() && !row.thrown) {
+      call.wrapper.insert(call.wrapper.begin(), kInterrupting.begin(), kInterrupting.end());
+    }
     call.arguments.insert(call.arguments.begin(), "--");
     const RunResult result = machine.run(call);
     EXPECT_EQ(machine.log("/case/outbox/action.log"), expected.log.info);
     EXPECT_EQ(result.exchanges, expected.exchanges);
     EXPECT_EQ(result.child.exitCode(), expected.status);
-    EXPECT_EQ(result.child.err, "");
+    EXPECT_EQ(result.child.err, expected.err);
   }
 };
 

@@ -118,6 +118,8 @@ TEST(ReadRecorded, Calls_AreCounted) {
       {thrown("KEL_Communicate", 0) + thrown("KEL_Communicate", 3) + stopComm(),
        "2/2 0+0+1 thrown 0"},
       {thrown("KEL_GetID", 33), "0/0 0+0+0 thrown 0"},
+      {event + R"({"call":"KEL_Communicate","code":"0x4010d","error":null,"hangs":true})",
+       "2/2 1+0+0 0"},
       {"7\n{\"call\":\n{}\n{\"call\":\"KEL_Communicate\"}\n" + event + stopComm(), "1/1 1+0+0 4"},
   };
   for (const auto& [record, expected] : rows) EXPECT_EQ(read(record), expected) << record;

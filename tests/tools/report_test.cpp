@@ -121,6 +121,21 @@ TEST_F(MakeReport, Nulls_AreSaidInWords) {
       });
 }
 
+TEST_F(MakeReport, CallThatDoesNotReturn_IsSaid) {
+  expectShown(
+      lines({
+          R"({"call":"KEL_GetID","id":null,"thrown":33})",
+          R"({"call":"KEL_Communicate","code":"0x40017","count":0,"text":"t","error":null,"thrown":-1})",
+          R"({"call":"KEL_StopComm","hangs":true})",
+      }),
+      {
+          "    1  machine identifier (nothing stored): throws 33",
+          "    2  0x40017, notification of an incident: throws -1",
+          "       t",
+          "    3  stop: does not end",
+      });
+}
+
 TEST_F(MakeReport, AgentError_IsExplainedByTheCatalogue) {
   expectShown(
       notify("0x1", "a", {-72, 1, -6}) + notify("0x1", "b", {-72, 0, -6}) +
@@ -217,10 +232,15 @@ TEST_F(MakeReport, Verdict_HasItsColourAndSaysWhereOneOfTheTwoIsOpen) {
   EXPECT_EQ(endOf({Verdict::kRefused, "r"}, false), "  refused: r\n");
   const Judgement openInLog = {Verdict::kRefused, "r", Verdict::kRefused, Verdict::kUnknown, "l"};
   EXPECT_EQ(endOf(openInLog, false), "  refused: r\n  the log alone would leave this open: l\n");
-  const Judgement openInRecord = {Verdict::kUnknown,   "r", Verdict::kUnknown,
-                                  Verdict::kDelivered, "",  "t"};
-  EXPECT_EQ(endOf(openInRecord, false),
-            "  unknown: r\n  the record alone would leave this open: t\n");
+  const Judgement noRecord = {Verdict::kRefused, "r", Verdict::kUnknown,
+                              Verdict::kRefused, "",  "there is none"};
+  EXPECT_EQ(endOf(noRecord, false),
+            "  refused: r\n  the record alone would leave this open: there is none\n");
+  const Judgement thrownZero = {Verdict::kUnknown,   "r", Verdict::kUnknown,
+                                Verdict::kDelivered, "",  "r"};
+  EXPECT_EQ(
+      endOf(thrownZero, false),
+      "  unknown: r\n  the log alone would say delivered, which the record does not bear out\n");
   const Judgement wrong = {
       Verdict::kRefused, "r", Verdict::kRefused, Verdict::kDelivered, "", "", true};
   EXPECT_EQ(endOf(wrong, false),

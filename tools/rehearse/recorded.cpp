@@ -23,7 +23,9 @@ class Reading {
     m_recorded.hasThrown |= isThrown;
     if (name == "KEL_StopComm") m_isStopped = true;
     if (name != "KEL_Communicate") return;
-    const bool isZero = call.at(isThrown ? "thrown" : "result").get<int>() == 0;
+    // One that never ended was not accepted.
+    const bool isZero =
+        !call.contains("hangs") && call.at(isThrown ? "thrown" : "result").get<int>() == 0;
     const bool hasError = !isThrown && hasAgentsError(call.at("error"));
     Exchanges& all = m_recorded.exchanges;
     if (all.made == 0) m_announced = announcedBy(call);

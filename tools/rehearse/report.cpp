@@ -51,6 +51,10 @@ std::string numberOrNone(const Json& value) {
 }
 
 std::string resultText(const Json& call) {
+  if (call.contains("hangs")) return "does not end";
+  if (call.contains("thrown")) {
+    return "throws " + std::to_string(call.at("thrown").get<std::int64_t>());
+  }
   return "result " + std::to_string(call.at("result").get<std::int64_t>());
 }
 
@@ -211,7 +215,11 @@ std::string verdictRows(const Judgement& judgement, const Sheet& sheet) {
   if (!judgement.openInLog.empty()) {
     rows += sheet.rows("the log alone would leave this open: " + judgement.openInLog, 2, 4);
   }
-  if (!judgement.openInRecord.empty()) {
+  if (judgement.verdict != judgement.fromLog && !judgement.openInRecord.empty()) {
+    const std::string said = wordOf(judgement.fromLog);
+    rows += sheet.rows("the log alone would say " + said + ", which the record does not bear out",
+                       2, 4);
+  } else if (!judgement.openInRecord.empty()) {
     rows += sheet.rows("the record alone would leave this open: " + judgement.openInRecord, 2, 4);
   }
   if (judgement.isContradiction) rows += sheet.rows(contradictionOf(judgement), 2, 4);

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/outcome/reader.h"
+#include "tools/rehearse/recorded.h"
 
 namespace {
 
@@ -38,18 +39,6 @@ constexpr const char* kTruths[] = {"all accepted",
 const char* const kNoRun = "no run";
 const char* const kLogHit = "log hit";  // unknown, and the fault hit the log itself
 
-/// What the record has of the exchanges.
-struct Exchanges {
-  int expected = 0;
-  int made = 0;
-  int accepted = 0;        // 0 returned, no agent's error, nothing thrown
-  int withError = 0;       // 0 returned, with an agent's error
-  int thrownZero = 0;      // 0 thrown: the log has the same lines as for 0 returned after a 0
-  bool isMissing = false;  // a listed file is not there
-
-  bool isWhole() const { return made == expected; }
-};
-
 bool hasAgentsError(const Json& call) {
   // The library that misbehaves hands back three times the same word.
   if (call.value("deed", "") == "garbage") return call.value("value", 0) != 0;
@@ -71,7 +60,7 @@ bool isFileMissing(const Scenario& scenario, const Outcome& run) {
 Exchanges exchangesOf(const Scenario& scenario, const Outcome& run) {
   Exchanges all;
   all.expected = scenario.exchanges;
-  all.isMissing = isFileMissing(scenario, run);
+  all.isFileMissing = isFileMissing(scenario, run);
   for (const Json& call : recordsOf(run.record)) {
     if (!call.is_object() || call.value("call", "") != "KEL_Communicate") continue;
     ++all.made;
@@ -89,26 +78,16 @@ Truth truthOf(const Exchanges& all) {
     return Truth::kThrewZero;
   }
   if (!all.isWhole()) return all.accepted > 0 ? Truth::kCutAccepted : Truth::kCutNotAccepted;
-  if (all.accepted == all.made) return all.isMissing ? Truth::kFileMissing : Truth::kDelivered;
+  if (all.accepted == all.made) return all.isFileMissing ? Truth::kFileMissing : Truth::kDelivered;
   const bool hasFailed = all.accepted + all.withError < all.made;
   if (all.withError > 0 && !(all.accepted > 0 && hasFailed)) return Truth::kAgentsError;
   return all.accepted > 0 ? Truth::kPartly : Truth::kRefused;
 }
 
-Verdict exactVerdict(Truth truth) {
-  switch (truth) {
-    case Truth::kDelivered:
-      return Verdict::kDelivered;
-    case Truth::kFileMissing:
-    case Truth::kPartly:
-      return Verdict::kPartly;
-    case Truth::kRefused:
-      return Verdict::kRefused;
-    case Truth::kNotSent:
-      return Verdict::kNotSent;
-    default:
-      return Verdict::kUnknown;
-  }
+/// The verdict that a log has from which nothing is missing: of a run that was cut short it does
+/// not tell what the rest would have come to.
+Verdict exactVerdict(const Exchanges& all) {
+  return all.made == 0 || all.isWhole() ? verdictOf(all) : Verdict::kUnknown;
 }
 
 bool hasLine(const Outcome& run, const char* text) {
@@ -131,7 +110,7 @@ bool isAllowed(Verdict verdict, const Exchanges& all, const Outcome& run) {
       // An integer of 0 that was thrown leaves the lines of a result of 0 that was returned, and
       // a line that was never written leaves nothing: neither can be told from the log.
       if (truthOf(all) == Truth::kThrewZero) return true;
-      return isAccepted && (!all.isMissing || !hasLine(run, "get file size error("));
+      return isAccepted && (!all.isFileMissing || !hasLine(run, "get file size error("));
     case Verdict::kPartly:
       if (isAccepted) return hasLine(run, "get file size error(");
       return all.accepted + all.withError > 0;
@@ -174,7 +153,7 @@ Findings judgeVerdict(const Scenario& scenario, const Outcome& run, bool isExact
     ++counts[told][isOpen && isLogHit(run) ? kLogHit : verdict];
     findings.expect(isAllowed(one.verdict, exchanges, run),
                     "8: the log says " + verdict + ", the record: " + told);
-    findings.expect(!isExact || one.verdict == exactVerdict(truth),
+    findings.expect(!isExact || one.verdict == exactVerdict(exchanges),
                     "8: the log says no more than " + verdict + " of: " + told);
   }
   if (runs.empty()) ++counts[told][kNoRun];

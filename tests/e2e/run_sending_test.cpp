@@ -111,7 +111,7 @@ TEST_F(Sent, ListedFiles_AreMeasuredAndNamedWhateverTheyAre) {
                    {"/case/a.txt/x", -1, "Not a directory"},
                    {"#\xa5\xff", -1, "No such file or directory"},
                    {"/case/folder", folder.st_size, "not a regular file"},
-                   {"/case/secret", 5, "Permission denied"},
+                   {"/case/secret", 5, "cannot be opened: Permission denied"},
                    {"/case/fifo", 0, "not a regular file"},
                    {"/case/empty", 0},
                    {"a.txt", 6},

@@ -3,49 +3,10 @@
 #include <algorithm>
 #include <map>
 
-#include "fuzz/judges.h"
+#include "fuzz/inputjudge.h"
 #include "support/testevent.h"
 
 namespace {
-
-/// What a run knows of its event after it has read a part of its input.
-struct Told {
-  int status = 0;
-  int type = CSendEventBase::kNotParsed;
-  Texts list;
-  Params params;
-};
-
-/// The judge: what a list of files to send names.
-Texts entriesOf(const std::string& bytes) {
-  Texts entries = linesIn(bytes, 1023);
-  entries.erase(std::remove(entries.begin(), entries.end(), ""), entries.end());
-  return entries;
-}
-
-/// The judge: what the definition `bytes` says to a reader of `keys`.
-Told definitionIn(const std::string& bytes, const Texts& keys) {
-  Params params;
-  for (const std::string& line : linesIn(bytes, 1023)) {
-    if (line.empty() || line.front() == '#') continue;
-    const std::size_t equals = line.find('=');
-    const std::string key = line.substr(0, equals);
-    const bool isKey = std::count(keys.begin(), keys.end(), key) != 0;
-    const bool hasValue = equals + 1 < line.size() || key == "MsgID";
-    if (equals == std::string::npos || !isKey || !hasValue) return {68, 0, {}, params};
-    params[key] = line.substr(equals + 1);
-  }
-  for (const std::string& key : keys) {
-    // Asking for a parameter inserts it, the first missing one included.
-    if (params[key].empty() && key != "MsgID") return {68, 0, {}, params};
-  }
-  const auto sendType = params.find("SendType");
-  const bool isError = sendType != params.end() && sendType->second == "err";
-  return {0, isError ? CSendEventBase::kErrorEvent : CSendEventBase::kOtherEvent, {}, params};
-}
-
-const Texts kEventKeys = {"Time",    "Label",   "HostName", "OSType",   "OSName",  "OSVersion",
-                          "PkgName", "MsgType", "MsgID",    "SendType", "EventID", "PartitionName"};
 
 // --- the command line ----------------------------------------------------------------------------
 
@@ -79,34 +40,6 @@ std::string argumentOf(std::string word, const Texts& paths) {
     return word.substr(0, option) + paths[static_cast<std::size_t>(word.back() - 1)];
   }
   return word;
-}
-
-/// The judge: what a command line means, where `files` has the bytes of what can be read.
-Told meaningOf(const Texts& words, const std::map<std::string, std::string>& files) {
-  Told told;
-  told.status = 68;
-  const auto listed = files.find(words.size() < 3 ? "" : words[1]);
-  if (listed == files.end()) return told;
-  told.list = entriesOf(listed->second);
-  if (told.list.empty()) return told;
-
-  const std::string option = words[2].substr(0, 2);
-  const bool isJoined = words[2].size() > 2;
-  const bool hasNext = words.size() > 3;
-  if (option == "-i") {
-    told.type = CSendEventBase::kIncident;
-    // A number that is joined to its option is looked for in the next word.
-    if (!hasNext || (isJoined && words[3].size() < 2)) return told;
-    told.status = 0;
-    told.params["IncidentNumber"] = words[3].substr(isJoined ? 2 : 0);
-  } else if (option == "-r" && (isJoined || hasNext)) {
-    const auto definition = files.find(isJoined ? words[2].substr(2) : words[3]);
-    if (definition == files.end()) return told;
-    const Texts list = told.list;
-    told = definitionIn(definition->second, kEventKeys);
-    told.list = list;
-  }
-  return told;
 }
 
 const Target kCommandLine("commandline", [](Input input) {

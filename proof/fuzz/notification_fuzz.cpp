@@ -3,38 +3,11 @@
 
 #include <algorithm>
 
-#include "fuzz/judges.h"
+#include "fuzz/notificationjudge.h"
 #include "support/FakeKelcom.h"
 #include "support/testevent.h"
 
 namespace {
-
-/// The judge: the line that a notification quotes from an extract.
-std::string excerptOf(const std::string& bytes) {
-  for (const std::string& line : linesIn(bytes, 1022)) {
-    if (line.substr(0, 1) != "#") return line;
-  }
-  return "";
-}
-
-/// The usable length of an event notification.
-constexpr std::size_t kFieldLimit = 896;
-
-/// The judge: `text` with one more field. A field takes at most the room that is left, its quotes
-/// included; a byte, or a doubled quote, that does not fit ends it.
-std::string withField(const std::string& text, int size, const std::string& value, bool comma) {
-  if (size < static_cast<int>(kFieldLimit) || text.size() + 4 >= kFieldLimit) return text;
-  std::string field = "\"";
-  for (const char byte : value) {
-    const std::string unit(byte == '"' ? 2 : 1, byte);
-    if (text.size() + field.size() + unit.size() + 1 > kFieldLimit) break;
-    field += unit;
-  }
-  const std::size_t longest = static_cast<std::size_t>(size) - 1;
-  std::string longer = value.empty() ? text : (text + field + '"').substr(0, longest);
-  if (comma && longer.size() < longest) longer += ',';
-  return longer;
-}
 
 // --- a field after the other ---------------------------------------------------------------------
 
@@ -116,24 +89,6 @@ const Target kExcerpt("excerpt", [](Input input) {
 });
 
 // --- a whole run ---------------------------------------------------------------------------------
-
-constexpr const char* kFieldKeys[] = {"Time",   "",          "Label",   "HostName", "OSType",
-                                      "OSName", "OSVersion", "PkgName", "MsgType",  "MsgID"};
-
-std::string fieldText(const Params& params, const std::string& extract) {
-  std::string text;
-  for (const char* key : kFieldKeys) {
-    text = withField(text, 897, *key == '\0' ? "" : params.at(key), /*comma=*/true);
-  }
-  return withField(text, 897, excerptOf(extract), /*comma=*/false);
-}
-
-std::string incidentText(const Params& params, std::size_t number, std::size_t count) {
-  const std::string text = "INCNO=\"" + params.at("IncidentNumber") + "\",HOSTNAME=\"" +
-                           params.at("HostName") + "\",PART=\"" + std::to_string(number) +
-                           "\",TOTAL=\"" + std::to_string(count) + "\"";
-  return text.substr(0, 2046);
-}
 
 /// The judge: the exchanges of a run on `files`, the first of which holds `extract`.
 Texts exchangesOf(int type, const Params& params, const Texts& files, const std::string& extract) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 
+#include "check/demandagreement.h"
 #include "fuzz/inputjudge.h"
 #include "support/testevent.h"
 
@@ -52,6 +53,7 @@ const Target kCommandLine("commandline", [](Input input) {
   TestSingleSystem event;
   Arguments arguments(words);
   const int status = event.parseCommandLine(arguments.argc(), arguments.argv());
+  if (!words.empty()) demandAgreement({{words.begin() + 1, words.end()}, files.content});
   std::filesystem::current_path(home);
 
   const Told expected = meaningOf(words, files.content);
@@ -78,11 +80,13 @@ const Target kSendFileList("sendfilelist", [](Input input) {
   demandEqual(status, expected.empty() ? 68 : 0, "a list without a path is rejected, no other");
   demandEqual(event.m_params, expected.empty() ? Params{} : Params{{"IncidentNumber", "42"}},
               "the option counts once the list was accepted");
+  demandAgreement({{folder / "list", "-i", "42"}, {{folder / "list", bytes}}});
   demandEqual(folder.read("list"), bytes, "the list itself is not changed");
 });
 
 const Target kDefinition("definition", [](Input input) {
   static const ScratchFolder folder;
+  static const std::string list = folder.write("list", "/dev/null\n");
   const std::string bytes = input.rest();
   Arguments arguments({folder.write("definition", bytes)});
 
@@ -99,6 +103,8 @@ const Target kDefinition("definition", [](Input input) {
               "a definition of an incident is accepted or rejected as a whole");
   demandEqual(incident.m_params, expected.params, "the parameters are those of the incident");
   demandEqual(incident.getEventType(), 2, "an incident is one, whatever its file says");
+  demandAgreement({{list, "-r", folder / "definition"},
+                   {{list, "/dev/null\n"}, {folder / "definition", bytes}}});
   demandEqual(folder.read("definition"), bytes, "the definition itself is not changed");
 });
 

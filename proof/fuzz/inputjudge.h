@@ -25,17 +25,26 @@ inline Texts entriesOf(const std::string& bytes) {
   return entries;
 }
 
+/// The judge: whether a line of a definition says nothing.
+inline bool isSkipped(const std::string& line) { return line.empty() || line.front() == '#'; }
+
+/// The judge: whether one that says something is rejected by a reader of `keys`.
+inline bool isRejected(const std::string& line, const Texts& keys) {
+  const std::size_t equals = line.find('=');
+  const std::string key = line.substr(0, equals);
+  const bool isKey = std::count(keys.begin(), keys.end(), key) != 0;
+  const bool hasValue = equals + 1 < line.size() || key == "MsgID";
+  return equals == std::string::npos || !isKey || !hasValue;
+}
+
 /// The judge: what the definition `bytes` says to a reader of `keys`.
 inline Told definitionIn(const std::string& bytes, const Texts& keys) {
   Params params;
   for (const std::string& line : linesIn(bytes, 1023)) {
-    if (line.empty() || line.front() == '#') continue;
+    if (isSkipped(line)) continue;
+    if (isRejected(line, keys)) return {68, 0, {}, params};
     const std::size_t equals = line.find('=');
-    const std::string key = line.substr(0, equals);
-    const bool isKey = std::count(keys.begin(), keys.end(), key) != 0;
-    const bool hasValue = equals + 1 < line.size() || key == "MsgID";
-    if (equals == std::string::npos || !isKey || !hasValue) return {68, 0, {}, params};
-    params[key] = line.substr(equals + 1);
+    params[line.substr(0, equals)] = line.substr(equals + 1);
   }
   for (const std::string& key : keys) {
     // Asking for a parameter inserts it, the first missing one included.

@@ -44,4 +44,18 @@ inline Texts linesIn(const std::string& bytes, std::size_t longest) {
   return lines;
 }
 
+/// The number of the line that each of them stands in, from 1.
+inline std::vector<std::size_t> numbersOfLinesIn(const std::string& bytes, std::size_t longest) {
+  std::vector<std::size_t> numbers;
+  std::size_t number = 1;
+  std::size_t length = 0;
+  for (const char byte : bytes) {
+    if (length == 0) numbers.push_back(number);
+    ++length;
+    if (byte == '\n') ++number;
+    if (byte == '\n' || length == longest) length = 0;
+  }
+  return numbers;
+}
+
 #endif

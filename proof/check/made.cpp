@@ -125,12 +125,12 @@ Lines goodDefinition(Random& random, std::size_t longest) {
   return lines;
 }
 
-/// Paths of the shelf, each once, the extract first.
+/// Paths of the shelf, each once, an extract first.
 Lines goodList(const Shelf& shelf, Random& random) {
-  Lines lines = {shelf.files.begin() + 1, shelf.files.end()};
+  Lines lines = shelf.files;
   random.shuffle(lines);
   lines.resize(random.below(8));
-  lines.insert(lines.begin(), shelf.files[0]);
+  lines.insert(lines.begin(), random.of(shelf.extracts));
   return lines;
 }
 
@@ -138,9 +138,8 @@ Lines goodList(const Shelf& shelf, Random& random) {
 CheckInput inputOf(const Shelf& shelf, const std::string& folder, const std::string& list,
                    const std::string& definition, bool isEvent) {
   CheckInput input;
-  input.files = {{folder + "/list", list},
-                 {folder + "/event", definition},
-                 {shelf.files[0], shelf.extractBytes}};
+  input.files = {{folder + "/list", list}, {folder + "/event", definition}};
+  for (const std::string& extract : shelf.extracts) input.files[extract] = shelf.extractBytes;
   input.words = {folder + "/list", isEvent ? "-r" : "-i", isEvent ? folder + "/event" : "4711"};
   return input;
 }
@@ -405,8 +404,8 @@ void writeFile(const std::string& path, const std::string& bytes) {
 
 Shelf::Shelf(const std::string& place) : folder(place) {
   extractBytes = "# made by a collection\nNov 15 12:00:05 db01 kernel: I/O error, dev \"sda\"\n";
-  files = {folder + "/x.syslog.txt"};
-  writeFile(files[0], extractBytes);
+  extracts = {folder + "/x.syslog.txt", folder + "/x.apllog.txt.1"};
+  for (const std::string& path : extracts) writeFile(path, extractBytes);
   for (int number = 1; number < kShelfFiles; ++number) {
     files.push_back(folder + "/file" + std::to_string(number));
     writeFile(files.back(), std::string(static_cast<std::size_t>(number) * 7, 'b'));

@@ -13,7 +13,8 @@ class Shelf {
   /// Makes them in `folder`, which exists and is empty.
   explicit Shelf(const std::string& folder);
 
-  Texts files;  ///< regular ones, in which nothing is odd; the first one is a log extract
+  Texts files;     ///< regular ones, in which nothing is odd
+  Texts extracts;  ///< log extracts, each of `extractBytes`
   std::string extractBytes;
   std::string folder;
   std::string subfolder;

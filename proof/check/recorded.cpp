@@ -1,5 +1,6 @@
 #include "check/recorded.h"
 
+#include <sys/stat.h>
 #include <sys/utsname.h>
 
 #include <algorithm>
@@ -75,10 +76,15 @@ json cutIn(const CheckInput& input, const Told& told, const std::string& text) {
   return cut;
 }
 
+bool isThere(const std::string& path) {
+  struct stat status = {};
+  return ::stat(path.c_str(), &status) == 0;
+}
+
 /// Those of the files that were not copied have no size in the record; it is not compared.
 void forgetSizes(json& files, const json& recorded) {
   for (std::size_t at = 0; at < std::min(files.size(), recorded.size()); ++at) {
-    if (recorded[at]["bytes"].is_null() && std::filesystem::exists(files[at]["path"])) {
+    if (recorded[at]["bytes"].is_null() && isThere(files[at]["path"])) {
       files[at]["bytes"] = nullptr;
     }
   }
@@ -99,7 +105,9 @@ Recorded runRecorded(const Programs& programs, const CheckInput& input, const st
   Texts words = {programs.checker, "--json", "--"};
   words.insert(words.end(), input.words.begin(), input.words.end());
   const ChildResult checker = runProgram(words);
-  words.erase(words.begin(), words.begin() + 3);
+  words.erase(words.begin() + 1);
+  const std::string plain = runProgram(words).out;
+  words.erase(words.begin(), words.begin() + 2);
   words.insert(words.begin(), programs.command);
   const ChildResult command = runProgram(words, {{"LD_LIBRARY_PATH", programs.libraryFolder},
                                                  {"KELCOM_LOOPBACK_OUTBOX", outbox},
@@ -122,6 +130,9 @@ Recorded runRecorded(const Programs& programs, const CheckInput& input, const st
   demand(report["notification"], isSent ? json(shownOf(sent.notification)) : json(),
          "notification");
   if (isSent) {
+    // The kind of report is told to people alone.
+    const std::string kind = " (" + exchanges[0]["code"].get<std::string>() + ") with ";
+    demand(plain.find(kind) != std::string::npos, true, "the request");
     Texts all = {"tanexics"};
     all.insert(all.end(), input.words.begin(), input.words.end());
     const std::string text = unescapeBytes(sent.notification.get<std::string>()).value_or("?");

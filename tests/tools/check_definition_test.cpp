@@ -65,9 +65,8 @@ TEST_F(CheckDefinition, WrongKey_IsToldWithWhatIsMeant) {
     std::string line;
     std::string error;
   } others[] = {
-      {"Comment=disk", "\"Comment\""},
-      {"=disk", "\"\""},
-      {" =disk", "\" \" (a blank before it)"},
+      {"Comment=disk", "\"Comment\"; tanexics-input(5) lists the keys"},
+      {" =disk", "\" \" (a blank before it); tanexics-input(5) lists the keys"},
       {" # a=b", "\" # a\" (a blank before it); a comment begins with \"#\" and nothing before it"},
       {"\xef\xbb\xbf# a=b",
        "\"\xef\xbb\xbf# a\" (a byte order mark before it); a comment begins "
@@ -77,6 +76,7 @@ TEST_F(CheckDefinition, WrongKey_IsToldWithWhatIsMeant) {
     EXPECT_EQ(errorsIn(row.line + "\n" + kEvent),
               "event:1: error: unknown key " + row.error + "\n");
   }
+  EXPECT_EQ(errorsIn("=disk\n" + kEvent), "event:1: error: no key before \"=\"\n");
 }
 
 TEST_F(CheckDefinition, LineWithoutEquals_IsToldWithWhatIsMeant) {
@@ -100,7 +100,8 @@ TEST_F(CheckDefinition, LineWithoutEquals_IsToldWithWhatIsMeant) {
       {" # x", "\" # x\"; a comment begins with \"#\" and nothing before it"},
       {"\xef\xbb\xbf# x", "\"\xef\xbb\xbf# x\"; a comment begins with \"#\" and nothing before it"},
       {"[event]", "\"[event]\""},
-      {"\xff\xfeT", "\"\\xff\\xfeT\""},
+      {"\xff\xfeT", "\"\\xff\\xfeT\"; a file in UTF-16 is not understood"},
+      {"\xfe\xff\tT", "\"\\xfe\\xff\\x09T\"; a file in UTF-16 is not understood"},
   };
   for (const auto& row : others) {
     EXPECT_EQ(errorsIn(row.line + "\n" + kEvent),
@@ -163,7 +164,7 @@ TEST_F(CheckDefinition, LongLine_IsReadInPieces) {
                 "event:3: error: no \"=\" in \"y z\" (behind 1023 bytes of the line)\n");
   EXPECT_EQ(errorsIn("#" + std::string(1022, '#') + "=\n" + kEvent),
             "event:1: warning: " + warning +
-                "event:1: error: unknown key \"\" (behind 1023 bytes of the line)\n");
+                "event:1: error: no key before \"=\" (behind 1023 bytes of the line)\n");
 }
 
 TEST_F(CheckDefinition, ThatCannotBeRead_IsRejectedWithTheReason) {

@@ -28,10 +28,10 @@ TEST_F(CheckWords, TooFewOrWrong_AreRejected) {
       {{"list", "-i"}, "command line: error: no number after -i\n"},
       {{"list", "-i42"},
        "command line: error: \"-i42\" takes the number from the next word, without its first two "
-       "characters; there is none\n"},
+       "characters, and there is none; did you mean -i 42?\n"},
       {{"list", "-i42", "7"},
        "command line: error: \"-i42\" takes the number from the next word, without its first two "
-       "characters; \"7\" has fewer than two\n"},
+       "characters, and \"7\" has fewer than two; did you mean -i 42?\n"},
       {{"list", "-r"}, "command line: error: no EVENTFILE after -r\n"},
       {{"list", "-rmissing", "event"},
        "command line: warning: \"event\" is ignored, and all behind it\n"
@@ -53,10 +53,10 @@ TEST_F(CheckWords, AcceptedAndHardlyMeant_AreWarnedOf) {
        "command line: warning: the number begins with a blank; it has control bytes\n"},
       {{"list", "-i42", "4711"},
        "command line: warning: the number is \"11\": after \"-i42\" it is the next word, \"4711\", "
-       "without its first two characters\n"},
+       "without its first two characters; did you mean -i 42?\n"},
       {{"list", "-i42", "47"},
        "command line: warning: the number is \"\": after \"-i42\" it is the next word, \"47\", "
-       "without its first two characters\n"},
+       "without its first two characters; did you mean -i 42?\n"},
       {{"list", "-r", "event"}, ""},
       {{"list", "-revent"}, ""},
       {{"list", "-r", "event", "x"},

@@ -12,13 +12,18 @@ namespace {
 bool isIncident(const char* option) { return beginsWith(option, "-i"); }
 bool isEvent(const char* option) { return beginsWith(option, "-r"); }
 
+/// What is hardly meant by a number that is joined to its option.
+std::string meantBy(const char* joined) { return "; did you mean -i " + shown(joined + 2) + '?'; }
+
 /// What is wrong with an incident's option that the command rejects.
 std::string incidentError(const char* option, const char* value) {
   if (!isJoined(option)) return "no number after -i";
   const std::string rule =
-      quoted(option) + " takes the number from the next word, without its first two characters; ";
+      quoted(option) + " takes the number from the next word, without its first two characters, ";
   return rule +
-         (value == nullptr ? std::string("there is none") : quoted(value) + " has fewer than two");
+         (value == nullptr ? std::string("and there is none")
+                           : "and " + quoted(value) + " has fewer than two") +
+         meantBy(option);
 }
 
 void checkIncident(CommandWords& words, FaultsOf& faults) {
@@ -31,7 +36,7 @@ void checkIncident(CommandWords& words, FaultsOf& faults) {
   if (isJoined(words.option())) {
     faults.warning(0, "the number is " + quoted(number) + ": after " + quoted(words.option()) +
                           " it is the next word, " + quoted(words.value()) +
-                          ", without its first two characters");
+                          ", without its first two characters" + meantBy(words.option()));
   } else if (number.empty()) {
     faults.warning(0, "the number is empty");
   }

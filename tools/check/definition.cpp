@@ -90,6 +90,7 @@ struct Explanation {
 };
 
 Explanation explainUnknownKey(const std::string& key, const std::vector<std::string>& keys) {
+  if (key.empty()) return {"no key before \"=\"", std::nullopt};
   const Wrapping wrapping = unwrapped(key);
   Explanation explanation = {"unknown key " + quoted(key), meantBy(wrapping.bare, keys)};
   if (!wrapping.remarks.empty()) explanation.text += " (" + listed(wrapping.remarks) + ')';
@@ -97,6 +98,8 @@ Explanation explainUnknownKey(const std::string& key, const std::vector<std::str
     explanation.text += "; a comment begins with \"#\" and nothing before it";
   } else if (explanation.meant && *explanation.meant != wrapping.bare) {
     explanation.text += "; did you mean " + *explanation.meant + '?';
+  } else if (!explanation.meant) {
+    explanation.text += "; tanexics-input(5) lists the keys";
   }
   return explanation;
 }
@@ -107,6 +110,11 @@ bool isLetter(char byte) { return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' &
 Explanation explainMissingEquals(const std::string& text, const std::vector<std::string>& keys) {
   const std::string_view bare = unwrapped(text).bare;
   Explanation explanation = {"no \"=\" in " + quoted(text), std::nullopt};
+  const std::string_view begin = bare.substr(0, 2);
+  if (begin == "\xff\xfe" || begin == "\xfe\xff") {
+    explanation.text += "; a file in UTF-16 is not understood";
+    return explanation;
+  }
   if (bare.empty()) {
     explanation.text += "; a line is skipped where it is empty, and not where it has blanks";
     return explanation;

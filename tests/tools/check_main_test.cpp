@@ -30,6 +30,17 @@ class TanexicsCheck : public Checked {
 
   Outcome check(const std::string& words) const { return run("tanexics-check " + words); }
 
+  /// What a command in a shell shows on a terminal of so many columns. script(1) gives it one,
+  /// whose lines end with a carriage return.
+  std::string shownOn(int columns, const std::string& command) const {
+    const std::string words = "stty cols " + std::to_string(columns) + "; " + command;
+    std::string text;
+    for (const char byte : run("script -qec '" + words + "' /dev/null").out) {
+      if (byte != '\r') text += byte;
+    }
+    return text;
+  }
+
   const std::string m_fileRow = "file \"" + kExtract + "\": 46 bytes\n";
   const std::string m_notification =
       "\"2026/11/15 12:00:07\",,\"disk\",\"db01\",\"Linux\",\"Debian\",\"12\",\"storage\",\"ERROR\",,"
@@ -172,14 +183,7 @@ TEST_F(TanexicsCheck, Environment_IsLookedAtWhereItIsAskedFor) {
 
 TEST_F(TanexicsCheck, Terminal_HasColoursAndItsOwnWidth) {
   dir.write("list", "/none\n" + kExtract + "\n");
-  // script(1) gives it a terminal, whose lines end with a carriage return.
-  const auto shown = [this](const std::string& words) {
-    std::string text;
-    for (const char byte : run("script -qec 'stty cols 40; " + words + "' /dev/null").out) {
-      if (byte != '\r') text += byte;
-    }
-    return text;
-  };
+  const auto shown = [this](const std::string& command) { return shownOn(40, command); };
   EXPECT_EQ(shown("tanexics-check list -x"),
             "command line: \x1b[31merror\x1b[0m: \"-x\" is neither -i\n"
             "    nor -r\n"
@@ -191,6 +195,62 @@ TEST_F(TanexicsCheck, Terminal_HasColoursAndItsOwnWidth) {
             "result: \x1b[33mnot known\x1b[0m");
   EXPECT_EQ(linesOf(shown("NO_COLOR=1 tanexics-check list -x")).back(), "result: rejected (68)");
   EXPECT_EQ(linesOf(shown("tanexics-check list -x | cat")).back(), "result: rejected (68)");
+}
+
+/// The columns of a line, in which each character of three bytes is a wide one.
+std::size_t columnsOf(const std::string& line) {
+  std::size_t columns = 0;
+  for (const char byte : line) {
+    const auto value = static_cast<unsigned char>(byte);
+    columns += value >= 0xe0 ? 2 : (value & 0xc0) == 0x80 ? 0 : 1;
+  }
+  return columns;
+}
+
+/// `text` without what broken lines have more than whole ones.
+std::string unbroken(std::string text) {
+  for (std::size_t at = 0; (at = text.find("\n    ", at)) != std::string::npos;) {
+    text.replace(at, 5, " ");
+  }
+  return text;
+}
+
+TEST_F(TanexicsCheck, Terminal_OfAnyWidthShowsWhatAPipeHas) {
+  dir.write("list", "x.syslog.txt\n# a comment\n");
+  dir.write("event",
+            eventWith("=disk", "=\xa4\xa2\xa4\xa4 \xa4\xa6 disk sda\x01 of db01, the first one") +
+                "Label=\xe3\x81\x82 disk\nComment=x\n");
+  for (const std::string words : {"list -r event", "list -i 4711"}) {
+    const std::string piped = check(words).out;
+    std::size_t lines = static_cast<std::size_t>(-1);
+    for (const int columns : {40, 80, 200}) {
+      const std::string text = shownOn(columns, "NO_COLOR=1 tanexics-check " + words);
+      EXPECT_EQ(unbroken(text), piped) << columns;
+      for (const std::string& line : linesOf(text)) {
+        // A word that is longer stands alone.
+        const bool isOneWord =
+            line.find(' ', std::min(line.find_first_not_of(' '), line.size())) == std::string::npos;
+        EXPECT_TRUE(isOneWord || columnsOf(line) <= static_cast<std::size_t>(columns)) << line;
+      }
+      EXPECT_LE(linesOf(text).size(), lines) << columns;
+      lines = linesOf(text).size();
+    }
+    EXPECT_GT(linesOf(shownOn(40, "tanexics-check " + words)).size(), linesOf(piped).size());
+  }
+}
+
+TEST_F(TanexicsCheck, Locale_ChangesNothing) {
+  dir.write("list", "/none\n" + kExtract + "\n");
+  dir.write("event", eventWith("=disk", "=\xa4\xa2 \xe3\x81\x82 \xff"));
+  for (const std::string words : {"list -r event", "--json list -r event", "/ -i 1"}) {
+    const std::string plain = run("LC_ALL=C tanexics-check " + words).out;
+    const std::string shown = shownOn(80, "LC_ALL=C tanexics-check " + words);
+    for (const std::string locale : {"LANG=C", "LANG=ja_JP.UTF-8", "LANG=ja_JP.eucJP",
+                                     "LC_ALL=ja_JP.UTF-8", "LC_ALL=ja_JP.eucJP"}) {
+      EXPECT_EQ(run(locale + " tanexics-check " + words).out, plain) << locale;
+      EXPECT_EQ(shownOn(80, locale + " tanexics-check " + words), shown) << locale;
+    }
+  }
 }
 
 TEST_F(TanexicsCheck, OutputThatCannotBeWritten_Is74) {

@@ -22,7 +22,7 @@ std::string replaced(const std::string& text, const std::string& from, const std
 const Target kCheck("check", [](Input input) {
   static const ScratchFolder folder;
   Texts texts = slowSplit(input.rest(), "%%\n", 4);
-  for (std::size_t at : {0, 1}) {
+  for (std::size_t at = 0; at < 2; ++at) {
     std::replace(texts[at].begin(), texts[at].end(), '/', '_');
     texts[at] = replaced(texts[at], "LIST", folder / "list");
     texts[at] = replaced(texts[at], "EVENT", folder / "event");

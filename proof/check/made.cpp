@@ -197,8 +197,11 @@ Made anyWords(const Shelf& shelf, const std::string& folder, Random& random) {
                       std::string(random.below(2100), '"')};
   made.input.words.clear();
   // Mostly of the right shape, with any word in any place.
+  // A number may fill the notification of an incident, to the byte.
+  const std::string number =
+      random.oneOf(3) ? std::string(1980 + random.below(80), '7') : std::string("4711");
   const Texts shape = {folder + "/list", random.oneOf(2) ? "-i" : "-r",
-                       random.oneOf(2) ? folder + "/event" : "4711", "more"};
+                       random.oneOf(2) ? folder + "/event" : number, "more"};
   const std::size_t count = random.below(5);
   for (std::size_t at = 0; at < count; ++at) {
     std::string word = random.oneOf(3) ? random.of(pool) : shape[at];
@@ -286,6 +289,13 @@ void spoilDefinition(Random& random, const std::string& path, Lines& lines, Made
       places.push_back({path, spoilt.size(), false});  // once more
       continue;
     }
+    if (key != "MsgID" && random.oneOf(8)) {
+      // The line that follows gives the value, and comes too late.
+      spoilt.push_back(key + '=');
+      places.push_back({path, spoilt.size(), true});
+      spoilt.push_back(line);
+      continue;
+    }
     const Spoilt other = spoiltLine(random, key, value);
     spoilt.push_back(other.line);
     places.push_back({path, spoilt.size(), other.isError});
@@ -347,7 +357,7 @@ void spoilList(const Shelf& shelf, Random& random, const std::string& path, Line
 void spoilWords(Random& random, bool isEvent, Made& made) {
   Texts& words = made.input.words;
   const auto add = [&](bool isError) { made.spoilt.push_back({std::nullopt, 0, isError}); };
-  if (!isEvent && random.oneOf(3)) {
+  if (!isEvent && random.oneOf(2)) {
     switch (random.below(4)) {
       case 0:
         words[2] = "";

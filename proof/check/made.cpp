@@ -398,7 +398,11 @@ Made spoiltInput(const Shelf& shelf, const std::string& folder, Random& random) 
   spoilWords(random, isEvent, made);
   if (!random.oneOf(4)) spoilList(shelf, random, folder + "/list", list, made);
   const bool isNamed = made.input.words[1] == "-r";
-  if (isNamed && !random.oneOf(4)) {
+  if (isNamed && random.oneOf(4)) {
+    // One fault alone: nothing else has the command reject the input.
+    definition.insert(definition.begin(), "Label=");
+    made.spoilt.push_back({folder + "/event", 1, true});
+  } else if (isNamed && !random.oneOf(4)) {
     spoilDefinition(random, folder + "/event", definition, made);
   }
   made.input.files[folder + "/list"] = bytesOf(list, random);

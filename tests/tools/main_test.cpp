@@ -190,6 +190,10 @@ TEST_F(TanexicsLog, Page_IsWrittenInsteadOfLinesOrNotAtAll) {
   EXPECT_EQ(written.out + written.err, "");
   EXPECT_EQ(written.status, 0);
   EXPECT_NE(readFile(dir / "page.html").find("all 2 exchanges accepted"), std::string::npos);
+  dir.write("a.log", linesOf(7, inserted(unsent("not Super-User", 65), 1,
+                                         "VUQ90103L : failed to create dir:/tmp/a")));
+  EXPECT_EQ(log("--html page.html a.log").status, 1);
+  EXPECT_NE(readFile(dir / "page.html").find("VUQ90103L, "), std::string::npos);
   EXPECT_EQ(linesOf(log("--json --html page.html a.log").out).size(), 1u);
   const Outcome refused = log("--html nowhere/page.html a.log");
   EXPECT_EQ(refused.err, "tanexics-log: nowhere/page.html: No such file or directory\n");
@@ -303,7 +307,9 @@ TEST_F(TanexicsLog, WrongCommandLine_Is64AndSaysWhatWouldBeRight) {
   }
   EXPECT_EQ(log("--version").out.substr(0, 13), "tanexics-log ");
   EXPECT_EQ(log("--version").status, 0);
-  EXPECT_EQ(log("--help").status, 0);
+  const Outcome help = log("--help");
+  EXPECT_NE(help.out.find("\n  LOG ...    "), std::string::npos) << help.out;
+  EXPECT_EQ(help.status, 0);
 }
 
 TEST_F(TanexicsLog, InputThatIsNone_IsToldBySubjectAndReason) {

@@ -261,6 +261,8 @@ TEST(Page, RunsOfTwoDays_AreCountedByDayAndVerdict) {
             " <label><input type=\"radio\" name=\"show\" id=\"show-refused\"> refused 1</label>"
             " <label><input type=\"radio\" name=\"show\" id=\"show-not-sent\"> not-sent 2</label>"
             " <label><input type=\"radio\" name=\"show\" id=\"show-unknown\"> unknown 1</label>");
+  EXPECT_EQ(partOf(html, "<svg class=\"chart\" role=\"img\" ", " aria-label"),
+            "width=\"146\" height=\"219\" viewBox=\"0 0 146 219\"");
   // Five units are 160 pixels high: the parts stand on one another, the days side by side.
   EXPECT_EQ(
       partOf(html, "the table below\">\n", "</svg>"),

@@ -25,6 +25,18 @@ std::string linesUpTo(int pid, const Texts& messages, std::size_t last) {
   return linesOf(pid, {messages.begin(), messages.begin() + static_cast<std::ptrdiff_t>(last)});
 }
 
+/// The call of an incident whose number leaves no room for the rest of it, in so many bytes.
+std::string cutCall(std::size_t bytes) {
+  std::string text = "RM_Communicate call (param=0x40017 0 0 INCNO=\"";
+  text.resize(bytes - 1, '9');
+  return text + '\0';
+}
+
+TEST(Losses, NumberThatFillsItsLine_IsRead) {
+  const outcome::Run run = runsOf(linesOf(7, replaced(incident({0, 0}), 3, cutCall(2047)))).at(0);
+  EXPECT_STREQ(wordOf(run.verdict), "delivered");
+}
+
 TEST(Losses, RunAlone_IsWhatIsCertain) {
   const struct {
     const char* what;
@@ -80,6 +92,12 @@ TEST(Losses, RunAlone_IsWhatIsCertain) {
        "unknown",
        "the end is not in the log",
        2},
+      {"a call whose end is cut", replaced(event({0, 0}), 3, std::string(kEventCall).substr(0, 60)),
+       "delivered", "all 2 exchanges accepted", 3},
+      {"a number that fills its line, and more", replaced(incident({0, 0}), 3, cutCall(2048)),
+       "delivered", "all 2 exchanges accepted", 3},
+      {"a number that leaves room in its line", replaced(incident({0, 0}), 3, cutCall(2046)),
+       "delivered", "all 2 exchanges accepted", 3},
       {"the call of another file", replaced(incident({0, 0, 0, 0}), 3, incidentCall(2, 2)),
        "unknown", "2 lines missing or torn", 2},
   };
@@ -285,6 +303,17 @@ TEST(Torn, TextsOfTwoKinds_AreTheirsOnceTheRunsGoOn) {
   EXPECT_EQ(verdictsOf(runsOf(log + headOf(7) + headOf(8) + run[2] + run[2] + "\n\n" +
                               linesFrom(7, run, 3) + linesFrom(8, run, 3))),
             (Texts{"7 unknown", "8 unknown"}));
+}
+
+TEST(Torn, RunsWhoseLastTextsMeet_AreGivenAtTheirLineFeeds) {
+  const Texts run = incident({0, 0});
+  Texts given;
+  outcome::Reader reader([&](const outcome::Run& one) { given.push_back(wordOf(one.verdict)); });
+  reader.feed(linesUpTo(7, run, 9) + linesUpTo(8, run, 9) + headOf(7) + headOf(8) + run[9] +
+              run[9] + '\n');
+  EXPECT_EQ(given, Texts());
+  reader.feed("\n");
+  EXPECT_EQ(given, (Texts{"delivered", "delivered"}));
 }
 
 TEST(Torn, TextsThatWaitInGreatNumber_AreNobodys) {

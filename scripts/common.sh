@@ -17,7 +17,7 @@ commit() {
 declare -A packages=(
   [command]="g++ cmake ninja-build libc6-dev"
   [tools]="nlohmann-json3-dev libcli11-dev"
-  [tests]="libgtest-dev strace valgrind procps ncurses-bin mandoc chromium python3"
+  [tests]="libgtest-dev strace valgrind procps ncurses-bin mandoc chromium python3 systemd"
   [sanitizers]="clang libclang-rt-dev"
   [checks]="git clang-format clang-tidy cppcheck shellcheck doxygen"
   [coverage]="gcovr"

@@ -19,6 +19,7 @@ declare -A packages=(
   [tools]="nlohmann-json3-dev libcli11-dev"
   [tests]="libgtest-dev strace valgrind procps ncurses-bin mandoc chromium python3 systemd"
   [sanitizers]="clang libclang-rt-dev"
+  [packages]="debhelper dpkg-dev fakeroot lintian"
   [checks]="git clang-format clang-tidy cppcheck shellcheck doxygen"
   [coverage]="gcovr"
   [fuzz]="llvm"

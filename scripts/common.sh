@@ -20,6 +20,7 @@ declare -A packages=(
   [tests]="libgtest-dev strace valgrind procps ncurses-bin mandoc chromium python3 systemd"
   [sanitizers]="clang libclang-rt-dev"
   [packages]="debhelper dpkg-dev fakeroot lintian"
+  [roots]="mmdebstrap"
   [checks]="git clang-format clang-tidy cppcheck shellcheck doxygen"
   [coverage]="gcovr"
   [fuzz]="llvm"

@@ -21,6 +21,7 @@ declare -A packages=(
   [sanitizers]="clang libclang-rt-dev"
   [packages]="debhelper dpkg-dev fakeroot lintian"
   [roots]="mmdebstrap"
+  [rpm]="rpm rpmlint debugedit"
   [checks]="git clang-format clang-tidy cppcheck shellcheck doxygen"
   [coverage]="gcovr"
   [fuzz]="llvm"

@@ -40,7 +40,7 @@ TEST_F(OutboxTest, Lines_AreAppended) {
 
 TEST_F(OutboxTest, Files_AreForTheirOwnerWhateverTheMask) {
   const std::string file = scratch.write("f", "x");
-  for (const mode_t mask : {0, 022, 0777}) {
+  for (const mode_t mask : {0U, 022U, 0777U}) {
     const std::string box = scratch / "masked" + std::to_string(mask);
     const mode_t before = ::umask(mask);
     Outbox masked(box + "/");

@@ -36,9 +36,8 @@ std::string subjectOf(const Run& run, outcome::Encoding encoding) {
 std::string plainTextOf(const Run& run, const Layout& layout) {
   constexpr std::size_t kIndent = 4;
   constexpr std::size_t kVerdictWidth = 9;
-  std::string time = run.start;
   char head[64];
-  std::snprintf(head, sizeof head, "%s %7d  ", isoTime(time).c_str(), run.pid);
+  std::snprintf(head, sizeof head, "%s %7d  ", isoTime(run.start).c_str(), run.pid);
   const std::string verdict = wordOf(run.verdict);
   const std::string padding(kVerdictWidth - verdict.size(), ' ');
   const std::string rest =

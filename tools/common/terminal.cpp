@@ -5,21 +5,12 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <string_view>
 
 #include "loopback/bytes.h"
 
 namespace {
 
 constexpr char kPlain[] = "\x1b[0m";
-
-/// The columns of one character. East Asian ones are two wide; that all from U+1100 up count so
-/// makes a few lines shorter than they could be, and none too long.
-std::size_t columnsOfCharacter(std::string_view character) {
-  const bool isWide =
-      character.size() == 4 || (character.size() == 3 && character >= "\xe1\x84\x80");
-  return isWide ? 2 : 1;
-}
 
 /// The columns of UTF-8 in which escape sequences are those of colours.
 std::size_t columnsOf(std::string_view word) {
@@ -37,6 +28,12 @@ std::size_t columnsOf(std::string_view word) {
 }
 
 }  // namespace
+
+std::size_t columnsOfCharacter(std::string_view character) {
+  const bool isWide =
+      character.size() == 4 || (character.size() == 3 && character >= "\xe1\x84\x80");
+  return isWide ? 2 : 1;
+}
 
 Terminal Terminal::ofStandardOutput() {
   Terminal terminal;

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 /// What texts for people are laid out for.
 struct Terminal {
@@ -21,6 +22,10 @@ constexpr char kYellow[] = "\x1b[33m";
 
 /// `text` in one of the colours above, or as it is where `terminal` has none.
 std::string coloured(const std::string& text, const char* colour, const Terminal& terminal);
+
+/// The columns of one character of UTF-8. East Asian ones are two wide; that all from U+1100 up
+/// count so makes a few lines shorter than they could be, and none too long.
+std::size_t columnsOfCharacter(std::string_view character);
 
 /// `text`, which is UTF-8 and may be coloured, in lines of at most `width` columns. They are broken
 /// at blanks, and a word that is longer than a line stands alone; all but the first are indented by

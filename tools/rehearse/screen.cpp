@@ -3,19 +3,12 @@
 #include <algorithm>
 
 #include "loopback/bytes.h"
+#include "tools/common/terminal.h"
 
 namespace {
 
 /// The columns that an indent leaves at least.
 constexpr std::size_t kLeastColumns = 8;
-
-/// Columns of one UTF-8 character. East Asian characters are two wide; that all from U+1100 up
-/// count so makes a few rows shorter than they could be, and none too long.
-std::size_t columnsOf(std::string_view character) {
-  const bool isWide =
-      character.size() == 4 || (character.size() == 3 && character.substr(0, 3) >= "\xe1\x84\x80");
-  return isWide ? 2 : 1;
-}
 
 /// How many bytes of `text`, valid UTF-8, stand in a row of `columns`: at least one character.
 std::size_t bytesOfRow(std::string_view text, std::size_t columns) {
@@ -24,7 +17,7 @@ std::size_t bytesOfRow(std::string_view text, std::size_t columns) {
   std::size_t afterBlank = 0;
   while (at < text.size()) {
     const std::size_t length = utf8Length(text.substr(at));
-    used += columnsOf(text.substr(at, length));
+    used += columnsOfCharacter(text.substr(at, length));
     if (used > columns && at > 0) return afterBlank > 0 ? afterBlank : at;
     at += length;
     if (text[at - 1] == ' ' && used > columns / 2) afterBlank = at;

@@ -15,7 +15,7 @@ import sys
 import tempfile
 from pathlib import Path
 
-from mutants import Mutant
+from mutants import written
 from mutate import ROOT, SANDBOX, Base, run
 
 # By file: what drifts, the code that it has for this, and what stands there instead. Those of src are tried in the
@@ -157,14 +157,10 @@ def drifts():
     """Each as a mutant with its side, and what it says; and what does not stand in its file, or not once."""
     found, outdated = [], []
     for path, changes in DRIFTS.items():
-        text = (ROOT / path).read_text()
-        for what, old, new in changes:
-            if text.count(old) != 1:
-                outdated.append(f"{path}: {what}: its code stands there {text.count(old)} times")
-                continue
-            mutant = Mutant(path, text.index(old), old, new, text.count("\n", 0, text.index(old)) + 1, "drift")
-            sides = [CHECKER, COMMAND] if path.startswith("src/") else [CHECKER]
-            found += [(what, side, mutant) for side in sides]
+        mutants, missing = written(path, (ROOT / path).read_text(), changes, "drift")
+        sides = [CHECKER, COMMAND] if path.startswith("src/") else [CHECKER]
+        found += [(what, side, mutant) for what, mutant in mutants.items() for side in sides]
+        outdated += missing
     return found, outdated
 
 

@@ -10,7 +10,7 @@ import sys
 import tempfile
 from pathlib import Path
 
-from mutants import Mutant
+from mutants import written
 from mutate import GONE, ROOT, Base, tried
 
 # By file: what the reader gets wrong, the code that it has for this, and what stands there instead.
@@ -139,13 +139,9 @@ def lies():
     found, outdated = {}, []
     for name, changes in LIES.items():
         path = f"tools/outcome/{name}"
-        text = (ROOT / path).read_text()
-        for what, old, new in changes:
-            if text.count(old) != 1:
-                outdated.append(f"{path}: {what}: its code stands there {text.count(old)} times")
-                continue
-            at = text.index(old)
-            found[what] = Mutant(path, at, old, new, text.count("\n", 0, at) + 1, "lie")
+        mutants, missing = written(path, (ROOT / path).read_text(), changes, "lie")
+        found.update(mutants)
+        outdated += missing
     return found, outdated
 
 

@@ -28,6 +28,19 @@ class Mutant:
         return f"{shorten(self.old)}  ->  {shorten(self.new) or '(deleted)'}"
 
 
+def written(path, text, changes, kind):
+    """Changes that somebody has written down, (what, old, new) each: as mutants by what they say; and which of them do
+    not stand in the text of their file, or not once."""
+    found, outdated = {}, []
+    for what, old, new in changes:
+        if text.count(old) == 1:
+            at = text.index(old)
+            found[what] = Mutant(path, at, old, new, text.count("\n", 0, at) + 1, kind)
+        else:
+            outdated.append(f"{path}: {what}: its code stands there {text.count(old)} times")
+    return found, outdated
+
+
 def shorten(code):
     code = " ".join(code.split())
     return code if len(code) <= 60 else code[:57] + "..."

@@ -1,6 +1,3 @@
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -9,8 +6,8 @@
 #include <iostream>
 
 #include "common/base/callersignals.h"
-#include "common/base/stdfds.h"
 #include "loopback/bytes.h"
+#include "tools/common/standardoutput.h"
 #include "tools/log/input.h"
 #include "tools/log/json.h"
 #include "tools/log/metrics.h"
@@ -40,8 +37,9 @@ bool isChosen(const Run& run, const Options& options) {
 /// The runs that were chosen, on their way to standard output.
 class Output {
  public:
-  explicit Output(const Options& options)
+  Output(const Options& options, StandardOutput& output)
       : m_options(options),
+        m_output(output),
         m_layout{Terminal::ofStandardOutput(), options.encoding},
         m_metrics(options.encoding),
         m_page(options.encoding, outcome::explanationsOf) {}
@@ -69,14 +67,9 @@ class Output {
     return m_options.html.empty() ? "" : writeWhole(m_options.html, m_page.html());
   }
 
-  void flush() {
-    if (std::fflush(stdout) != 0 && m_error == 0) m_error = errno;
-  }
+  void flush() { m_output.flush(); }
 
-  bool hasFailed() const { return m_error != 0; }
-
-  /// Why standard output could not be written.
-  int error() const { return m_error; }
+  bool hasFailed() const { return m_output.error() != 0; }
 
   int status() const {
     if (m_runs == 0) return kNoRun;
@@ -113,12 +106,10 @@ class Output {
     return plainTextOf(run, m_layout) + explanations;
   }
 
-  void write(const std::string& text) {
-    const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-    if (!isWritten && m_error == 0) m_error = errno;
-  }
+  void write(const std::string& text) { m_output.write(text); }
 
   const Options& m_options;
+  StandardOutput& m_output;
   Layout m_layout;
   Metrics m_metrics;
   Page m_page;
@@ -126,7 +117,6 @@ class Output {
   std::size_t m_runs = 0;
   bool m_hasFailure = false;
   bool m_hasUnknown = false;
-  int m_error = 0;
 };
 
 void complain(const std::string& subject, const std::string& reason) {
@@ -183,10 +173,9 @@ bool readAll(const Options& options, Output& output, std::string& foreignLine) {
 
 int main(int argc, char** argv) {
   settleSignals();
-  const bool hasOutput = ::fcntl(STDOUT_FILENO, F_GETFD) >= 0;
-  occupyStandardDescriptors();  // a page must not become what is printed
-  if (!hasOutput) {
-    complain("standard output", std::strerror(EBADF));
+  StandardOutput standardOutput;
+  if (standardOutput.error() != 0) {
+    complain("standard output", std::strerror(standardOutput.error()));
     return kCannotRead;
   }
   if (argc > 1 && std::string_view(argv[1]) == "explain") {
@@ -198,12 +187,13 @@ int main(int argc, char** argv) {
     complain("standard output", std::strerror(errno));
     return kCannotRead;
   }
-  Output output(options);
+  Output output(options, standardOutput);
   std::string foreignLine;
   const bool isComplete = readAll(options, output, foreignLine);
   if (output.hasFailed()) {
     // Whoever reads no further knows that already.
-    if (output.error() != EPIPE) complain("standard output", std::strerror(output.error()));
+    if (standardOutput.error() != EPIPE)
+      complain("standard output", std::strerror(standardOutput.error()));
     return kCannotRead;
   }
   const std::string reason = output.writePage();

@@ -1,11 +1,6 @@
 // tanexics-rehearse: the command on the stand-in of the communication library, for a person to
 // watch.
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <filesystem>
@@ -15,8 +10,8 @@
 #include <string>
 #include <system_error>
 
-#include "common/base/stdfds.h"
 #include "loopback/bytes.h"
+#include "tools/common/standardoutput.h"
 #include "tools/outcome/meaning.h"
 #include "tools/rehearse/arguments.h"
 #include "tools/rehearse/folder.h"
@@ -50,13 +45,12 @@ int rehearse(const Arguments& arguments, const Terminal& terminal, std::string& 
   return outcome::passedOn(waitStatus);
 }
 
-/// Writes to standard output. Returns the reason where that fails, else an empty text.
-std::string print(const std::string& text) {
+/// Prints `text`. Returns the reason where that fails, else an empty text.
+std::string print(const std::string& text, StandardOutput& output) {
   const IgnoredSignal pipe(SIGPIPE);  // whose reader has gone is told, and does not end the program
-  errno = 0;
-  const bool isPrinted =
-      std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
-  return isPrinted ? "" : std::strerror(errno);
+  output.write(text);
+  output.flush();
+  return output.error() == 0 ? "" : std::strerror(output.error());
 }
 
 /// The folder that the program itself is in.
@@ -68,14 +62,14 @@ std::string ownFolder() {
 }
 
 /// The whole of a rehearsal, from its command line on. Returns the exit status.
-int runAll(int argc, const char* const* argv) {
+int runAll(int argc, const char* const* argv, StandardOutput& output) {
   const Terminal terminal = Terminal::ofStandardOutput();
   Arguments arguments;
   std::string text;
   std::optional<int> status = parseArguments(argc, argv, ownFolder(), terminal, arguments, text);
   const bool isRun = !status;
   if (isRun) status = rehearse(arguments, terminal, text);
-  const std::string reason = print(text);
+  const std::string reason = print(text, output);
   if (reason.empty()) return *status;
   return fail(std::string("the ") + (isRun ? "report" : "output") +
               " cannot be written: " + reason);
@@ -84,11 +78,11 @@ int runAll(int argc, const char* const* argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const bool hasOutput = ::fcntl(STDOUT_FILENO, F_GETFD) >= 0;
-  occupyStandardDescriptors();  // a file of the outbox must not become what is printed
-  if (!hasOutput) return fail(std::string("standard output: ") + std::strerror(EBADF));
+  StandardOutput output;
+  if (output.error() != 0)
+    return fail(std::string("standard output: ") + std::strerror(output.error()));
   try {
-    return runAll(argc, argv);
+    return runAll(argc, argv, output);
   } catch (const std::exception& error) {
     return fail(error.what());
   }

@@ -81,7 +81,7 @@ class Base:
             shutil.copy2(ROOT / promtool, self.tree / promtool)
         linker = ["-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld"] if shutil.which("ld.lld") else []
         self.must(["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
-                   "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -DNDEBUG", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", *linker])
+                   "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -DNDEBUG -D_GLIBCXX_ASSERTIONS", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", *linker])
         entries = json.loads((self.build / "compile_commands.json").read_text())
         self.compile = {os.path.relpath(entry["file"], self.tree): shlex.split(entry["command"]) for entry in entries}
         self.objects = {path: words[words.index("-o") + 1] for path, words in self.compile.items()}

@@ -95,6 +95,30 @@ TEST(WeaveLines, TextThatTurnsOutToBeNobodys_TearsThemAll) {
             (Texts{"6 unknown:", "5 unknown: 0 0"}));
 }
 
+TEST(WeaveLines, LineThatLostItsText_LeavesTheOthersInTheirPlaces) {
+  // The second head of the first run says that the text of its line before is lost.
+  const Texts first = incident({0, 0});
+  const Texts second = incident({-7, 0});
+  const std::vector<outcome::Run> runs =
+      runsOf(before(5, first, 3) + before(6, second, 4) + headOf(6) + headOf(5) + headOf(5) +
+             second[4] + first[3] + "\n\n" + after(5, first, 4) + after(6, second, 5));
+  ASSERT_EQ(answersOf(runs), (Texts{"5 unknown: 0 0", "6 unknown: -7 0"}));
+  EXPECT_EQ(runs[0].identity, "42");
+}
+
+TEST(WeaveLines, RunsThatEndTogether_AreGivenBeforeAnythingFollows) {
+  const Texts run = incident({0, 0});
+  std::size_t given = 0;
+  outcome::Reader reader([&](const outcome::Run& one) {
+    EXPECT_STREQ(wordOf(one.verdict), "delivered");
+    ++given;
+  });
+  reader.feed(before(5, run, 9) + before(6, run, 9) + headOf(5) + headOf(6) + run[9] + '\n');
+  EXPECT_EQ(given, 0U);
+  reader.feed(run[9] + '\n');
+  EXPECT_EQ(given, 2U);
+}
+
 TEST(WeaveLines, SixteenThatWait_AreNotKeptAnyLonger) {
   // What each has written its next line would tell.
   const Texts run = incident({0, 0});

@@ -73,8 +73,6 @@ std::size_t Weave::addText(std::string_view bytes) {
   }
   std::vector<std::pair<Line*, const std::vector<Progress>*>> open;
   for (auto& [pid, strand] : m_strands) {
-    if (strand.lines.back().isClosed) continue;
-    if (strand.isUnchecked()) prunePast(strand);
     open.emplace_back(&strand.lines.back(), &strand.reached);
   }
   for (const Message& message : messages) {

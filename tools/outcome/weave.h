@@ -39,8 +39,8 @@ class Weave {
   /// where the process cannot have written the text of its line before; that is taken as lost.
   bool addHead(int pid, const std::vector<Progress>& progress);
 
-  /// What stands between two heads or line feeds. Returns of how many messages it is made; 0, and
-  /// nothing changes, where it can be given to nobody.
+  /// What stands between two heads or line feeds, once what came before is settled. Returns of how
+  /// many messages it is made; 0, and nothing changes, where it can be given to nobody.
   std::size_t addText(std::string_view bytes);
 
   /// Hands over, in the order of each process, what is known to be written. Returns false where the

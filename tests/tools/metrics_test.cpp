@@ -249,8 +249,8 @@ TEST(Metrics_add, OrderOfStarts_SaysWhichIsTheLast) {
     const char* title;
     std::vector<outcome::Run> runs;
     long isLastDelivered;
-    long start;
-    long deliveredStart;
+    long long start;
+    long long deliveredStart;
   } rows[] = {
       {"one", {delivered}, 1, kMorningUnix, kMorningUnix},
       {"delivered last", {refused, deliveredLater}, 1, kHourLaterUnix, kHourLaterUnix},
@@ -267,7 +267,9 @@ TEST(Metrics_add, OrderOfStarts_SaysWhichIsTheLast) {
   for (const auto& row : rows) {
     Metrics metrics(Encoding::kEither);
     for (const outcome::Run& run : row.runs) metrics.add("a", run);
-    const auto sample = [](long number) { return Texts{"{log=\"a\"} " + std::to_string(number)}; };
+    const auto sample = [](long long number) {
+      return Texts{"{log=\"a\"} " + std::to_string(number)};
+    };
     EXPECT_EQ(samplesOf(metrics, "last_run_delivered"), sample(row.isLastDelivered)) << row.title;
     EXPECT_EQ(samplesOf(metrics, "last_run_start_timestamp_seconds"), sample(row.start))
         << row.title;
@@ -281,7 +283,7 @@ TEST(Metrics_add, Start_AsUnixTimeOfTheZone) {
   const struct {
     const char* zone;
     const char* start;
-    long unixTime;
+    long long unixTime;
   } rows[] = {
       {"UTC0", kMorning, kMorningUnix + 9 * 3600},
       {"JST-9", kMorning, kMorningUnix},

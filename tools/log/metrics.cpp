@@ -11,12 +11,12 @@ using outcome::Verdict;
 namespace {
 
 /// A time of the log in seconds since 1970, in the zone of this process; 0 where it is none.
-long unixTimeOf(const std::string& time) {
+long long unixTimeOf(const std::string& time) {
   std::tm parts = {};
   parts.tm_isdst = -1;  // the C library finds out; of an hour that comes twice it chooses one
   const char* end = ::strptime(time.c_str(), "%Y/%m/%d %H:%M:%S", &parts);
   if (end == nullptr || *end != '\0') return 0;
-  return std::max(0L, static_cast<long>(std::mktime(&parts)));
+  return std::max(0LL, static_cast<long long>(std::mktime(&parts)));
 }
 
 /// The label of a log. A text that was made readable has no line feed, the third character that
@@ -34,7 +34,7 @@ std::string headOf(const std::string& name, const std::string& help) {
   return "# HELP " + name + ' ' + help + "\n# TYPE " + name + " gauge\n";
 }
 
-std::string lineOf(const std::string& name, const std::string& labels, long number) {
+std::string lineOf(const std::string& name, const std::string& labels, long long number) {
   return name + '{' + labels + "} " + std::to_string(number) + '\n';
 }
 
@@ -48,7 +48,7 @@ void Metrics::add(const std::string& log, const Run& run) {
       std::count_if(run.exchanges.begin(), run.exchanges.end(),
                     [](const Exchange& one) { return one.code.value_or(0) != 0; });
   const bool isDelivered = run.verdict == Verdict::kDelivered;
-  const long start = unixTimeOf(run.start);
+  const long long start = unixTimeOf(run.start);
   if (isDelivered) figures.lastDeliveredStart = std::max(figures.lastDeliveredStart, start);
   if (start < figures.lastStart) return;
   // Of runs that began in the same second none is the last, and all have to be delivered.
@@ -67,7 +67,7 @@ std::string Metrics::text() const {
     }
   }
   const auto addFamily = [&](const std::string& name, const std::string& help,
-                             const std::function<long(const Figures&)>& numberOf) {
+                             const std::function<long long(const Figures&)>& numberOf) {
     text += headOf(name, help);
     for (const auto& [label, figures] : m_logs) text += lineOf(name, label, numberOf(figures));
   };

@@ -33,8 +33,8 @@ class Metrics {
     std::array<long, kVerdicts> runs = {};  // by verdict
     long torn = 0;
     long failedExchanges = 0;
-    long lastStart = 0;
-    long lastDeliveredStart = 0;
+    long long lastStart = 0;
+    long long lastDeliveredStart = 0;
     bool isLastDelivered = true;
   };
 

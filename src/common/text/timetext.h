@@ -4,6 +4,11 @@
 #include <ctime>
 #include <string>
 
+// Elsewhere time_t is so wide by itself. A narrow one would end in January 2038, and be no type
+// that the library knows.
+static_assert(sizeof(time_t) == 8,
+              "32-bit systems need -D_FILE_OFFSET_BITS=64 -D_TIME_BITS=64, as the library does");
+
 /// Turns a duration into whole units of `maxUnit`, and what comes to less than one of them into
 /// one: 90 seconds are 1 hour.
 ///

@@ -26,8 +26,8 @@ using Texts = std::vector<std::string>;
 std::string attributesOf(const std::string& path) {
   struct stat status = {};
   EXPECT_EQ(::stat(path.c_str(), &status), 0) << path;
-  return format("%u:%u %04o %ld %ld", status.st_uid, status.st_gid, status.st_mode & 07777,
-                status.st_atime, status.st_mtime);
+  return format("%u:%u %04o %lld %lld", status.st_uid, status.st_gid, status.st_mode & 07777,
+                static_cast<long long>(status.st_atime), static_cast<long long>(status.st_mtime));
 }
 
 void setTimes(const std::string& path, time_t accessed, time_t modified) {

@@ -17,7 +17,7 @@ commit() {
 declare -A packages=(
   [command]="g++ cmake ninja-build libc6-dev"
   [tools]="nlohmann-json3-dev libcli11-dev"
-  [tests]="libgtest-dev strace valgrind procps ncurses-bin mandoc chromium python3 systemd bash-completion zsh"
+  [tests]="libgtest-dev strace valgrind procps ncurses-bin mandoc chromium python3 systemd bash-completion lnav zsh"
   [sanitizers]="clang libclang-rt-dev"
   [packages]="debhelper dpkg-dev fakeroot lintian"
   [roots]="mmdebstrap"

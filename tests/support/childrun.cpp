@@ -73,7 +73,9 @@ ChildResult runProgram(const std::vector<std::string>& words,
   std::vector<char*> pointers;
   for (std::string& text : texts) pointers.push_back(text.data());
   pointers.push_back(nullptr);
-  return runInChild(environment, [&pointers] {
+  const bool hasLocale = environment.count("LC_ALL") + environment.count("LANG") > 0;
+  return runInChild(environment, [&] {
+    if (!hasLocale) ::setenv("LC_ALL", "C", 1);
     ::execv(pointers[0], pointers.data());
     return 98;
   });

@@ -29,7 +29,8 @@ ChildResult runInChild(const std::function<int()>& body);
 ChildResult runInChild(const std::map<std::string, std::string>& environment,
                        const std::function<int()>& body);
 
-/// Runs a program the same way: `words[0]` is its path. 98 when it cannot be started.
+/// Runs a program the same way: `words[0]` is its path. It speaks English, whatever the tester
+/// does, where the environment has no locale of its own. 98 when it cannot be started.
 ChildResult runProgram(const std::vector<std::string>& words,
                        const std::map<std::string, std::string>& environment = {});
 

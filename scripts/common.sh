@@ -16,8 +16,8 @@ commit() {
 # The Debian packages of each kind of work: the one list of what the project needs on a machine.
 declare -A packages=(
   [command]="g++ cmake ninja-build libc6-dev"
-  [tools]="nlohmann-json3-dev libcli11-dev"
-  [tests]="libgtest-dev strace valgrind procps ncurses-bin mandoc chromium python3 systemd bash-completion lnav zsh"
+  [tools]="nlohmann-json3-dev libcli11-dev gettext"
+  [tests]="libgtest-dev locales strace valgrind procps ncurses-bin mandoc chromium python3 systemd bash-completion lnav zsh"
   [sanitizers]="clang libclang-rt-dev"
   [packages]="debhelper dpkg-dev fakeroot lintian"
   [roots]="mmdebstrap"

@@ -295,6 +295,7 @@ TEST_F(TanexicsLog, WrongCommandLine_Is64AndSaysWhatWouldBeRight) {
       {"--nothing", "The following argument was not expected: --nothing; --help shows the options"},
       {"--encoding sjis", "--encoding: there is none like 'sjis'; they are utf-8 and euc-jp"},
       {"--last=0", "--last: the number is 1 or more"},
+      {"--last=x", "--last: the number is 1 or more"},
       {"--json --openmetrics", "--json excludes --openmetrics"},
       {"--follow --last", "--follow excludes --last"},
       {"--follow a b", "--follow: one log can be followed, and no more"},

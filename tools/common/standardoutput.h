@@ -11,8 +11,9 @@ class StandardOutput {
  public:
   StandardOutput();
 
-  /// Prints bytes, at the latest when `flush` is called.
-  void write(std::string_view bytes);
+  /// Prints a text as the caller reads it, see tools/common/language.h; at the latest when `flush`
+  /// is called.
+  void write(std::string_view text);
 
   /// Hands on what was printed.
   void flush();

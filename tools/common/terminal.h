@@ -27,8 +27,12 @@ std::string coloured(const std::string& text, const char* colour, const Terminal
 /// count so makes a few lines shorter than they could be, and none too long.
 std::size_t columnsOfCharacter(std::string_view character);
 
+/// The columns of `text`, which is UTF-8 and may be coloured.
+std::size_t columnsOf(std::string_view text);
+
 /// `text`, which is UTF-8 and may be coloured, in lines of at most `width` columns. They are broken
-/// at blanks, and a word that is longer than a line stands alone; all but the first are indented by
+/// at blanks, where another language than English is spoken also between East Asian characters, and
+/// a word that is longer than a line stands alone; all but the first are indented by
 /// `indent` blanks. Where hardly a column is left beside them, `text` as it is.
 std::string wrapped(const std::string& text, std::size_t width, std::size_t indent);
 

@@ -1,12 +1,12 @@
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <deque>
-#include <iostream>
 
 #include "common/base/callersignals.h"
 #include "loopback/bytes.h"
+#include "tools/common/complain.h"
+#include "tools/common/language.h"
 #include "tools/common/standardoutput.h"
 #include "tools/log/input.h"
 #include "tools/log/json.h"
@@ -119,29 +119,37 @@ class Output {
   bool m_hasUnknown = false;
 };
 
-void complain(const std::string& subject, const std::string& reason) {
-  std::cerr << "tanexics-log: " << visibleBytes(subject) << ": " << reason << '\n';
+constexpr char kProgram[] = "tanexics-log";
+
+void complainOf(const std::string& subject, const std::string& reason) {
+  complain(kProgram, visibleBytes(subject) + ": " + reason);
+}
+
+/// Tells that standard output could not be written, for the reason `error`. Returns the exit
+/// status.
+int failedOutput(int error) {
+  complainOf(translated("standard output"), std::strerror(error));
+  return kCannotRead;
 }
 
 constexpr char kWords[] = "131072, 0x20000, -62/54, SMTP/-79/-26, VUQ90103L, common:602, exit/78";
 
 /// Explains words, a sentence a line. Returns the exit status.
-int explainWords(int count, const char* const* words) {
+int explainWords(int count, const char* const* words, StandardOutput& output) {
   if (count == 0) {
-    complain("explain", std::string("a word is missing; words are like ") + kWords);
+    complainOf("explain", translated("a word is missing; words are like %s", {kWords}));
     return kWrongUsage;
   }
   int status = kAllDelivered;
   for (int at = 0; at < count; ++at) {
     const std::vector<std::string> sentences = outcome::explain(words[at]);
-    for (const std::string& sentence : sentences) std::printf("%s\n", sentence.c_str());
+    for (const std::string& sentence : sentences) output.write(sentence + '\n');
     if (!sentences.empty()) continue;
-    complain(words[at], std::string("not known; words are like ") + kWords);
+    complainOf(words[at], translated("not known; words are like %s", {kWords}));
     status = kWrongUsage;
   }
-  if (std::fflush(stdout) == 0) return status;
-  complain("standard output", std::strerror(errno));
-  return kCannotRead;
+  output.flush();
+  return output.error() == 0 ? status : failedOutput(output.error());
 }
 
 /// Reads the logs one after the other. Returns whether all of them could be read.
@@ -159,7 +167,7 @@ bool readAll(const Options& options, Output& output, std::string& foreignLine) {
       };
       const std::string reason = isFollowed ? followFile(file, take) : readFile(file, take);
       if (reason.empty()) continue;
-      complain(file, reason);
+      complainOf(file, reason);
       isComplete = false;
     }
     reader.finish();
@@ -174,37 +182,35 @@ bool readAll(const Options& options, Output& output, std::string& foreignLine) {
 int main(int argc, char** argv) {
   settleSignals();
   StandardOutput standardOutput;
-  if (standardOutput.error() != 0) {
-    complain("standard output", std::strerror(standardOutput.error()));
-    return kCannotRead;
-  }
+  speakAsCaller(TANEXICS_CATALOGUES);
+  if (standardOutput.error() != 0) return failedOutput(standardOutput.error());
   if (argc > 1 && std::string_view(argv[1]) == "explain") {
-    return explainWords(argc - 2, argv + 2);
+    return explainWords(argc - 2, argv + 2, standardOutput);
   }
   Options options;
-  if (const auto status = readOptions(argc, argv, options)) {
-    if (std::cout.flush()) return *status;
-    complain("standard output", std::strerror(errno));
-    return kCannotRead;
+  std::string text;
+  if (const auto status = readOptions(argc, argv, options, text)) {
+    standardOutput.write(text);
+    standardOutput.flush();
+    return standardOutput.error() == 0 ? *status : failedOutput(standardOutput.error());
   }
+  // What programs read, and the page, are the same for everybody.
+  if (options.form != Form::kText || !options.html.empty()) speakEnglish();
   Output output(options, standardOutput);
   std::string foreignLine;
   const bool isComplete = readAll(options, output, foreignLine);
   if (output.hasFailed()) {
     // Whoever reads no further knows that already.
-    if (standardOutput.error() != EPIPE)
-      complain("standard output", std::strerror(standardOutput.error()));
-    return kCannotRead;
+    return standardOutput.error() == EPIPE ? kCannotRead : failedOutput(standardOutput.error());
   }
   const std::string reason = output.writePage();
-  if (!reason.empty()) complain(options.html, reason);
+  if (!reason.empty()) complainOf(options.html, reason);
   if (!isComplete || !reason.empty()) return kCannotRead;
   if (output.status() == kNoRun) {
-    std::cerr << "tanexics-log: no run found";
-    if (!foreignLine.empty()) {
-      std::cerr << "; the first line that is not understood: " << visibleBytes(foreignLine);
-    }
-    std::cerr << '\n';
+    complain(kProgram, foreignLine.empty()
+                           ? translated("no run found")
+                           : translated("no run found; the first line that is not understood: %s",
+                                        {visibleBytes(foreignLine)}));
   }
   return output.status();
 }

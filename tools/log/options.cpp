@@ -2,9 +2,11 @@
 
 #include <CLI/CLI.hpp>
 #include <charconv>
-#include <iostream>
+#include <sstream>
 
 #include "loopback/bytes.h"
+#include "tools/common/complain.h"
+#include "tools/common/help.h"
 #include "version.h"
 
 namespace {
@@ -13,6 +15,8 @@ using outcome::Verdict;
 
 constexpr Verdict kVerdicts[] = {Verdict::kDelivered, Verdict::kPartly, Verdict::kRefused,
                                  Verdict::kNotSent, Verdict::kUnknown};
+
+constexpr const char* kLeastLast = marked("the number is 1 or more");
 
 constexpr std::string_view kDayShape = "dddd-dd-dd";
 constexpr std::string_view kTimeShape = "dddd-dd-ddTdd:dd:dd";
@@ -46,8 +50,9 @@ bool isTimeOfDay(const std::string& text) {
 std::string logTime(const std::string& name, std::string text, const char* timeOfDay) {
   const bool isDay = hasShape(text, kDayShape);
   if ((!isDay && !hasShape(text, kTimeShape)) || !isDate(text) || (!isDay && !isTimeOfDay(text))) {
-    throw CLI::ValidationError(name, "no such time: '" + visibleBytes(text) +
-                                         "'; it is written YYYY-MM-DD or YYYY-MM-DDTHH:MM:SS");
+    throw CLI::ValidationError(
+        name, translated("no such time: '%s'; it is written YYYY-MM-DD or YYYY-MM-DDTHH:MM:SS",
+                         {visibleBytes(text)}));
   }
   if (isDay) text += std::string("T") + timeOfDay;
   text[4] = text[7] = '/';
@@ -62,9 +67,10 @@ std::set<Verdict> verdictsOf(const std::string& text) {
         std::find_if(std::begin(kVerdicts), std::end(kVerdicts),
                      [&word](Verdict verdict) { return word == wordOf(verdict); });
     if (found == std::end(kVerdicts)) {
-      throw CLI::ValidationError("--verdict",
-                                 "there is none like '" + visibleBytes(word) +
-                                     "'; they are delivered, partly, refused, not-sent, unknown");
+      throw CLI::ValidationError(
+          "--verdict",
+          translated("there is none like '%s'; they are %s",
+                     {visibleBytes(word), "delivered, partly, refused, not-sent, unknown"}));
     }
     verdicts.insert(*found);
   }
@@ -76,7 +82,8 @@ int pidOf(const std::string& text) {
   const auto read = std::from_chars(text.data(), text.data() + text.size(), pid);
   if (read.ec != std::errc() || read.ptr != text.data() + text.size() || pid < 0) {
     throw CLI::ValidationError(
-        "--pid", "no such process id: '" + visibleBytes(text) + "'; it is a number such as 4711");
+        "--pid",
+        translated("no such process id: '%s'; it is a number such as 4711", {visibleBytes(text)}));
   }
   return pid;
 }
@@ -85,16 +92,13 @@ outcome::Encoding encodingOf(const std::string& text) {
   if (text == "utf-8") return outcome::Encoding::kUtf8;
   if (text == "euc-jp") return outcome::Encoding::kEucJp;
   throw CLI::ValidationError(
-      "--encoding", "there is none like '" + visibleBytes(text) + "'; they are utf-8 and euc-jp");
+      "--encoding",
+      translated("there is none like '%s'; they are utf-8 and euc-jp", {visibleBytes(text)}));
 }
 
-/// Shows the second form, which the parser never sees.
-class UsageFormatter : public CLI::Formatter {
+class LogsFormatter : public HelpFormatter {
  public:
-  std::string make_usage(const CLI::App* /*app*/, std::string /*name*/) const override {
-    return "Usage: tanexics-log [OPTIONS] [LOG...]\n"
-           "       tanexics-log explain WORD...\n";
-  }
+  using HelpFormatter::HelpFormatter;
 
   /// Without the value that an option has when none is given.
   std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
@@ -111,74 +115,91 @@ class UsageFormatter : public CLI::Formatter {
 };
 
 void addOptions(CLI::App& app, Options& options) {
-  app.formatter(std::make_shared<UsageFormatter>());
+  app.formatter(
+      std::make_shared<LogsFormatter>(marked("Usage: tanexics-log [OPTIONS] [LOG...]\n"
+                                             "       tanexics-log explain WORD...\n")));
+  addHelp(app);
   app.add_option(
       "LOG", options.logs,
-      "Action logs; without one, what TANEX_LOG names or msg_action.log, after its .bak");
+      translated(
+          "Action logs; without one, what TANEX_LOG names or msg_action.log, after its .bak"));
   app.add_option_function<std::string>(
          "--since",
          [&](const std::string& text) { options.since = logTime("--since", text, "00:00:00"); },
-         "Runs that began at T or later")
+         translated("Runs that began at T or later"))
       ->type_name("T");
   app.add_option_function<std::string>(
          "--until",
          [&](const std::string& text) { options.until = logTime("--until", text, "23:59:60"); },
-         "Runs that began at T or earlier")
+         translated("Runs that began at T or earlier"))
       ->type_name("T");
   app.add_option_function<std::string>(
          "--pid", [&](const std::string& text) { options.pid = pidOf(text); },
-         "Runs of the process id N")
+         translated("Runs of the process id N"))
       ->type_name("N");
-  app.add_option("--incident", options.incident, "Runs of the incident N")->type_name("N");
+  app.add_option("--incident", options.incident, translated("Runs of the incident N"))
+      ->type_name("N");
   app.add_option_function<std::string>(
          "--verdict", [&](const std::string& text) { options.verdicts = verdictsOf(text); },
-         "Runs with one of these verdicts, separated by commas")
+         translated("Runs with one of these verdicts, separated by commas"))
       ->type_name("V");
-  CLI::Option* follow =
-      app.add_flag("--follow", options.follow, "Go on, and print each run when it ends");
+  CLI::Option* follow = app.add_flag("--follow", options.follow,
+                                     translated("Go on, and print each run when it ends"));
   const auto setLast = [&](std::int64_t number) {
-    if (number < 1) throw CLI::ValidationError("--last", "the number is 1 or more");
+    if (number < 1) throw CLI::ValidationError("--last", translated(kLeastLast));
     options.last = static_cast<std::size_t>(number);
   };
-  app.add_flag_function("--last{1}", setLast, "The last N of these runs, or the last one")
+  app.add_flag_function("--last{1}", setLast,
+                        translated("The last N of these runs, or the last one"))
       ->type_name("[=N]")
       ->excludes(follow);
-  app.add_flag("--lines", options.lines, "Show each run's own lines below it");
-  app.add_flag("--explain", options.explain, "Tell what status words, errors and numbers mean");
+  app.add_flag("--lines", options.lines, translated("Show each run's own lines below it"));
+  app.add_flag("--explain", options.explain,
+               translated("Tell what status words, errors and numbers mean"));
   CLI::Option* json = app.add_flag_callback(
-      "--json", [&] { options.form = Form::kJson; }, "Print one JSON object a run and line");
+      "--json", [&] { options.form = Form::kJson; },
+      translated("Print one JSON object a run and line"));
   const auto setOpenMetrics = [&] { options.form = Form::kOpenMetrics; };
-  app.add_flag_callback("--openmetrics", setOpenMetrics, "Print metrics for a textfile collector")
+  app.add_flag_callback("--openmetrics", setOpenMetrics,
+                        translated("Print metrics for a textfile collector"))
       ->excludes(json)
       ->excludes(follow);
-  app.add_option("--html", options.html, "Write a page for people to FILE")
+  app.add_option("--html", options.html, translated("Write a page for people to FILE"))
       ->type_name("FILE")
       ->excludes(follow);
   app.add_option_function<std::string>(
          "--encoding", [&](const std::string& text) { options.encoding = encodingOf(text); },
-         "Read texts as E, utf-8 or euc-jp, and not as whichever they are")
+         translated("Read texts as E, utf-8 or euc-jp, and not as whichever they are"))
       ->type_name("E");
-  app.set_version_flag("--version", std::string("tanexics-log ") + kVersion);
+  addVersion(app, std::string("tanexics-log ") + kVersion);
 }
 
 }  // namespace
 
-std::optional<int> readOptions(int argc, const char* const* argv, Options& options) {
-  CLI::App app(
-      "Tells of each run in an action log of tanexics whether its report was delivered.\n");
+std::optional<int> readOptions(int argc, const char* const* argv, Options& options,
+                               std::string& text) {
+  CLI::App app(translated(
+      "Tells of each run in an action log of tanexics whether its report was delivered.\n"));
   addOptions(app, options);
   try {
     app.parse(argc, argv);
     if (options.follow && options.logs.size() > 1) {
-      throw CLI::ValidationError("--follow", "one log can be followed, and no more");
+      throw CLI::ValidationError("--follow", translated("one log can be followed, and no more"));
     }
   } catch (const CLI::Success& asked) {
-    return app.exit(asked, std::cout, std::cerr);
+    std::ostringstream output;
+    app.exit(asked, output, output);
+    text = output.str();
+    return kAllDelivered;
   } catch (const CLI::ExtrasError& wrong) {
-    std::cerr << "tanexics-log: " << wrong.what() << "; --help shows the options\n";
+    complain("tanexics-log", translated("%s; --help shows the options", {optionErrorOf(wrong)}));
     return kWrongUsage;
   } catch (const CLI::ParseError& wrong) {
-    std::cerr << "tanexics-log: " << wrong.what() << "\n";
+    complain("tanexics-log", optionErrorOf(wrong));
+    return kWrongUsage;
+  } catch (const std::invalid_argument&) {
+    // What the option library lets out of a flag with a value that is no number; there is but one.
+    complain("tanexics-log", "--last: " + translated(kLeastLast));
     return kWrongUsage;
   }
   return std::nullopt;

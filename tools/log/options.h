@@ -38,8 +38,9 @@ struct Options {
 };
 
 /// Reads the command line, but for "explain". Returns nothing when logs are to be read, otherwise
-/// the exit status: 0 after printing the help or the version, `kWrongUsage` after telling on
-/// standard error what is wrong.
-std::optional<int> readOptions(int argc, const char* const* argv, Options& options);
+/// the exit status: 0 with the help or the version as `text` to print, `kWrongUsage` after telling
+/// on standard error what is wrong.
+std::optional<int> readOptions(int argc, const char* const* argv, Options& options,
+                               std::string& text);
 
 #endif

@@ -2,7 +2,9 @@
 
 #include <cstdio>
 
+#include "tools/common/language.h"
 #include "tools/log/json.h"
+#include "tools/outcome/reason.h"
 
 using outcome::Run;
 using outcome::Verdict;
@@ -27,8 +29,9 @@ std::string subjectOf(const Run& run, outcome::Encoding encoding) {
   const char* mode = wordOf(run.mode);
   std::string subject = mode == nullptr ? "-" : mode;
   if (run.identity) subject += ' ' + readable(*run.identity, encoding);
-  if (run.host && !run.host->empty()) subject += " of " + readable(*run.host, encoding);
-  return subject;
+  if (!run.host || run.host->empty()) return subject;
+  // TRANSLATORS: what was reported, such as "incident 42", and the host that it happened on
+  return translated("%s of %s", {subject, readable(*run.host, encoding)});
 }
 
 }  // namespace
@@ -41,7 +44,7 @@ std::string plainTextOf(const Run& run, const Layout& layout) {
   const std::string verdict = wordOf(run.verdict);
   const std::string padding(kVerdictWidth - verdict.size(), ' ');
   const std::string rest =
-      "  " + subjectOf(run, layout.encoding) + ": " + readable(run.reason, layout.encoding);
+      "  " + subjectOf(run, layout.encoding) + ": " + shownReasonOf(run, layout.encoding);
   const std::string text =
       head + coloured(verdict, colourOf(run.verdict), layout.terminal) + padding + rest;
   std::string lines = wrapped(text, layout.terminal.width, kIndent) + '\n';

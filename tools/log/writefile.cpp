@@ -11,6 +11,7 @@
 #include <optional>
 
 #include "common/base/descriptor.h"
+#include "tools/common/language.h"
 
 namespace {
 
@@ -63,7 +64,7 @@ std::string writeWhole(const std::string& path, std::string_view bytes) {
   if (::lstat(path.c_str(), &status) == 0) {
     // The super-user would replace /dev/null as well.
     if (S_ISDIR(status.st_mode)) return std::strerror(EISDIR);
-    if (!S_ISREG(status.st_mode)) return "it is not a regular file";
+    if (!S_ISREG(status.st_mode)) return translated("it is not a regular file");
     older = status;
   }
   const int reason = writeBeside(path, bytes, older);

@@ -9,6 +9,7 @@
 #include "rmglib/catalogue.h"
 #include "rmglib/kelcom.h"
 #include "supportpage.h"
+#include "tools/common/language.h"
 #include "tools/outcome/explanation.h"
 #include "tools/outcome/meaning.h"
 #include "tools/outcome/pieces.h"
@@ -124,18 +125,21 @@ std::vector<std::string> explainStatus(int status, bool isCancelled) {
   return {};
 }
 
+/// "exit status 78: MEANING", of one that the log has.
+std::string exitSentence(int status) {
+  return translated("exit status %s", {std::to_string(status) + ": " + exitMeaning(status)});
+}
+
 std::vector<std::string> explainExit(int status) {
   constexpr int kLargest = 255;
   constexpr int kSignals = 128;
   constexpr int kLastSignal = 31;
-  const std::string begin = "exit status ";
-  if (status < 0 || status > kLargest) {
-    return {begin + std::to_string(status) + ": " + exitMeaning(status)};
-  }
-  std::vector<std::string> sentences = {begin + endMeaning(status << 8)};
+  if (status < 0 || status > kLargest) return {exitSentence(status)};
+  // TRANSLATORS: the status, a colon and what it means
+  std::vector<std::string> sentences = {translated("exit status %s", {endMeaning(status << 8)})};
   if (status > kSignals && status <= kSignals + kLastSignal) {
-    sentences.push_back(begin + std::to_string(status) +
-                        " of a shell: " + endMeaning(status - kSignals));
+    sentences.push_back(translated("exit status %s of a shell: %s",
+                                   {std::to_string(status), endMeaning(status - kSignals)}));
   }
   return sentences;
 }
@@ -302,7 +306,7 @@ std::vector<std::string> explanationsOf(const Run& run) {
     }
   };
   if (run.exitCode) {
-    add({"exit status " + std::to_string(*run.exitCode) + ": " + exitMeaning(*run.exitCode)});
+    add({exitSentence(*run.exitCode)});
   }
   add(explainReason(run.reason));
   for (const Exchange& exchange : run.exchanges) add(explainErrorText(exchange.error.value_or("")));

@@ -6,6 +6,7 @@
 
 #include "rmglib/catalogue.h"
 #include "rmglib/kelcom.h"
+#include "tools/common/language.h"
 
 namespace outcome {
 
@@ -21,54 +22,57 @@ struct Meaning {
 };
 
 constexpr Meaning kRequests[] = {
-    {kKelNotifyType1, "notification of an event of type 1"},
-    {kKelNotifyIncident, "notification of an incident"},
-    {kKelNotifyErrorEvent, "notification of an event with send type err"},
-    {kKelNotifyOtherEvent, "notification of an event with another send type"},
-    {kKelDataType1, "data of an event of type 1"},
-    {kKelDataIncident, "data of an incident"},
-    {kKelDataEvent, "data of an event"},
+    {kKelNotifyType1, marked("notification of an event of type 1")},
+    {kKelNotifyIncident, marked("notification of an incident")},
+    {kKelNotifyErrorEvent, marked("notification of an event with send type err")},
+    {kKelNotifyOtherEvent, marked("notification of an event with another send type")},
+    {kKelDataType1, marked("data of an event of type 1")},
+    {kKelDataIncident, marked("data of an incident")},
+    {kKelDataEvent, marked("data of an event")},
 };
 
 constexpr Meaning kStatusWords[] = {
-    {kKelOperating, "operating"},
-    {kKelMaintenance, "maintenance"},
-    {kKelStopped, "stopped"},
-    {kKelMaintenanceStop, "stopped for maintenance"},
+    {kKelOperating, marked("operating")},
+    {kKelMaintenance, marked("maintenance")},
+    {kKelStopped, marked("stopped")},
+    {kKelMaintenanceStop, marked("stopped for maintenance")},
 };
 
 /// What `rows` say of `number`; `other` where none of them has it.
 template <class Rows, class Number>
 std::string meaningOf(Number number, const Rows& rows, const std::string& other) {
   for (const auto& row : rows) {
-    if (row.number == number) return row.meaning;
+    if (row.number == number) return translated(row.meaning);
   }
   return other;
 }
 
 /// An exit status as the caller sees it.
 std::string callersMeaning(int status) {
-  const std::string thrown = kOtherExitStatus;
-  return exitMeaning(status, status == kCommandNotStarted
-                                 ? thrown + "; or the loader could not start the command"
-                                 : thrown + " (its low eight bits)");
+  const std::string thrown = translated(kOtherExitStatus);
+  return exitMeaning(status,
+                     status == kCommandNotStarted
+                         ? translated("%s; or the loader could not start the command", {thrown})
+                         : translated("%s (its low eight bits)", {thrown}));
 }
 
 }  // namespace
 
 std::string requestMeaning(unsigned code) {
-  return meaningOf(code, kRequests, "unknown request code");
+  return meaningOf(code, kRequests, translated("unknown request code"));
 }
 
 std::string statusMeaning(int word) {
-  return meaningOf(static_cast<unsigned>(word), kStatusWords, "unknown status word");
+  return meaningOf(static_cast<unsigned>(word), kStatusWords, translated("unknown status word"));
 }
 
 std::string agentMeaning(int type) {
   if (type == kKelSmtpError) return kSmtpType;
   if (type == kKelHttpError) return kHttpType;
-  return "type " + std::to_string(type);
+  return translated("type %s", {std::to_string(type)});
 }
+
+std::string exitMeaning(int status) { return exitMeaning(status, translated(kOtherExitStatus)); }
 
 std::string exitMeaning(int status, const std::string& other) {
   return meaningOf(status, kExitStatuses, other);
@@ -77,7 +81,8 @@ std::string exitMeaning(int status, const std::string& other) {
 std::string endMeaning(int waitStatus) {
   if (WIFSIGNALED(waitStatus)) {
     const int number = WTERMSIG(waitStatus);
-    return "none: ended by signal " + std::to_string(number) + " (" + ::strsignal(number) + ")";
+    return translated("none: ended by signal %s (%s)",
+                      {std::to_string(number), ::strsignal(number)});
   }
   const int status = WEXITSTATUS(waitStatus);
   return std::to_string(status) + ": " + callersMeaning(status);

@@ -7,7 +7,7 @@
 
 namespace outcome {
 
-// What the numbers of a run mean, in words.
+// What the numbers of a run mean, in words of the language that is spoken.
 
 /// A request code of the centre.
 std::string requestMeaning(unsigned code);
@@ -18,8 +18,11 @@ std::string statusMeaning(int word);
 /// The kind of an agent error: "SMTP", "HTTP", or the number.
 std::string agentMeaning(int type);
 
-/// An exit status that the command gives itself; `other` for every other one.
-std::string exitMeaning(int status, const std::string& other = kOtherExitStatus);
+/// An exit status that the command gives itself, or the library.
+std::string exitMeaning(int status);
+
+/// The same; `other` for one that the command does not give itself.
+std::string exitMeaning(int status, const std::string& other);
 
 /// How a run ended, by its raw wait status (see wait(2)), with number and words.
 std::string endMeaning(int waitStatus);

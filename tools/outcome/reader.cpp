@@ -422,10 +422,9 @@ void Reader::give(Live own) {
   const auto expected = common<int>(own.progress, [](const Progress& p) { return p.expected(); });
   if (expected.value_or(0) > 0) own.run.expected = expected;
   if (!isEnded(own.progress)) own.run.end.clear();
-  Doubt doubt = Doubt::kNone;
-  if (own.isTorn) doubt = Doubt::kTorn;
-  if (own.isDisputed) doubt = Doubt::kDisputed;
-  own.run.reason = reasonOf(own.run, doubt);
+  if (own.isTorn) own.run.doubt = Doubt::kTorn;
+  if (own.isDisputed) own.run.doubt = Doubt::kDisputed;
+  own.run.reason = reasonOf(own.run);
   m_sink(std::move(own.run));
 }
 

@@ -16,6 +16,13 @@ enum class Verdict {
   kUnknown,    ///< the log leaves more than one of these possible
 };
 
+/// Why nothing can be said of a run although its own lines might decide.
+enum class Doubt {
+  kNone,
+  kTorn,      ///< its lines cannot be told from those of runs at the same time
+  kDisputed,  ///< another run began under its process id before it had ended
+};
+
 /// The word for a verdict, such as "not-sent". A static text.
 const char* wordOf(Verdict verdict);
 
@@ -63,7 +70,8 @@ struct Run {
   int torn = 0;                      ///< places where a line is missing, torn or not understood
   bool hasStart = false;             ///< whether the log has its `started` line
   Verdict verdict = Verdict::kUnknown;
-  std::string reason;  ///< one sentence: why this verdict
+  Doubt doubt = Doubt::kNone;
+  std::string reason;  ///< one sentence: why this verdict; in English
 };
 
 }  // namespace outcome

@@ -1,0 +1,337 @@
+// What the companions say in Japanese, in both encodings of it; and what is the same for everybody.
+
+#include <gtest/gtest.h>
+
+#include "support/childrun.h"
+#include "tools/common/language.h"
+#include "tools/common/terminal.h"
+#include "tools/logbytes.h"
+#include "tools/outcome/utf8text.h"
+
+namespace {
+
+struct Said {
+  int status;
+  std::string out;
+  std::string err;
+
+  bool operator==(const Said& other) const {
+    return status == other.status && out == other.out && err == other.err;
+  }
+};
+
+std::ostream& operator<<(std::ostream& stream, const Said& said) {
+  return stream << said.status << '\n' << said.out << "---\n" << said.err;
+}
+
+using Environment = std::map<std::string, std::string>;
+
+class Japanese : public testing::Test {
+ protected:
+  /// What a shell command prints, in the folder of the test, with the programs in its path.
+  Said run(const std::string& command, Environment environment) const {
+    environment.insert({{"LOCPATH", LOCALES}, {"TZ", "UTC"}, {"NO_COLOR", "1"}});
+    const std::string program = TANEXICS_LOG;
+    const std::string path = program.substr(0, program.rfind('/'));
+    const ChildResult result =
+        runProgram({"/bin/sh", "-c", "cd " + dir.path() + "; PATH=" + path + ":$PATH; " + command},
+                   environment);
+    return {result.exitCode(), result.out, result.err};
+  }
+
+  static Environment english() { return {{"LC_ALL", "C"}}; }
+  static Environment utf8() { return {{"LC_ALL", "ja_JP.UTF-8"}}; }
+  static Environment eucJp() { return {{"LC_ALL", "ja_JP.eucJP"}}; }
+
+  /// What is said in Japanese; in both encodings the same.
+  Said say(const std::string& command) const {
+    const Said said = run(command, utf8());
+    const Said other = run(command, eucJp());
+    EXPECT_EQ((Said{other.status, outcome::utf8Text(other.out, "EUC-JP"),
+                    outcome::utf8Text(other.err, "EUC-JP")}),
+              said)
+        << command;
+    return said;
+  }
+
+  void expectTheSameForEverybody(const std::string& command) const {
+    const Said expected = run(command, english());
+    EXPECT_EQ(run(command, utf8()), expected) << command;
+    EXPECT_EQ(run(command, eucJp()), expected) << command;
+  }
+
+  const ScratchDir dir;
+};
+
+/// Runs with all verdicts; bytes of the log in neither encoding among them.
+std::string someLog() {
+  Texts lost = incident({0, -55, 0, 0});
+  lost[6] = doneLine(-55, "(HTTP) RL:-55,ZW-Agent:49,Mailsvr:\"\"");
+  Texts missing = incident({0, 0});
+  missing.insert(missing.begin() + 1, "get file size error(/\xa4\xa2\xff,Permission denied)");
+  Texts both = event({0, -1}, kOk, 78);
+  both.insert(both.begin() + 1, "get file size error(/b,Permission denied)");
+  return linesOf(1, incident({0, 0})) + linesOf(2, lost) + linesOf(3, missing) + linesOf(4, both) +
+         linesOf(5, event({-1, -1}, kOk, 78)) + linesOf(6, unsent(kCancel, 1)) +
+         linesOf(7, unsent("(T)", 0)) + linesOf(8, {kStartedLine, exitLine(1)}) +
+         linesOf(9, {kStartedLine});
+}
+
+TEST_F(Japanese, LogIsToldRunByRun) {
+  dir.write("a.log", someLog());
+  const std::string at = "2026-11-21T23:30:33       ";
+  EXPECT_EQ(say("tanexics-log a.log"),
+            (Said{1,
+                  at + "1  delivered  incident 42 (db01): 2 回の交信がすべて受理されました\n" + at +
+                      "2  partly     incident 42 (db01): 交信 4 回のうち 1 回が失敗しました: "
+                      "/file1: -55 (HTTP) RL:-55,ZW-Agent:49,Mailsvr:\"\"\n" +
+                      at +
+                      "3  partly     incident 42 (db01): リストのファイル 1 件のサイズを"
+                      "取得できませんでした: /あ\\xff\n" +
+                      at +
+                      "4  partly     error-event Disk \"a\", full (db01): 交信 2 回のうち 1 回が"
+                      "失敗しました: /a: -1; リストのファイル 1 件のサイズを取得できませんでした: "
+                      "/b。採取コマンドは実行されませんでした\n" +
+                      at +
+                      "5  refused    error-event Disk \"a\", full (db01): 交信 2 回のうち 2 回が"
+                      "失敗しました: 通知 1: -1。採取コマンドは実行されませんでした\n" +
+                      at +
+                      "6  not-sent   -: (CSendInfo::SendInfo) Cancel sending investigation "
+                      "information, because connection status is not operating. (status=131072)\n" +
+                      at + "7  unknown    -: 欠けているか壊れている行が 1 箇所あります\n" + at +
+                      "8  unknown    -: 欠けているか壊れている行が 1 箇所あります\n" + at +
+                      "9  unknown    -: 終了の行がログにありません\n",
+                  ""}));
+  EXPECT_EQ(say("tanexics-log --explain --last a.log"),
+            (Said{2, at + "9  unknown    -: 終了の行がログにありません\n", ""}));
+  EXPECT_EQ(say("tanexics-log --explain --pid 8 a.log").out,
+            at + "8  unknown    -: 欠けているか壊れている行が 1 箇所あります\n"
+                 "    終了ステータス 1: 通信の準備または開始ができませんでした\n");
+}
+
+TEST_F(Japanese, LogFitsTheTerminal) {
+  dir.write("a.log", someLog());
+  EXPECT_EQ(say("script -qec 'stty -onlcr cols 40; tanexics-log --verdict partly,unknown a.log' "
+                "/dev/null")
+                .out,
+            R"(2026-11-21T23:30:33       2  partly
+    incident 42 (db01): 交信 4 回のうち
+    1 回が失敗しました: /file1: -55
+    (HTTP) RL:-55,ZW-Agent:49,Mailsvr:""
+2026-11-21T23:30:33       3  partly
+    incident 42 (db01): リストのファイル
+    1 件のサイズを取得できませんでした:
+    /あ\xff
+2026-11-21T23:30:33       4  partly
+    error-event Disk "a", full (db01):
+    交信 2 回のうち 1 回が失敗しました:
+    /a: -1; リストのファイル 1 件のサイ
+    ズを取得できませんでした: /b。採取コ
+    マンドは実行されませんでした
+2026-11-21T23:30:33       7  unknown
+    -: 欠けているか壊れている行が 1 箇所
+    あります
+2026-11-21T23:30:33       8  unknown
+    -: 欠けているか壊れている行が 1 箇所
+    あります
+2026-11-21T23:30:33       9  unknown
+    -: 終了の行がログにありません
+)");
+}
+
+TEST_F(Japanese, LogExplainsWords) {
+  EXPECT_EQ(
+      say("tanexics-log explain exit/78 exit/127 exit/-1 -62/54 nothing"),
+      (Said{64,
+            "終了ステータス 78: インシデントの一時ディレクトリを作成できませんでした\n"
+            "終了ステータス 127: 通信ライブラリが送出したエラーコード。または、ローダーが"
+            "コマンドを起動できませんでした\n"
+            "終了ステータス -1: 通信ライブラリが送出したエラーコード\n"
+            "(HTTP) 接続異常が発生しました。 サポート要員に以下のエラーコードをお知らせください。 "
+            "RL:-62,ZW-Agent:54\n",
+            "tanexics-log: nothing: 未知の語です。語の例: 131072, 0x20000, -62/54, "
+            "SMTP/-79/-26, VUQ90103L, common:602, exit/78\n"}));
+}
+
+TEST_F(Japanese, LogTellsWhatIsWrong) {
+  dir.write("empty", "");
+  dir.write("passwd", "root:x:0\n");
+  const struct {
+    const char* words;
+    int status;
+    const char* complaint;
+  } rows[] = {
+      {"none.log", 74, "none.log: そのようなファイルやディレクトリはありません"},
+      {"empty", 3, "該当する実行がありません"},
+      {"passwd", 3, "該当する実行がありません。解釈できない最初の行: root:x:0"},
+      {".", 74, ".: ディレクトリです"},
+      {"empty >/dev/full", 3, "該当する実行がありません"},
+      {"--help >/dev/full", 74, "標準出力: デバイスに空き領域がありません"},
+      {"--help >&-", 74, "標準出力: 不正なファイル記述子です"},
+      {"explain", 64,
+       "explain: 語がありません。語の例: 131072, 0x20000, -62/54, SMTP/-79/-26, VUQ90103L, "
+       "common:602, exit/78"},
+      {"--nothing", 64, "余分な引数があります: --nothing (オプションは --help で表示できます)"},
+      {"--a --b", 64, "余分な引数があります: --b --a (オプションは --help で表示できます)"},
+      {"--json --openmetrics", 64, "--json と --openmetrics は同時に指定できません"},
+      {"--json=x", 64, "値として解釈できません: --json = x"},
+      {"--pid", 64, "--pid: 値 N が 1 個必要です"},
+      {"--pid 1 --pid 2", 64, "--pid: 指定できるのは 1 回までですが、2 回指定されています"},
+      {"--pid x", 64,
+       "--pid: プロセス ID「x」は正しくありません。4711 のような数値で指定してください"},
+      {"--since x", 64,
+       "--since: 日時「x」は正しくありません。YYYY-MM-DD または YYYY-MM-DDTHH:MM:SS の形式で"
+       "指定してください"},
+      {"--verdict x", 64,
+       "--verdict: 「x」はありません。指定できるのは delivered, partly, refused, not-sent, unknown です"},
+      {"--encoding x", 64, "--encoding: 「x」はありません。指定できるのは utf-8 と euc-jp です"},
+      {"--last=0", 64, "--last: 1 以上の数を指定してください"},
+      {"--follow a b", 64, "--follow: 追跡できるログは 1 つだけです"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(say(std::string("tanexics-log ") + row.words),
+              (Said{row.status, "", "tanexics-log: " + std::string(row.complaint) + "\n"}))
+        << row.words;
+  }
+}
+
+TEST_F(Japanese, LogHasItsHelp) {
+  EXPECT_EQ(say("tanexics-log --help"),
+            (Said{0, R"(tanexics のアクションログにある実行ごとに、報告が届いたかどうかを示します。
+
+使い方: tanexics-log [OPTIONS] [LOG...]
+        tanexics-log explain WORD...
+
+引数:
+  LOG ...                     アクションログ。省略時は TANEX_LOG の値、なければ msg_action.log を、その .bak に続けて読みます
+
+オプション:
+  -h,--help                   このヘルプを表示して終了します
+  --since T                   T 以降に始まった実行
+  --until T                   T 以前に始まった実行
+  --pid N                     プロセス ID が N の実行
+  --incident N                インシデント N の実行
+  --verdict V                 判定がこのいずれかである実行 (コンマ区切り)
+  --follow                    読み続け、実行が終わるたびに表示します
+  --last[=N]                  該当する実行のうち最後の N 件、または最後の 1 件
+  --lines                     各実行の下に、その実行の行を表示します
+  --explain                   状態語、エラー、番号の意味を説明します
+  --json                      実行ごとに JSON オブジェクトを 1 行で出力します
+  --openmetrics               textfile コレクター用のメトリクスを出力します
+  --html FILE                 人が読むためのページを FILE に書き出します
+  --encoding E                テキストを自動判別せず、E (utf-8 または euc-jp) として読みます
+  --version                   バージョンを表示して終了します
+
+)",
+                  ""}));
+}
+
+TEST_F(Japanese, LogForProgramsAndThePageAreTheSameForEverybody) {
+  dir.write("a.log", someLog());
+  expectTheSameForEverybody("tanexics-log --json a.log none.log");
+  expectTheSameForEverybody("tanexics-log --json --lines --explain a.log none.log");
+  expectTheSameForEverybody("tanexics-log --openmetrics a.log");
+  expectTheSameForEverybody("tanexics-log --html page a.log none.log; cat page");
+  expectTheSameForEverybody("tanexics-log --version");
+}
+
+// --- which language is spoken
+// ---------------------------------------------------------------------
+
+constexpr char kEnglish[] = "tanexics-log: no run found\n";
+constexpr char kJapanese[] = "tanexics-log: 該当する実行がありません\n";
+
+TEST_F(Japanese, Environment_ChoosesTheLanguage) {
+  const struct {
+    Environment environment;
+    const char* said;
+  } rows[] = {
+      {{{"LC_ALL", "C"}}, kEnglish},
+      {{{"LC_ALL", "C"}, {"LANGUAGE", "ja"}}, kEnglish},
+      {{{"LC_ALL", "POSIX"}, {"LANG", "ja_JP.UTF-8"}}, kEnglish},
+      {{{"LC_ALL", "nn_NN.UTF-8"}}, kEnglish},
+      {{{"LC_ALL", "../ja_JP.UTF-8"}}, kEnglish},
+      {{{"LANG", "ja_JP.UTF-8"}}, kJapanese},
+      {{{"LANG", "C"}, {"LC_MESSAGES", "ja_JP.UTF-8"}, {"LC_CTYPE", "ja_JP.UTF-8"}}, kJapanese},
+      {{{"LANG", "ja_JP.UTF-8"}, {"LC_MESSAGES", "C"}}, kEnglish},
+      {{{"LANG", "ja_JP.UTF-8"}, {"LANGUAGE", "de"}}, kEnglish},
+      {{{"LANG", "ja_JP.UTF-8"}, {"LANGUAGE", "de:ja"}}, kJapanese},
+      // A terminal that has no such characters, or of which nothing is known.
+      {{{"LANG", "ja_JP.UTF-8"}, {"LC_CTYPE", "C"}}, kEnglish},
+      {{{"LANG", "ja_JP.UTF-8"}, {"LC_CTYPE", "nn_NN.UTF-8"}}, kEnglish},
+  };
+  dir.write("empty", "");
+  for (const auto& row : rows) {
+    std::string words;
+    for (const auto& [name, value] : row.environment) words += name + '=' + value + ' ';
+    EXPECT_EQ(run("tanexics-log empty", row.environment).err, row.said) << words;
+  }
+}
+
+TEST_F(Japanese, Catalogue_IsTakenFromWhereItBelongsAlone) {
+  dir.write("empty", "");
+  const std::string program = TANEXICS_LOG;
+  const std::string catalogue =
+      program.substr(0, program.rfind('/')) + "/share/locale/ja/LC_MESSAGES/tanexics.mo";
+  // As it is installed.
+  run("mkdir -p usr/bin usr/share/locale/ja/LC_MESSAGES away/ja/LC_MESSAGES; cp " + program +
+          " usr/bin; cp " + catalogue + " away/ja/LC_MESSAGES; ln -s usr/bin/tanexics-log link",
+      english());
+  EXPECT_EQ(run("usr/bin/tanexics-log empty", utf8()).err, kEnglish);
+  Environment away = utf8();
+  away["NLSPATH"] = away["TEXTDOMAINDIR"] = dir / "away";
+  // Up from the folder that it is in, and down again.
+  std::string up = "../../../../../../../../../../../..";
+  away["LANGUAGE"] = up + (dir / "away/ja");
+  EXPECT_EQ(run("usr/bin/tanexics-log empty", away).err, kEnglish);
+  run("cp " + catalogue + " usr/share/locale/ja/LC_MESSAGES", english());
+  EXPECT_EQ(run("usr/bin/tanexics-log empty", utf8()).err, kJapanese);
+  EXPECT_EQ(run("./link empty", utf8()).err, kJapanese);
+  EXPECT_EQ(run("usr/bin/tanexics-log empty", away).err, kJapanese) << "the rest of it counts";
+}
+
+TEST_F(Japanese, CharactersThatTheTerminalDoesNotHave_AreEscaped) {
+  dir.write("a.log", linesOf(7, incident({0, 0})));
+  EXPECT_EQ(run("tanexics-log 絵\xf0\x9f\x98\x80", eucJp()).err,
+            "tanexics-log: \xb3\xa8\\xf0\\x9f\\x98\\x80: "
+            "\xa4\xbd\xa4\xce\xa4\xe8\xa4\xa6\xa4\xca\xa5\xd5\xa5\xa1\xa5\xa4\xa5\xeb\xa4\xe4"
+            "\xa5\xc7\xa5\xa3\xa5\xec\xa5\xaf\xa5\xc8\xa5\xea\xa4\xcf\xa4\xa2\xa4\xea\xa4\xde"
+            "\xa4\xbb\xa4\xf3\n");
+}
+
+// --- messages
+// -------------------------------------------------------------------------------------
+
+TEST(Filled, Values_StandInTheirPlaces) {
+  EXPECT_EQ(filled("", {}), "");
+  EXPECT_EQ(filled("none", {"x"}), "none");
+  EXPECT_EQ(filled("%s of %s", {"1", "2"}), "1 of 2");
+  EXPECT_EQ(filled("%2$s: %1$s", {"1", "2"}), "2: 1");
+  EXPECT_EQ(filled("%s%%", {"%s"}), "%s%");
+  // What no translation that was checked has in it.
+  EXPECT_EQ(filled("%s, %s, %9$s", {"1"}), "1, , ");
+  EXPECT_EQ(filled("%n %0$s %1$n %", {"1"}), "%n %0$s %1$n %");
+}
+
+TEST(Translated, English_IsSpokenUntilAnotherLanguageIs) {
+  EXPECT_FALSE(isTranslated());
+  EXPECT_EQ(translated("no run found"), "no run found");
+  EXPECT_EQ(translatedCount("%s line", "%s lines", 1, {"1"}), "1 line");
+  EXPECT_EQ(translatedCount("%s line", "%s lines", 2, {"2"}), "2 lines");
+  EXPECT_EQ(asCallerReads("\xff"), "\xff");
+}
+
+TEST(Translated, AnotherLanguage_IsSpokenUntilEnglishIs) {
+  const ChildResult child = runInChild({{"LOCPATH", LOCALES}, {"LC_ALL", "ja_JP.UTF-8"}}, [] {
+    speakAsCaller("../share/locale");
+    if (!isTranslated() || translated("no run found") == "no run found") return 1;
+    if (wrapped("「ああ、い」 (い)", 6, 2) != "「あ\n  あ、\n  い」\n  (い)") return 2;
+    if (wrapped("あa", 3, 1) != "あa" || wrapped("aああ", 3, 0) != "aあ\nあ") return 3;
+    if (wrapped("\x1b[31mあ\x1b[0mあ", 3, 0) != "\x1b[31mあ\x1b[0m\nあ") return 4;
+    speakEnglish();
+    return isTranslated() || translated("no run found") != "no run found" ? 5 : 0;
+  });
+  EXPECT_EQ(child.exitCode(), 0);
+}
+
+}  // namespace

@@ -63,8 +63,8 @@ DRIFTS = {
         ("a SendType in capitals is not told", "return value != kErrorType && nearest", "return false && nearest"),
     ],
     "tools/check/list.cpp": [
-        ("a directory is a file", 'return "is a directory";', 'return "";'),
-        ("a list without a path is not told", "if (list.extent == Extent::kWhole && list.paths.empty()) own", "if (false) own"),
+        ("a directory is a file", 'return translated("is a directory");', 'return "";'),
+        ("a list without a path is not told", "if (list.extent == Extent::kWhole && list.paths.empty()) {", "if (false) {"),
         ("a path that is there twice is not told", "    if (!isNew) {", "    if (false) {"),
         ("an entry is told of a line too early", "entries.add(list.paths.emplace_back(piece.text), piece.line);",
          "entries.add(list.paths.emplace_back(piece.text), piece.line - 1);"),

@@ -48,9 +48,7 @@ TEST(CheckFaults, Words_AreJoined) {
   EXPECT_EQ(check::listed({}), "");
   EXPECT_EQ(check::listed({"a"}), "a");
   EXPECT_EQ(check::listed({"a", "b"}), "a and b");
-  EXPECT_EQ(check::listed({"a", "b", "c"}, "or"), "a, b or c");
-  EXPECT_EQ(check::counted(0, "file"), "0 files");
-  EXPECT_EQ(check::counted(1, "file"), "1 file");
+  EXPECT_EQ(check::listedAsChoice({"a", "b", "c"}), "a, b or c");
   EXPECT_EQ(check::sentenceOf({"is old", "is large"}), "is old; it is large");
 }
 

@@ -235,6 +235,175 @@ TEST_F(Japanese, LogForProgramsAndThePageAreTheSameForEverybody) {
   expectTheSameForEverybody("tanexics-log --version");
 }
 
+// --- tanexics-check
+// -------------------------------------------------------------------------------
+
+TEST_F(Japanese, CheckTellsFaultsAndWhatIsSent) {
+  dir.write("list", "/none\n#x \n/\nrel\n/none\n/dev/null\n");
+  dir.write(
+      "event",
+      "Labell=x\n OSType=\n#no\n # c\nLabel\nSendType=ERR\nSendType=err\nMsgID=\x01 \nPkgName=\n"
+      "Time:x\n  \nwhat=1\n\"HostName\"=1\n=\nOSName\n" +
+          std::string(1023, 'a') + "b\nMsgType=\xa4\xa2\n");
+  const std::string list = R"(list:1: warning: "/none" は存在しません
+list:2: warning: "#x " はファイル名として扱われます。空白で終わっています。存在しません
+list:3: warning: "/" はディレクトリです
+list:4: warning: "rel" は相対パスであり、コマンドを起動した場所から解釈されます。存在しません
+list:5: warning: "/none" はリストの 1 行目にもあり、それぞれについて送信されます。存在しません
+list:6: warning: "/dev/null" はデバイスです
+)";
+  const std::string many(200, 'a');
+  EXPECT_EQ(
+      say("tanexics-check list -r event"),
+      (Said{68,
+            list + R"(event:1: error: 未知のキー "Labell" です。Label の間違いではありませんか?
+event:2: error: 未知のキー " OSType" です (前に空白があります)
+event:4: error: " # c" に「=」がありません。コメントの「#」は行の先頭に置きます
+event:5: error: "Label" に「=」がありません。"Label=..." の間違いではありませんか?
+event:6: warning: SendType=ERR は「その他のイベント」(0x40205) として送られます。完全に一致する値は「err」だけです
+event:7: warning: SendType が重複しています。6 行目の値は無効になります
+event:8: warning: MsgID の値は空白で終わっています。制御バイトを含んでいます
+event:9: error: PkgName に値がありません
+event:10: error: "Time:x" に「=」がありません。"Time=x" の間違いではありませんか?
+event:11: error: "  " に「=」がありません。読み飛ばされるのは空行であり、空白だけの行ではありません
+event:12: error: 未知のキー "what" です。キーの一覧は tanexics-input(5) にあります
+event:13: error: 未知のキー ""HostName"" です (引用符で囲まれています)
+event:14: error: 「=」の前にキーがありません
+event:15: error: "OSName" に「=」がありません。"OSName=..." の間違いではありませんか?
+event:16: error: ")" +
+                many + R"(..." に「=」がありません
+event:16: warning: 行が 1023 バイトを超えています。以降は 1023 バイトごとに別の行として読み取られます
+event:16: error: "b" に「=」がありません (行の先頭から 1023 バイトより後)
+event: error: OSVersion がありません
+event: error: EventID がありません
+event: error: PartitionName がありません
+result: rejected (68)
+)",
+            ""}));
+  dir.write("list", "/none\n/dev/null\n");
+  EXPECT_EQ(
+      say("tanexics-check --strict list -i42 1123 more | sed 's/HOSTNAME=\"[^\"]*/HOSTNAME=\"x/'"),
+      (Said{
+          0,
+          R"(command line: warning: 番号は "23" になります。"-i42" の場合、次の語 "1123" から先頭の 2 文字を除いたものが番号です。-i 42 の間違いではありませんか?
+command line: warning: "more" とそれより後の語は無視されます
+list:1: warning: "/none" は存在しません
+list:2: warning: "/dev/null" はデバイスです
+インシデント (0x40017) を送信します: ファイル 2 個、計 0 バイト
+最初の通知 (2046 バイト中 43 バイト): INCNO="23",HOSTNAME="x",PART="1",TOTAL="2"
+ファイル "/none": サイズ不明
+ファイル "/dev/null": 0 バイト
+result: accepted, 4 warnings
+)",
+          ""}));
+  EXPECT_EQ(say("mkfifo pipe 2>&-; tanexics-check pipe -i ''"),
+            (Said{74, R"(command line: warning: 番号が空です
+pipe: warning: 名前付きパイプであるため、ここでは開きません。コマンドは終わりまで読み取ります
+result: not known
+)",
+                  ""}));
+}
+
+TEST_F(Japanese, CheckLooksAtTheEnvironment) {
+  dir.write("list", "/dev/null\n");
+  EXPECT_EQ(say("TANEX_LOG=none/log TMPDIR=/ tanexics-check --environment list -i ' 1' | "
+                "grep -E '^(command line|none/log|/): '")
+                .out,
+            R"(command line: warning: 番号は空白で始まっています
+none/log: warning: 書き込めません (そのようなファイルやディレクトリはありません)。実行の記録が残りません
+none/log: warning: ログの世代交代のときにシェルコマンドで使われます。英数字と /._- だけから成る絶対パスでなければなりません
+/: warning: ルートに近すぎます。一時ディレクトリが削除されません
+)");
+}
+
+TEST_F(Japanese, CheckTellsWhatIsCut) {
+  const std::string extract = dir.write("a.syslog.txt", "line");
+  dir.write("list", extract + "\n");
+  std::string event = "SendType=err\n";
+  for (const char* key : {"Time", "Label", "HostName", "OSType", "OSName", "OSVersion", "PkgName",
+                          "MsgType", "MsgID", "EventID", "PartitionName"}) {
+    event += key + ("=" + std::string(150, 'b')) + '\n';
+  }
+  dir.write("event", event);
+  const std::string field = '"' + std::string(150, 'b') + '"';
+  EXPECT_EQ(
+      say("tanexics-check list -r event").out,
+      R"(event:2: warning: 通知は 896 バイト中 896 バイトです。途中で切られる項目: OSVersion。送られない項目: PkgName、MsgType、MsgID、ログの行
+エラーイベント (0x40204) を送信します: ファイル 1 個、計 4 バイト
+通知 (896 バイト中 896 バイト): )" +
+          field + ",," + field + ',' + field + ',' + field + ',' + field + ",\"" +
+          std::string(128, 'b') + R"("
+途中で切られる項目: OSVersion
+含まれない項目: PkgName、MsgType、MsgID、ログの行
+ファイル ")" +
+          extract +
+          R"(": 4 バイト
+result: accepted, 1 warning
+)");
+}
+
+TEST_F(Japanese, CheckTellsOfTheWordsAlone) {
+  dir.write("empty", "");
+  const struct {
+    const char* words;
+    int status;
+    const char* fault;
+  } rows[] = {
+      {"", 68,
+       "command line: error: LISTFILE と、その後に -i NUMBER または -r EVENTFILE が必要です\n"},
+      {"empty -i", 68, "command line: error: -i の後に番号がありません\n"},
+      {"empty -i42", 68,
+       "command line: error: \"-i42\" では次の語から先頭の 2 文字を除いたものが番号になりますが、"
+       "次の語がありません。-i 42 の間違いではありませんか?\n"},
+      {"empty -i42 1", 68,
+       "command line: error: \"-i42\" では次の語から先頭の 2 文字を除いたものが番号になりますが、"
+       "\"1\" は 2 文字に足りません。-i 42 の間違いではありませんか?\n"},
+      {"empty -r", 68, "command line: error: -r の後に EVENTFILE がありません\n"},
+      {"empty x", 68, "command line: error: \"x\" は -i でも -r でもありません\n"},
+      {"-i empty", 68,
+       "command line: error: \"empty\" は -i でも -r でもありません。LISTFILE はこれらの前に置きます\n"},
+      {"empty -i 3", 68, ""},
+  };
+  for (const auto& row : rows) {
+    const std::string words = row.words;
+    const std::string ofList = words.empty() ? ""
+                               : words[0] == '-'
+                                   ? "-i: error: 存在しません\n"
+                                   : "empty: error: 送信するファイルが指定されていません\n";
+    EXPECT_EQ(say("tanexics-check " + words),
+              (Said{row.status, row.fault + ofList + "result: rejected (68)\n", ""}))
+        << words;
+  }
+  EXPECT_EQ(say("tanexics-check --nothing"),
+            (Said{64, "", "tanexics-check: 余分な引数があります: --nothing\n"}));
+  EXPECT_EQ(say("tanexics-check --help >/dev/full"),
+            (Said{74, "", "tanexics-check: 標準出力: デバイスに空き領域がありません\n"}));
+  EXPECT_EQ(say("tanexics-check --help"),
+            (Said{0, R"(tanexics が入力を受理するかどうか、何を送信するかを示します。
+
+使い方: tanexics-check [OPTIONS] LISTFILE -i NUMBER
+        tanexics-check [OPTIONS] LISTFILE -r EVENTFILE
+
+オプション:
+  -h,--help                   このヘルプを表示して終了します
+  --json                      JSON オブジェクトを 1 つ出力します
+  --strict                    警告がある場合は 1 で終了します
+  --environment               ライブラリ、ログなど、実行に必要なものも調べます
+  --version                   バージョンを表示して終了します
+
+)",
+                  ""}));
+}
+
+TEST_F(Japanese, CheckForProgramsIsTheSameForEverybody) {
+  dir.write("list", "/none\n\xa4\xa2\n");
+  dir.write("event", "Labell=x\n");
+  expectTheSameForEverybody("tanexics-check --json list -r event");
+  expectTheSameForEverybody("tanexics-check --json --environment list -i42 11");
+  expectTheSameForEverybody("tanexics-check --json list -i 1 >/dev/full");
+  expectTheSameForEverybody("tanexics-check --version");
+}
+
 // --- which language is spoken
 // ---------------------------------------------------------------------
 

@@ -4,6 +4,7 @@
 #include "sendevent/option.h"
 #include "tools/check/command.h"
 #include "tools/check/textmarks.h"
+#include "tools/common/language.h"
 
 namespace check {
 
@@ -12,18 +13,19 @@ namespace {
 bool isIncident(const char* option) { return beginsWith(option, "-i"); }
 bool isEvent(const char* option) { return beginsWith(option, "-r"); }
 
-/// What is hardly meant by a number that is joined to its option.
-std::string meantBy(const char* joined) { return "; did you mean -i " + shown(joined + 2) + '?'; }
-
 /// What is wrong with an incident's option that the command rejects.
 std::string incidentError(const char* option, const char* value) {
-  if (!isJoined(option)) return "no number after -i";
-  const std::string rule =
-      quoted(option) + " takes the number from the next word, without its first two characters, ";
-  return rule +
-         (value == nullptr ? std::string("and there is none")
-                           : "and " + quoted(value) + " has fewer than two") +
-         meantBy(option);
+  if (!isJoined(option)) return translated("no number after -i");
+  if (value == nullptr) {
+    return translated(
+        "%s takes the number from the next word, without its first two characters, and there is "
+        "none; did you mean -i %s?",
+        {quoted(option), shown(option + 2)});
+  }
+  return translated(
+      "%s takes the number from the next word, without its first two characters, and %s has fewer "
+      "than two; did you mean -i %s?",
+      {quoted(option), quoted(value), shown(option + 2)});
 }
 
 void checkIncident(CommandWords& words, FaultsOf& faults) {
@@ -34,14 +36,17 @@ void checkIncident(CommandWords& words, FaultsOf& faults) {
   }
   const std::string number = command.getParam("IncidentNumber");
   if (isJoined(words.option())) {
-    faults.warning(0, "the number is " + quoted(number) + ": after " + quoted(words.option()) +
-                          " it is the next word, " + quoted(words.value()) +
-                          ", without its first two characters" + meantBy(words.option()));
+    faults.warning(
+        0, translated("the number is %s: after %s it is the next word, %s, without its first two "
+                      "characters; did you mean -i %s?",
+                      {quoted(number), quoted(words.option()), quoted(words.value()),
+                       shown(words.option() + 2)}));
   } else if (number.empty()) {
-    faults.warning(0, "the number is empty");
+    faults.warning(0, translated("the number is empty"));
   }
   const std::vector<std::string> marks = marksOf(number);
-  if (!marks.empty()) faults.warning(0, "the number " + sentenceOf(marks));
+  // TRANSLATORS: followed by what is said of it, such as "begins with a blank"
+  if (!marks.empty()) faults.warning(0, translated("the number %s", {sentenceOf(marks)}));
 }
 
 }  // namespace
@@ -72,20 +77,23 @@ void checkWords(CommandWords& words, Faults& faults) {
   FaultsOf own(std::nullopt, faults);
   const char* option = words.option();
   if (option == nullptr) {
-    own.error(0, "LISTFILE is needed, and behind it -i NUMBER or -r EVENTFILE");
+    own.error(0, translated("LISTFILE is needed, and behind it -i NUMBER or -r EVENTFILE"));
     return;
   }
   if (isIncident(option)) {
     checkIncident(words, own);
   } else if (!isEvent(option)) {
     const bool isSwapped = isIncident(words.list()->c_str()) || isEvent(words.list()->c_str());
-    own.error(0, quoted(option) + " is neither -i nor -r" +
-                     (isSwapped ? "; LISTFILE stands before them" : ""));
+    own.error(0, isSwapped ? translated("%s is neither -i nor -r; LISTFILE stands before them",
+                                        {quoted(option)})
+                           : translated("%s is neither -i nor -r", {quoted(option)}));
   } else if (!words.definition()) {
-    own.error(0, "no EVENTFILE after -r");
+    own.error(0, translated("no EVENTFILE after -r"));
   }
   const std::string* ignored = words.firstIgnored();
-  if (ignored != nullptr) own.warning(0, quoted(*ignored) + " is ignored, and all behind it");
+  if (ignored != nullptr) {
+    own.warning(0, translated("%s is ignored, and all behind it", {quoted(*ignored)}));
+  }
 }
 
 }  // namespace check

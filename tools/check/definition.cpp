@@ -13,6 +13,7 @@
 #include "tools/check/command.h"
 #include "tools/check/pieces.h"
 #include "tools/check/textmarks.h"
+#include "tools/common/language.h"
 #include "tools/common/nearest.h"
 #include "tools/outcome/run.h"
 
@@ -61,17 +62,17 @@ Wrapping unwrapped(std::string_view key) {
   Wrapping wrapping;
   if (hasByteOrderMark(key)) {
     key.remove_prefix(kByteOrderMark.size());
-    wrapping.remarks.emplace_back("a byte order mark before it");
+    wrapping.remarks.push_back(translated("a byte order mark before it"));
   }
   const std::size_t size = key.size();
   while (!key.empty() && isBlank(key.front())) key.remove_prefix(1);
-  if (key.size() < size) wrapping.remarks.emplace_back("a blank before it");
+  if (key.size() < size) wrapping.remarks.push_back(translated("a blank before it"));
   const std::size_t rest = key.size();
   while (!key.empty() && isBlank(key.back())) key.remove_suffix(1);
-  if (key.size() < rest) wrapping.remarks.emplace_back("a blank before \"=\"");
+  if (key.size() < rest) wrapping.remarks.push_back(translated("a blank before \"=\""));
   if (key.size() > 1 && key.front() == '"' && key.back() == '"') {
     key = key.substr(1, key.size() - 2);
-    wrapping.remarks.emplace_back("quotes around it");
+    wrapping.remarks.push_back(translated("quotes around it"));
   }
   wrapping.bare = key;
   return wrapping;
@@ -89,17 +90,28 @@ struct Explanation {
   std::optional<std::string> meant;
 };
 
+/// What is wrong, with the rule that is to be remembered.
+std::string withCommentRule(const std::string& text) {
+  return translated("%s; a comment begins with \"#\" and nothing before it", {text});
+}
+
+/// What is wrong, with what is likely meant.
+std::string withMeant(const std::string& text, const std::string& meant) {
+  return translated("%s; did you mean %s?", {text, meant});
+}
+
 Explanation explainUnknownKey(const std::string& key, const std::vector<std::string>& keys) {
-  if (key.empty()) return {"no key before \"=\"", std::nullopt};
+  if (key.empty()) return {translated("no key before \"=\""), std::nullopt};
   const Wrapping wrapping = unwrapped(key);
-  Explanation explanation = {"unknown key " + quoted(key), meantBy(wrapping.bare, keys)};
+  Explanation explanation = {translated("unknown key %s", {quoted(key)}),
+                             meantBy(wrapping.bare, keys)};
   if (!wrapping.remarks.empty()) explanation.text += " (" + listed(wrapping.remarks) + ')';
   if (!wrapping.bare.empty() && wrapping.bare.front() == '#') {
-    explanation.text += "; a comment begins with \"#\" and nothing before it";
+    explanation.text = withCommentRule(explanation.text);
   } else if (explanation.meant && *explanation.meant != wrapping.bare) {
-    explanation.text += "; did you mean " + *explanation.meant + '?';
+    explanation.text = withMeant(explanation.text, *explanation.meant);
   } else if (!explanation.meant) {
-    explanation.text += "; tanexics-input(5) lists the keys";
+    explanation.text = translated("%s; tanexics-input(5) lists the keys", {explanation.text});
   }
   return explanation;
 }
@@ -109,18 +121,19 @@ bool isLetter(char byte) { return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' &
 
 Explanation explainMissingEquals(const std::string& text, const std::vector<std::string>& keys) {
   const std::string_view bare = unwrapped(text).bare;
-  Explanation explanation = {"no \"=\" in " + quoted(text), std::nullopt};
+  Explanation explanation = {translated("no \"=\" in %s", {quoted(text)}), std::nullopt};
   const std::string_view begin = bare.substr(0, 2);
   if (begin == "\xff\xfe" || begin == "\xfe\xff") {
-    explanation.text += "; a file in UTF-16 is not understood";
+    explanation.text = translated("%s; a file in UTF-16 is not understood", {explanation.text});
     return explanation;
   }
   if (bare.empty()) {
-    explanation.text += "; a line is skipped where it is empty, and not where it has blanks";
+    explanation.text = translated(
+        "%s; a line is skipped where it is empty, and not where it has blanks", {explanation.text});
     return explanation;
   }
   if (bare.front() == '#') {
-    explanation.text += "; a comment begins with \"#\" and nothing before it";
+    explanation.text = withCommentRule(explanation.text);
     return explanation;
   }
   const auto* const end = std::find_if_not(bare.begin(), bare.end(), isLetter);
@@ -129,9 +142,9 @@ Explanation explainMissingEquals(const std::string& text, const std::vector<std:
   if (!explanation.meant) return explanation;
   std::string_view value = bare.substr(length);
   value.remove_prefix(std::min(value.find_first_not_of(" \t:"), value.size()));
-  explanation.text +=
-      "; did you mean " +
-      quoted(*explanation.meant + '=' + (value.empty() ? "..." : std::string(value))) + '?';
+  explanation.text =
+      withMeant(explanation.text,
+                quoted(*explanation.meant + '=' + (value.empty() ? "..." : std::string(value))));
   return explanation;
 }
 
@@ -167,7 +180,7 @@ class DefinitionCheck {
   void addMissing(const std::string& path) {
     for (const std::string& key : m_keys) {
       if (m_command.checkRequiredKeys(path.c_str(), {key}) == kExitSuccess) continue;
-      if (m_meant.count(key) == 0) m_faults.error(0, key + " is missing");
+      if (m_meant.count(key) == 0) m_faults.error(0, translated("%s is missing", {key}));
     }
   }
 
@@ -182,12 +195,13 @@ class DefinitionCheck {
       explanation = explainUnknownKey(*reading.key, m_keys);
     } else {
       const bool isEmpty = reading.value.empty();
-      explanation = {
-          isEmpty ? *reading.key + " has no value" : quoted(reading.text) + " is rejected",
-          reading.key};
+      explanation = {isEmpty ? translated("%s has no value", {*reading.key})
+                             : translated("%s is rejected", {quoted(reading.text)}),
+                     reading.key};
     }
     if (offset > 0) {
-      explanation.text += " (behind " + std::to_string(offset) + " bytes of the line)";
+      explanation.text = translated("%s (behind %s bytes of the line)",
+                                    {explanation.text, std::to_string(offset)});
     }
     return explanation;
   }
@@ -195,17 +209,19 @@ class DefinitionCheck {
   void remarkOn(const std::string& key, const std::string& value, std::size_t line) {
     const auto before = lines.find(key);
     if (before != lines.end()) {
-      m_faults.warning(line, key + " once more: its value in line " +
-                                 std::to_string(before->second) + " does not count");
+      m_faults.warning(line, translated("%s once more: its value in line %s does not count",
+                                        {key, std::to_string(before->second)}));
     }
     if (key == kSendTypeKey && isNearlyError(value)) {
-      m_faults.warning(line, "SendType=" + shown(value) + " is sent as \"other event\" (" +
-                                 outcome::requestText(kKelNotifyOtherEvent) + "); only \"" +
-                                 kErrorType + "\" is exact");
+      m_faults.warning(
+          line, translated("SendType=%s is sent as \"other event\" (%s); only \"%s\" is exact",
+                           {shown(value), outcome::requestText(kKelNotifyOtherEvent), kErrorType}));
       return;
     }
     const std::vector<std::string> marks = marksOf(value);
-    if (!marks.empty()) m_faults.warning(line, "the value of " + key + ' ' + sentenceOf(marks));
+    if (marks.empty()) return;
+    // TRANSLATORS: a key, and what is said of its value, such as "begins with a blank"
+    m_faults.warning(line, translated("the value of %s %s", {key, sentenceOf(marks)}));
   }
 
   FaultsOf& m_faults;

@@ -14,6 +14,7 @@
 #include "common/files/filesystem.h"
 #include "common/files/removal.h"
 #include "log/CLog.h"
+#include "tools/common/language.h"
 
 namespace check {
 
@@ -56,8 +57,9 @@ void checkLibrary(Faults& faults) {
   };
   if (std::any_of(folders.begin(), folders.end(), hasLibrary)) return;
   FaultsOf(kLibrary, faults)
-      .warning(0, "is not in " + listed(folders, "or") +
-                      ": the loader would refuse the command, with the status 127");
+      .warning(0,
+               translated("is not in %s: the loader would refuse the command, with the status 127",
+                          {listedAsChoice(folders)}));
 }
 
 /// The action log as the command would choose it.
@@ -65,30 +67,31 @@ void checkLog(Faults& faults) {
   CLog log;
   log.init(nullptr, nullptr);
   const std::string& path = log.path();
-  constexpr char kNoRecord[] = ": a run keeps no record";
   if (path.empty()) {
-    FaultsOf("TANEX_LOG", faults).warning(0, std::string("is empty") + kNoRecord);
+    FaultsOf("TANEX_LOG", faults).warning(0, translated("is empty: a run keeps no record"));
     return;
   }
   FaultsOf own(path, faults);
   const std::size_t slash = path.rfind('/');
   const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-  std::string reason = isDir(path) != 0 ? "is a directory" : "";
+  std::string reason = isDir(path) != 0 ? translated("is a directory") : "";
   if (reason.empty() && isFile(path) != 0) reason = refusal(path, W_OK);
   if (reason.empty() && isFile(path) == 0) reason = refusal(folder, W_OK | X_OK);
-  if (!reason.empty()) own.warning(0, "cannot be written: " + reason + kNoRecord);
+  if (!reason.empty()) {
+    own.warning(0, translated("cannot be written: %s: a run keeps no record", {reason}));
+  }
   if (path.front() != '/' || !isPlainPath(path)) {
     own.warning(
-        0,
-        "is used in a shell command when the log is rotated: it must be an absolute path of "
-        "letters, digits and the characters /._-");
+        0, translated("is used in a shell command when the log is rotated: it must be an absolute "
+                      "path of letters, digits and the characters /._-"));
   }
   struct statvfs space = {};
   if (::statvfs(folder.c_str(), &space) != 0 || space.f_blocks == 0) return;
   const unsigned long long left = space.f_bavail * static_cast<unsigned long long>(space.f_frsize);
   if (left < kLogBytes) {
-    own.warning(0, "has " + std::to_string(left) + " bytes left on its file system, and takes " +
-                       std::to_string(kLogBytes) + " with its older generation");
+    own.warning(0, translated("has %s bytes left on its file system, and takes %s with its older "
+                              "generation",
+                              {std::to_string(left), std::to_string(kLogBytes)}));
   }
 }
 
@@ -97,9 +100,10 @@ void checkCollectionCommands(Faults& faults) {
 #include "sendevent/collectioncommands.inc"
        }) {
     if (isFile(program) == 0) {
-      FaultsOf(program, faults).warning(0, "does not exist: it would collect nothing");
+      FaultsOf(program, faults).warning(0, translated("does not exist: it would collect nothing"));
     } else if (isExecutable(program) == 0) {
-      FaultsOf(program, faults).warning(0, "cannot be executed: it would collect nothing");
+      FaultsOf(program, faults)
+          .warning(0, translated("cannot be executed: it would collect nothing"));
     }
   }
 }
@@ -111,15 +115,16 @@ void checkTemporaryFolder(Faults& faults) {
   FaultsOf own(folder, faults);
   const std::string reason = refusal(folder, W_OK | X_OK);
   if (!reason.empty()) {
-    own.warning(0, "can hold no temporary directory: " + reason + "; an incident ends with 78");
+    own.warning(
+        0, translated("can hold no temporary directory: %s; an incident ends with 78", {reason}));
   }
   if (!isPlainPath(folder)) {
-    own.warning(0,
-                "is put into shell commands as it is: it must have letters, digits and the "
-                "characters /._- alone");
+    own.warning(0, translated("is put into shell commands as it is: it must have letters, digits "
+                              "and the characters /._- alone"));
   }
   if (isAllowDelete(folder + "/swconXXXXXX_") == 0) {
-    own.warning(0, "is too near to the root: its temporary directory would not be removed");
+    own.warning(
+        0, translated("is too near to the root: its temporary directory would not be removed"));
   }
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "loopback/bytes.h"
+#include "tools/common/language.h"
 #include "tools/outcome/readable.h"
 
 namespace check {
@@ -11,6 +12,16 @@ namespace {
 
 /// What is shown of a text at most, in characters.
 constexpr std::size_t kMostShown = 200;
+
+/// Texts in a row; `last` is the message that has the last one behind all others.
+std::string inRow(const std::vector<std::string>& texts, const char* last) {
+  std::string row;
+  for (std::size_t at = 0; at < texts.size(); ++at) {
+    const char* message = at + 1 == texts.size() ? last : marked("%s, %s");
+    row = at == 0 ? texts[at] : translated(message, {row, texts[at]});
+  }
+  return row;
+}
 
 }  // namespace
 
@@ -29,9 +40,13 @@ void Faults::add(Fault fault) {
 std::string Faults::rest() const {
   const std::size_t keptWarnings = m_kept.size() - m_keptErrors;
   std::vector<std::string> kinds;
-  if (m_errors > m_keptErrors) kinds.push_back(counted(m_errors - m_keptErrors, "error"));
-  if (m_warnings > keptWarnings) kinds.push_back(counted(m_warnings - keptWarnings, "warning"));
-  return kinds.empty() ? "" : "... and " + listed(kinds) + " more";
+  if (const std::size_t number = m_errors - m_keptErrors; number > 0) {
+    kinds.push_back(translatedCount("%s error", "%s errors", number, {std::to_string(number)}));
+  }
+  if (const std::size_t number = m_warnings - keptWarnings; number > 0) {
+    kinds.push_back(translatedCount("%s warning", "%s warnings", number, {std::to_string(number)}));
+  }
+  return kinds.empty() ? "" : translated("... and %s more", {listed(kinds)});
 }
 
 std::string shown(std::string_view bytes) {
@@ -46,23 +61,20 @@ std::string shown(std::string_view bytes) {
 
 std::string quoted(std::string_view bytes) { return '"' + shown(bytes) + '"'; }
 
-std::string counted(std::size_t number, const std::string& what) {
-  return std::to_string(number) + ' ' + what + (number == 1 ? "" : "s");
-}
-
 std::string sentenceOf(const std::vector<std::string>& remarks) {
   std::string sentence;
-  for (const std::string& remark : remarks) sentence += (sentence.empty() ? "" : "; it ") + remark;
+  for (const std::string& remark : remarks) {
+    sentence = sentence.empty() ? remark : translated("%s; it %s", {sentence, remark});
+  }
   return sentence;
 }
 
-std::string listed(const std::vector<std::string>& texts, const std::string& last) {
-  std::string row;
-  for (std::size_t at = 0; at < texts.size(); ++at) {
-    if (at > 0) row += at + 1 == texts.size() ? " " + last + " " : ", ";
-    row += texts[at];
-  }
-  return row;
+std::string listed(const std::vector<std::string>& texts) {
+  return inRow(texts, marked("%s and %s"));
+}
+
+std::string listedAsChoice(const std::vector<std::string>& texts) {
+  return inRow(texts, marked("%s or %s"));
 }
 
 }  // namespace check

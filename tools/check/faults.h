@@ -14,7 +14,8 @@ struct Fault {
   std::optional<std::string> file;  ///< its path, as it was given; none: the command line
   std::size_t line = 0;             ///< the line of the file, from 1; 0: none in particular
   bool isError = false;             ///< whether the command rejects it; else it is a warning
-  std::string text;                 ///< what is wrong, in one sentence; UTF-8 without controls
+  /// What is wrong, in one sentence of the language that is spoken; UTF-8 without controls.
+  std::string text;
 };
 
 /// What was found, in the order in which it was found, as much of it as a reader can use.
@@ -70,14 +71,14 @@ std::string shown(std::string_view bytes);
 /// The same between double quotes.
 std::string quoted(std::string_view bytes);
 
-/// A number and what it counts, "1 warning" or "2 warnings".
-std::string counted(std::size_t number, const std::string& what);
-
 /// What is said of one thing, as one sentence on it: "is large; it is old".
 std::string sentenceOf(const std::vector<std::string>& remarks);
 
-/// Texts in a row: "a", "a and b", "a, b and c"; `last` is the word before the last one.
-std::string listed(const std::vector<std::string>& texts, const std::string& last = "and");
+/// Texts in a row: "a", "a and b", "a, b and c".
+std::string listed(const std::vector<std::string>& texts);
+
+/// The same with "or" before the last one.
+std::string listedAsChoice(const std::vector<std::string>& texts);
 
 }  // namespace check
 

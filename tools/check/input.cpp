@@ -12,6 +12,7 @@
 #include "common/base/descriptor.h"
 #include "common/base/piecereader.h"
 #include "common/files/filesystem.h"
+#include "tools/common/language.h"
 
 namespace check {
 
@@ -29,13 +30,15 @@ bool isNullDevice(const struct stat& status) {
 /// it would wait, or the caller may not know what the super-user can, as whom the command runs.
 Input failed(const std::string& what, int error, FaultsOf& faults) {
   if (error == EAGAIN) {
-    faults.warning(0, what + " at once, and is not waited for as the command would");
+    // TRANSLATORS: what cannot be done: "cannot be opened" or "cannot be read to its end"
+    faults.warning(0, translated("%s at once, and is not waited for as the command would", {what}));
     return {Extent::kUnknown, ""};
   }
   const std::string text = what + ": " + std::strerror(error);
   if (error == EACCES && isAdmin() == 0) {
-    faults.warning(0,
-                   text + "; whether the super-user can, as whom the command runs, is not known");
+    faults.warning(
+        0, translated("%s; whether the super-user can, as whom the command runs, is not known",
+                      {text}));
     return {Extent::kUnknown, ""};
   }
   faults.error(0, text);
@@ -68,42 +71,42 @@ void cutToLines(std::string& bytes) {
 }  // namespace
 
 const char* specialKind(mode_t mode) {
-  if (S_ISFIFO(mode)) return "a FIFO";
-  if (S_ISSOCK(mode)) return "a socket";
-  if (S_ISCHR(mode) || S_ISBLK(mode)) return "a device";
-  return S_ISREG(mode) || S_ISDIR(mode) ? nullptr : "no regular file";
+  if (S_ISFIFO(mode)) return marked("a FIFO");
+  if (S_ISSOCK(mode)) return marked("a socket");
+  if (S_ISCHR(mode) || S_ISBLK(mode)) return marked("a device");
+  return S_ISREG(mode) || S_ISDIR(mode) ? nullptr : marked("no regular file");
 }
 
 Input readInput(const std::string& path, FaultsOf& faults) {
   struct stat status = {};
   if (::stat(path.c_str(), &status) != 0) {
-    if (errno != ENOENT) return failed("cannot be examined", errno, faults);
-    faults.error(0, "does not exist");
+    if (errno != ENOENT) return failed(translated("cannot be examined"), errno, faults);
+    faults.error(0, translated("does not exist"));
     return {Extent::kRejected, ""};
   }
   if (isFile(path) == 0) {
-    faults.error(0, "is a directory");
+    faults.error(0, translated("is a directory"));
     return {Extent::kRejected, ""};
   }
   if (isNullDevice(status)) return {Extent::kWhole, ""};
   if (!S_ISREG(status.st_mode) && !S_ISSOCK(status.st_mode)) {
-    faults.warning(0, std::string("is ") + specialKind(status.st_mode) +
-                          ", and not opened here: the command reads it until it ends");
+    faults.warning(0, translated("is %s, and not opened here: the command reads it until it ends",
+                                 {translated(specialKind(status.st_mode))}));
     return {};
   }
   // A regular file of the system, or one with a lease, may make its readers wait all the same.
   const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!file.isOpen()) return failed("cannot be opened", errno, faults);
+  if (!file.isOpen()) return failed(translated("cannot be opened"), errno, faults);
   Input input;
   input.extent = Extent::kWhole;
   const int error = readSome(file.get(), input.bytes);
   if (error != 0) {
-    input.extent = failed("cannot be read to its end", error, faults).extent;
+    input.extent = failed(translated("cannot be read to its end"), error, faults).extent;
   } else if (input.bytes.size() > kMostBytes) {
     input.extent = Extent::kPart;
     cutToLines(input.bytes);
-    faults.warning(0, "is too large to be checked as a whole: its first " +
-                          std::to_string(input.bytes.size()) + " bytes are");
+    faults.warning(0, translated("is too large to be checked as a whole: its first %s bytes are",
+                                 {std::to_string(input.bytes.size())}));
   }
   return input;
 }

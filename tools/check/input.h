@@ -33,7 +33,7 @@ struct Input {
 Input readInput(const std::string& path, FaultsOf& faults);
 
 /// What a file is that is neither regular nor a directory, such as "a FIFO" or "a device"; null for
-/// those two.
+/// those two. A message, to be translated.
 const char* specialKind(mode_t mode);
 
 }  // namespace check

@@ -13,6 +13,7 @@
 #include "common/text/text.h"
 #include "tools/check/pieces.h"
 #include "tools/check/textmarks.h"
+#include "tools/common/language.h"
 
 namespace check {
 
@@ -22,12 +23,14 @@ namespace {
 std::string stateOf(const std::string& path) {
   struct stat status = {};
   if (::stat(path.c_str(), &status) != 0) {
-    return errno == ENOENT ? "does not exist"
-                           : std::string("cannot be examined: ") + std::strerror(errno);
+    const int error = errno;
+    return error == ENOENT ? translated("does not exist")
+                           : translated("cannot be examined: %s", {std::strerror(error)});
   }
-  if (S_ISDIR(status.st_mode)) return "is a directory";
-  if (const char* kind = specialKind(status.st_mode)) return std::string("is ") + kind;
-  if (isReadable(path) == 0) return std::string("cannot be read: ") + std::strerror(errno);
+  if (S_ISDIR(status.st_mode)) return translated("is a directory");
+  if (const char* kind = specialKind(status.st_mode))
+    return translated("is %s", {translated(kind)});
+  if (isReadable(path) == 0) return translated("cannot be read: %s", {std::strerror(errno)});
   return "";
 }
 
@@ -40,17 +43,19 @@ class EntryRemarks {
   void add(const std::string& path, std::size_t line) {
     std::vector<std::string> remarks = marksOf(path);
     if (path.front() == '#') {
-      remarks.insert(remarks.begin(), "is taken as a file name");
+      remarks.insert(remarks.begin(), translated("is taken as a file name"));
     } else if (path.front() != '/') {
-      remarks.emplace_back("is relative to where the command is started");
+      remarks.push_back(translated("is relative to where the command is started"));
     }
     const auto [first, isNew] = m_lines.emplace(path, line);
     if (!isNew) {
-      remarks.push_back("stands in line " + std::to_string(first->second) +
-                        " too, and is sent once for each");
+      remarks.push_back(translated("stands in line %s too, and is sent once for each",
+                                   {std::to_string(first->second)}));
     }
     if (std::string state = stateOf(path); !state.empty()) remarks.push_back(std::move(state));
-    if (!remarks.empty()) m_faults.warning(line, quoted(path) + ' ' + sentenceOf(remarks));
+    if (remarks.empty()) return;
+    // TRANSLATORS: a path, and what is said of it, such as "is a directory"
+    m_faults.warning(line, translated("%s %s", {quoted(path), sentenceOf(remarks)}));
   }
 
  private:
@@ -73,15 +78,18 @@ List checkList(const std::string& path, Faults& faults) {
     if (piece.text[0] == '\0') return true;
     if (list.paths.size() == kMostEntries) {
       list.extent = Extent::kPart;
-      own.warning(piece.line, "names too many files to be checked as a whole: the first " +
-                                  std::to_string(kMostEntries) + " are");
+      own.warning(piece.line,
+                  translated("names too many files to be checked as a whole: the first %s are",
+                             {std::to_string(kMostEntries)}));
       return false;
     }
     entries.add(list.paths.emplace_back(piece.text), piece.line);
     list.lines.push_back(piece.line);
     return true;
   });
-  if (list.extent == Extent::kWhole && list.paths.empty()) own.error(0, "names no file to send");
+  if (list.extent == Extent::kWhole && list.paths.empty()) {
+    own.error(0, translated("names no file to send"));
+  }
   return list;
 }
 

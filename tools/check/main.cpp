@@ -2,21 +2,26 @@
 
 #include <cerrno>
 #include <cstring>
-#include <iostream>
 
 #include "common/base/callersignals.h"
 #include "tools/check/json.h"
 #include "tools/check/options.h"
 #include "tools/check/plain.h"
 #include "tools/check/report.h"
+#include "tools/common/complain.h"
+#include "tools/common/language.h"
 #include "tools/common/standardoutput.h"
 
 namespace {
 
 using check::Answer;
 
-int complain(const std::string& message) {
-  std::cerr << "tanexics-check: " << message << '\n';
+constexpr char kProgram[] = "tanexics-check";
+
+/// Tells that standard output could not be written, for the reason `error`. Returns the exit
+/// status.
+int failedOutput(int error) {
+  complain(kProgram, translated("standard output") + ": " + std::strerror(error));
   return check::kCannotTell;
 }
 
@@ -47,19 +52,24 @@ void print(const check::Report& report, bool isJson, StandardOutput& output) {
 int main(int argc, char** argv) {
   settleSignals();  // as the command: it asks a child of its own for the name of the machine
   StandardOutput output;
-  if (output.error() != 0)
-    return complain(std::string("standard output: ") + std::strerror(output.error()));
+  speakAsCaller(TANEXICS_CATALOGUES);
+  if (output.error() != 0) return failedOutput(output.error());
   check::Options options;
-  if (const auto status = check::readOptions(argc, argv, options)) {
-    if (std::cout.flush()) return *status;
-    return complain(std::string("standard output: ") + std::strerror(errno));
+  std::string text;
+  if (const auto status = check::readOptions(argc, argv, options, text)) {
+    output.write(text);
+    output.flush();
+    return output.error() == 0 ? *status : failedOutput(output.error());
   }
+  if (options.json) speakEnglish();  // what programs read is the same for everybody
   const check::Report report = check::reportOn(options.words, options.environment);
   print(report, options.json, output);
   const int error = output.error();
   // Whoever reads no further knows that already.
   if (error == EPIPE) return check::kCannotTell;
-  if (error != 0) return complain(std::string("standard output: ") + std::strerror(error));
-  if (report.hasChanged) complain("the input has changed while it was checked");
+  if (error != 0) return failedOutput(error);
+  if (report.hasChanged) {
+    complain(kProgram, translated("the input has changed while it was checked"));
+  }
   return statusOf(report, options.strict);
 }

@@ -6,11 +6,12 @@
 #include <vector>
 
 #include "tools/check/command.h"
+#include "tools/common/language.h"
 
 namespace check {
 
 /// The name of the last field of an event's notification, for which there is no key.
-constexpr char kLogLine[] = "log line";
+constexpr const char* kLogLine = marked("log line");
 
 /// A field of which not all is sent.
 struct Loss {

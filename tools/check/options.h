@@ -23,9 +23,10 @@ struct Options {
 };
 
 /// Reads the options in front of the command's words. Returns nothing when there is something to
-/// check, otherwise the exit status: 0 after printing the help or the version, `kWrongUsage` after
-/// telling on standard error what is wrong.
-std::optional<int> readOptions(int argc, const char* const* argv, Options& options);
+/// check, otherwise the exit status: 0 with the help or the version as `text` to print,
+/// `kWrongUsage` after telling on standard error what is wrong.
+std::optional<int> readOptions(int argc, const char* const* argv, Options& options,
+                               std::string& text);
 
 }  // namespace check
 

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "common/base/piecereader.h"
+#include "tools/common/language.h"
 
 namespace check {
 
@@ -36,13 +37,16 @@ void PieceRemarks::add(const Piece& piece) {
   const bool isMore = piece.offset > 0 && piece.text[std::strspn(piece.text, "\r\n")] != '\0';
   if (isMore && m_longLine != piece.line) {
     m_longLine = piece.line;
-    m_faults.warning(piece.line, "the line is longer than " + std::to_string(kPieceBytes) +
-                                     " bytes: each further " + std::to_string(kPieceBytes) +
-                                     " bytes are read as a line of their own");
+    const std::string most = std::to_string(kPieceBytes);
+    m_faults.warning(piece.line,
+                     translated("the line is longer than %s bytes: each further %s bytes are read "
+                                "as a line of their own",
+                                {most, most}));
   }
   if (piece.bytes.find('\0') != std::string_view::npos && m_zeroLine != piece.line) {
     m_zeroLine = piece.line;
-    m_faults.warning(piece.line, "a zero byte: what follows it in the line is not read");
+    m_faults.warning(piece.line,
+                     translated("a zero byte: what follows it in the line is not read"));
   }
 }
 

@@ -7,6 +7,7 @@
 #include "rmglib/kelcom.h"
 #include "sendevent/exitstatus.h"
 #include "tools/check/command.h"
+#include "tools/common/language.h"
 #include "tools/outcome/readable.h"
 #include "tools/outcome/run.h"
 
@@ -19,6 +20,9 @@ constexpr std::size_t kIndent = 4;
 std::string readable(const std::string& bytes) {
   return outcome::readable(bytes, outcome::Encoding::kEither);
 }
+
+// Places, severities and the result are words that scripts look for: they are the same in every
+// language.
 
 std::string placeOf(const Fault& fault) {
   if (!fault.file) return "command line";
@@ -41,8 +45,17 @@ std::string resultOf(const Report& report, const Terminal& terminal) {
       break;
   }
   const std::size_t warnings = report.faults.warnings();
-  return coloured("accepted", kGreen, terminal) +
-         (warnings > 0 ? ", " + counted(warnings, "warning") : "");
+  const std::string accepted = coloured("accepted", kGreen, terminal);
+  if (warnings == 0) return accepted;
+  return accepted + ", " + std::to_string(warnings) + (warnings == 1 ? " warning" : " warnings");
+}
+
+std::string filesText(std::size_t number) {
+  return translatedCount("%s file", "%s files", number, {std::to_string(number)});
+}
+
+std::string bytesText(std::uint64_t number) {
+  return translatedCount("%s byte", "%s bytes", number, {std::to_string(number)});
 }
 
 /// What would be sent, in one line.
@@ -52,37 +65,48 @@ std::string sendingOf(const Report& report) {
   const unsigned code = isIncident ? kKelNotifyIncident
                         : isError  ? kKelNotifyErrorEvent
                                    : kKelNotifyOtherEvent;
-  const char* what = isIncident ? "an incident" : isError ? "an error event" : "another event";
+  const char* what = isIncident ? marked("an incident")
+                     : isError  ? marked("an error event")
+                                : marked("another event");
   std::uint64_t bytes = 0;
   for (const ListedFile& file : report.files) {
     bytes += static_cast<std::uint64_t>(file.bytes.value_or(0));
   }
-  return std::string("sends ") + what + " (" + outcome::requestText(code) + ") with " +
-         counted(report.files.size(), "file") + " of " + counted(bytes, "byte");
+  // TRANSLATORS: "an incident", its code, "2 files" and "300 bytes"
+  return translated("sends %s (%s) with %s of %s",
+                    {translated(what), outcome::requestText(code), filesText(report.files.size()),
+                     bytesText(bytes)});
 }
 
 std::string notificationOf(const Report& report) {
   const bool isFirst = report.eventType == Command::kIncident && report.files.size() > 1;
-  std::string head = isFirst ? "first notification" : "notification";
-  if (!report.notification) return head + ": not known";
+  if (!report.notification) {
+    return translated(isFirst ? marked("first notification: not known")
+                              : marked("notification: not known"));
+  }
   const Notification& notification = *report.notification;
-  return head + " (" + std::to_string(notification.text.size()) + " of " +
-         std::to_string(notification.limit) + " bytes): " + readable(notification.text);
+  return translated(isFirst ? marked("first notification (%s of %s bytes): %s")
+                            : marked("notification (%s of %s bytes): %s"),
+                    {std::to_string(notification.text.size()), std::to_string(notification.limit),
+                     readable(notification.text)});
 }
 
 /// The fields that are cut, or that are left out; empty for none.
 std::string lossesOf(const Notification& notification, bool isPart) {
   std::vector<std::string> fields;
   for (const Loss& loss : notification.losses) {
-    if (loss.isPart == isPart) fields.push_back(loss.field);
+    if (loss.isPart != isPart) continue;
+    fields.push_back(loss.field == kLogLine ? translated(kLogLine) : loss.field);
   }
   if (fields.empty()) return "";
-  return (isPart ? "cut in it: " : "left out of it: ") + listed(fields);
+  return translated(isPart ? marked("cut in it: %s") : marked("left out of it: %s"),
+                    {listed(fields)});
 }
 
 std::string fileOf(const ListedFile& file) {
-  return "file \"" + readable(file.path) + "\": " +
-         (file.bytes ? counted(static_cast<std::size_t>(*file.bytes), "byte") : "not measured");
+  const std::string path = readable(file.path);
+  if (!file.bytes) return translated("file \"%s\": not measured", {path});
+  return translated("file \"%s\": %s", {path, bytesText(static_cast<std::uint64_t>(*file.bytes))});
 }
 
 }  // namespace
@@ -106,7 +130,7 @@ void writePlain(const Report& report, const Terminal& terminal,
     const std::size_t shown = std::min(report.files.size(), kMostFilesShown);
     for (std::size_t at = 0; at < shown; ++at) writeLine(fileOf(report.files[at]));
     if (shown < report.files.size()) {
-      writeLine("... and " + counted(report.files.size() - shown, "file") + " more");
+      writeLine(translated("... and %s more", {filesText(report.files.size() - shown)}));
     }
   }
   writeLine("result: " + resultOf(report, terminal));

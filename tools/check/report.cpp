@@ -11,6 +11,7 @@
 #include "tools/check/definition.h"
 #include "tools/check/environment.h"
 #include "tools/check/list.h"
+#include "tools/common/language.h"
 
 namespace check {
 
@@ -24,7 +25,8 @@ bool isLogExtract(const std::string& path) {
   return line.empty();
 }
 
-/// Why a file must not be opened to see what the command would read of it; null where it may.
+/// Why a file must not be opened to see what the command would read of it, see `specialKind`; null
+/// where it may.
 const char* reasonNotToOpen(const std::string& path) {
   struct stat status = {};
   if (::stat(path.c_str(), &status) != 0 || S_ISSOCK(status.st_mode)) return nullptr;
@@ -111,21 +113,23 @@ class Check {
     std::string text;
     if (extract == m_list->paths.end()) {
       m_command.getSyslogLine(m_command.m_sendFileList, text);
-      own.warning(0, "no path has .syslog.txt or .apllog.txt in it: the notification quotes " +
-                         quoted(text) + " instead of a line");
+      own.warning(0, translated("no path has .syslog.txt or .apllog.txt in it: the notification "
+                                "quotes %s instead of a line",
+                                {quoted(text)}));
       return true;
     }
     const std::size_t line =
         m_list->lines[static_cast<std::size_t>(extract - m_list->paths.begin())];
     if (const char* kind = reasonNotToOpen(*extract)) {
-      own.warning(line,
-                  quoted(*extract) + " is " + kind +
-                      ", and not opened here: the line that the notification quotes is not known");
+      own.warning(line, translated("%s is %s, and not opened here: the line that the notification "
+                                   "quotes is not known",
+                                   {quoted(*extract), translated(kind)}));
       return false;
     }
     m_command.getSyslogLine(m_command.m_sendFileList, text);
     if (text.empty()) {
-      own.warning(line, quoted(*extract) + " has no line that the notification could quote");
+      own.warning(
+          line, translated("%s has no line that the notification could quote", {quoted(*extract)}));
     }
     return true;
   }
@@ -136,14 +140,15 @@ class Check {
     std::vector<std::string> cut;
     std::vector<std::string> left;
     for (const Loss& loss : notification.losses) {
-      const std::string name = loss.field == kLogLine ? std::string("the ") + kLogLine : loss.field;
+      const std::string name = loss.field == kLogLine ? translated("the log line") : loss.field;
       (loss.isPart ? cut : left).push_back(name);
     }
     if (left.empty() && (cut.empty() || notification.losses.front().field == kLogLine)) return;
-    std::string text = "the notification is " + std::to_string(notification.text.size()) + " of " +
-                       std::to_string(notification.limit) + " bytes";
-    if (!cut.empty()) text += "; cut: " + listed(cut);
-    if (!left.empty()) text += "; not sent: " + listed(left);
+    std::string text =
+        translated("the notification is %s of %s bytes",
+                   {std::to_string(notification.text.size()), std::to_string(notification.limit)});
+    if (!cut.empty()) text = translated("%s; cut: %s", {text, listed(cut)});
+    if (!left.empty()) text = translated("%s; not sent: %s", {text, listed(left)});
     faults.warning(m_definition ? m_definition->lines[notification.longestField] : 0, text);
   }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "tools/common/language.h"
+
 namespace check {
 
 namespace {
@@ -22,14 +24,19 @@ bool hasByteOrderMark(std::string_view text) {
 std::vector<std::string> marksOf(std::string_view text) {
   std::vector<std::string> marks;
   if (text.empty()) return marks;
-  if (hasByteOrderMark(text)) marks.emplace_back("begins with a byte order mark");
+  if (hasByteOrderMark(text)) marks.push_back(translated("begins with a byte order mark"));
   const bool isBefore = isBlank(text.front());
   const bool isAfter = isBlank(text.back());
-  if (isBefore || isAfter) {
-    marks.push_back(std::string(isBefore ? "begins " : "") + (isBefore && isAfter ? "and " : "") +
-                    (isAfter ? "ends " : "") + "with a blank");
+  if (isBefore && isAfter) {
+    marks.push_back(translated("begins and ends with a blank"));
+  } else if (isBefore) {
+    marks.push_back(translated("begins with a blank"));
+  } else if (isAfter) {
+    marks.push_back(translated("ends with a blank"));
   }
-  if (std::any_of(text.begin(), text.end(), isControl)) marks.emplace_back("has control bytes");
+  if (std::any_of(text.begin(), text.end(), isControl)) {
+    marks.push_back(translated("has control bytes"));
+  }
   return marks;
 }
 

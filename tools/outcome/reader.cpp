@@ -123,7 +123,7 @@ std::size_t Reader::readPiece(std::string_view bytes, bool isWhole) {
   std::string_view text = bytes.substr(0, length);
   const bool isEndOfLine = length < bytes.size() && bytes[length] == '\n';
   if (isEndOfLine && text.back() == '\r') text.remove_suffix(1);
-  const bool hasOwnFeed = isEndOfLine && endsInLineFeed(text);
+  const bool hasOwnFeed = isEndOfLine && !text.empty() && endsInLineFeed(text);
   if (!text.empty()) onText(text);
   return length + (hasOwnFeed ? 1 : 0);
 }

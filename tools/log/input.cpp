@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -26,11 +27,6 @@ std::string olderOf(const std::string& log) {
   return log.substr(0, log.rfind('/') + 1) + retrieveName(log.c_str()) + ".bak";
 }
 
-bool isThere(const std::string& path) {
-  struct stat status = {};
-  return ::stat(path.c_str(), &status) == 0;
-}
-
 std::string reasonOf(int error) { return std::strerror(error); }
 
 /// Reads from `file` to its end. Gives the reason in words where that fails.
@@ -43,6 +39,33 @@ std::string readToEnd(int file, const std::function<bool(std::string_view)>& tak
     if (count < 0) return reasonOf(errno);
     if (!take(std::string_view(piece.data(), static_cast<std::size_t>(count)))) return "";
   }
+}
+
+/// When a file was last written, how long it is, and which file it is; all 0 where there is none.
+std::array<std::uint64_t, 5> stateOf(const std::string& path) {
+  struct stat now = {};
+  if (::stat(path.c_str(), &now) != 0) return {};
+  const auto number = [](auto value) { return static_cast<std::uint64_t>(value); };
+  return {number(now.st_dev), number(now.st_ino), number(now.st_size), number(now.st_mtim.tv_sec),
+          number(now.st_mtim.tv_nsec)};
+}
+
+/// The bytes of a file of a rotation; nothing where it is none.
+std::optional<std::string> generationOf(const std::string& path) {
+  constexpr std::size_t kMostBytes = 8 << 20;
+  struct stat status = {};
+  if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  std::string all;
+  const auto keep = [&](std::string_view bytes) {
+    all += bytes;
+    return all.size() <= kMostBytes;
+  };
+  if (!readFile(path, keep).empty() || all.size() > kMostBytes) return std::nullopt;
+  return all;
+}
+
+bool beginsWith(const std::string& text, const std::string& begin) {
+  return text.compare(0, begin.size(), begin) == 0;
 }
 
 /// A file that grows, and what was read of it last: a rotation that empties it has copied it
@@ -118,7 +141,7 @@ std::vector<Log> logsOf(const std::vector<std::string>& words) {
     CLog written;
     written.init(nullptr, nullptr);
     const std::string& log = written.path();
-    if (isThere(olderOf(log)) && olderOf(log) != log) return {{{olderOf(log), log}}};
+    if (olderOf(log) != log) return {{{olderOf(log), log}, /*mayLackOlder=*/true}};
     return {{{log}}};
   }
   for (const std::string& word : words) {
@@ -131,6 +154,31 @@ std::vector<Log> logsOf(const std::vector<std::string>& words) {
     }
   }
   return logs;
+}
+
+bool isThere(const std::string& path) {
+  struct stat status = {};
+  return ::stat(path.c_str(), &status) == 0;
+}
+
+std::optional<std::string> readTogether(const Log& log) {
+  constexpr int kMostAttempts = 20;
+  constexpr auto kPause = std::chrono::milliseconds(5);
+  if (log.files.size() != 2) return std::nullopt;
+  const std::string& older = log.files.front();
+  for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
+    if (attempt > 0) std::this_thread::sleep_for(kPause);
+    const auto before = stateOf(older);
+    const std::optional<std::string> now = generationOf(log.name());
+    const bool isLacking = log.mayLackOlder && !isThere(older);
+    std::optional<std::string> then = isLacking ? "" : generationOf(older);
+    if (!now || !then) return std::nullopt;
+    // The copy is made, or is being made, and the log is not empty yet.
+    const bool isCopied =
+        !isLacking && !now->empty() && (beginsWith(*now, *then) || beginsWith(*then, *now));
+    if (stateOf(older) == before && !isCopied) return *then += *now;
+  }
+  return std::nullopt;
 }
 
 std::string readFile(const std::string& path, const std::function<bool(std::string_view)>& take) {

@@ -152,23 +152,35 @@ int explainWords(int count, const char* const* words, StandardOutput& output) {
   return output.error() == 0 ? status : failedOutput(output.error());
 }
 
+/// Reads a log of one file or two, one after the other. Returns whether they could be read.
+bool readLog(const Log& log, const Options& options, Output& output, outcome::Reader& reader) {
+  bool isComplete = true;
+  for (const std::string& file : log.files) {
+    if (log.mayLackOlder && file != log.name() && !isThere(file)) continue;
+    const bool isFollowed = options.follow && file == log.name();
+    const auto take = [&](std::string_view bytes) {
+      reader.feed(bytes);
+      if (isFollowed) output.flush();
+      return !output.hasFailed();
+    };
+    const std::string reason = isFollowed ? followFile(file, take) : readFile(file, take);
+    if (reason.empty()) continue;
+    complainOf(file, reason);
+    isComplete = false;
+  }
+  return isComplete;
+}
+
 /// Reads the logs one after the other. Returns whether all of them could be read.
 bool readAll(const Options& options, Output& output, std::string& foreignLine) {
   bool isComplete = true;
   for (const Log& log : logsOf(options.logs)) {
     outcome::Reader reader([&](Run run) { output.add(log.name(), std::move(run)); },
                            options.lines || options.explain || !options.html.empty());
-    for (const std::string& file : log.files) {
-      const bool isFollowed = options.follow && file == log.name();
-      const auto take = [&](std::string_view bytes) {
-        reader.feed(bytes);
-        if (isFollowed) output.flush();
-        return !output.hasFailed();
-      };
-      const std::string reason = isFollowed ? followFile(file, take) : readFile(file, take);
-      if (reason.empty()) continue;
-      complainOf(file, reason);
-      isComplete = false;
+    if (const auto bytes = options.follow ? std::nullopt : readTogether(log)) {
+      reader.feed(*bytes);
+    } else {
+      isComplete = readLog(log, options, output, reader) && isComplete;
     }
     reader.finish();
     if (foreignLine.empty()) foreignLine = reader.firstForeignLine();

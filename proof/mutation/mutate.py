@@ -27,7 +27,7 @@ import time
 from collections import Counter, defaultdict
 from pathlib import Path
 
-from mutants import mutants_of
+from mutants import Mutant, mutants_of
 
 HERE = Path(__file__).resolve().parent
 ROOT = HERE.parent.parent
@@ -44,6 +44,9 @@ COMPILE_LIMIT = 120
 LEAST_TIME_LIMIT = 10  # seconds, and thrice what the cases take without a mutant
 PLAIN_TIME_LIMIT = 300
 QUICK = 0.2  # seconds: what a case takes that does not have to wait for the others
+# And what one takes that is run for a mutant of another unit: a case of a large input or of a long wait hardly notices
+# what no other one does. Where it would, the mutant counts as a survivor.
+BEARABLE = 2.0
 GONE = ("killed", "overran")
 LEAST_SHARE = 95.0  # percent of the mutants, killed: below it the run fails
 # A source that a test has as a part, and no library.
@@ -182,12 +185,13 @@ class Base:
         return {name: int(ms) / 1000 for outcome, name, ms in outcomes if outcome == "OK"}
 
     def execute(self, program, cases=None, tools=()):
-        """Runs these cases of a program up to the first that fails; without cases, all of them to the end. `tools`
-        take the place of those of the same name that were built."""
+        """Runs these cases of a program up to the first that fails; without cases, all of them to the end. It and
+        `tools` take the place of those of the same name that were built: some look at what stands beside them."""
         words = SANDBOX + ["--ro-bind", str(self.folder), str(self.folder)]
-        for tool in tools:
-            words += ["--ro-bind", str(tool), str(self.build / tool.name)]
-        words.append(str(program))
+        built = self.build / "tests" / program.name
+        for replaced, by in [(built, program), *((self.build / tool.name, tool) for tool in tools)]:
+            words += ["--ro-bind", str(by), str(replaced)]
+        words.append(str(built))
         if cases:
             words += ["--gtest_fail_fast", "--gtest_filter=" + ":".join(cases)]
         shards = SHARDS
@@ -236,15 +240,19 @@ class Trial:
         self.mutant = mutant
         self.is_judged = is_judged
 
+    def prepared(self, folder):
+        """The source, changed, in a folder of its own."""
+        self.folder = folder
+        self.object = folder / "mutant.o"
+        # The folder is an include directory too, for the one source that a test includes: main.cpp.
+        source = folder.joinpath(*Path(self.mutant.path).parts[1:])
+        source.parent.mkdir(parents=True)
+        source.write_text(self.mutant.apply((self.base.tree / self.mutant.path).read_text()))
+        return source
+
     def verdict(self):
         with tempfile.TemporaryDirectory(dir=self.base.folder) as folder:
-            self.folder = Path(folder)
-            # The folder is an include directory too, for the one source that a test includes: main.cpp.
-            source = self.folder.joinpath(*Path(self.mutant.path).parts[1:])
-            source.parent.mkdir(parents=True)
-            text = (self.base.tree / self.mutant.path).read_text()
-            source.write_text(self.mutant.apply(text))
-            self.object = self.folder / "mutant.o"
+            source = self.prepared(Path(folder))
             if not self.compiled(source, self.object):
                 return "stillborn", ""
             outcome, test = self.tried_by(self.steps(own=True))
@@ -252,6 +260,13 @@ class Trial:
                 return "same code", ""
             # A judged mutant has been through all else.
             return self.tried_by(self.steps(own=False)) if outcome == "survived" and not self.is_judged else (outcome, test)
+
+    def is_control(self):
+        """Whether the tests notice nothing of this mutant, which changes nothing."""
+        with tempfile.TemporaryDirectory(dir=self.base.folder) as folder:
+            source = self.prepared(Path(folder))
+            return self.compiled(source, self.object) and all(
+                self.tried_by(self.steps(own))[0] == "survived" for own in (True, False))
 
     def tried_by(self, tests):
         """What takes least first."""
@@ -292,7 +307,8 @@ class Trial:
             named = self.named_cases(test, has_file)
             if own and not named:
                 continue
-            times = {case: seconds for case, seconds in self.base.times(test).items() if own == (case in named)}
+            times = {case: seconds for case, seconds in self.base.times(test).items()
+                     if own == (case in named) and (has_file and own or seconds < BEARABLE)}
             yield test, {case: seconds for case, seconds in times.items() if seconds < QUICK}
             yield test, {case: seconds for case, seconds in times.items() if seconds >= QUICK}
 
@@ -400,6 +416,10 @@ def chosen(options):
 def tried(base, mutants, keys, jobs):
     """The verdicts by the mutants; each is told on standard error as it is found."""
     verdicts, judged = {}, judgements()
+    # What notices a mutant that changes nothing would notice each of them.
+    for path in {mutant.path for mutant in mutants[:jobs]}:
+        if not Trial(base, Mutant(path, 0, "", "", 1, "none"), is_judged=False).is_control():
+            sys.exit(f"{path}: a test fails although nothing is changed")
     with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
         trials = {pool.submit(Trial(base, mutant, keys[mutant] in judged).verdict): mutant for mutant in mutants}
         for count, trial in enumerate(concurrent.futures.as_completed(trials), 1):

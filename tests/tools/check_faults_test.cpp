@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "tools/check/faults.h"
+#include "tools/common/listed.h"
 
 namespace {
 
@@ -45,10 +46,10 @@ TEST(CheckFaults, Text_IsReadableAndNotTooLong) {
 }
 
 TEST(CheckFaults, Words_AreJoined) {
-  EXPECT_EQ(check::listed({}), "");
-  EXPECT_EQ(check::listed({"a"}), "a");
-  EXPECT_EQ(check::listed({"a", "b"}), "a and b");
-  EXPECT_EQ(check::listedAsChoice({"a", "b", "c"}), "a, b or c");
+  EXPECT_EQ(listed({}), "");
+  EXPECT_EQ(listed({"a"}), "a");
+  EXPECT_EQ(listed({"a", "b"}), "a and b");
+  EXPECT_EQ(listedAsChoice({"a", "b", "c"}), "a, b or c");
   EXPECT_EQ(check::sentenceOf({"is old", "is large"}), "is old; it is large");
 }
 

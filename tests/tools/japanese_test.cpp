@@ -404,6 +404,178 @@ TEST_F(Japanese, CheckForProgramsIsTheSameForEverybody) {
   expectTheSameForEverybody("tanexics-check --version");
 }
 
+// --- tanexics-rehearse
+// ----------------------------------------------------------------------------
+
+/// A report without the action log, which is the same in every language, and with one host name.
+std::string report(const std::string& words) {
+  return "tanexics-rehearse " + words +
+         " | LC_ALL=C sed 's/HOSTNAME=\"[^\"]*/HOSTNAME=\"x/' | "
+         "LC_ALL=C awk -v RS= -v ORS='\\n\\n' 'NR != 2'";
+}
+
+TEST_F(Japanese, RehearsalTellsOfTheExchanges) {
+  dir.write("a", "12345");
+  dir.write("list", "a\n/none\n");
+  dir.write("script", "communicate * -62 2 54\nstatus 0x20\nid 7\n");
+  EXPECT_EQ(say(report("--script script -- list -i 1")), (Said{0, R"(センターが受け取るはずの内容
+----------------------------
+    1  装置識別子 (7): 結果 0
+    2  装置識別子 (7): 結果 0
+    3  接続状態 (0x20, 運用中): 結果 0
+    4  接続状態 (0x20, 運用中): 結果 0
+    5  開始: 結果 0
+    6  0x40017, インシデントの通知: 結果 -62, エージェントエラー HTTP 54
+       INCNO="1",HOSTNAME="x",PART="1",TOTAL="2"
+       (HTTP) 接続異常が発生しました。
+       サポート要員に以下のエラーコードをお知らせください。
+       RL:-62,ZW-Agent:54
+    7  0x4010b, インシデントのデータ, ファイル 1 個: 結果 -62, エージェントエラー HTTP 54
+                     5 バイト  a
+       (HTTP) 接続異常が発生しました。
+       サポート要員に以下のエラーコードをお知らせください。
+       RL:-62,ZW-Agent:54
+    8  0x40017, インシデントの通知: 結果 -62, エージェントエラー HTTP 54
+       INCNO="1",HOSTNAME="x",PART="2",TOTAL="2"
+       (HTTP) 接続異常が発生しました。
+       サポート要員に以下のエラーコードをお知らせください。
+       RL:-62,ZW-Agent:54
+    9  0x4010b, インシデントのデータ, ファイル 1 個: 結果 -62, エージェントエラー HTTP 54
+                   送信されず  /none (No such file or directory)
+       (HTTP) 接続異常が発生しました。
+       サポート要員に以下のエラーコードをお知らせください。
+       RL:-62,ZW-Agent:54
+   10  停止: 結果 0
+   11  停止: 結果 0
+
+終了ステータス
+--------------
+  0: イベントは解釈され、ステータスで分かる失敗はありませんでした
+
+判定
+----
+  refused: 交信 4 回のうち 4 回が失敗しました: 通知 1: -62 (HTTP) RL:-62,ZW-Agent:54,Mailsvr:""
+
+)",
+                                                               ""}));
+  dir.write("script", "communicate * throw 0\n");
+  EXPECT_EQ(say(report("--script script -- list -i 1") + " | tail -n 6").out, R"(
+判定
+----
+  unknown: 交信 4 回のうち 0 回が受理されました。4 回は 0 の送出で終わりました。リストのファイルが欠けています
+  ログだけなら partly と判定されますが、記録では裏付けられません
+
+)");
+  EXPECT_EQ(say("script -qec 'stty -onlcr cols 50; tanexics-rehearse -- none -i 1' /dev/null | "
+                "LC_ALL=C awk -v RS= -v ORS='\\n\\n' 'NR != 2'")
+                .out,
+            R"(センターが受け取るはずの内容
+----------------------------
+  (呼び出しなし)
+
+終了ステータス
+--------------
+  68: コマンドライン、ファイルのリスト、または定義
+  ファイルが拒否されました
+
+判定
+----
+  not-sent: none not found.(CSendEventSingleSystem
+    ::parseCommandLine)
+
+)");
+}
+
+TEST_F(Japanese, RehearsalTellsWhatIsWrong) {
+  dir.write("list", "/none\n");
+  dir.write("script", "id x\n");
+  const struct {
+    const char* words;
+    int status;
+    std::string complaint;
+  } rows[] = {
+      {"", 2, "必要な指定がありません: -- とその後のコマンドの引数"},
+      {"--nothing", 2, "余分な引数があります: --nothing"},
+      {"--situation http-62-5 --", 2,
+       "--situation: 「http-62-5」という名前の状況はありません。http-62-54、http-14-5、http-2-35 の間違いではありませんか? --situations で一覧を表示できます"},
+      {"--situation zzzzzz --", 2,
+       "--situation: 「zzzzzz」という名前の状況はありません。--situations で一覧を表示できます"},
+      {"--outbox '' --", 2, "--outbox: 値が空です"},
+      {"--script script -- list", 125,
+       "スクリプトを使用できません: script:1: 「x」は数値ではありません"},
+      {"--script none -- list", 125, "スクリプトがありません: none"},
+      {"--script . -- list", 125, "スクリプトを使用できません: .: 通常ファイルではありません"},
+      {"--library /x -- list", 125, "代替ライブラリがありません: /x/libkelcom.so"},
+      {"--command /etc -- list", 125, "コマンドを使用できません: /etc: 通常ファイルではありません"},
+      {"--outbox 'a b' -- list", 125,
+       "送信箱 " + (dir / "a b") + " は使用できません: アクションログのパスに「 」は使えません"},
+      {"--outbox list -- list", 125,
+       "送信箱 " + (dir / "list") + " は使用できません: ディレクトリではありません"},
+      {"--help >/dev/full", 125, "出力できません: デバイスに空き領域がありません"},
+      {"--help >&-", 125, "標準出力: 不正なファイル記述子です"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(say(std::string("tanexics-rehearse ") + row.words),
+              (Said{row.status, "", "tanexics-rehearse: " + row.complaint + "\n"}))
+        << row.words;
+  }
+  EXPECT_EQ(say("tanexics-rehearse --help").out,
+            R"(通信ライブラリの代替を使って tanexics を実行し、サポートセンターが受け取るはずの
+内容、アクションログ、終了ステータス、判定を表示します。
+
+使い方: tanexics-rehearse [OPTIONS] -- LISTFILE -i NUMBER
+        tanexics-rehearse [OPTIONS] -- LISTFILE -r EVENTFILE
+        tanexics-rehearse --situations
+
+オプション:
+  -h,--help                   このヘルプを表示して終了します
+  --outbox DIR                記録、コピー、アクションログを DIR に残します
+  --script FILE               FILE のとおりに応答します
+  --situation NAME            スクリプトの代わりに、状況 NAME のとおりに応答します
+  --situations                状況の一覧を表示して終了します
+  --command PATH              このプログラムと並んでいる tanexics の代わりに PATH を実行します
+  --library DIR               代替ライブラリを DIR から読み込みます
+  --trace                     アクションログにトレース行も書き込みます
+  --json                      報告の代わりに JSON オブジェクトを 1 つ出力します
+  --version                   バージョンを表示して終了します
+
+)");
+}
+
+TEST_F(Japanese, RehearsalForProgramsIsTheSameForEverybody) {
+  dir.write("list", "/none\n\xa4\xa2\n");
+  const std::string withoutLog = " | LC_ALL=C sed -E 's/\"log\":\\[.*\\],\"status\"/\"status\"/'";
+  expectTheSameForEverybody("tanexics-rehearse --json -- list -i 1" + withoutLog);
+  expectTheSameForEverybody("tanexics-rehearse --json -- none -i 1" + withoutLog);
+  expectTheSameForEverybody("tanexics-rehearse --json --script none -- none");
+}
+
+// --- the command
+// ----------------------------------------------------------------------------------
+
+TEST_F(Japanese, CommandIsTheSameForEverybody) {
+  dir.write("list", "/none\n\xa4\xa2\n/\xe3\x81\x82\n");
+  dir.write("script", "communicate * -62 2 54\n");
+  std::string event = "SendType=err\nLabel=\xa4\xa2\xe3\x81\x82\xff\n";
+  for (const char* key : {"Time", "HostName", "OSType", "OSName", "OSVersion", "PkgName", "MsgType",
+                          "MsgID", "EventID", "PartitionName"}) {
+    event += key + std::string("=\xc6\xfc\xcb\xdc\n");
+  }
+  dir.write("event", event);
+  const std::string library = LOOPBACK_LIBRARY;
+  const std::string command =
+      "rm -rf log out; LD_LIBRARY_PATH=" + library.substr(0, library.rfind('/')) +
+      " KELCOM_LOOPBACK_SCRIPT=script KELCOM_LOOPBACK_OUTBOX=$PWD/out TANEX_LOG=$PWD/log "
+      "TANEX_LOG_LEVEL=LOG_LEVEL_TRACE tanexics ";
+  const std::string look =
+      "; echo $?; LC_ALL=C sed -E \"s/^[0-9/]+ [0-9:]+ +[0-9]+ //; s/swcon[A-Za-z0-9]+|pid=[0-9]+|time='[0-9.]+'//g\" log"
+      " | LC_ALL=C sort; cat out/exchanges.jsonl";
+  for (const std::string words :
+       {"list -r event", "list -i \xa4\xa2", "none -i 1", "list -r list", ""}) {
+    expectTheSameForEverybody(command + words + look);
+  }
+}
+
 // --- which language is spoken
 // ---------------------------------------------------------------------
 

@@ -14,6 +14,7 @@
 #include "tools/check/pieces.h"
 #include "tools/check/textmarks.h"
 #include "tools/common/language.h"
+#include "tools/common/listed.h"
 #include "tools/common/nearest.h"
 #include "tools/outcome/run.h"
 

@@ -15,6 +15,7 @@
 #include "common/files/removal.h"
 #include "log/CLog.h"
 #include "tools/common/language.h"
+#include "tools/common/listed.h"
 
 namespace check {
 

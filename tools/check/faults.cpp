@@ -4,6 +4,7 @@
 
 #include "loopback/bytes.h"
 #include "tools/common/language.h"
+#include "tools/common/listed.h"
 #include "tools/outcome/readable.h"
 
 namespace check {
@@ -12,16 +13,6 @@ namespace {
 
 /// What is shown of a text at most, in characters.
 constexpr std::size_t kMostShown = 200;
-
-/// Texts in a row; `last` is the message that has the last one behind all others.
-std::string inRow(const std::vector<std::string>& texts, const char* last) {
-  std::string row;
-  for (std::size_t at = 0; at < texts.size(); ++at) {
-    const char* message = at + 1 == texts.size() ? last : marked("%s, %s");
-    row = at == 0 ? texts[at] : translated(message, {row, texts[at]});
-  }
-  return row;
-}
 
 }  // namespace
 
@@ -67,14 +58,6 @@ std::string sentenceOf(const std::vector<std::string>& remarks) {
     sentence = sentence.empty() ? remark : translated("%s; it %s", {sentence, remark});
   }
   return sentence;
-}
-
-std::string listed(const std::vector<std::string>& texts) {
-  return inRow(texts, marked("%s and %s"));
-}
-
-std::string listedAsChoice(const std::vector<std::string>& texts) {
-  return inRow(texts, marked("%s or %s"));
 }
 
 }  // namespace check

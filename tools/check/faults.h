@@ -74,12 +74,6 @@ std::string quoted(std::string_view bytes);
 /// What is said of one thing, as one sentence on it: "is large; it is old".
 std::string sentenceOf(const std::vector<std::string>& remarks);
 
-/// Texts in a row: "a", "a and b", "a, b and c".
-std::string listed(const std::vector<std::string>& texts);
-
-/// The same with "or" before the last one.
-std::string listedAsChoice(const std::vector<std::string>& texts);
-
 }  // namespace check
 
 #endif

@@ -8,6 +8,7 @@
 #include "sendevent/exitstatus.h"
 #include "tools/check/command.h"
 #include "tools/common/language.h"
+#include "tools/common/listed.h"
 #include "tools/outcome/readable.h"
 #include "tools/outcome/run.h"
 

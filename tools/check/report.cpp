@@ -12,6 +12,7 @@
 #include "tools/check/environment.h"
 #include "tools/check/list.h"
 #include "tools/common/language.h"
+#include "tools/common/listed.h"
 
 namespace check {
 

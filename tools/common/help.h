@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "tools/common/language.h"
-#include "tools/common/optionerror.h"
+#include "tools/common/retold.h"
 
 // What the command lines of the programs have in common. A header alone, as only the programs' own
 // units are compiled with the option library.
@@ -49,7 +49,13 @@ inline void addVersion(CLI::App& app, const std::string& text) {
 /// say of a value is in that language already.
 inline std::string optionErrorOf(const CLI::ParseError& wrong) {
   const bool isOwn = dynamic_cast<const CLI::ValidationError*>(&wrong) != nullptr;
-  return isOwn ? wrong.what() : translatedOptionError(wrong.what());
+  if (isOwn) return wrong.what();
+  return retold(wrong.what(),
+                {marked("The following argument was not expected: %s"),
+                 marked("The following arguments were not expected: %s"),
+                 marked("Could not convert: %s = %s"), marked("%s: %s required %s missing"),
+                 marked("%s: At Most %s required but received %s"), marked("%s excludes %s"),
+                 marked("%s is required")});
 }
 
 #endif

@@ -19,17 +19,17 @@ class Wording {
   /// In English, with the bytes of the log as they are.
   Wording() = default;
 
-  /// In the language that is spoken; texts of the log are read as `encoding`.
-  explicit Wording(Encoding encoding) : m_encoding(encoding) {}
+  /// In the language that is spoken; texts of the log are read as `encoding`, where there is one.
+  explicit Wording(std::optional<Encoding> encoding) : m_isTranslated(true), m_encoding(encoding) {}
 
   std::string said(const char* message, Values values = {}) const {
-    return m_encoding ? translated(message, values) : filled(message, values);
+    return m_isTranslated ? translated(message, values) : filled(message, values);
   }
 
   std::string saidCount(const char* one, const char* many, std::size_t number,
                         Values values) const {
-    return m_encoding ? translatedCount(one, many, number, values)
-                      : filled(number == 1 ? one : many, values);
+    return m_isTranslated ? translatedCount(one, many, number, values)
+                          : filled(number == 1 ? one : many, values);
   }
 
   std::string text(const std::string& bytes) const {
@@ -37,6 +37,7 @@ class Wording {
   }
 
  private:
+  bool m_isTranslated = false;
   std::optional<Encoding> m_encoding;
 };
 
@@ -137,6 +138,10 @@ std::string wordedReason(const Run& run, const Wording& wording) {
 }  // namespace
 
 std::string reasonOf(const Run& run) { return wordedReason(run, Wording()); }
+
+std::string translatedReasonOf(const Run& run) {
+  return isTranslated() ? wordedReason(run, Wording(std::nullopt)) : run.reason;
+}
 
 std::string shownReasonOf(const Run& run, Encoding encoding) {
   return isTranslated() ? wordedReason(run, Wording(encoding)) : readable(run.reason, encoding);

@@ -10,8 +10,10 @@ namespace outcome {
 /// is the line that says why nothing was sent, if the log has one.
 std::string reasonOf(const Run& run);
 
-/// The same for people: in the language that is spoken, and `readable`. Of a run whose reason is
-/// known, also as it stands in `run.reason`.
+/// The same in the language that is spoken, of a run whose reason is known.
+std::string translatedReasonOf(const Run& run);
+
+/// The same for people: `readable` too.
 std::string shownReasonOf(const Run& run, Encoding encoding);
 
 }  // namespace outcome

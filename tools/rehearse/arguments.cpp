@@ -3,29 +3,21 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
-#include <iostream>
 #include <sstream>
 
 #include "loopback/bytes.h"
+#include "tools/common/complain.h"
+#include "tools/common/help.h"
+#include "tools/common/listed.h"
 #include "tools/common/nearest.h"
 #include "tools/rehearse/situationlist.h"
 #include "version.h"
 
 namespace {
 
-/// Shows what stands after the options, which the parser never sees.
-class UsageFormatter : public CLI::Formatter {
- public:
-  std::string make_usage(const CLI::App* /*app*/, std::string /*name*/) const override {
-    return "Usage: tanexics-rehearse [OPTIONS] -- LISTFILE -i NUMBER\n"
-           "       tanexics-rehearse [OPTIONS] -- LISTFILE -r EVENTFILE\n"
-           "       tanexics-rehearse --situations\n";
-  }
-};
-
 /// Rejects an empty value, which would otherwise count as an option that was not given.
 std::string notEmpty(const std::string& value) {
-  return value.empty() ? "the value is empty" : std::string();
+  return value.empty() ? translated("the value is empty") : std::string();
 }
 
 /// What is chosen among the situations.
@@ -34,7 +26,7 @@ struct Choice {
   bool isList = false;  // whether they are to be listed, instead of a run
 };
 
-/// "; did you mean a, b or c?", of the names that are most like `name`; empty where none is.
+/// "a, b or c", of the names that are most like `name`; empty where none is.
 std::string suggestionsFor(const std::string& name, std::vector<std::string> names) {
   constexpr std::size_t kMost = 3;
   std::vector<std::string> found;
@@ -44,12 +36,7 @@ std::string suggestionsFor(const std::string& name, std::vector<std::string> nam
     found.push_back(*nearest);
     names.erase(std::find(names.begin(), names.end(), *nearest));
   }
-  std::string text;
-  for (std::size_t at = 0; at < found.size(); ++at) {
-    const char* link = at == 0 ? "; did you mean " : at + 1 == found.size() ? " or " : ", ";
-    text += link + found[at];
-  }
-  return found.empty() ? text : text + '?';
+  return listedAsChoice(found);
 }
 
 /// The script of the situation `name`. For a name that none has, an error of the command line.
@@ -61,35 +48,48 @@ std::string scriptOf(const std::string& name, const std::string& folder) {
   }
   const std::string suggestions = suggestionsFor(name, names);
   throw CLI::ValidationError(
-      "--situation", "there is none with the name '" + visibleBytes(name) + "'" + suggestions +
-                         (suggestions.empty() ? ";" : "") + " --situations lists them all");
+      "--situation",
+      suggestions.empty()
+          ? translated("there is none with the name '%s'; --situations lists them all",
+                       {visibleBytes(name)})
+          : translated("there is none with the name '%s'; did you mean %s? --situations lists them "
+                       "all",
+                       {visibleBytes(name), suggestions}));
 }
 
 void addOptions(CLI::App& app, Arguments& arguments, Choice& choice) {
-  app.formatter(std::make_shared<UsageFormatter>());
-  app.add_option("--outbox", arguments.outbox, "Keep record, copies and action log in DIR")
+  app.formatter(std::make_shared<HelpFormatter>(
+      marked("Usage: tanexics-rehearse [OPTIONS] -- LISTFILE -i NUMBER\n"
+             "       tanexics-rehearse [OPTIONS] -- LISTFILE -r EVENTFILE\n"
+             "       tanexics-rehearse --situations\n")));
+  addHelp(app);
+  app.add_option("--outbox", arguments.outbox,
+                 translated("Keep record, copies and action log in DIR"))
       ->type_name("DIR")
       ->check(notEmpty);
-  CLI::Option* script = app.add_option("--script", arguments.script, "Answer as FILE says")
-                            ->type_name("FILE")
-                            ->check(notEmpty);
+  CLI::Option* script =
+      app.add_option("--script", arguments.script, translated("Answer as FILE says"))
+          ->type_name("FILE")
+          ->check(notEmpty);
   const auto setSituation = [&, script](const std::string& name) {
     if (script->count() > 0) throw CLI::ExcludesError("--situation", "--script");
     arguments.script = scriptOf(name, choice.folder);
   };
-  app.add_option_function<std::string>("--situation", setSituation,
-                                       "Answer as the situation NAME says, instead of a script")
+  app.add_option_function<std::string>(
+         "--situation", setSituation,
+         translated("Answer as the situation NAME says, instead of a script"))
       ->type_name("NAME");
-  app.add_flag("--situations", choice.isList, "List the situations and end");
-  app.add_option("--command", arguments.command, "Run PATH instead of tanexics beside this one")
+  app.add_flag("--situations", choice.isList, translated("List the situations and end"));
+  app.add_option("--command", arguments.command,
+                 translated("Run PATH instead of tanexics beside this one"))
       ->type_name("PATH")
       ->check(notEmpty);
-  app.add_option("--library", arguments.library, "Take the stand-in library from DIR")
+  app.add_option("--library", arguments.library, translated("Take the stand-in library from DIR"))
       ->type_name("DIR")
       ->check(notEmpty);
-  app.add_flag("--trace", arguments.trace, "Write the action log's trace lines too");
-  app.add_flag("--json", arguments.json, "Print one JSON object instead of the report");
-  app.set_version_flag("--version", std::string("tanexics-rehearse ") + kVersion);
+  app.add_flag("--trace", arguments.trace, translated("Write the action log's trace lines too"));
+  app.add_flag("--json", arguments.json, translated("Print one JSON object instead of the report"));
+  addVersion(app, std::string("tanexics-rehearse ") + kVersion);
 }
 
 }  // namespace
@@ -109,9 +109,9 @@ std::optional<int> parseArguments(int argc, const char* const* argv, const std::
   Choice choice;
   choice.folder = loopback / "situations";
 
-  CLI::App app(
+  CLI::App app(translated(
       "Runs tanexics on a stand-in of the communication library, and shows what the\n"
-      "support centre would have received, the action log, the exit status and the verdict.\n");
+      "support centre would have received, the action log, the exit status and the verdict.\n"));
   addOptions(app, arguments, choice);
   try {
     app.parse(static_cast<int>(separator - argv), argv);
@@ -119,14 +119,16 @@ std::optional<int> parseArguments(int argc, const char* const* argv, const std::
       text = situationRows(readSituations(choice.folder), terminal.width);
       return 0;
     }
-    if (separator == end) throw CLI::RequiredError("-- and the command's arguments after it");
+    if (separator == end) {
+      throw CLI::RequiredError(translated("-- and the command's arguments after it"));
+    }
   } catch (const CLI::Success& asked) {
     std::ostringstream output;
     app.exit(asked, output, output);
     text = output.str();
     return 0;
   } catch (const CLI::ParseError& wrong) {
-    std::cerr << "tanexics-rehearse: " << visibleBytes(wrong.what()) << '\n';
+    complain("tanexics-rehearse", visibleBytes(optionErrorOf(wrong)));
     return kWrongUsage;
   }
   arguments.words.assign(separator + 1, end);

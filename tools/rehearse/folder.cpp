@@ -8,12 +8,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <iostream>
 #include <stdexcept>
 #include <system_error>
 
 #include "common/base/descriptor.h"
 #include "loopback/bytes.h"
+#include "tools/common/complain.h"
+#include "tools/common/language.h"
 
 namespace fs = std::filesystem;
 
@@ -23,8 +24,10 @@ constexpr mode_t kOwnersFolder = 0700;
 constexpr mode_t kOwnersFile = 0600;
 constexpr mode_t kOthers = 077;
 
-[[noreturn]] void refuse(const std::string& path, const std::string& reason) {
-  throw std::runtime_error("the outbox " + path + " " + reason);
+[[noreturn]] void refuse(const std::string& message) { throw std::runtime_error(message); }
+
+[[noreturn]] void refuseToMake(const std::string& path, const std::string& reason) {
+  refuse(translated("the outbox %s cannot be made: %s", {path, reason}));
 }
 
 /// The command gives the log's path to a shell, unquoted, when the log has grown too large.
@@ -32,21 +35,20 @@ void requirePlainPath(const std::string& path) {
   constexpr char kSpecial[] = " \t\n\r\"#$&'()*;<>?[\\]`{|}~";
   const std::size_t at = path.find_first_of(kSpecial);
   if (at == std::string::npos) return;
-  refuse(path, std::string("cannot be used: the path of an action log has no '") + path[at] + "'");
+  refuse(translated("the outbox %s cannot be used: the path of an action log has no '%s'",
+                    {path, path.substr(at, 1)}));
 }
 
 std::string makeTemporary() {
   std::error_code error;
   const fs::path directory = fs::temp_directory_path(error);
   if (error) {
-    throw std::runtime_error("there is no directory for temporary files; see TMPDIR: " +
-                             error.message());
+    refuse(
+        translated("there is no directory for temporary files; see TMPDIR: %s", {error.message()}));
   }
   std::string path = absolutePath(directory / "tanexics-rehearse-XXXXXX");
   requirePlainPath(path);
-  if (::mkdtemp(path.data()) == nullptr) {
-    refuse(path, std::string("cannot be made: ") + std::strerror(errno));
-  }
+  if (::mkdtemp(path.data()) == nullptr) refuseToMake(path, std::strerror(errno));
   return path;
 }
 
@@ -54,23 +56,26 @@ std::string makeTemporary() {
 void makeOwn(const std::string& path) {
   std::error_code error;
   fs::create_directories(fs::path(path).parent_path(), error);
-  if (error) refuse(path, "cannot be made: " + error.message());
+  if (error) refuseToMake(path, error.message());
   const bool isMade = ::mkdir(path.c_str(), kOwnersFolder) == 0;
-  if (!isMade && errno != EEXIST)
-    refuse(path, std::string("cannot be made: ") + std::strerror(errno));
+  if (!isMade && errno != EEXIST) refuseToMake(path, std::strerror(errno));
 
   struct stat status = {};
   if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
-    refuse(path, "cannot be used: not a folder");
+    refuse(translated("the outbox %s cannot be used: not a folder", {path}));
   }
-  if (status.st_uid != ::geteuid()) refuse(path, "cannot be used: it belongs to another user");
+  if (status.st_uid != ::geteuid()) {
+    refuse(translated("the outbox %s cannot be used: it belongs to another user", {path}));
+  }
   if ((status.st_mode & 0777U) == kOwnersFolder) return;
   if (!fs::is_empty(path, error) && (status.st_mode & kOthers) != 0) {
-    refuse(path, "is not for its owner alone, and is not empty: name another one");
+    refuse(translated(
+        "the outbox %s is not for its owner alone, and is not empty: name another one", {path}));
   }
   // The mask may also have taken from its owner.
   if (::chmod(path.c_str(), kOwnersFolder) != 0) {
-    refuse(path, std::string("cannot be closed to others: ") + std::strerror(errno));
+    refuse(
+        translated("the outbox %s cannot be closed to others: %s", {path, std::strerror(errno)}));
   }
 }
 
@@ -82,8 +87,9 @@ std::string makeKept(const std::string& folder) {
     // Asked without following links: a dangling one is somebody's work too.
     std::error_code error;
     if (!fs::exists(fs::symlink_status(fs::path(path) / name, error))) continue;
-    refuse(path, std::string("already holds '") + name +
-                     "' of an earlier rehearsal: name another one, or remove it");
+    refuse(translated(
+        "the outbox %s already holds '%s' of an earlier rehearsal: name another one, or remove it",
+        {path, name}));
   }
   makeOwn(path);
   return path;
@@ -94,7 +100,7 @@ std::string makeKept(const std::string& folder) {
 std::string absolutePath(const std::string& path) {
   std::error_code error;
   const fs::path absolute = fs::absolute(path, error);
-  if (error) throw std::runtime_error("the working directory is gone: " + error.message());
+  if (error) refuse(translated("the working directory is gone: %s", {error.message()}));
   return absolute;
 }
 
@@ -115,8 +121,8 @@ void RehearsalFolder::removeTemporary() const {
   std::error_code error;
   fs::remove_all(m_path, error);
   if (error) {
-    std::cerr << "tanexics-rehearse: " << visibleBytes(m_path) << " stays: " << error.message()
-              << '\n';
+    complain("tanexics-rehearse",
+             translated("%s stays: %s", {visibleBytes(m_path), error.message()}));
   }
 }
 
@@ -124,7 +130,7 @@ void RehearsalFolder::makeActionLog() const {
   const Descriptor log(
       ::open(actionLog().c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnersFile));
   if (!log.isOpen() || ::fchmod(log.get(), kOwnersFile) != 0) {
-    refuse(m_path, std::string("cannot be used: ") + std::strerror(errno));
+    refuse(translated("the outbox %s cannot be used: %s", {m_path, std::strerror(errno)}));
   }
 }
 

@@ -5,7 +5,9 @@
 #include <fstream>
 #include <iterator>
 
+#include "tools/common/language.h"
 #include "tools/outcome/reader.h"
+#include "tools/outcome/reason.h"
 
 using outcome::Run;
 using outcome::Verdict;
@@ -18,9 +20,11 @@ bool isWhole(const std::vector<Run>& runs) {
 }
 
 std::string whyOpen(const std::vector<Run>& runs) {
-  if (runs.empty()) return "it has no run";
-  if (runs.size() > 1) return "it has " + outcome::counted(runs.size(), "run") + ", and not one";
-  return runs[0].reason;
+  if (runs.empty()) return translated("it has no run");
+  if (runs.size() > 1) {
+    return translated("it has %s runs, and not one", {std::to_string(runs.size())});
+  }
+  return translatedReasonOf(runs[0]);
 }
 
 std::string bytesOf(const std::string& path) {
@@ -45,10 +49,11 @@ std::optional<Recorded> recordIn(const RehearsalFolder& folder) {
 
 /// Why the record decides nothing; empty where it does, or where the log would know the same.
 std::string gapOf(const std::optional<Recorded>& recorded) {
-  if (!recorded) return "there is none";
+  if (!recorded) return translated("there is none");
   if (recorded->unreadable > 0) {
-    return outcome::counted(static_cast<std::size_t>(recorded->unreadable), "line") +
-           " cannot be read";
+    return translatedCount("%s line cannot be read", "%s lines cannot be read",
+                           static_cast<std::size_t>(recorded->unreadable),
+                           {std::to_string(recorded->unreadable)});
   }
   return recorded->exchanges.thrownZero > 0 ? reasonOf(recorded->exchanges) : "";
 }

@@ -4,13 +4,14 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
-#include <iostream>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <system_error>
 
 #include "loopback/bytes.h"
+#include "tools/common/complain.h"
+#include "tools/common/language.h"
 #include "tools/common/standardoutput.h"
 #include "tools/outcome/meaning.h"
 #include "tools/rehearse/arguments.h"
@@ -22,12 +23,10 @@
 
 namespace {
 
-void complain(const std::string& message) {
-  std::cerr << "tanexics-rehearse: " << visibleBytes(message) << '\n';
-}
+constexpr char kProgram[] = "tanexics-rehearse";
 
 int fail(const std::string& message) {
-  complain(message);
+  complain(kProgram, visibleBytes(message));
   return kCannotRun;
 }
 
@@ -41,7 +40,7 @@ int rehearse(const Arguments& arguments, const Terminal& terminal, std::string& 
   const Judgement judgement = judgementOf(folder, waitStatus);
   report = arguments.json ? makeJson(folder, waitStatus, judgement) + '\n'
                           : makeReport(folder, waitStatus, judgement, terminal);
-  if (judgement.isContradiction) complain(contradictionOf(judgement));
+  if (judgement.isContradiction) complain(kProgram, contradictionOf(judgement));
   return outcome::passedOn(waitStatus);
 }
 
@@ -57,7 +56,9 @@ std::string print(const std::string& text, StandardOutput& output) {
 std::string ownFolder() {
   std::error_code error;
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-  if (error) throw std::runtime_error("/proc/self/exe cannot be read: " + error.message());
+  if (error) {
+    throw std::runtime_error(translated("/proc/self/exe cannot be read: %s", {error.message()}));
+  }
   return program.parent_path();
 }
 
@@ -68,19 +69,23 @@ int runAll(int argc, const char* const* argv, StandardOutput& output) {
   std::string text;
   std::optional<int> status = parseArguments(argc, argv, ownFolder(), terminal, arguments, text);
   const bool isRun = !status;
+  if (isRun && arguments.json) speakEnglish();  // what programs read is the same for everybody
   if (isRun) status = rehearse(arguments, terminal, text);
   const std::string reason = print(text, output);
   if (reason.empty()) return *status;
-  return fail(std::string("the ") + (isRun ? "report" : "output") +
-              " cannot be written: " + reason);
+  return fail(translated(isRun ? marked("the report cannot be written: %s")
+                               : marked("the output cannot be written: %s"),
+                         {reason}));
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   StandardOutput output;
-  if (output.error() != 0)
-    return fail(std::string("standard output: ") + std::strerror(output.error()));
+  speakAsCaller(TANEXICS_CATALOGUES);
+  if (output.error() != 0) {
+    return fail(translated("standard output") + ": " + std::strerror(output.error()));
+  }
   try {
     return runAll(argc, argv, output);
   } catch (const std::exception& error) {

@@ -9,7 +9,7 @@
 #include <iterator>
 #include <utility>
 
-#include "tools/outcome/run.h"
+#include "tools/common/language.h"
 
 namespace {
 
@@ -43,7 +43,10 @@ void ProgressLine::show() {
   std::size_t seconds = 0;
   while (!m_end.wait_for(lock, std::chrono::seconds(1), [this] { return m_hasEnded; })) {
     // What the command prints meanwhile takes the place of this line.
-    std::cerr << std::to_string(++seconds) + " s, " + outcome::counted(callsIn(m_record), "call") +
+    const std::size_t calls = callsIn(m_record);
+    std::cerr << asCallerReads(
+                     translatedCount("%s s, %s call", "%s s, %s calls", calls,
+                                     {std::to_string(++seconds), std::to_string(calls)})) +
                      kErase + '\r';
   }
   if (seconds > 0) std::cerr << kErase;

@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "loopback/outbox.h"
+#include "tools/common/language.h"
 
-using outcome::counted;
 using outcome::Verdict;
 
 namespace {
@@ -82,23 +82,27 @@ Verdict verdictOf(const Exchanges& exchanges) {
 }
 
 std::string reasonOf(const Exchanges& exchanges) {
-  if (exchanges.made == 0) return "no exchange was made";
-  const auto count = [](int number) {
-    return counted(static_cast<std::size_t>(number), "exchange");
-  };
-  std::string reason = std::to_string(exchanges.accepted) + " of " +
-                       count(std::max(exchanges.expected, exchanges.made)) + " accepted";
-  if (exchanges.accepted == exchanges.made && exchanges.isWhole()) {
-    reason = "all " + count(exchanges.made) + " accepted";
+  if (exchanges.made == 0) return translated("no exchange was made");
+  const int all = std::max(exchanges.expected, exchanges.made);
+  const auto number = static_cast<std::size_t>(all);
+  const bool isAll = exchanges.accepted == exchanges.made && exchanges.isWhole();
+  std::string reason =
+      isAll ? translatedCount("all %s exchange accepted", "all %s exchanges accepted", number,
+                              {std::to_string(all)})
+            : translatedCount("%s of %s exchange accepted", "%s of %s exchanges accepted", number,
+                              {std::to_string(exchanges.accepted), std::to_string(all)});
+  if (!exchanges.isWhole()) {
+    reason = translated("%s, %s made", {reason, std::to_string(exchanges.made)});
   }
-  if (!exchanges.isWhole()) reason += ", " + std::to_string(exchanges.made) + " made";
   if (exchanges.withError > 0) {
-    reason += "; " + std::to_string(exchanges.withError) + " answered with 0 and an agent's error";
+    reason = translated("%s; %s answered with 0 and an agent's error",
+                        {reason, std::to_string(exchanges.withError)});
   }
   if (exchanges.thrownZero > 0) {
-    reason += "; " + std::to_string(exchanges.thrownZero) + " left by throwing 0";
+    reason =
+        translated("%s; %s left by throwing 0", {reason, std::to_string(exchanges.thrownZero)});
   }
-  return reason + (exchanges.isFileMissing ? "; a listed file is missing" : "");
+  return exchanges.isFileMissing ? translated("%s; a listed file is missing", {reason}) : reason;
 }
 
 Recorded readRecorded(std::istream& record) {

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "tools/common/language.h"
 #include "tools/outcome/explanation.h"
 #include "tools/outcome/meaning.h"
 #include "tools/rehearse/record.h"
@@ -36,8 +37,9 @@ struct Sheet {
   }
 };
 
-std::string heading(const std::string& text) {
-  return text + "\n" + std::string(text.size(), '-') + "\n";
+std::string heading(const char* message) {
+  const std::string text = translated(message);
+  return text + "\n" + std::string(columnsOf(text), '-') + "\n";
 }
 
 std::string hexText(int word) {
@@ -47,19 +49,19 @@ std::string hexText(int word) {
 }
 
 std::string numberOrNone(const Json& value) {
-  return value.is_null() ? "nothing stored" : std::to_string(value.get<std::int64_t>());
+  return value.is_null() ? translated("nothing stored") : std::to_string(value.get<std::int64_t>());
 }
 
 std::string resultText(const Json& call) {
-  if (call.contains("hangs")) return "does not end";
+  if (call.contains("hangs")) return translated("does not end");
   if (call.contains("thrown")) {
-    return "throws " + std::to_string(call.at("thrown").get<std::int64_t>());
+    return translated("throws %s", {std::to_string(call.at("thrown").get<std::int64_t>())});
   }
-  return "result " + std::to_string(call.at("result").get<std::int64_t>());
+  return translated("result %s", {std::to_string(call.at("result").get<std::int64_t>())});
 }
 
 std::string statusText(const Json& status) {
-  if (status.is_null()) return "nothing stored";
+  if (status.is_null()) return translated("nothing stored");
   const int word = status.get<int>();
   return hexText(word) + ", " + statusMeaning(word);
 }
@@ -67,36 +69,39 @@ std::string statusText(const Json& status) {
 /// ", agent error HTTP 54" of an exchange; empty when the agent had none.
 std::string agentText(const Json& error) {
   if (error.is_null() || error.at(0) == 0) return "";
-  return ", agent error " + agentMeaning(error.at(0).get<int>()) + " " +
-         std::to_string(error.at(1).get<int>());
+  return ", " + translated("agent error %s %s", {agentMeaning(error.at(0).get<int>()),
+                                                 std::to_string(error.at(1).get<int>())});
 }
 
 /// Size and path of one file that was sent, or why it was not.
 std::string itemRows(const Json& item, const Sheet& sheet) {
   const std::string path = item.at("path").is_null() ? "(null)" : bytesOf(item.at("path"));
-  std::string size = "not sent";
+  std::string size = translated("not sent");
   std::string reason;
   if (item.contains("copy")) {
     const auto bytes = bytesOfCopy(item, sheet.folder);
-    size = bytes ? groupedNumber(*bytes) + " bytes" : "copy gone";
+    size = bytes ? translated("%s bytes", {groupedNumber(*bytes)}) : translated("copy gone");
   } else {
     reason = " (" + bytesOf(item.at("error")) + ")";
   }
   const bool isNarrow = sheet.terminal.width != 0 && sheet.terminal.width < kNarrow;
   const std::size_t columns = isNarrow ? kNarrowSizeColumns : kSizeColumns;
-  if (size.size() < columns) size.insert(0, columns - size.size(), ' ');
+  if (columnsOf(size) < columns) size.insert(0, columns - columnsOf(size), ' ');
   return sheet.rows(size + "  " + path + reason, kDetailIndent, kDetailIndent + columns + 2);
 }
 
 std::string dataRows(const Json& items, const Sheet& sheet) {
-  if (items.is_null()) return sheet.rows("(no list of files)", kDetailIndent, kHangIndent);
+  if (items.is_null()) {
+    return sheet.rows(translated("(no list of files)"), kDetailIndent, kHangIndent);
+  }
   std::string rows;
   for (const Json& item : items) rows += itemRows(item, sheet);
   return rows;
 }
 
 std::string textRows(const Json& text, const Sheet& sheet) {
-  return sheet.rows(text.is_null() ? "(no text)" : bytesOf(text), kDetailIndent, kHangIndent);
+  return sheet.rows(text.is_null() ? translated("(no text)") : bytesOf(text), kDetailIndent,
+                    kHangIndent);
 }
 
 /// What the catalogue says about the agent's error of an exchange; empty when it had none.
@@ -117,8 +122,10 @@ std::string exchangeHead(const Json& call) {
   const auto count = call.at("count").get<std::int64_t>();
   std::string head =
       code + ", " + requestMeaning(static_cast<unsigned>(std::strtoul(code.c_str(), nullptr, 16)));
-  if (count == 1) head += ", 1 file";
-  if (count != 0 && count != 1) head += ", " + std::to_string(count) + " files";
+  if (count != 0) {
+    head += ", " + translatedCount("%s file", "%s files", static_cast<std::size_t>(count),
+                                   {std::to_string(count)});
+  }
   return head + ": " + resultText(call) + agentText(call.at("error"));
 }
 
@@ -126,13 +133,15 @@ std::string exchangeHead(const Json& call) {
 std::string callHead(const Json& call) {
   const std::string name = call.at("call").get<std::string>();
   if (name == "KEL_Communicate") return exchangeHead(call);
-  if (name == "KEL_StartComm") return "start: " + resultText(call);
-  if (name == "KEL_StopComm") return "stop: " + resultText(call);
+  if (name == "KEL_StartComm") return translated("start: %s", {resultText(call)});
+  if (name == "KEL_StopComm") return translated("stop: %s", {resultText(call)});
   if (name == "KEL_GetID") {
-    return "machine identifier (" + numberOrNone(call.at("id")) + "): " + resultText(call);
+    return translated("machine identifier (%s): %s",
+                      {numberOrNone(call.at("id")), resultText(call)});
   }
   if (name == "KEL_GetStatus") {
-    return "connection status (" + statusText(call.at("status")) + "): " + resultText(call);
+    return translated("connection status (%s): %s",
+                      {statusText(call.at("status")), resultText(call)});
   }
   throw std::invalid_argument("unknown call " + name);
 }
@@ -159,14 +168,15 @@ std::string lineRows(const std::string& line, std::size_t number, const Sheet& s
 std::string exchanges(const Sheet& sheet) {
   std::ifstream record(sheet.folder.record());
   if (!record) {
-    return sheet.rows("(no record: the command did not load the stand-in library)", 2, 2);
+    return sheet.rows(translated("(no record: the command did not load the stand-in library)"), 2,
+                      2);
   }
   std::string rows;
   std::string line;
   for (std::size_t number = 1; std::getline(record, line); ++number) {
     rows += lineRows(line, number, sheet);
   }
-  return rows.empty() ? "  (no call)\n" : rows;
+  return rows.empty() ? sheet.rows(translated("(no call)"), 2, 2) : rows;
 }
 
 std::string logRows(std::istream& log, const Sheet& sheet) {
@@ -183,14 +193,15 @@ std::string logRows(std::istream& log, const Sheet& sheet) {
 std::string actionLog(const Sheet& sheet) {
   std::string rows;
   if (std::ifstream backup(sheet.folder.actionLogBackup(), std::ios::binary); backup) {
-    rows =
-        sheet.rows("(grown too large and cut: its backup first, lines before that are lost)", 2, 2);
+    rows = sheet.rows(
+        translated("(grown too large and cut: its backup first, lines before that are lost)"), 2,
+        2);
     rows += logRows(backup, sheet);
   }
   std::ifstream log(sheet.folder.actionLog(), std::ios::binary);
-  if (!log) return rows + "  (cannot be read)\n";
+  if (!log) return rows + sheet.rows(translated("(cannot be read)"), 2, 2);
   rows += logRows(log, sheet);
-  return rows.empty() ? "  (no line)\n" : rows;
+  return rows.empty() ? sheet.rows(translated("(no line)"), 2, 2) : rows;
 }
 
 const char* colourOf(outcome::Verdict verdict) {
@@ -213,14 +224,16 @@ std::string verdictRows(const Judgement& judgement, const Sheet& sheet) {
   rows.replace(rows.find(word), word.size(),
                coloured(word, colourOf(judgement.verdict), sheet.terminal));
   if (!judgement.openInLog.empty()) {
-    rows += sheet.rows("the log alone would leave this open: " + judgement.openInLog, 2, 4);
+    rows += sheet.rows(translated("the log alone would leave this open: %s", {judgement.openInLog}),
+                       2, 4);
   }
   if (judgement.verdict != judgement.fromLog && !judgement.openInRecord.empty()) {
     const std::string said = wordOf(judgement.fromLog);
-    rows += sheet.rows("the log alone would say " + said + ", which the record does not bear out",
-                       2, 4);
+    rows += sheet.rows(
+        translated("the log alone would say %s, which the record does not bear out", {said}), 2, 4);
   } else if (!judgement.openInRecord.empty()) {
-    rows += sheet.rows("the record alone would leave this open: " + judgement.openInRecord, 2, 4);
+    rows += sheet.rows(
+        translated("the record alone would leave this open: %s", {judgement.openInRecord}), 2, 4);
   }
   if (judgement.isContradiction) rows += sheet.rows(contradictionOf(judgement), 2, 4);
   return rows;
@@ -229,16 +242,18 @@ std::string verdictRows(const Judgement& judgement, const Sheet& sheet) {
 }  // namespace
 
 std::string contradictionOf(const Judgement& judgement) {
-  return std::string("DISAGREEMENT: the record says ") + wordOf(judgement.fromRecord) +
-         ", the log says " + wordOf(judgement.fromLog) + ": one of the two is wrong, report this";
+  return translated(
+      "DISAGREEMENT: the record says %s, the log says %s: one of the two is wrong, report this",
+      {wordOf(judgement.fromRecord), wordOf(judgement.fromLog)});
 }
 
 std::string makeReport(const RehearsalFolder& folder, int waitStatus, const Judgement& judgement,
                        const Terminal& terminal) {
   const Sheet sheet{folder, terminal};
-  std::string report = heading("What the centre would have received") + exchanges(sheet) + "\n" +
-                       heading("Action log") + actionLog(sheet) + "\n" + heading("Exit status") +
+  std::string report = heading(marked("What the centre would have received")) + exchanges(sheet) +
+                       "\n" + heading(marked("Action log")) + actionLog(sheet) + "\n" +
+                       heading(marked("Exit status")) +
                        sheet.rows(outcome::endMeaning(waitStatus), 2, 2);
-  if (folder.isKept()) report += "\n" + heading("Kept") + sheet.rows(folder.path(), 2, 2);
-  return report + "\n" + heading("Verdict") + verdictRows(judgement, sheet);
+  if (folder.isKept()) report += "\n" + heading(marked("Kept")) + sheet.rows(folder.path(), 2, 2);
+  return report + "\n" + heading(marked("Verdict")) + verdictRows(judgement, sheet);
 }

@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "loopback/script.h"
+#include "tools/common/language.h"
+#include "tools/common/retold.h"
 #include "tools/rehearse/ignoredsignal.h"
 #include "tools/rehearse/pointersto.h"
 #include "tools/rehearse/progressline.h"
@@ -94,16 +96,18 @@ std::vector<std::string> makeEnvironment(const Arguments& arguments,
   return environment;
 }
 
+/// `what`  of the path, a message.
 void requireFile(const std::string& path, int access, const char* what) {
   struct stat status = {};
   if (::stat(path.c_str(), &status) != 0) {
     const std::string reason = errno == ENOENT ? "" : std::string(": ") + std::strerror(errno);
-    throw std::runtime_error(std::string("no ") + what + ": " + path + reason);
+    throw std::runtime_error(translated("no %s: %s", {translated(what), path + reason}));
   }
   const bool isRegular = S_ISREG(status.st_mode);
   if (isRegular && ::access(path.c_str(), access) == 0) return;
-  throw std::runtime_error(std::string("the ") + what + " cannot be used: " + path + ": " +
-                           (isRegular ? std::strerror(errno) : "not a regular file"));
+  const std::string reason = isRegular ? std::strerror(errno) : translated("not a regular file");
+  throw std::runtime_error(
+      translated("the %s cannot be used: %s: %s", {translated(what), path, reason}));
 }
 
 /// The loader takes such a folder for several, or for another one, and would go on to the real
@@ -112,18 +116,30 @@ void requirePlainName(const std::string& library) {
   const std::string path = absolutePath(library);
   const std::size_t at = path.find_first_of(":;$");
   if (at == std::string::npos) return;
-  throw std::runtime_error("the loader cannot be given the folder " + path + ": its path has '" +
-                           path[at] + "'");
+  throw std::runtime_error(translated("the loader cannot be given the folder %s: its path has '%s'",
+                                      {path, path.substr(at, 1)}));
+}
+
+/// What is wrong with a script, in the language that is spoken.
+std::string reasonIn(const std::runtime_error& error) {
+  return retold(
+      error.what(),
+      {marked("%s: expected '%s'"), marked("%s: '%s' is no number"),
+       marked("%s: '%s' does not fit in 32 bits"),
+       marked("%s: '%s' is negative, which a request code never is"),
+       marked("%s: '%s' is no kind of line"), marked("%s: '%s' is no kind of call"),
+       marked("%s: '%s' is not one of 0 to 86400 seconds"),
+       marked("%s: cannot be read: longer than 1 MiB"), marked("%s: cannot be read: %s")});
 }
 
 /// The script is read once more by the stand-in: what can be read only once, or never to its end,
 /// is no script.
 void requireScript(const std::string& path) {
-  requireFile(path, R_OK, "script");
+  requireFile(path, R_OK, marked("script"));
   try {
     readScript(path.c_str());
   } catch (const std::runtime_error& error) {
-    throw std::runtime_error(std::string("the script cannot be used: ") + error.what());
+    throw std::runtime_error(translated("the script cannot be used: %s", {reasonIn(error)}));
   }
 }
 
@@ -138,8 +154,8 @@ int waitFor(pid_t child) {
 }  // namespace
 
 void requireRunnable(const Arguments& arguments) {
-  requireFile(arguments.command, X_OK, "command");
-  requireFile(arguments.library + "/libkelcom.so", R_OK, "stand-in library");
+  requireFile(arguments.command, X_OK, marked("command"));
+  requireFile(arguments.library + "/libkelcom.so", R_OK, marked("stand-in library"));
   requirePlainName(arguments.library);
   if (!arguments.script.empty()) requireScript(arguments.script);
 }
@@ -164,7 +180,8 @@ int runCommand(const Arguments& arguments, const RehearsalFolder& folder) {
       ::posix_spawn(&child, arguments.command.c_str(), actions.get(), attributes.get(),
                     pointersTo(words).data(), pointersTo(environment).data());
   if (error != 0) {
-    throw std::runtime_error("cannot run " + arguments.command + ": " + std::strerror(error));
+    throw std::runtime_error(
+        translated("cannot run %s: %s", {arguments.command, std::strerror(error)}));
   }
   const ProgressLine progress(folder.record());
   return waitFor(child);

@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "tools/common/language.h"
 #include "tools/rehearse/screen.h"
 
 namespace {
@@ -21,10 +22,10 @@ constexpr std::size_t kBelowIndent = 4;
 std::string firstComment(const std::string& path) {
   std::ifstream file(path);
   std::string line;
-  if (!std::getline(file, line)) throw std::runtime_error(path + ": cannot be read");
+  if (!std::getline(file, line)) throw std::runtime_error(translated("%s: cannot be read", {path}));
   const std::string head = kCommentHead;
   if (line.compare(0, head.size(), head) != 0) {
-    throw std::runtime_error(path + ": does not begin with a comment");
+    throw std::runtime_error(translated("%s: does not begin with a comment", {path}));
   }
   return line.substr(head.size());
 }
@@ -34,7 +35,9 @@ std::string firstComment(const std::string& path) {
 std::vector<Situation> readSituations(const std::string& folder) {
   std::error_code error;
   fs::directory_iterator entries(folder, error);
-  if (error) throw std::runtime_error(folder + ": cannot be read: " + error.message());
+  if (error) {
+    throw std::runtime_error(translated("%s: cannot be read: %s", {folder, error.message()}));
+  }
 
   std::vector<Situation> situations;
   for (const fs::directory_entry& entry : entries) {

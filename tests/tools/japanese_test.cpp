@@ -153,6 +153,32 @@ TEST_F(Japanese, LogExplainsWords) {
             "SMTP/-79/-26, VUQ90103L, common:602, exit/78\n"}));
 }
 
+TEST_F(Japanese, LogExplainsWhatThePageForSupportStaffSays) {
+  EXPECT_EQ(
+      say("tanexics-log explain 32 131072 VUQ90103L VUQ90001L common:602 common.cpp:19"),
+      (Said{
+          0,
+          R"(状態語 32 (0x20): 運用中。送信: する。"Cancel sending" の行にある場合: 問い合わせが失敗したか、2 回の問い合わせの間に回線が運用中になりました
+状態語 131072 (0x20000): 停止中。送信: しない
+VUQ90103L, "failed to create dir:PATH": 一時ディレクトリを作成できませんでした。たとえば、ディスクが一杯です
+VUQ90001L, "destination:PATH is already exist and it's file": ディレクトリを作成しようとした場所にファイルがあります。このような行はコマンドが書いたものではなく、その共通関数ライブラリを使うほかのプログラムによるものです
+(common:602)、"invalid param"、getEnvValue: 関数が必要な値なしで呼び出され、何もしませんでした。このような行はコマンドが書いたものではなく、その共通関数ライブラリを使うほかのプログラムによるものです
+common.cpp:19、strlcpy: abort(3) の前に標準エラー出力に現れます。コマンドがそこに達することはありません
+)",
+          ""}));
+  // All that the page has, without a line that has nothing of Japanese.
+  const Said all = run(
+      "grep -oE 'VUQ[0-9]{5}L|\\([A-Za-z]+:[0-9]+\\)' " SUPPORT_PAGE
+      " | sort -u | xargs tanexics-log explain 1 >all; wc -l <all; LC_ALL=C grep -v '[^ -~]' all",
+      utf8());
+  EXPECT_GT(std::stoi(all.out), 50);
+  EXPECT_EQ(linesOf(all.out).size(), 1U) << all.out;
+  dir.write("a.log", linesOf(6, unsent(kCancel, 1)));
+  EXPECT_EQ(say("tanexics-log --explain a.log | tail -n 2").out,
+            "    終了ステータス 1: 通信の準備または開始ができませんでした\n"
+            "    状態語 131072 (0x20000): 停止中。送信: しない\n");
+}
+
 TEST_F(Japanese, LogTellsWhatIsWrong) {
   dir.write("empty", "");
   dir.write("passwd", "root:x:0\n");
@@ -484,6 +510,15 @@ TEST_F(Japanese, RehearsalTellsOfTheExchanges) {
     ::parseCommandLine)
 
 )");
+}
+
+TEST_F(Japanese, RehearsalListsTheSituations) {
+  EXPECT_EQ(
+      say("tanexics-rehearse --situations | LC_ALL=C grep -E '^(http-62-54|stop-fails) '").out,
+      "http-62-54                                すべての交信が HTTP -62/54 (接続異常) で失敗します。\n"
+      "stop-fails                                通信の停止がすべて失敗しますが、結果は変わりません。\n");
+  EXPECT_EQ(say("tanexics-rehearse --situations | LC_ALL=C grep -cE ' [A-Z][a-z]+ [a-z]'").out,
+            "0\n");
 }
 
 TEST_F(Japanese, RehearsalTellsWhatIsWrong) {

@@ -20,12 +20,25 @@ namespace outcome {
 namespace {
 
 // What the page says in its prose, of a row with a star and of the rows of a table.
-constexpr char kNotOfTheCommand[] =
-    "never written by the command: they come from programs that use its library of common functions";
-constexpr char kInvalidParam[] =
-    "a function was called without a value that it needs, and did nothing";
-constexpr char kOnStandardError[] =
-    "on standard error, before abort(3); the command never gets there";
+
+std::string notOfTheCommand(const std::string& sentence) {
+  return translated(
+      "%s; such lines are never written by the command: they come from programs that use its "
+      "library of common functions",
+      {sentence});
+}
+
+std::string invalidParam(const std::string& position, const std::string& function) {
+  return translated(
+      "%s, \"invalid param\", of %s: a function was called without a value that it needs, and did "
+      "nothing",
+      {position, function});
+}
+
+std::string onStandardError(const std::string& position, const std::string& function) {
+  return translated("%s, of %s: on standard error, before abort(3); the command never gets there",
+                    {position, function});
+}
 
 // --- the page ------------------------------------------------------------------------------------
 
@@ -90,13 +103,16 @@ std::string plain(std::string_view cell, const std::string& quote = "\"") {
   return std::regex_replace(std::string(cell), marks, quote);
 }
 
+/// What a cell says, in the language that is spoken.
+std::string said(std::string_view cell) { return translation(plain(cell).c_str()); }
+
 /// "NUMBER, "TEXT": MEANING", of a row with these three, whose number may have a star.
 std::string sentenceOf(const Cells& row) {
   std::string_view number = row[0];
   const bool hasStar = number.back() == '*';
   if (hasStar) number = trimmed(number.substr(0, number.size() - 1));
-  return std::string(number) + ", " + plain(row[1]) + ": " + plain(row[2]) +
-         (hasStar ? std::string("; such lines are ") + kNotOfTheCommand : "");
+  const std::string sentence = std::string(number) + ", " + plain(row[1]) + ": " + said(row[2]);
+  return hasStar ? notOfTheCommand(sentence) : sentence;
 }
 
 // --- the words -----------------------------------------------------------------------------------
@@ -116,11 +132,18 @@ std::vector<std::string> explainStatus(int status, bool isCancelled) {
   for (const Cells& row : rowsUnder("W", "Status word")) {
     const bool isOther = row[1].empty();
     if (isOther ? !isCancelled : row[0] != std::to_string(status)) continue;
-    std::string sentence = "status word " + std::to_string(status);
-    if (!isOther) sentence += " (" + std::string(row[1]) + ')';
-    sentence += ": " + plain(row[2]) + "; sent: " + (isCancelled ? "no" : plain(row[3]));
+    std::string word = std::to_string(status);
+    if (!isOther) word += " (" + std::string(row[1]) + ')';
+    const bool isSent = !isCancelled && row[3] == "yes";
+    // TRANSLATORS: the word, what it means, "yes" or "no"
+    const std::string sentence =
+        translated("status word %s: %s; sent: %s",
+                   {word, said(row[2]), translated(isSent ? marked("yes") : marked("no"))});
     if (row[4].empty()) return {sentence};
-    return {sentence + (isCancelled ? ", " : "; in a \"Cancel sending\" line: ") + plain(row[4])};
+    // TRANSLATORS: the same, and why it stands in a line of the log
+    return {
+        translated(isCancelled ? marked("%s, %s") : marked("%s; in a \"Cancel sending\" line: %s"),
+                   {sentence, said(row[4])})};
   }
   return {};
 }
@@ -230,8 +253,7 @@ std::vector<std::string> explainPosition(const std::string& position) {
   }
   for (const Cells& row : rowsUnder("Position", "Function")) {
     if (!has(row)) continue;
-    sentences.push_back(position + ", \"invalid param\", of " + plain(row[1], "") + ": " +
-                        kInvalidParam + "; such lines are " + kNotOfTheCommand);
+    sentences.push_back(notOfTheCommand(invalidParam(position, plain(row[1], ""))));
   }
   return sentences;
 }
@@ -239,7 +261,7 @@ std::vector<std::string> explainPosition(const std::string& position) {
 std::vector<std::string> explainAssertion(const std::string& position) {
   for (const Cells& row : rowsUnder("On standard error", "Function")) {
     if (row[0].find(' ' + position + '(') == Cells::value_type::npos) continue;
-    return {position + ", of " + plain(row[1], "") + ": " + kOnStandardError};
+    return {onStandardError(position, plain(row[1], ""))};
   }
   return {};
 }

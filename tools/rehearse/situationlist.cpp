@@ -43,7 +43,7 @@ std::vector<Situation> readSituations(const std::string& folder) {
   for (const fs::directory_entry& entry : entries) {
     const fs::path& path = entry.path();
     if (path.extension() == kEnding) {
-      situations.push_back({path.stem(), firstComment(path), path});
+      situations.push_back({path.stem(), translation(firstComment(path).c_str()), path});
     }
   }
   std::sort(situations.begin(), situations.end(),

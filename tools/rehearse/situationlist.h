@@ -8,7 +8,8 @@
 /// A canned situation: a script of the stand-in library that has a name.
 struct Situation {
   std::string name;      // the file's name without its ending
-  std::string sentence;  // what the situation is: the comment in the script's first line
+  std::string sentence;  // what the situation is: the comment in the script's first line, in the
+                         // language that is spoken
   std::string script;    // the file's path
 };
 

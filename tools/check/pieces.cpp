@@ -16,7 +16,7 @@ constexpr std::size_t kPieceBytes = PieceReader::kBufferBytes - 1;
 }  // namespace
 
 void forEachPiece(std::string& content, const std::function<bool(const Piece&)>& take) {
-  const std::unique_ptr<FILE, decltype(&std::fclose)> stream(
+  const std::unique_ptr<FILE, int (*)(FILE*)> stream(
       ::fmemopen(content.data(), content.size(), "r"), &std::fclose);
   PieceReader reader(stream.get());
   std::size_t begin = 0;

@@ -37,7 +37,7 @@ class PieceReader {
   bool hasFailed() const;
 
  private:
-  std::unique_ptr<FILE, decltype(&std::fclose)> m_own;  // null where the stream is the caller's
+  std::unique_ptr<FILE, int (*)(FILE*)> m_own;  // null where the stream is the caller's
   FILE* m_stream;
   std::size_t m_bufferBytes;
   char m_buffer[kBufferBytes];

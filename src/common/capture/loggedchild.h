@@ -15,7 +15,7 @@
 // end are logged, and its lines. Between the steps each caller has something of its own to do.
 
 /// A stream that is closed at the end of its life; null for none.
-using Stream = std::unique_ptr<FILE, decltype(&std::fclose)>;
+using Stream = std::unique_ptr<FILE, int (*)(FILE*)>;
 
 /// What a child ends with whose shell cannot be started.
 constexpr int kShellFailure = 1;

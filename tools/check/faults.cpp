@@ -40,6 +40,14 @@ std::string Faults::rest() const {
   return kinds.empty() ? "" : translated("... and %s more", {listed(kinds)});
 }
 
+void FaultsOf::error(std::size_t line, std::string text) {
+  m_all.add({m_file, line, true, std::move(text)});
+}
+
+void FaultsOf::warning(std::size_t line, std::string text) {
+  m_all.add({m_file, line, false, std::move(text)});
+}
+
 std::string shown(std::string_view bytes) {
   std::string text = outcome::readable(bytes, outcome::Encoding::kEither);
   std::size_t at = 0;

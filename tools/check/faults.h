@@ -53,12 +53,8 @@ class FaultsOf {
   /// `file`: its path; none: the command line. `all`: where they go; it outlives this.
   FaultsOf(std::optional<std::string> file, Faults& all) : m_file(std::move(file)), m_all(all) {}
 
-  void error(std::size_t line, std::string text) {
-    m_all.add({m_file, line, true, std::move(text)});
-  }
-  void warning(std::size_t line, std::string text) {
-    m_all.add({m_file, line, false, std::move(text)});
-  }
+  void error(std::size_t line, std::string text);
+  void warning(std::size_t line, std::string text);
 
  private:
   std::optional<std::string> m_file;

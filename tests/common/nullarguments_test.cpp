@@ -160,9 +160,9 @@ void expectAssertion(const std::string& condition, const std::function<void()>& 
 
 TEST_F(NullArguments, ThatLeaveNothingSensibleToAnswer_EndTheProcessWithAnAssertion) {
   char dst[] = "###";
-  expectAssertion("19(dst != __null && src != __null)", [] { ::strlcpy(nullptr, "abc", 3); });
-  expectAssertion("19(dst != __null && src != __null)", [&] { ::strlcpy(dst, nullptr, 3); });
-  expectAssertion("19(dst != __null && src != __null)", [] { ::strlcpy(nullptr, nullptr, 0); });
+  expectAssertion("19(dst != __null && src != __null)", [] { ::strlcpy(nullptr, "abc", 3U); });
+  expectAssertion("19(dst != __null && src != __null)", [&] { ::strlcpy(dst, nullptr, 3U); });
+  expectAssertion("19(dst != __null && src != __null)", [] { ::strlcpy(nullptr, nullptr, 0U); });
   expectAssertion("2176(t != __null)", [] { countLines(nullptr); });
   expectAssertion("1491(file != __null)", [] { waitpid(nullptr, 1445, 1, nullptr, 0); });
   EXPECT_EQ(log.bytes(), "");

@@ -60,13 +60,13 @@ int KEL_Communicate(unsigned int code, int reserved, int count, void* data, void
 }
 
 int KEL_GetID(int* id) {
-  const FakeKelcom& fake = enter("GetID", "");
+  FakeKelcom& fake = enter("GetID", "");
   if (fake.storesId) *id = fake.id;
   return fake.idResult;
 }
 
 int KEL_GetStatus(int reserved, int* status) {
-  const FakeKelcom& fake = enter("GetStatus", "(" + std::to_string(reserved) + ")");
+  FakeKelcom& fake = enter("GetStatus", "(" + std::to_string(reserved) + ")");
   *status = fake.status;
   return fake.statusResult;
 }

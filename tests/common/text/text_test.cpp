@@ -155,17 +155,17 @@ TEST(Strlcpy, Text_IsCutFilledUpAndTerminated) {
 
 TEST(Strlcpy, TextWithinTheDestination_IsMoved) {
   char bytes[] = "abcdefg#";
-  EXPECT_EQ(::strlcpy(bytes, bytes + 2, 8), bytes);
+  EXPECT_EQ(::strlcpy(bytes, bytes + 2, 8U), bytes);
   EXPECT_EQ(std::string(bytes, 8), std::string("cdefg#\0\0", 8));
-  EXPECT_EQ(::strlcpy(bytes + 2, bytes, 5), bytes + 2);
+  EXPECT_EQ(::strlcpy(bytes + 2, bytes, 5U), bytes + 2);
   EXPECT_EQ(std::string(bytes, 8), std::string("cdcdef\0\0", 8));
-  EXPECT_EQ(::strlcpy(bytes, bytes, 4), bytes);
+  EXPECT_EQ(::strlcpy(bytes, bytes, 4U), bytes);
   EXPECT_EQ(std::string(bytes, 8), std::string("cdc\0ef\0\0", 8));
 }
 
 TEST(Strlcpy, Size0_IsNullAndCopiesNothing) {
   char dst[] = "###";
-  EXPECT_EQ(::strlcpy(dst, "abc", 0), nullptr);
+  EXPECT_EQ(::strlcpy(dst, "abc", 0U), nullptr);
   EXPECT_STREQ(dst, "###");
 }
 

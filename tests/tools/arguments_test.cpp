@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "support/scratch.h"
+#include "tools/helptext.h"
 #include "version.h"
 
 namespace {
@@ -129,39 +130,18 @@ TEST_F(ParseArguments, WrongUsage_IsToldOnStandardError) {
   }
 }
 
-TEST_F(ParseArguments, ListAndHelp_ArePrintedInsteadOfARun) {
+TEST_F(ParseArguments, ListAndVersion_ArePrintedInsteadOfARun) {
   const std::string list =
       "a-b   Other.\n"
       "busk  Busk.\n"
       "bust  Bust.\n"
       "busy  Busy.\n";
-  const std::string help =
-      "Runs tanexics on a stand-in of the communication library, and shows what the\n"
-      "support centre would have received, the action log, the exit status and the verdict.\n"
-      "\n"
-      "Usage: tanexics-rehearse [OPTIONS] -- LISTFILE -i NUMBER\n"
-      "       tanexics-rehearse [OPTIONS] -- LISTFILE -r EVENTFILE\n"
-      "       tanexics-rehearse --situations\n"
-      "\n"
-      "Options:\n"
-      "  -h,--help                   Print this help message and exit\n"
-      "  --outbox DIR                Keep record, copies and action log in DIR\n"
-      "  --script FILE               Answer as FILE says\n"
-      "  --situation NAME            Answer as the situation NAME says, instead of a script\n"
-      "  --situations                List the situations and end\n"
-      "  --command PATH              Run PATH instead of tanexics beside this one\n"
-      "  --library DIR               Take the stand-in library from DIR\n"
-      "  --trace                     Write the action log's trace lines too\n"
-      "  --json                      Print one JSON object instead of the report\n"
-      "  --version                   Display program version information and exit\n"
-      "\n";
   const struct {
     Words line;
     std::string expected;
   } rows[] = {
       {{"--situations"}, list},
       {{"--trace", "--situations", "--", "list"}, list},
-      {{"--help"}, help},
       {{"--version"}, std::string("tanexics-rehearse ") + kVersion + "\n"},
   };
   for (const auto& [line, expected] : rows) {
@@ -171,6 +151,28 @@ TEST_F(ParseArguments, ListAndHelp_ArePrintedInsteadOfARun) {
     EXPECT_EQ(output, expected);
     EXPECT_EQ(errors, "");
   }
+}
+
+TEST_F(ParseArguments, Help_SaysEachOptionInOurWords) {
+  parse({"--help"});
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(missingFrom(output,
+                        {"Runs tanexics on a stand-in of the communication library, and shows what "
+                         "the support centre would have received, the action log, the exit status "
+                         "and the verdict.",
+                         "Usage: tanexics-rehearse [OPTIONS] -- LISTFILE -i NUMBER "
+                         "tanexics-rehearse [OPTIONS] -- LISTFILE -r EVENTFILE "
+                         "tanexics-rehearse --situations",
+                         "--help", "--outbox DIR Keep record, copies and action log in DIR",
+                         "--script FILE Answer as FILE says",
+                         "--situation NAME Answer as the situation NAME says, instead of a script",
+                         "--situations List the situations and end",
+                         "--command PATH Run PATH instead of tanexics beside this one",
+                         "--library DIR Take the stand-in library from DIR",
+                         "--trace Write the action log's trace lines too",
+                         "--json Print one JSON object instead of the report", "--version"}),
+            Words());
+  EXPECT_EQ(errors, "");
 }
 
 TEST_F(ParseArguments, MissingFolderOfSituations_IsNoEmptyList) {

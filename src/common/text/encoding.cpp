@@ -2,6 +2,7 @@
 
 #include <strings.h>
 
+#include <cstdint>
 #include <memory>
 #include <new>
 
@@ -100,6 +101,10 @@ int check_SJISMultiByteLength(const unsigned int* a, int len) {
 int getCharactorLength(const char* text, int len) {
   if (text == nullptr || len < 1) return 0;
   const std::size_t size = static_cast<std::size_t>(len);
+  if constexpr (sizeof(std::size_t) == sizeof(int)) {
+    // In spite of std::nothrow g++ throws for more bytes than there are addresses.
+    if (size > SIZE_MAX / sizeof(unsigned int)) return 0;
+  }
   // GCOVR_EXCL_BR_START: one branch is the compiler's, for more elements than there are addresses.
   const std::unique_ptr<unsigned int[]> elements(new (std::nothrow) unsigned int[size]);
   // GCOVR_EXCL_BR_STOP

@@ -194,6 +194,7 @@ TEST_F(OutboxTest, Holes_StayHoles) {
 TEST_F(OutboxTest, FilesThatTheKernelMakesUp_AreReadToTheirEnd) {
   // The size of the one is 0, that of the other is not its length.
   for (const char* path : {"/proc/version", "/sys/devices/system/cpu/online"}) {
+    if (::access(path, R_OK) != 0) GTEST_SKIP() << path << " is not there: /sys is not mounted";
     const std::string copied = readFile(copyOf(path));
     EXPECT_NE(copied, "");
     EXPECT_EQ(copied, readFile(path));

@@ -129,8 +129,11 @@ std::string translated(const char* message, std::initializer_list<std::string_vi
   return filled(translation(message), values);
 }
 
-std::string translatedCount(const char* one, const char* many, std::size_t number,
+std::string translatedCount(const char* one, const char* many, std::uint64_t number,
                             std::initializer_list<std::string_view> values) {
   const char* message = number == 1 ? one : many;
-  return filled(isTranslated() ? ::dngettext(kDomain, one, many, number) : message, values);
+  // A form depends on the last digits: on 32-bit systems the library takes no more of them.
+  constexpr std::uint64_t kTurn = 1000000;
+  const auto last = static_cast<unsigned long>(number < kTurn ? number : kTurn + number % kTurn);
+  return filled(isTranslated() ? ::dngettext(kDomain, one, many, last) : message, values);
 }

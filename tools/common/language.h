@@ -1,6 +1,7 @@
 #ifndef TANEXICS_TOOLS_COMMON_LANGUAGE_H
 #define TANEXICS_TOOLS_COMMON_LANGUAGE_H
 
+#include <cstdint>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -50,7 +51,7 @@ std::string translated(const char* message, std::initializer_list<std::string_vi
 
 /// The same of one that depends on a number: English has the two forms `one` and `many`, other
 /// languages as many as they need. The number itself is a value like any other.
-std::string translatedCount(const char* one, const char* many, std::size_t number,
+std::string translatedCount(const char* one, const char* many, std::uint64_t number,
                             std::initializer_list<std::string_view> values);
 
 #endif

@@ -149,6 +149,47 @@ TEST(Verdicts, MailedLog_IsReadAllTheSame) {
             (Texts{"7 delivered", "8 not-sent"}));
 }
 
+TEST(Reader, RunThatHasEnded_IsGivenAtTheEndOfItsLine) {
+  // With a line that has a line feed of its own, a byte order mark, and a head without its text.
+  const Texts cancelled = unsent(kCancel, 1);
+  const Texts refused = event({-1, -1});
+  const auto last = static_cast<std::ptrdiff_t>(refused.size()) - 2;
+  for (const std::string& log : {linesOf(7, cancelled), "\xef\xbb\xbf" + linesOf(7, cancelled),
+                                 linesOf(7, {refused.begin(), refused.begin() + last}) + headOf(7) +
+                                     '\n' + linesOf(7, {refused.begin() + last, refused.end()})}) {
+    std::size_t given = 0;
+    outcome::Reader reader([&](const outcome::Run& run) {
+      ++given;
+      EXPECT_NE(run.verdict, outcome::Verdict::kUnknown) << run.reason;
+    });
+    reader.feed(log);
+    EXPECT_EQ(given, 1U) << log;
+    reader.finish();
+    EXPECT_EQ(given, 1U) << log;
+  }
+}
+
+TEST(Reader, AnswerWhoseCallIsLost_IsAnExchangeOfItsOwn) {
+  const std::vector<outcome::Run> runs = runsOf(linesOf(7, without(incident({0, -1}), 5)));
+  ASSERT_EQ(runs.size(), 1U);
+  ASSERT_EQ(runs[0].exchanges.size(), 2U);
+  EXPECT_EQ(runs[0].exchanges[0].code, 0);
+  EXPECT_EQ(runs[0].exchanges[1].code, -1);
+  EXPECT_EQ(runs[0].exchanges[1].request, std::nullopt);
+  EXPECT_STREQ(wordOf(runs[0].verdict), "partly");
+}
+
+TEST(Reader, LogThatEndsWithinAHead_HasALineLess) {
+  const std::string whole = linesOf(7, incident({0, 0}));
+  const std::string head = headOf(8);
+  for (std::size_t length = 1; length < head.size(); ++length) {
+    const std::string log = whole + head.substr(0, length);
+    const std::vector<outcome::Run> runs = runsOf(std::string(log.begin(), log.end()));
+    ASSERT_EQ(runs.size(), 1U) << length;
+    EXPECT_STREQ(wordOf(runs[0].verdict), "delivered") << length;
+  }
+}
+
 TEST(Reader, LineWithACutHead_MayBeThatOfAMissingFile) {
   const Texts run = incident({0, 0});
   const Texts rest(run.begin() + 1, run.end());
@@ -282,6 +323,14 @@ TEST(Reader, NoActionLog_HasNoRunAndAFirstLineThatIsForeign) {
   reader.feed("\n\nroot:x:0:0\nbin:x:1:1\n");
   reader.finish();
   EXPECT_TRUE(runs.empty());
+  EXPECT_EQ(reader.firstForeignLine(), "root:x:0:0");
+}
+
+TEST(Reader, ByteOrderMarkAtTheBeginning_IsNone) {
+  outcome::Reader reader([](const outcome::Run&) {});
+  reader.feed("\xef\xbb");
+  reader.feed("\xbfroot:x:0:0\n");
+  reader.finish();
   EXPECT_EQ(reader.firstForeignLine(), "root:x:0:0");
 }
 

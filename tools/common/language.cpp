@@ -42,10 +42,9 @@ std::string catalogueFolder(const std::string& installed) {
 
 /// The name of the character set of the caller's locale; that of none is "ANSI_X3.4-1968".
 std::string callersEncoding() {
-  const locale_t locale = ::newlocale(LC_CTYPE_MASK, "", nullptr);
-  if (locale == nullptr) return "ANSI_X3.4-1968";
-  std::string name = ::nl_langinfo_l(CODESET, locale);
-  ::freelocale(locale);
+  std::setlocale(LC_CTYPE, "");
+  std::string name = ::nl_langinfo(CODESET);
+  std::setlocale(LC_CTYPE, "C");
   return name;
 }
 

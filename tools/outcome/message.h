@@ -28,7 +28,7 @@ enum class Kind {
 struct Message {
   Kind kind = Kind::kUnread;
   std::string_view whole;
-  int number = 0;  ///< of a number that is too large: the nearest int
+  int number = 0;
   int total = 0;
   unsigned request = 0;
   std::string_view text;  ///< what the kind says

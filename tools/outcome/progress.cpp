@@ -207,7 +207,7 @@ std::set<Verdict> Progress::verdicts() const {
     }
   }
   if (ok == 0) possible.insert(Verdict::kRefused);
-  if (undecided > 0 && ok + failed + undecided > 1) possible.insert(Verdict::kPartly);
+  if (undecided > 0) possible.insert(Verdict::kPartly);
   return possible;
 }
 

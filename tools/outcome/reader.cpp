@@ -400,7 +400,6 @@ void Reader::close(int pid) {
   if (own.isRest) return;
   if (own.isDisputed && isEnded(own.progress)) m_rests.insert(pid);
   m_ended.push_back(std::move(own));
-  giveEnded();
 }
 
 /// Gives the runs that have ended, where no line is open any more: what follows cannot show then

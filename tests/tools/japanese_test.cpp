@@ -4,6 +4,7 @@
 
 #include "support/childrun.h"
 #include "tools/common/language.h"
+#include "tools/common/retold.h"
 #include "tools/common/terminal.h"
 #include "tools/logbytes.h"
 #include "tools/outcome/utf8text.h"
@@ -368,6 +369,25 @@ result: accepted, 1 warning
 )");
 }
 
+TEST_F(Japanese, CheckTellsOfAnExtractThatIsNotOpened) {
+  dir.write("list", "pipe.syslog.txt\n");
+  std::string event = "SendType=err\n";
+  for (const char* key : {"Time", "Label", "HostName", "OSType", "OSName", "OSVersion", "PkgName",
+                          "MsgType", "MsgID", "EventID", "PartitionName"}) {
+    event += key + std::string("=b\n");
+  }
+  dir.write("event", event);
+  EXPECT_EQ(
+      say("mkfifo pipe.syslog.txt 2>&-; tanexics-check list -r event").out,
+      R"(list:1: warning: "pipe.syslog.txt" は相対パスであり、コマンドを起動した場所から解釈されます。名前付きパイプです
+list:1: warning: "pipe.syslog.txt" は名前付きパイプであるため、ここでは開きません。通知に引用される行は不明です
+エラーイベント (0x40204) を送信します: ファイル 1 個、計 0 バイト
+通知: 不明
+ファイル "pipe.syslog.txt": 0 バイト
+result: accepted, 2 warnings
+)");
+}
+
 TEST_F(Japanese, CheckTellsOfTheWordsAlone) {
   dir.write("empty", "");
   const struct {
@@ -666,6 +686,18 @@ TEST_F(Japanese, Catalogue_IsTakenFromWhereItBelongsAlone) {
   EXPECT_EQ(run("usr/bin/tanexics-log empty", away).err, kJapanese) << "the rest of it counts";
 }
 
+TEST_F(Japanese, EnglishIsSpoken_WhereTheProgramDoesNotKnowItsPlace) {
+  dir.write("empty", "");
+  const Said said =
+      run("unshare --mount sh -c 'mount -t tmpfs none /proc && { tanexics-log empty; "
+          "tanexics-rehearse --help; }'",
+          utf8());
+  EXPECT_EQ(said.err, std::string(kEnglish) +
+                          "tanexics-rehearse: /proc/self/exe cannot be read: No such file or "
+                          "directory\n");
+  EXPECT_EQ(said.status, 125);
+}
+
 TEST_F(Japanese, CharactersThatTheTerminalDoesNotHave_AreEscaped) {
   dir.write("a.log", linesOf(7, incident({0, 0})));
   EXPECT_EQ(run("tanexics-log 絵\xf0\x9f\x98\x80", eucJp()).err,
@@ -687,6 +719,11 @@ TEST(Filled, Values_StandInTheirPlaces) {
   // What no translation that was checked has in it.
   EXPECT_EQ(filled("%s, %s, %9$s", {"1"}), "1, , ");
   EXPECT_EQ(filled("%n %0$s %1$n %", {"1"}), "%n %0$s %1$n %");
+}
+
+TEST(Retold, TextOfAnother_StaysAsItIs) {
+  EXPECT_EQ(retold("a excludes b", {"%s is required", "%s excludes %s"}), "a excludes b");
+  EXPECT_EQ(retold("a is strange", {"%s is required", "%s excludes %s"}), "a is strange");
 }
 
 TEST(Translated, English_IsSpokenUntilAnotherLanguageIs) {

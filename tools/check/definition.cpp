@@ -196,9 +196,9 @@ class DefinitionCheck {
       explanation = explainUnknownKey(*reading.key, m_keys);
     } else {
       const bool isEmpty = reading.value.empty();
-      explanation = {isEmpty ? translated("%s has no value", {*reading.key})
-                             : translated("%s is rejected", {quoted(reading.text)}),
-                     reading.key};
+      const char* const message = isEmpty ? marked("%s has no value") : marked("%s is rejected");
+      const std::string subject = isEmpty ? *reading.key : quoted(reading.text);
+      explanation = {translated(message, {subject}), reading.key};
     }
     if (offset > 0) {
       explanation.text = translated("%s (behind %s bytes of the line)",

@@ -92,10 +92,6 @@ bool mountTmpfs(const std::string& dir, const std::string& bytes) {
 }
 
 bool bindFolder(const std::string& folder, const std::string& target) {
-  if (fs::is_symlink(folder)) {
-    if (!fs::is_symlink(target)) fs::copy_symlink(folder, target);
-    return true;
-  }
   if (!fs::exists(folder)) return true;
   fs::create_directories(target);
   return ::mount(folder.c_str(), target.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0;

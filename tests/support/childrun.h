@@ -41,8 +41,8 @@ bool enterPrivateMounts();
 /// Mounts an empty file system of at most `bytes` over `dir`; only after `enterPrivateMounts`.
 bool mountTmpfs(const std::string& dir, const std::string& bytes = "1m");
 
-/// Shows a folder of this machine, or the link that it is, at `target` as well, and nothing where
-/// it does not exist; only after `enterPrivateMounts`.
+/// Shows a folder of this machine, or the one that a link leads to, at `target` as well, and
+/// nothing where it does not exist; only after `enterPrivateMounts`.
 bool bindFolder(const std::string& folder, const std::string& target);
 
 /// Drops all privileges for good; the group and user are nogroup and nobody (65534).

@@ -21,6 +21,10 @@ declare -A packages=(
   [sanitizers]="clang libclang-rt-dev"
   [packages]="debhelper dpkg-dev fakeroot lintian"
   [roots]="mmdebstrap"
+  [cross]="g++-aarch64-linux-gnu g++-s390x-linux-gnu g++-i686-linux-gnu g++-arm-linux-gnueabihf"
+  [emulation]="qemu-user-static lib32stdc++6 googletest"
+  [libcxx]="libc++-dev libc++abi-dev googletest"
+  [musl]="musl-dev llvm"
   [rpm]="rpm rpmlint debugedit elfutils"
   [checks]="git clang-format clang-tidy cppcheck shellcheck doxygen"
   [coverage]="gcovr"
@@ -131,4 +135,25 @@ run_ctest() {
   fi
   grep 'tests passed' "$log"
   rm -f "$log"
+}
+
+# copy_source FOLDER: the files of the repository as they are in the work tree.
+copy_source() {
+  mkdir -p "$1"
+  git ls-files -z --cached --others --exclude-standard | tar -c --null --ignore-failed-read -T - | tar -x -C "$1"
+  # Files that are packed as they are keep their times; newer ones get that of the commit by themselves.
+  find "$1" -exec touch -h -d "@$(git log -1 --format=%ct)" {} +
+}
+
+# clean_root FOLDER SUITE PACKAGE...: puts into FOLDER a system of this release of Debian with nothing but what it needs
+# and these packages, from the package mirror. It is kept in build/roots for the next time.
+clean_root() {
+  local tree
+  tree=build/roots/$2-$(printf '%s\n' "${@:3}" | sort | sha256sum | cut -c 1-8).tar
+  mkdir -p build/roots "$1"
+  if [[ ! -e $tree ]]; then
+    mmdebstrap --quiet --variant=apt --mode=root --format=tar --include="${*:3}" "$2" "$tree.new" &&
+      mv "$tree.new" "$tree" || return 1
+  fi
+  tar -C "$1" -xf "$tree"
 }

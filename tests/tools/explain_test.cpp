@@ -85,6 +85,9 @@ INSTANTIATE_TEST_SUITE_P(
         WordRow{"exit/160",
                 {"exit status 160: an error code that the communication library threw (its low "
                  "eight bits)"}},
+        WordRow{"exit/255",
+                {"exit status 255: an error code that the communication library threw (its low "
+                 "eight bits)"}},
         WordRow{"exit/256",
                 {"exit status 256: an error code that the communication library threw"}},
         WordRow{"exit/-1", {"exit status -1: an error code that the communication library threw"}},

@@ -313,6 +313,22 @@ TEST_F(TanexicsLog, WrongCommandLine_Is64AndSaysWhatWouldBeRight) {
   EXPECT_EQ(help.status, 0);
 }
 
+TEST_F(TanexicsLog, Day_IsOneOfTheCalendar) {
+  dir.write("a.log", linesOf(7, incident({0, 0})));
+  for (const char* day : {"2026-01-01", "2026-01-31", "2026-02-28", "2028-02-29", "2026-04-30",
+                          "2026-06-30", "2026-09-30", "2026-11-30", "2026-12-31"}) {
+    EXPECT_EQ(log(std::string("--since 2000-01-01 --until ") + day + " a.log").err.find("such"),
+              std::string::npos)
+        << day;
+  }
+  for (const char* day :
+       {"2026-00-01", "2026-01-00", "2026-01-32", "2028-02-30", "2026-03-32", "2026-04-31",
+        "2026-06-31", "2026-09-31", "2026-11-31", "2026-12-32", "2026/01/01", "2026-01-1x",
+        "202x-01-01", "2026-01-01T00:00", "20260-1-01"}) {
+    EXPECT_EQ(log(std::string("--since ") + day + " a.log").status, 64) << day;
+  }
+}
+
 TEST_F(TanexicsLog, InputThatIsNone_IsToldBySubjectAndReason) {
   dir.write("a.log", linesOf(7, incident({0, 0})));
   dir.write("passwd", "root:x:0\nbin:x:1\n");

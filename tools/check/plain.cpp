@@ -81,10 +81,9 @@ std::string sendingOf(const Report& report) {
 
 std::string notificationOf(const Report& report) {
   const bool isFirst = report.eventType == Command::kIncident && report.files.size() > 1;
-  if (!report.notification) {
-    return translated(isFirst ? marked("first notification: not known")
-                              : marked("notification: not known"));
-  }
+  constexpr const char* kNotKnown[] = {marked("notification: not known"),
+                                       marked("first notification: not known")};
+  if (!report.notification) return translated(kNotKnown[isFirst ? 1 : 0]);
   const Notification& notification = *report.notification;
   return translated(isFirst ? marked("first notification (%s of %s bytes): %s")
                             : marked("notification (%s of %s bytes): %s"),

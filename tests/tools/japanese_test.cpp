@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/childrun.h"
+#include "support/sanitizer.h"
 #include "tools/common/language.h"
 #include "tools/common/retold.h"
 #include "tools/common/terminal.h"
@@ -686,6 +687,7 @@ TEST_F(Japanese, Catalogue_IsTakenFromWhereItBelongsAlone) {
   EXPECT_EQ(run("usr/bin/tanexics-log empty", away).err, kJapanese) << "the rest of it counts";
 }
 
+#ifndef TANEXICS_ADDRESS_SANITIZER  // which needs /proc
 TEST_F(Japanese, EnglishIsSpoken_WhereTheProgramDoesNotKnowItsPlace) {
   dir.write("empty", "");
   const Said said =
@@ -697,6 +699,7 @@ TEST_F(Japanese, EnglishIsSpoken_WhereTheProgramDoesNotKnowItsPlace) {
                           "directory\n");
   EXPECT_EQ(said.status, 125);
 }
+#endif
 
 TEST_F(Japanese, CharactersThatTheTerminalDoesNotHave_AreEscaped) {
   dir.write("a.log", linesOf(7, incident({0, 0})));

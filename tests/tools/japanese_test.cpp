@@ -47,12 +47,12 @@ class Japanese : public testing::Test {
 
   /// What is said in Japanese; in both encodings the same.
   Said say(const std::string& command) const {
-    const Said said = run(command, utf8());
-    const Said other = run(command, eucJp());
-    EXPECT_EQ((Said{other.status, outcome::utf8Text(other.out, "EUC-JP"),
-                    outcome::utf8Text(other.err, "EUC-JP")}),
-              said)
-        << command;
+    Said said = run(command, eucJp());
+    said.out = outcome::utf8Text(said.out, "EUC-JP");
+    said.err = outcome::utf8Text(said.err, "EUC-JP");
+#ifndef TANEXICS_ADDRESS_SANITIZER  // with which a program takes its time, and sees no more of it
+    EXPECT_EQ(run(command, utf8()), said) << command;
+#endif
     return said;
   }
 

@@ -88,6 +88,14 @@ TEST_F(CheckEnvironment, Library_IsLookedForWhereTheLoaderDoes) {
                     }),
       Texts{"libkelcom.so: is not in /none, /usr/local/lib or /opt/QZKBkel/lib: the loader would "
             "refuse the command, with the status 127"});
+  for (const char* here : {":/none", "/none:", "/none;;/none"}) {
+    const auto isHere = [&, this] {
+      std::filesystem::remove("/opt/QZKBkel/lib/libkelcom.so");
+      std::filesystem::current_path(dir.path());
+      ::setenv("LD_LIBRARY_PATH", here, 1);
+    };
+    EXPECT_EQ(warningsAfter(false, isHere), Texts()) << here;
+  }
 }
 
 TEST_F(CheckEnvironment, Log_IsToldOfWhereItCannotBeKept) {

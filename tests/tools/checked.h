@@ -25,9 +25,12 @@ class Checked : public testing::Test {
 
   /// All that is printed for these words.
   static std::string checked(const Texts& words, const Terminal& terminal = {}) {
+    const check::Report report = check::reportOn(words, false);
+    for (const check::Fault& fault : report.faults.kept()) {
+      EXPECT_TRUE(fault.file || fault.line == 0) << "the command line has no lines: " << fault.text;
+    }
     std::string text;
-    check::writePlain(check::reportOn(words, false), terminal,
-                      [&text](const std::string& piece) { text += piece; });
+    check::writePlain(report, terminal, [&text](const std::string& piece) { text += piece; });
     return text;
   }
 

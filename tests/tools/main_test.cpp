@@ -144,6 +144,11 @@ TEST_F(TanexicsLog, OlderGeneration_IsOneLogWithTheOther) {
   dir.write("default.log", bytes.substr(300));
   EXPECT_EQ(log("a.bak a.log").out, kDelivered);
   EXPECT_EQ(log("").out, kDelivered);
+  EXPECT_EQ(run("TANEX_LOG=none.log tanexics-log").err,
+            "tanexics-log: none.log: No such file or directory\n");
+  // The name of its own older generation.
+  EXPECT_EQ(pids("a.bak"), (Texts{"7"}));
+  EXPECT_EQ(run("TANEX_LOG=a.bak tanexics-log").out, log("a.bak").out);
   EXPECT_EQ(pids("a.log a.bak").size(), 2u);
   EXPECT_EQ(pids("a.bak ./a.log").size(), 2u);  // of another folder, as far as the names tell
 }

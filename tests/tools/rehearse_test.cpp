@@ -301,15 +301,20 @@ TEST_F(Rehearse, Signal_IsPassedOn) {
 }
 
 TEST_F(Rehearse, Interrupt_IsIgnoredHereAndDeadlyThereUnlessItWasIgnoredBefore) {
-  // The shell interrupts the rehearsal, which is its parent, then itself.
-  const std::string interrupt = "kill -INT $PPID; kill -INT $$; exit 3";
+  // The shell interrupts the rehearsal, which is its parent, then itself; from the keyboard a quit
+  // comes in the same way.
   // Whoever runs the tests may ignore it as well: a shell does in what it runs in the background.
-  for (const auto& [signal, status] :
-       {std::pair("--default-signal=INT", 128 + SIGINT), std::pair("--ignore-signal=INT", 3)}) {
-    EXPECT_EQ(runProgram(
-                  {"/usr/bin/env", signal, REHEARSE, "--command", "/bin/sh", "--", "-c", interrupt})
-                  .exitCode(),
-              status);
+  for (const auto& [name, number] : {std::pair("INT", SIGINT), std::pair("QUIT", SIGQUIT)}) {
+    const std::string interrupt =
+        std::string("kill -") + name + " $PPID; kill -" + name + " $$; exit 3";
+    for (const auto& [signal, status] :
+         {std::pair("--default-signal=", 128 + number), std::pair("--ignore-signal=", 3)}) {
+      EXPECT_EQ(runProgram({"/usr/bin/env", std::string(signal) + name, REHEARSE, "--command",
+                            "/bin/sh", "--", "-c", interrupt})
+                    .exitCode(),
+                status)
+          << signal << name;
+    }
   }
 }
 

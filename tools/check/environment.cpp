@@ -47,9 +47,10 @@ bool isPlainPath(const std::string& path) {
 void checkLibrary(Faults& faults) {
   std::vector<std::string> folders;
   const std::string first = environmentOf("LD_LIBRARY_PATH");
-  for (std::size_t at = 0; at < first.size();) {
+  for (std::size_t at = 0; !first.empty() && at <= first.size();) {
     const std::size_t end = std::min(first.find_first_of(":;", at), first.size());
-    if (end > at) folders.push_back(first.substr(at, end - at));
+    // A name without a byte is that of the current folder; see ld.so(8).
+    folders.push_back(end > at ? first.substr(at, end - at) : ".");
     at = end + 1;
   }
   folders.insert(folders.end(), std::begin(kLibraryFolders), std::end(kLibraryFolders));

@@ -59,6 +59,8 @@ Matching::Matching(const Graph& edges, const std::vector<bool>& isClosed)
   findCircles(to, from);
 }
 
+bool Matching::isPossible() const { return m_isPossible; }
+
 /// The texts go round in a circle; or those from this line on move until one finds a line that has
 /// none, and the line that `text` leaves needs none, or gets that of another, until one is left
 /// that needs none.

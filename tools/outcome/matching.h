@@ -23,7 +23,7 @@ class Matching {
   Matching(const Graph& edges, const std::vector<bool>& isClosed);
 
   /// Whether the texts can be given out so at all.
-  bool isPossible() const { return m_isPossible; }
+  bool isPossible() const;
 
   /// Whether it stays possible with `text` in `line`, which is one of its own. Only asked of what
   /// is possible.

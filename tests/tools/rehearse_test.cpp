@@ -407,6 +407,13 @@ TEST_F(Rehearse, OutputThatCannotBeWritten_IsReported) {
   }
 }
 
+TEST_F(Rehearse, LimitOnFileSizes_IsReported) {
+  const ChildResult child = runProgram(
+      {"/bin/sh", "-c", "ulimit -f 1; exec " REHEARSE " --situations >" + (scratch / "out")});
+  EXPECT_EQ(child.exitCode(), 125);
+  EXPECT_EQ(child.err, "tanexics-rehearse: the output cannot be written: File too large\n");
+}
+
 TEST_F(Rehearse, OutputThatIsClosed_IsRefusedBeforeAnythingRuns) {
   const std::string command = " --command /usr/bin/touch -- " + (scratch / "has-run");
   const ChildResult child = runProgram({"/bin/sh", "-c", "exec " REHEARSE + command + " >&-"});

@@ -46,7 +46,9 @@ int rehearse(const Arguments& arguments, const Terminal& terminal, std::string& 
 
 /// Prints `text`. Returns the reason where that fails, else an empty text.
 std::string print(const std::string& text, StandardOutput& output) {
-  const IgnoredSignal pipe(SIGPIPE);  // whose reader has gone is told, and does not end the program
+  // A reader that has gone, and a limit on file sizes, are told, and do not end the program.
+  const IgnoredSignal pipe(SIGPIPE);
+  const IgnoredSignal size(SIGXFSZ);
   output.write(text);
   output.flush();
   return output.error() == 0 ? "" : std::strerror(output.error());

@@ -408,8 +408,9 @@ TEST_F(Rehearse, OutputThatCannotBeWritten_IsReported) {
 }
 
 TEST_F(Rehearse, LimitOnFileSizes_IsReported) {
-  const ChildResult child = runProgram(
-      {"/bin/sh", "-c", "ulimit -f 1; exec " REHEARSE " --situations >" + (scratch / "out")});
+  const std::string out = scratch.write("out", std::string(1 << 20, 'o'));
+  const ChildResult child =
+      runProgram({"/bin/sh", "-c", "ulimit -f 2048; exec " REHEARSE " --situations >>" + out});
   EXPECT_EQ(child.exitCode(), 125);
   EXPECT_EQ(child.err, "tanexics-rehearse: the output cannot be written: File too large\n");
 }

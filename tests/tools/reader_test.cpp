@@ -75,6 +75,8 @@ TEST(Verdicts, OneRun_IsWhatItsLinesSay) {
        "1 of 2 exchanges failed: notification 1: -1"},
       {"thrown, the 0 may be that of the call before", incident({0, -1}, kError, 5), "unknown",
        "the library threw an integer, and the log does not say by which call"},
+      {"thrown, each 0 may be that of a call before", incident({0, 0, 0, -1}, kError, 5), "unknown",
+       "the library threw an integer, and the log does not say by which call"},
       {"no temporary directory",
        inserted(incident({0, 0}, kOk, 78), 8,
                 "make tempname error (CSendEventSingleSystem::SendEvent)"),

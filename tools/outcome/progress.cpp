@@ -198,13 +198,9 @@ std::set<Verdict> Progress::verdicts() const {
   const int undecided = open + lost;
 
   std::set<Verdict> possible;
-  if (failed == 0) {
-    if (!isOk || sent == Sent::kNotSaid) {
-      possible.insert(Verdict::kUnknown);
-    } else {
-      if (!isMissing) possible.insert(Verdict::kDelivered);
-      if (isMissing || mayMiss) possible.insert(Verdict::kPartly);
-    }
+  if (failed == 0 && isOk) {
+    if (!isMissing) possible.insert(Verdict::kDelivered);
+    if (isMissing || mayMiss) possible.insert(Verdict::kPartly);
   }
   if (ok == 0) possible.insert(Verdict::kRefused);
   if (undecided > 0) possible.insert(Verdict::kPartly);

@@ -95,17 +95,17 @@ TEST(IExtKelErrorToString, EveryRecord_IsWhatTheCatalogueSays) {
       {{-52, 0, 404, "550 denied"}, ""},
       {{-52, 3, 404, ""}, "() RL:-52,ZW-Agent:404\n"},
       {{-52, 2, 404, ""},
-       u8"(HTTP) 通信処理の動作異常(HTTPサーバ異常)が発生しました。\n"
-       u8"サポート要員に以下のエラーコードをお知らせください。\n"
-       u8"RL:-52,ZW-Agent:404\n"},
+       "(HTTP) 通信処理の動作異常(HTTPサーバ異常)が発生しました。\n"
+       "サポート要員に以下のエラーコードをお知らせください。\n"
+       "RL:-52,ZW-Agent:404\n"},
       {{-79, 1, -25, "535 authentication failed"},
-       u8"(SMTP) メール（SMTP）サーバとの間でエラーが発生しました。\n"
-       u8"SMTPサーバで認証エラーが発生しました。\n"
-       u8"指定されたユーザ名、パスワードに誤りがあり、\n"
-       u8"SMTPサーバで認証できませんでした。\n"
-       u8"(SMTPサーバのエラーメッセージ)\n"
-       u8"535 authentication failed\n"
-       u8"RL:-79,ZW-Agent:-25\n"},
+       "(SMTP) メール（SMTP）サーバとの間でエラーが発生しました。\n"
+       "SMTPサーバで認証エラーが発生しました。\n"
+       "指定されたユーザ名、パスワードに誤りがあり、\n"
+       "SMTPサーバで認証できませんでした。\n"
+       "(SMTPサーバのエラーメッセージ)\n"
+       "535 authentication failed\n"
+       "RL:-79,ZW-Agent:-25\n"},
   };
   for (TextCase row : table) {
     row.record.m_text = "earlier";
@@ -133,8 +133,8 @@ TEST(IExtKelErrorLookup, EveryRow_IsFoundUnderItsKey) {
   int rows = 0;
   for (const EXTERR* row = catalogueRows(); !isClosingRow(*row); ++row, ++rows) {
     std::string expected = "(" + std::string(row->type) + ") " + row->message + "\n";
-    if (row->kind == 1) expected += toEuc(u8"(SMTPサーバのエラーメッセージ)\nmessage\n");
-    if (row->kind == 2) expected += toEuc(u8"(POP3サーバのエラーメッセージ)\nmessage\n");
+    if (row->kind == 1) expected += toEuc("(SMTPサーバのエラーメッセージ)\nmessage\n");
+    if (row->kind == 2) expected += toEuc("(POP3サーバのエラーメッセージ)\nmessage\n");
     expected += "RL:" + std::to_string(row->rc) + ",ZW-Agent:" + std::to_string(row->code) + "\n";
     EXPECT_EQ(record.lookup(row->type, row->rc, row->code), expected);
   }
@@ -143,8 +143,8 @@ TEST(IExtKelErrorLookup, EveryRow_IsFoundUnderItsKey) {
 
 /// What is said of every web status above 258.
 const char kHigherStatus[] =
-    u8"通信処理の動作異常(HTTPサーバ異常)が発生しました。\n"
-    u8"サポート要員に以下のエラーコードをお知らせください。\n";
+    "通信処理の動作異常(HTTPサーバ異常)が発生しました。\n"
+    "サポート要員に以下のエラーコードをお知らせください。\n";
 
 TEST(IExtKelErrorLookup, KeyWithoutARow_GivesTheFirstAndTheLastPart) {
   struct Row {
@@ -186,8 +186,8 @@ TEST(IExtKelErrorLookup, KeyWithoutARow_GivesTheFirstAndTheLastPart) {
 // --- formatExtRMError ----------------------------------------------------------------------------
 
 TEST(IExtKelErrorFormat, EveryRow_IsItsMessageAndForMailTheServers) {
-  const std::string smtp = u8"(SMTPサーバのエラーメッセージ)\n";
-  const std::string pop3 = u8"(POP3サーバのエラーメッセージ)\n";
+  const std::string smtp = "(SMTPサーバのエラーメッセージ)\n";
+  const std::string pop3 = "(POP3サーバのエラーメッセージ)\n";
   const std::string m256(256, 'm');
   struct Row {
     const char* type;
@@ -242,7 +242,7 @@ TEST(IExtKelErrorSlots, FieldsOfADerivedClass_AreAskedFor) {
   EXPECT_EQ(serialised(record), "11\n1\n22\nslot\n");
   EXTERR row{"SMTP", 1, 2, 1, "a"};
   EXPECT_EQ(record.IExtKelError::formatExtRMError(row),
-            toEuc(u8"a\n(SMTPサーバのエラーメッセージ)\nslot\n"));
+            toEuc("a\n(SMTPサーバのエラーメッセージ)\nslot\n"));
   testing::internal::CaptureStdout();
   Record().reportResult(7, record);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "7\n11\n1\n22\nslot\n\n");

@@ -35,7 +35,7 @@ class CatalogueGenerator : public testing::Test {
 };
 
 constexpr char kGoodTable[] =
-    u8"# A comment\n"
+    "# A comment\n"
     "\n"
     "[rows]\n"
     "HTTP  -2   35  0  plain\n"
@@ -101,9 +101,9 @@ struct BadTable {
 const BadTable kBadTables[] = {
     // Characters: without an EUC-JP form, or with one that would read as another; bytes that are
     // not UTF-8 (stray, cut, overlong, half of a pair, EUC-JP); and control characters.
-    {withLine(u8"|a😀b"), {u8"4: '😀' has no EUC-JP form"}},
-    {withLine(u8"|C:¥"), {u8"4: '¥' has no EUC-JP form"}},
-    {withLine(u8"|‾"), {u8"4: '‾' has no EUC-JP form"}},
+    {withLine("|a😀b"), {"4: '😀' has no EUC-JP form"}},
+    {withLine("|C:¥"), {"4: '¥' has no EUC-JP form"}},
+    {withLine("|‾"), {"4: '‾' has no EUC-JP form"}},
     {withLine("|a\x80"), {"4: not UTF-8"}},
     {withLine("|\xE3\x81"), {"4: not UTF-8"}},
     {withLine("|\xC1\x81"), {"4: not UTF-8"}},

@@ -58,8 +58,8 @@ TEST(Catalogue, RowWithOneCodeOfTheClosingRow_DoesNotClose) {
 }
 
 TEST(Catalogue, MailKinds_AloneHaveAHeading) {
-  EXPECT_EQ(catalogueHeading(1), toEuc(u8"(SMTPサーバのエラーメッセージ)"));
-  EXPECT_EQ(catalogueHeading(2), toEuc(u8"(POP3サーバのエラーメッセージ)"));
+  EXPECT_EQ(catalogueHeading(1), toEuc("(SMTPサーバのエラーメッセージ)"));
+  EXPECT_EQ(catalogueHeading(2), toEuc("(POP3サーバのエラーメッセージ)"));
   for (const int kind : {0, 3, -1}) EXPECT_STREQ(catalogueHeading(kind), "") << kind;
 }
 

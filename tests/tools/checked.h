@@ -23,15 +23,18 @@ class Checked : public testing::Test {
   }
   ~Checked() override { std::filesystem::current_path(m_before); }
 
-  /// All that is printed for these words.
-  static std::string checked(const Texts& words, const Terminal& terminal = {}) {
-    const check::Report report = check::reportOn(words, false);
+  static std::string printed(const check::Report& report, const Terminal& terminal) {
     for (const check::Fault& fault : report.faults.kept()) {
       EXPECT_TRUE(fault.file || fault.line == 0) << "the command line has no lines: " << fault.text;
     }
     std::string text;
     check::writePlain(report, terminal, [&text](const std::string& piece) { text += piece; });
     return text;
+  }
+
+  /// All that is printed for these words.
+  static std::string checked(const Texts& words, const Terminal& terminal = {}) {
+    return printed(check::reportOn(words, false), terminal);
   }
 
   /// What is printed up to the result, for input that is rejected.
@@ -47,8 +50,7 @@ class Checked : public testing::Test {
   static std::string warningsOf(const Texts& words) {
     const check::Report report = check::reportOn(words, false);
     EXPECT_EQ(report.answer, check::Answer::kAccepted);
-    std::string text;
-    check::writePlain(report, {}, [&text](const std::string& piece) { text += piece; });
+    const std::string text = printed(report, {});
     return text.substr(0, text.find("sends "));
   }
 

@@ -41,6 +41,11 @@ TEST(ReadMessage, TextsOfTheCommand_HaveTheirKinds) {
   }
 }
 
+TEST(ReadMessage, Beginning_NamesTheProgramAsTheEndDoes) {
+  EXPECT_EQ(outcome::readMessage("### main : /a b started.").text, "/a b");
+  EXPECT_EQ(outcome::readMessage("### main : /a b exit. code = 1").text, "/a b");
+}
+
 TEST(ReadMessage, TextsThatOnlyLookLikeThem_AreNone) {
   const std::string texts[] = {
       "",

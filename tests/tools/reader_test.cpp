@@ -295,6 +295,12 @@ TEST(Facts, Event_HasItsLabelWithItsQuotesAsTheyStand) {
   EXPECT_EQ(run.exchanges.at(1).files, 3);
 }
 
+TEST(Facts, EventWithoutALabel_HasAnEmptyOne) {
+  Texts messages = event({0, 0});
+  messages[3] = "RM_Communicate call (param=0x40204 0 0 \"t\",,\"\",\"db01\",\"x\" NULL  NULL)";
+  EXPECT_EQ(runsOf(linesOf(7, messages)).at(0).identity, "");
+}
+
 TEST(Facts, HostNameAskedFor_IsOfAnIncident) {
   const outcome::Run run =
       runsOf(linesOf(7, inserted(unsent(kCancel, 1), 1, "VUQ90004L : com=uname -n 2>/dev/null")))

@@ -46,7 +46,7 @@ std::string resultOf(const Report& report, const Terminal& terminal) {
       break;
   }
   const std::size_t warnings = report.faults.warnings();
-  const std::string accepted = coloured("accepted", kGreen, terminal);
+  std::string accepted = coloured("accepted", kGreen, terminal);
   if (warnings == 0) return accepted;
   return accepted + ", " + std::to_string(warnings) + (warnings == 1 ? " warning" : " warnings");
 }

@@ -75,6 +75,7 @@ TEST(ReadMessage, TextsThatOnlyLookLikeThem_AreNone) {
   };
   for (const std::string& text : texts) {
     EXPECT_EQ(outcome::readMessage(text).kind, Kind::kUnread) << text;
+    EXPECT_EQ(outcome::readMessage(text).whole, text);
   }
 }
 

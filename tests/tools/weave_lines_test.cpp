@@ -119,6 +119,23 @@ TEST(WeaveLines, RunsThatEndTogether_AreGivenBeforeAnythingFollows) {
   EXPECT_EQ(given, 2U);
 }
 
+TEST(WeaveLines, RunsAfterTornOnes_AreToldAsAnyOthers) {
+  // Nobody has written the text among the first two, and all is given up.
+  const Texts first = incident({0, 0});
+  const Texts second = incident({-7, 0});
+  const Texts refused = unsent("not Super-User", 65);
+  const std::string noFolder = "make tempname error (CSendEventSingleSystem::SendEvent)";
+  const std::string torn = before(1, first, 1) + before(2, refused, 1) + headOf(1) + headOf(2) +
+                           first[1] + refused[1] + headOf(1) + headOf(2) + noFolder + refused[2] +
+                           headOf(2) + refused[3] + first[2] + "\n\n\n\n\n" + after(1, first, 3);
+  const Texts answers =
+      answersOf(runsOf(torn + before(5, first, 3) + before(6, second, 4) + headOf(5) + headOf(6) +
+                       second[4] + first[3] + "\n\n" + after(5, first, 4) + after(6, second, 5)));
+  ASSERT_GE(answers.size(), 2U);
+  EXPECT_EQ(answers[answers.size() - 2], "5 delivered: 0 0");
+  EXPECT_EQ(answers.back(), "6 partly: -7 0");
+}
+
 TEST(WeaveLines, SixteenThatWait_AreNotKeptAnyLonger) {
   // What each has written its next line would tell.
   const Texts run = incident({0, 0});

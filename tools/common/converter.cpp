@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "loopback/bytes.h"
+
 namespace {
 
 std::string takeAscii(std::string_view& bytes) {
@@ -41,6 +43,17 @@ std::string Converter::takeConvertible(std::string_view& bytes) {
              errno == E2BIG;
     text.append(piece.data(), piece.size() - outLeft);
     bytes.remove_prefix(bytes.size() - inLeft);
+  }
+  return text;
+}
+
+std::string convertedOrEscaped(std::string_view bytes, const char* to, const char* from) {
+  Converter converter(to, from);
+  std::string text = converter.takeConvertible(bytes);
+  while (!bytes.empty()) {
+    text += hexEscape(bytes.front());
+    bytes.remove_prefix(1);
+    text += converter.takeConvertible(bytes);
   }
   return text;
 }

@@ -25,4 +25,8 @@ class Converter {
   iconv_t m_handle;
 };
 
+/// `bytes` in another encoding, each byte that cannot be converted as `\xHH`. Names as
+/// iconv_open(3) takes them.
+std::string convertedOrEscaped(std::string_view bytes, const char* to, const char* from);
+
 #endif

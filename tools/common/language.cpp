@@ -2,15 +2,14 @@
 
 #include <langinfo.h>
 #include <libintl.h>
-#include <sys/stat.h>
 
+#include <algorithm>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
 
-#include "loopback/bytes.h"
 #include "tools/common/converter.h"
 
 namespace {
@@ -48,20 +47,6 @@ std::string callersEncoding() {
   return name;
 }
 
-/// `text` in another encoding, and what that has not escaped; `isWhole`: out, whether it has all.
-std::string encoded(std::string_view text, const std::string& encoding, bool& isWhole) {
-  Converter converter(encoding.c_str(), kUtf8);
-  std::string bytes = converter.takeConvertible(text);
-  isWhole = text.empty();
-  while (!text.empty()) {
-    const std::size_t length = std::max<std::size_t>(utf8Length(text), 1);
-    for (const char byte : text.substr(0, length)) bytes += hexEscape(byte);
-    text.remove_prefix(length);
-    bytes += converter.takeConvertible(text);
-  }
-  return bytes;
-}
-
 }  // namespace
 
 void speakAsCaller(const std::string& installed) {
@@ -75,9 +60,9 @@ void speakAsCaller(const std::string& installed) {
   // The head of each catalogue names its language in the characters of that language.
   const std::string head = ::dgettext(kDomain, "");
   const std::string encoding = callersEncoding();
-  bool isReadable = !head.empty();
-  if (isReadable) encoded(head, encoding, isReadable);
-  if (!isReadable) {
+  std::string_view unreadable = head;
+  Converter(encoding.c_str(), kUtf8).takeConvertible(unreadable);
+  if (head.empty() || !unreadable.empty()) {
     speakEnglish();
     return;
   }
@@ -92,8 +77,8 @@ void speakEnglish() {
 bool isTranslated() { return spoken().isTranslated; }
 
 std::string asCallerReads(std::string_view text) {
-  bool isWhole = true;
-  return spoken().encoding.empty() ? std::string(text) : encoded(text, spoken().encoding, isWhole);
+  const std::string& encoding = spoken().encoding;
+  return encoding.empty() ? std::string(text) : convertedOrEscaped(text, encoding.c_str(), kUtf8);
 }
 
 std::string filled(const char* format, std::initializer_list<std::string_view> values) {

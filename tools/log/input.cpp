@@ -170,7 +170,7 @@ std::optional<std::string> readTogether(const Log& log) {
     if (attempt > 0) std::this_thread::sleep_for(kPause);
     const auto before = stateOf(older);
     const std::optional<std::string> now = generationOf(log.name());
-    const bool isLacking = log.mayLackOlder && !isThere(older);
+    const bool isLacking = log.mayLackOlder && before == decltype(before){};
     std::optional<std::string> then = isLacking ? "" : generationOf(older);
     if (!now || !then) return std::nullopt;
     // The copy is made, or is being made, and the log is not empty yet.

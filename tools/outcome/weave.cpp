@@ -277,6 +277,7 @@ bool Weave::handOver(const Taker& take) {
     }
     strand = one.lines.empty() ? m_strands.erase(strand) : std::next(strand);
   }
+  if (ready.empty()) return true;  // all texts are held, as before
   for (std::size_t index = 0; index < ready.size(); ++index) {
     const Texts& texts = ready[index].second.candidates;
     if (texts.empty()) return false;

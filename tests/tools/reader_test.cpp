@@ -325,6 +325,14 @@ TEST(Reader, Lines_AreThoseOfEachRunAsTheyStand) {
           {headOf(5, hour + "03:00") + kStartedLine, headOf(5, hour + "04:00") + kElapsedLine}}));
 }
 
+/// The first line that is none of an action log, which is fed in these pieces.
+std::string foreignLineOf(const Texts& pieces) {
+  outcome::Reader reader([](const outcome::Run&) {});
+  for (const std::string& piece : pieces) reader.feed(piece);
+  reader.finish();
+  return reader.firstForeignLine();
+}
+
 TEST(Reader, NoActionLog_HasNoRunAndAFirstLineThatIsForeign) {
   std::vector<outcome::Run> runs;
   outcome::Reader reader([&runs](outcome::Run run) { runs.push_back(std::move(run)); });
@@ -335,19 +343,11 @@ TEST(Reader, NoActionLog_HasNoRunAndAFirstLineThatIsForeign) {
 }
 
 TEST(Reader, ByteOrderMarkAtTheBeginning_IsNone) {
-  outcome::Reader reader([](const outcome::Run&) {});
-  reader.feed("\xef\xbb");
-  reader.feed("\xbfroot:x:0:0\n");
-  reader.finish();
-  EXPECT_EQ(reader.firstForeignLine(), "root:x:0:0");
+  EXPECT_EQ(foreignLineOf({"\xef\xbb", "\xbfroot:x:0:0\n"}), "root:x:0:0");
 }
 
 TEST(Reader, ByteOrderMarkAfterTheBeginning_IsText) {
-  outcome::Reader reader([](const outcome::Run&) {});
-  reader.feed("\n\n\n");
-  reader.feed("\xef\xbb\xbfroot:x:0:0\n");
-  reader.finish();
-  EXPECT_EQ(reader.firstForeignLine(), "\xef\xbb\xbfroot:x:0:0");
+  EXPECT_EQ(foreignLineOf({"\n\n\n", "\xef\xbb\xbfroot:x:0:0\n"}), "\xef\xbb\xbfroot:x:0:0");
 }
 
 }  // namespace

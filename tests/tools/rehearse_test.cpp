@@ -413,6 +413,9 @@ TEST_F(Rehearse, LimitOnFileSizes_IsReported) {
       runProgram({"/bin/sh", "-c", "ulimit -f 2048; exec " REHEARSE " --situations >>" + out});
   EXPECT_EQ(child.exitCode(), 125);
   EXPECT_EQ(child.err, "tanexics-rehearse: the output cannot be written: File too large\n");
+  // Nor does it die where even that cannot be told.
+  const std::string both = " --situations >>" + out + " 2>&1";
+  EXPECT_EQ(runProgram({"/bin/sh", "-c", "ulimit -f 2048; exec " REHEARSE + both}).exitCode(), 125);
 }
 
 TEST_F(Rehearse, OutputThatIsClosed_IsRefusedBeforeAnythingRuns) {

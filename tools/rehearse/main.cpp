@@ -25,7 +25,15 @@ namespace {
 
 constexpr char kProgram[] = "tanexics-rehearse";
 
+/// While something is printed: a reader that has gone, and a limit on file sizes, are told, and do
+/// not end the program. Never while the command runs, which has these signals as its caller does.
+struct Printing {
+  IgnoredSignal pipe{SIGPIPE};
+  IgnoredSignal size{SIGXFSZ};
+};
+
 int fail(const std::string& message) {
+  const Printing printing;
   complain(kProgram, visibleBytes(message));
   return kCannotRun;
 }
@@ -46,9 +54,7 @@ int rehearse(const Arguments& arguments, const Terminal& terminal, std::string& 
 
 /// Prints `text`. Returns the reason where that fails, else an empty text.
 std::string print(const std::string& text, StandardOutput& output) {
-  // A reader that has gone, and a limit on file sizes, are told, and do not end the program.
-  const IgnoredSignal pipe(SIGPIPE);
-  const IgnoredSignal size(SIGXFSZ);
+  const Printing printing;
   output.write(text);
   output.flush();
   return output.error() == 0 ? "" : std::strerror(output.error());

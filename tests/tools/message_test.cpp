@@ -2,13 +2,25 @@
 
 #include "tools/outcome/message.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tools/logbytes.h"
 
 using outcome::Kind;
+using testing::ElementsAre;
 
 namespace {
+
+/// What each reading of bytes as one to `most` messages takes for them.
+std::vector<Texts> readingsOf(const std::string& bytes, std::size_t most) {
+  std::vector<Texts> readings;
+  for (const auto& reading : outcome::readingsOf(bytes, most)) {
+    readings.emplace_back();
+    for (const outcome::Message& message : reading) readings.back().emplace_back(message.whole);
+  }
+  return readings;
+}
 
 TEST(ReadMessage, TextsOfTheCommand_HaveTheirKinds) {
   const struct {
@@ -77,6 +89,182 @@ TEST(ReadMessage, TextsThatOnlyLookLikeThem_AreNone) {
     EXPECT_EQ(outcome::readMessage(text).kind, Kind::kUnread) << text;
     EXPECT_EQ(outcome::readMessage(text).whole, text);
   }
+}
+
+TEST(ReadMessage, WhatHasNoPart_IsOtherUnlessItHoldsWhatHas) {
+  const std::string other = "[T](SendEventBase:486):x";
+  EXPECT_EQ(outcome::readMessage(other).kind, Kind::kOther);
+  for (const std::string begin :
+       {"RM_Communicate ", "commonSendEvent ",
+        "### main : ", "ELAPSED:range=", "(CSendInfo::", "get file size error(", "not Super-User",
+        "make tempname error (", "parameter ", "No send file.("}) {
+    EXPECT_EQ(outcome::readMessage(other + begin).kind, Kind::kUnread) << begin;
+    EXPECT_EQ(outcome::readMessage(other + begin.substr(0, begin.size() - 1)).kind, Kind::kOther);
+  }
+}
+
+TEST(ReadMessage, Rejection_IsNoneWhereAMessageWithAPartStandsInIt) {
+  const std::string end = "(CSendEventBase::parseMsgCommon)";
+  const outcome::Message message = outcome::readMessage("No send file." + end);
+  EXPECT_EQ(message.kind, Kind::kRefusal);
+  EXPECT_EQ(message.text, message.whole);
+  EXPECT_EQ(outcome::readMessage("x### main : " + end).kind, Kind::kUnread);
+  EXPECT_EQ(outcome::readMessage("x" + end + "x").kind, Kind::kUnread);
+}
+
+TEST(ReadMessage, Connection_TellsWhatTheCentreAnswered) {
+  const std::string cancelled =
+      "(CSendInfo::SendInfo) Cancel sending investigation information, because connection status "
+      "is not operating. (status=";
+  const struct {
+    std::string text;
+    Kind kind;
+    int number;
+  } rows[] = {
+      {kStartComm, Kind::kStartedComm, 0},
+      {cancelled + "7) \n", Kind::kRefusal, 7},
+      {cancelled + "-7) ", Kind::kRefusal, -7},
+      {cancelled + "7) x", Kind::kUnread, 0},
+      {cancelled + "7)", Kind::kUnread, 0},
+      {"(CSendInfo::SendInfo) CRMSenderBase::RM_StartComm() error(code=-3)", Kind::kRefusal, -3},
+      {"(CSendInfo::SendInfo) x", Kind::kOther, 0},
+      {"(CSendInfo::SendInfo) RM_Communicate ", Kind::kUnread, 0},
+  };
+  for (const auto& row : rows) {
+    const outcome::Message message = outcome::readMessage(row.text);
+    EXPECT_EQ(message.kind, row.kind) << row.text;
+    EXPECT_EQ(message.number, row.number) << row.text;
+    EXPECT_EQ(message.text, row.kind == Kind::kUnread ? "" : row.text);
+  }
+}
+
+TEST(ReadMessage, Calls_NameWhatTheySend) {
+  const outcome::Message incident = outcome::readMessage(incidentCall(12, 34));
+  EXPECT_EQ(incident.request, 0x40017U);
+  EXPECT_EQ(incident.text, "42");
+  EXPECT_EQ(incident.host, "db01");
+  EXPECT_EQ(incident.part, 12);
+  EXPECT_EQ(incident.total, 34);
+  const outcome::Message event = outcome::readMessage(kEventCall);
+  EXPECT_EQ(event.request, 0x40204U);
+  EXPECT_EQ(event.text, "Disk \"\"a\"\", full");
+  EXPECT_EQ(event.host, "db01");
+  EXPECT_EQ(event.part, 0);
+  const outcome::Message data = outcome::readMessage(dataCall("/a b", "0x4010d", 3));
+  EXPECT_EQ(data.request, 0x4010dU);
+  EXPECT_EQ(data.text, "/a b");
+  EXPECT_EQ(data.total, 3);
+}
+
+TEST(ReadMessage, EventsFields_MayHaveNoQuotes) {
+  const auto fields = [](const std::string& sent) {
+    const std::string text = "RM_Communicate call (param=0x40204 0 0 " + sent + " NULL  NULL)";
+    const outcome::Message message = outcome::readMessage(text);
+    return std::string(message.text) + '|' + std::string(message.host);
+  };
+  EXPECT_EQ(fields(",,label,host,x"), "label|host");
+  EXPECT_EQ(fields(",,label,host"), "label|host");
+  EXPECT_EQ(fields(",,\"\",h"), "|h");
+  EXPECT_EQ(fields(",,\",h"), "\",h|");
+  EXPECT_EQ(fields(",,\"a\"b,c\"d\",\""), "\"a\"b|c\"d\"");
+  EXPECT_EQ(fields(""), "|");
+}
+
+TEST(ReadMessage, MissingFile_IsNamedUpToTheLastComma) {
+  EXPECT_EQ(outcome::readMessage("get file size error(/a,b,No such file)").text, "/a,b");
+  EXPECT_EQ(outcome::readMessage("get file size error(/a,b,No such file)").kind, Kind::kMissing);
+  EXPECT_EQ(outcome::readMessage("get file size error(,)").text, "");
+  EXPECT_EQ(outcome::readMessage("get file size error(/a)").kind, Kind::kUnread);
+  EXPECT_EQ(outcome::readMessage("get file size error(/a,b").kind, Kind::kUnread);
+}
+
+TEST(ReadMessage, Elapsed_IsWhatPrintfWritesOfANumber) {
+  for (const std::string time : {"0.012000", "-1.000000", "inf", "-nan", ""}) {
+    const std::string text = "ELAPSED:range='executing tanexics', time='" + time + "'";
+    EXPECT_EQ(outcome::readMessage(text).kind, Kind::kElapsed) << text;
+    EXPECT_EQ(outcome::readMessage(text).text, time);
+  }
+  EXPECT_EQ(outcome::readMessage("ELAPSED:range='executing tanexics', time='1x'").kind,
+            Kind::kUnread);
+  EXPECT_EQ(outcome::readMessage("ELAPSED:range='executing tanexics', time='1").kind,
+            Kind::kUnread);
+  EXPECT_EQ(outcome::readMessage("ELAPSED:range='executing tanexics', time='").kind, Kind::kUnread);
+}
+
+TEST(ReadMessage, IncidentsNumber_MayHoldAllButTheWholeEnd) {
+  const std::string number = "1\",HOSTNAME=\"a\",PART=\"x\",HOSTNAME=\"b\",PART=\"1\",TOTAL=\"y";
+  const outcome::Message message = outcome::readMessage(incidentCall(1, 2, number));
+  EXPECT_EQ(message.kind, Kind::kNotification);
+  EXPECT_EQ(message.text, number);
+  const std::string twice = incidentCall(1, 2) + incidentCall(1, 2);
+  EXPECT_EQ(outcome::readMessage(twice).kind, Kind::kUnread);
+  EXPECT_EQ(outcome::readMessage(incidentCall(1, 2) + "x").kind, Kind::kUnread);
+}
+
+TEST(ReadMessage, IncidentsNumberOfTwoThousandBytes_LeavesNothingOfTheRest) {
+  const std::string begin = "RM_Communicate call (param=0x40017 0 0 INCNO=\"";
+  const std::string cut = begin + std::string(2046 - begin.size(), '1') + '\0';
+  EXPECT_EQ(outcome::readMessage(cut).kind, Kind::kNotification);
+  EXPECT_EQ(outcome::readMessage(cut.substr(0, 2046)).kind, Kind::kUnread);
+  EXPECT_EQ(outcome::readMessage(cut.substr(0, 2046) + '1').kind, Kind::kUnread);
+  EXPECT_EQ(outcome::readMessage(cut + '\0').kind, Kind::kUnread);
+  EXPECT_EQ(outcome::readMessage(std::string(cut).replace(begin.find("INCNO"), 5, "ICNNO")).kind,
+            Kind::kUnread);
+}
+
+TEST(OwnLength, IsThatOfAnIncidentsCallAlone) {
+  const std::string call = incidentCall(1, 1, "4\n2");
+  EXPECT_EQ(outcome::ownLength(call + "\nx", false), call.size());
+  EXPECT_EQ(outcome::ownLength(std::string(kEventCall) + '\n', false), 0U);
+  for (const std::size_t size : {std::size_t{0}, std::size_t{20}, call.size() - 1}) {
+    EXPECT_EQ(outcome::ownLength(call.substr(0, size), false), outcome::kMoreNeeded) << size;
+    EXPECT_EQ(outcome::ownLength(call.substr(0, size), true), 0U) << size;
+  }
+}
+
+TEST(OwnLength, ACallWithoutItsEnd_IsLookedForInAsMuchAsOneHas) {
+  const std::string call = incidentCall(1, 1, std::string(3000, '1'));
+  EXPECT_EQ(outcome::ownLength(call.substr(0, 2046), false), outcome::kMoreNeeded);
+  EXPECT_EQ(outcome::ownLength(call.substr(0, 2047), false), 0U);
+  EXPECT_EQ(outcome::ownLength(call, false), 0U);
+}
+
+TEST(EndsInLineFeed, OfTheTwoMessagesThatHaveOneOfTheirOwn) {
+  const std::string cancel = std::string(kCancel, sizeof kCancel - 2);
+  EXPECT_TRUE(outcome::endsInLineFeed(cancel));
+  EXPECT_TRUE(outcome::endsInLineFeed("x" + cancel));
+  EXPECT_FALSE(outcome::endsInLineFeed(cancel + "x"));
+  EXPECT_FALSE(outcome::endsInLineFeed(cancel + "x "));
+  EXPECT_FALSE(outcome::endsInLineFeed(doneLine(0)));
+  EXPECT_TRUE(outcome::endsInLineFeed("[T](SendEventBase:491):x "));
+  EXPECT_TRUE(outcome::endsInLineFeed("[T](SendEventBase:486):'1'bytes."));
+  EXPECT_FALSE(outcome::endsInLineFeed("[T](SendEventBase:487):'1'bytes."));
+  EXPECT_FALSE(outcome::endsInLineFeed("[T](SendEventBase:486):'1'bytes"));
+}
+
+TEST(ReadingsOf, AreAllWaysOfSoManyMessages) {
+  const std::string start = kStartedLine, ok = kOk;
+  EXPECT_THAT(readingsOf(ok, 1), ElementsAre(Texts{ok}));
+  EXPECT_THAT(readingsOf(ok, 0), ElementsAre());
+  EXPECT_THAT(readingsOf(ok + start, 1), ElementsAre());
+  EXPECT_THAT(readingsOf(ok + start, 2), ElementsAre(Texts{ok, start}));
+  EXPECT_THAT(readingsOf(ok + start + ok, 2), ElementsAre());
+  EXPECT_THAT(readingsOf(ok + start + ok, 3), ElementsAre(Texts{ok, start, ok}));
+}
+
+TEST(ReadingsOf, WhatIsNotNamed_IsNoneBeforeARejection) {
+  const std::string rejection = "Label(CSendEventBase::parseTanexMsg)";
+  // The rejection begins with what the caller gave: anywhere.
+  const std::vector<Texts> readings = readingsOf(kOk + std::string("ab") + rejection, 2);
+  EXPECT_THAT(readings, ElementsAre(Texts{kOk, "ab" + rejection}));
+  EXPECT_THAT(readingsOf("Label=1" + rejection, 2), ElementsAre(Texts{"Label=1" + rejection}));
+}
+
+TEST(ReadingsOf, AreNoMoreThanSixtyFour) {
+  std::string bytes;
+  for (int count = 0; count < 12; ++count) bytes += "Time=1";
+  EXPECT_EQ(outcome::readingsOf(bytes, 12).size(), outcome::kMostReadings);
+  EXPECT_EQ(outcome::readingsOf(bytes.substr(0, 6 * 6), 12).size(), 32U);
 }
 
 }  // namespace

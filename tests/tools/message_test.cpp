@@ -72,6 +72,7 @@ TEST(ReadMessage, TextsThatOnlyLookLikeThem_AreNone) {
       doneLine(-1, "(SMTP) RL:-1,ZW-Agent:,Mailsvr:\"\""),
       doneLine(-1, "(SMTP) RL:-1,ZW-Agent:2,Mailsvr:\"x"),
       doneLine(-1, "(SMTP) RL:-1,ZW-Agent:2,Mailsvr:\"RM_Communicate \""),
+      doneLine(-1, "(5,ZW-Agent:2,Mailsvr:\"\""),
       doneLine(-1, "SMTP"),
       exitLine(0) + "x",
       "### main : x",
@@ -199,6 +200,10 @@ TEST(ReadMessage, IncidentsNumber_MayHoldAllButTheWholeEnd) {
   const std::string twice = incidentCall(1, 2) + incidentCall(1, 2);
   EXPECT_EQ(outcome::readMessage(twice).kind, Kind::kUnread);
   EXPECT_EQ(outcome::readMessage(incidentCall(1, 2) + "x").kind, Kind::kUnread);
+  const std::string withoutPart = "\",HOSTNAME=\"5\",TOTAL=\"3\" NULL  NULL)";
+  EXPECT_EQ(
+      outcome::readMessage("RM_Communicate call (param=0x40017 0 0 INCNO=\"4" + withoutPart).kind,
+      Kind::kUnread);
 }
 
 TEST(ReadMessage, IncidentsNumberOfTwoThousandBytes_LeavesNothingOfTheRest) {

@@ -56,6 +56,7 @@ TEST(ReadMessage, TextsOfTheCommand_HaveTheirKinds) {
 TEST(ReadMessage, Beginning_NamesTheProgramAsTheEndDoes) {
   EXPECT_EQ(outcome::readMessage("### main : /a b started.").text, "/a b");
   EXPECT_EQ(outcome::readMessage("### main : /a b exit. code = 1").text, "/a b");
+  EXPECT_EQ(outcome::readMessage("### main : exit. code = 1").text, "");
 }
 
 TEST(ReadMessage, TextsThatOnlyLookLikeThem_AreNone) {
@@ -263,6 +264,28 @@ TEST(ReadingsOf, WhatIsNotNamed_IsNoneBeforeARejection) {
   const std::vector<Texts> readings = readingsOf(kOk + std::string("ab") + rejection, 2);
   EXPECT_THAT(readings, ElementsAre(Texts{kOk, "ab" + rejection}));
   EXPECT_THAT(readingsOf("Label=1" + rejection, 2), ElementsAre(Texts{"Label=1" + rejection}));
+}
+
+TEST(ReadingsOf, HoldEachOtherOnceOnly) {
+  const std::string one = "Time=1", two = "Time=2", three = "Time=3";
+  EXPECT_THAT(readingsOf(one + two + three, 3),
+              ElementsAre(Texts{one + two + three}, Texts{one, two + three}, Texts{one, two, three},
+                          Texts{one + two, three}));
+}
+
+TEST(ReadingsOf, RejectionsOfAllKinds_MayFollowEachOther) {
+  const Texts rejections = {"a(CSendEventSingleSystem::parseCommandLine)",
+                            "b(CSendEventBase::parseMsgCommon)",
+                            "c(CSendEventBase::parseTanexMsg)"};
+  EXPECT_THAT(readingsOf(kOk + rejections[0] + rejections[1] + rejections[2], 4),
+              testing::Contains(Texts{kOk, rejections[0], rejections[1], rejections[2]}));
+}
+
+TEST(ReadingsOf, ARefusalOfTheCommandsOwn_BeginsAMessage) {
+  for (const std::string refusal : {"not Super-User", "EventType param error.",
+                                    "No send file.(CSendEventSingleSystem::parseCommandLine)"}) {
+    EXPECT_THAT(readingsOf(kStartedLine + refusal, 2), ElementsAre(Texts{kStartedLine, refusal}));
+  }
 }
 
 TEST(ReadingsOf, AreNoMoreThanSixtyFour) {

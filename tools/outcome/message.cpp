@@ -262,6 +262,7 @@ constexpr std::string_view kWords[] = {
     "make tempname error (",
     "parameter ",
     "No send file.(",
+    "EventType param error.",
 };
 
 /// A rejection begins with whatever the caller gave, and may stand right after another message.

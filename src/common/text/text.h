@@ -1,7 +1,16 @@
 #ifndef TANEXICS_COMMON_TEXT_TEXT_H
 #define TANEXICS_COMMON_TEXT_TEXT_H
 
+#include <climits>
+#include <cstdint>
+#include <cstring>
 #include <string>
+
+// Where an unsigned is as wide as a size, newer C libraries' function of this name has the same
+// arguments and another result: callers get ours under another name. Their own header comes before.
+#if SIZE_MAX == UINT_MAX
+#define strlcpy tanexics_strlcpy
+#endif
 
 // Edits of byte strings. White space is what isspace(3) says. A null argument without a line of its
 // own below is answered with an empty text, or nothing is done.

@@ -77,7 +77,8 @@ TEST_F(InstallLogFolder, Programs_StandWithTheirManualPages) {
   for (const std::string name :
        {"man8/tanexics.8", "man5/tanexics-action-log.5", "man5/tanexics-input.5",
         "man1/tanexics-check.1", "man1/tanexics-log.1", "ja/man8/tanexics.8",
-        "ja/man1/tanexics-check.1", "ja/man1/tanexics-log.1"}) {
+        "ja/man1/tanexics-check.1", "ja/man1/tanexics-log.1", "ja/man5/tanexics-action-log.5",
+        "ja/man5/tanexics-input.5"}) {
     EXPECT_EQ(modeOf(destdir.path() + "/usr/local/share/man/" + name), S_IFREG | 0644U) << name;
   }
   const std::string catalogue = "/usr/local/share/locale/ja/LC_MESSAGES/tanexics.mo";

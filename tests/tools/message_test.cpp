@@ -2,19 +2,21 @@
 
 #include "tools/outcome/message.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 #include "tools/logbytes.h"
 
 using outcome::Kind;
-using testing::ElementsAre;
 
 namespace {
 
+using Readings = std::vector<Texts>;
+
 /// What each reading of bytes as one to `most` messages takes for them.
-std::vector<Texts> readingsOf(const std::string& bytes, std::size_t most) {
-  std::vector<Texts> readings;
+Readings readingsOf(const std::string& bytes, std::size_t most) {
+  Readings readings;
   for (const auto& reading : outcome::readingsOf(bytes, most)) {
     readings.emplace_back();
     for (const outcome::Message& message : reading) readings.back().emplace_back(message.whole);
@@ -250,41 +252,42 @@ TEST(EndsInLineFeed, OfTheTwoMessagesThatHaveOneOfTheirOwn) {
 
 TEST(ReadingsOf, AreAllWaysOfSoManyMessages) {
   const std::string start = kStartedLine, ok = kOk;
-  EXPECT_THAT(readingsOf(ok, 1), ElementsAre(Texts{ok}));
-  EXPECT_THAT(readingsOf(ok, 0), ElementsAre());
-  EXPECT_THAT(readingsOf(ok + start, 1), ElementsAre());
-  EXPECT_THAT(readingsOf(ok + start, 2), ElementsAre(Texts{ok, start}));
-  EXPECT_THAT(readingsOf(ok + start + ok, 2), ElementsAre());
-  EXPECT_THAT(readingsOf(ok + start + ok, 3), ElementsAre(Texts{ok, start, ok}));
+  EXPECT_EQ(readingsOf(ok, 1), (Readings{Texts{ok}}));
+  EXPECT_EQ(readingsOf(ok, 0), (Readings{}));
+  EXPECT_EQ(readingsOf(ok + start, 1), (Readings{}));
+  EXPECT_EQ(readingsOf(ok + start, 2), (Readings{Texts{ok, start}}));
+  EXPECT_EQ(readingsOf(ok + start + ok, 2), (Readings{}));
+  EXPECT_EQ(readingsOf(ok + start + ok, 3), (Readings{Texts{ok, start, ok}}));
 }
 
 TEST(ReadingsOf, WhatIsNotNamed_IsNoneBeforeARejection) {
   const std::string rejection = "Label(CSendEventBase::parseTanexMsg)";
   // The rejection begins with what the caller gave: anywhere.
-  const std::vector<Texts> readings = readingsOf(kOk + std::string("ab") + rejection, 2);
-  EXPECT_THAT(readings, ElementsAre(Texts{kOk, "ab" + rejection}));
-  EXPECT_THAT(readingsOf("Label=1" + rejection, 2), ElementsAre(Texts{"Label=1" + rejection}));
+  const Readings readings = readingsOf(kOk + std::string("ab") + rejection, 2);
+  EXPECT_EQ(readings, (Readings{Texts{kOk, "ab" + rejection}}));
+  EXPECT_EQ(readingsOf("Label=1" + rejection, 2), (Readings{Texts{"Label=1" + rejection}}));
 }
 
 TEST(ReadingsOf, HoldEachOtherOnceOnly) {
   const std::string one = "Time=1", two = "Time=2", three = "Time=3";
-  EXPECT_THAT(readingsOf(one + two + three, 3),
-              ElementsAre(Texts{one + two + three}, Texts{one, two + three}, Texts{one, two, three},
-                          Texts{one + two, three}));
+  EXPECT_EQ(readingsOf(one + two + three, 3),
+            (Readings{Texts{one + two + three}, Texts{one, two + three}, Texts{one, two, three},
+                      Texts{one + two, three}}));
 }
 
 TEST(ReadingsOf, RejectionsOfAllKinds_MayFollowEachOther) {
   const Texts rejections = {"a(CSendEventSingleSystem::parseCommandLine)",
                             "b(CSendEventBase::parseMsgCommon)",
                             "c(CSendEventBase::parseTanexMsg)"};
-  EXPECT_THAT(readingsOf(kOk + rejections[0] + rejections[1] + rejections[2], 4),
-              testing::Contains(Texts{kOk, rejections[0], rejections[1], rejections[2]}));
+  const Readings readings = readingsOf(kOk + rejections[0] + rejections[1] + rejections[2], 4);
+  const Texts each = {kOk, rejections[0], rejections[1], rejections[2]};
+  EXPECT_EQ(std::count(readings.begin(), readings.end(), each), 1);
 }
 
 TEST(ReadingsOf, ARefusalOfTheCommandsOwn_BeginsAMessage) {
   for (const std::string refusal : {"not Super-User", "EventType param error.",
                                     "No send file.(CSendEventSingleSystem::parseCommandLine)"}) {
-    EXPECT_THAT(readingsOf(kStartedLine + refusal, 2), ElementsAre(Texts{kStartedLine, refusal}));
+    EXPECT_EQ(readingsOf(kStartedLine + refusal, 2), (Readings{Texts{kStartedLine, refusal}}));
   }
 }
 

@@ -2,7 +2,6 @@
 
 #include "tools/outcome/progress.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tools/logbytes.h"
@@ -10,7 +9,6 @@
 using outcome::Progress;
 using outcome::Verdict;
 using Phase = outcome::Progress::Phase;
-using testing::ElementsAre;
 
 namespace {
 
@@ -161,16 +159,16 @@ TEST(Advance, AnswersAreCountedByWhatTheyTell) {
     return Texts{std::to_string(progress.accepted), std::to_string(progress.doubtful),
                  std::to_string(progress.uncertain), std::to_string(progress.failed)};
   };
-  EXPECT_THAT(answered({doneLine(0)}), ElementsAre("0", "1", "0", "0"));
-  EXPECT_THAT(answered({doneLine(5)}), ElementsAre("0", "0", "0", "1"));
-  EXPECT_THAT(answered({doneLine(0, "() RL:0,ZW-Agent:0,Mailsvr:\"\"")}),
-              ElementsAre("0", "0", "1", "0"));
+  EXPECT_EQ(answered({doneLine(0)}), (Texts{"0", "1", "0", "0"}));
+  EXPECT_EQ(answered({doneLine(5)}), (Texts{"0", "0", "0", "1"}));
+  EXPECT_EQ(answered({doneLine(0, "() RL:0,ZW-Agent:0,Mailsvr:\"\"")}),
+            (Texts{"0", "0", "1", "0"}));
   // After another answer than 0 one of 0 is the call's own, and the one after it a repetition
   // again.
-  EXPECT_THAT(answered({doneLine(5), dataCall("/a", "0x4010d", 3), doneLine(0)}),
-              ElementsAre("1", "0", "0", "1"));
-  EXPECT_THAT(answered({doneLine(0), dataCall("/a", "0x4010d", 3), doneLine(0)}),
-              ElementsAre("0", "2", "0", "0"));
+  EXPECT_EQ(answered({doneLine(5), dataCall("/a", "0x4010d", 3), doneLine(0)}),
+            (Texts{"1", "0", "0", "1"}));
+  EXPECT_EQ(answered({doneLine(0), dataCall("/a", "0x4010d", 3), doneLine(0)}),
+            (Texts{"0", "2", "0", "0"}));
 }
 
 TEST(Advance, WhatMustHaveBeenAnswered_MayHaveBeenAnything) {

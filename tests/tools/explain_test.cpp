@@ -82,6 +82,14 @@ INSTANTIATE_TEST_SUITE_P(
         WordRow{"exit/128",
                 {"exit status 128: an error code that the communication library threw (its low "
                  "eight bits)"}},
+        WordRow{"exit/129",
+                {"exit status 129: an error code that the communication library threw (its low "
+                 "eight bits)",
+                 "exit status 129 of a shell: none: ended by signal 1 (Hangup)"}},
+        WordRow{"exit/159",
+                {"exit status 159: an error code that the communication library threw (its low "
+                 "eight bits)",
+                 "exit status 159 of a shell: none: ended by signal 31 (Bad system call)"}},
         WordRow{"exit/160",
                 {"exit status 160: an error code that the communication library threw (its low "
                  "eight bits)"}},
@@ -148,7 +156,7 @@ INSTANTIATE_TEST_SUITE_P(
             {"common.cpp:1491, of waitpid: on standard error, before abort(3); the command never gets there"}},
         WordRow{"common.cpp:149", {}}, WordRow{"common:60", {}}, WordRow{"common:6020", {}},
         WordRow{"(common:602", {}}, WordRow{"common:602)", {}}, WordRow{"", {}},
-        WordRow{"Number", {}}, WordRow{std::string(1 << 20, '7'), {}},
+        WordRow{"Number", {}}, WordRow{"---", {}}, WordRow{std::string(1 << 20, '7'), {}},
         WordRow{std::string(1 << 20, 'x') + ":1", {}}));
 
 TEST(Explain, NumberOfSeveralTexts_HasASentenceForEach) {

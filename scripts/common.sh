@@ -21,6 +21,7 @@ declare -A packages=(
   [sanitizers]="clang libclang-rt-dev"
   [packages]="debhelper dpkg-dev fakeroot lintian"
   [roots]="mmdebstrap"
+  [piuparts]="piuparts"
   [cross]="g++-aarch64-linux-gnu g++-s390x-linux-gnu g++-i686-linux-gnu g++-arm-linux-gnueabihf"
   [emulation]="qemu-user-static lib32stdc++6 googletest"
   [libcxx]="libc++-dev libc++abi-dev googletest"

@@ -200,6 +200,16 @@ TEST(Advance, WhereCallsAreLost_AnswersTellThePart) {
   EXPECT_EQ(progressAfter({doneLine(0)}).phase, Phase::kNotified);
 }
 
+TEST(Advance, ALineOfTheTransmission_SaysThatItHasStarted) {
+  for (const std::string& line : {loopLine(1, 1), incidentCall(1, 1), std::string(kEventCall),
+                                  dataCall("/a"), doneLine(0), std::string(kOk)}) {
+    EXPECT_TRUE(progressAfter({line}).hasStarted) << line;
+    EXPECT_TRUE(progressAfter({line}).mayMiss) << line;
+  }
+  EXPECT_EQ(progressAfter({incidentCall(1, 1)}).part, 1);
+  EXPECT_EQ(progressAfter({dataCall("/a", "0x4010d", 3)}).part, 1);
+}
+
 TEST(Advance, LinesThatDoNotFollow_AreCountedAsLost) {
   EXPECT_EQ(progressAfter(linesOfIncident(15)).torn, 0);
   EXPECT_EQ(progressAfter({kStartedLine, kOk}).torn, 1);

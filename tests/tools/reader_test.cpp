@@ -350,4 +350,48 @@ TEST(Reader, ByteOrderMarkAfterTheBeginning_IsText) {
   EXPECT_EQ(foreignLineOf({"\n\n\n", "\xef\xbb\xbfroot:x:0:0\n"}), "\xef\xbb\xbfroot:x:0:0");
 }
 
+TEST(Reader, ByteOrderMarkAlone_IsAnEmptyLog) { EXPECT_EQ(foreignLineOf({"\xef\xbb\xbf"}), ""); }
+
+TEST(Reader, BytesWithoutALineFeed_AreNotKept) {
+  const std::string much(1 << 20, 'x');
+  EXPECT_LE(foreignLineOf({much, much, much, much}).size(), 2 * much.size());
+}
+
+TEST(Reader, LineThatIsCutAfterMuchElse_IsWaitedFor) {
+  std::string log;
+  while (log.size() < 3 << 18) log += linesOf(7, incident({0, 0}));
+  const std::string last = linesOf(8, incident({0, 0}));
+  std::vector<outcome::Run> runs;
+  outcome::Reader reader([&runs](outcome::Run run) { runs.push_back(std::move(run)); });
+  reader.feed(log + last.substr(0, 40));
+  reader.feed(last.substr(40));
+  reader.finish();
+  EXPECT_STREQ(wordOf(runs.back().verdict), "delivered");
+  EXPECT_EQ(runs.back().torn, 0);
+}
+
+TEST(Reader, LogThatEndsWithAHead_HasItsRun) {
+  const std::vector<outcome::Run> runs = runsOf(linesOf(7, {kStartedLine}) + headOf(7));
+  EXPECT_EQ(verdictsOf(runs), Texts{"7 unknown"});
+}
+
+TEST(Reader, LineFeedOfAMessagesOwn_TearsNothing) {
+  const std::string log = linesOf(7, unsent(kCancel, 1));
+  EXPECT_EQ(runsOf(log).at(0).torn, 0);
+  EXPECT_EQ(foreignLineOf({log}), "");
+}
+
+TEST(Reader, RunsOfTheSameProcessId_HaveEachItsTimeAndItsPlace) {
+  const std::string log = headOf(7, "2026/11/21 08:00:00") + kStartedLine + '\n' +
+                          headOf(8, "2026/11/21 09:00:00") + kStartedLine + '\n' +
+                          headOf(7, "2026/11/21 10:00:00") + kStartedLine + '\n';
+  const std::vector<outcome::Run> runs = runsOf(log);
+  EXPECT_EQ(verdictsOf(runs), (Texts{"7 unknown", "8 unknown", "7 unknown"}));
+  EXPECT_EQ(runs[0].start, "2026/11/21 08:00:00");
+  EXPECT_EQ(runs[2].start, "2026/11/21 10:00:00");
+  const std::vector<outcome::Run> whole =
+      runsOf(headOf(7, "2026/11/21 08:00:00") + kStartedLine + '\n' + linesOf(7, event({0, 0})));
+  EXPECT_EQ(whole.at(1).start, "2026/11/21 23:30:33");
+}
+
 }  // namespace

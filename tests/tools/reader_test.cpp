@@ -295,6 +295,16 @@ TEST(Facts, Event_HasItsLabelWithItsQuotesAsTheyStand) {
   EXPECT_EQ(run.exchanges.at(1).files, 3);
 }
 
+TEST(Facts, QuotesOfOtherEvents_StandOnce_AndThoseOfAnIncidentsNumberAsGiven) {
+  Texts messages = event({0, 0});
+  messages[3] =
+      "RM_Communicate call (param=0x40205 0 0 \"t\",,\"a\"\"b\",\"db01\",\"x\" NULL  NULL)";
+  EXPECT_EQ(runsOf(linesOf(7, messages)).at(0).identity, "a\"b");
+  Texts others = incident({0, 0});
+  others[3] = incidentCall(1, 1, "a\"\"b");
+  EXPECT_EQ(runsOf(linesOf(7, others)).at(0).identity, "a\"\"b");
+}
+
 TEST(Facts, EventWithoutALabel_HasAnEmptyOne) {
   Texts messages = event({0, 0});
   messages[3] = "RM_Communicate call (param=0x40204 0 0 \"t\",,\"\",\"db01\",\"x\" NULL  NULL)";

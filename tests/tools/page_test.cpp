@@ -253,6 +253,9 @@ TEST(Page, RunsOfTwoDays_AreCountedByDayAndVerdict) {
       "08:00:00</time> to <time datetime=\"2026-11-21T10:00:00\">2026-11-21 10:00:00</time>.");
   EXPECT_EQ(totalsOf(html), (Texts{"2", "1", "1", "2", "1"}));
   EXPECT_EQ(daysOf(html), (Texts{"2026-11-20 1 1 1 2 0 5", "2026-11-21 1 0 0 0 1 2"}));
+  EXPECT_EQ(
+      between(partOf(html, "<table class=\"days\">", "</table>"), "<th scope=\"col\">", "</th>"),
+      (Texts{"Day", "delivered", "partly", "refused", "not-sent", "unknown", "all"}));
   EXPECT_EQ(partOf(html, "<div class=\"filter\"", "</div>"),
             " role=\"radiogroup\" aria-label=\"Which runs are shown\"><label><input type=\"radio\" "
             "name=\"show\" id=\"show-all\" checked> all 7</label>"

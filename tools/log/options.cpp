@@ -1,6 +1,7 @@
 #include "tools/log/options.h"
 
 #include <CLI/CLI.hpp>
+#include <array>
 #include <charconv>
 #include <sstream>
 
@@ -33,13 +34,13 @@ bool hasShape(const std::string& text, std::string_view shape) {
 int numberAt(const std::string& text, std::size_t at) { return std::stoi(text.substr(at, 2)); }
 
 bool isDate(const std::string& text) {
-  constexpr int kDays[] = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  constexpr std::array<int, 12> kDays = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
   const int year = std::stoi(text.substr(0, 4));
   const int month = numberAt(text, 5);
   const int day = numberAt(text, 8);
   const bool isLeap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-  return month >= 1 && month <= 12 && day >= 1 && day <= kDays[month - 1] &&
-         (month != 2 || day < 29 || isLeap);
+  return month >= 1 && month <= 12 && day >= 1 &&
+         day <= kDays[static_cast<std::size_t>(month - 1)] && (month != 2 || day < 29 || isLeap);
 }
 
 bool isTimeOfDay(const std::string& text) {

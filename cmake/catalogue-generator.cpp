@@ -19,9 +19,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -283,11 +283,17 @@ class Reader {
 
 /// Reads the catalogue at `path`. False when the file itself cannot be read.
 bool readCatalogue(const char* path, Reader& reader) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file.is_open()) return false;
-  std::string line;
-  while (std::getline(file, line)) reader.take(line);
-  if (file.bad()) return false;
+  // Not by a stream: not each C++ library tells the end of a file from a failure.
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path, "rb"), std::fclose);
+  if (!file) return false;
+  char* line = nullptr;
+  std::size_t room = 0;
+  for (ssize_t size; (size = ::getline(&line, &room, file.get())) >= 0;) {
+    const bool isWhole = line[size - 1] == '\n';
+    reader.take(std::string(line, static_cast<std::size_t>(isWhole ? size - 1 : size)));
+  }
+  std::free(line);
+  if (std::ferror(file.get()) != 0) return false;
   reader.finish();
   return true;
 }

@@ -173,7 +173,7 @@ TEST_F(ManyFiles, Event_TakesLittleTimeAndStack) {
 
 TEST_F(ManyFiles, Incident_TakesLittleTimeAndStack) {
   Sending sending;
-  sending.files.assign(kMany, sending.files[0]);
+  sending.files = std::vector<File>(kMany, sending.files[0]);
   const std::string whole = sending.incident().log.info;
   const RunResult result = run(incidentCall());
   EXPECT_EQ(result.child.exitCode(), 0);

@@ -75,6 +75,8 @@ namespace {
 
 /// Texts longer than what a std::string keeps without allocating.
 const std::string kLong(100, 'x');
+/// As much as a string holds without memory of its own.
+const std::string kShort(std::string().capacity(), 'x');
 const std::string kOther(200, 'y');
 
 /// Runs `body` with its first, second, third ... allocation failing, until it runs through. Each
@@ -181,10 +183,10 @@ TEST(OutOfMemory, EveryFailure_ArrivesAndNothingLeaks) {
       {"FormatOfALongText", [] { format("%s%s", kLong.c_str(), kOther.c_str()); }},
       {"Dollar", [] { replaceEnvValue((kLong + "$TANEXICS_TEST_VALUE$" + kLong).c_str()); }},
       {"DollarOfALongName", [] { replaceEnvValue((kLong + "$" + kLong).c_str()); }},
-      {"LoneDollar", [] { replaceEnvValue((std::string(15, 'x') + "$").c_str()); }},
+      {"LoneDollar", [] { replaceEnvValue((kShort + "$").c_str()); }},
       {"Percent", [] { replaceEnvValue((kLong + "%TANEXICS_TEST_VALUE%" + kLong).c_str()); }},
       {"PercentOfALongName", [] { replaceEnvValue((kLong + "%" + kLong + "%").c_str()); }},
-      {"LonePercent", [] { replaceEnvValue((std::string(15, 'x') + "%%").c_str()); }},
+      {"LonePercent", [] { replaceEnvValue((kShort + "%%").c_str()); }},
       {"Names", [] { listDirectory(0); }},
       {"Paths", [] { listDirectory(1); }},
       {"HostName", [] { getHostname(); }},

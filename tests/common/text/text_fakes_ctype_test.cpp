@@ -46,6 +46,9 @@ extern "C" int tolower(int byte) noexcept {
 namespace {
 
 TEST(Locale, LettersAndWhiteSpace_AreThoseOfTheCLibrary) {
+#ifdef _LIBCPP_VERSION
+  GTEST_SKIP() << "with this C++ library the calls are inline, and nothing takes their place";
+#endif
   const EnvironmentGuard longer("B\xc4", "(B\xc4)");
   const EnvironmentGuard shorter("B", "(B)");
   for (const bool isOther : {false, true}) {

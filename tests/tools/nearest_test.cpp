@@ -22,7 +22,7 @@ TEST(NearestWord, AWord_IsTheOneThatIsMeant) {
       {"eTime ", nullptr},      {"OsTpye", "OSType"},
       {"HsotNmae", "HostName"}, {"XsotNmae", nullptr},
       {"MsgNumber", nullptr},   {"", nullptr},
-      {"\xff", nullptr},
+      {"\xff", nullptr},        {"iTme", "Time"},
   };
   for (const auto& row : rows) {
     EXPECT_EQ(nearestWord(row.word, kKnown).value_or("none"),
@@ -31,6 +31,7 @@ TEST(NearestWord, AWord_IsTheOneThatIsMeant) {
   }
   EXPECT_EQ(nearestWord(std::string(1 << 20, 'T'), kKnown), std::nullopt);
   EXPECT_EQ(nearestWord("Time", {}), std::nullopt);
+  EXPECT_EQ(nearestWord("AZ", {"az"}), "az");
 }
 
 TEST(NearestWord, OfEquals_IsTheFirst) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/log/json.h"
 #include "tools/pageruns.h"
 
 namespace {
@@ -85,7 +86,7 @@ TEST(Page, WholeRun_IsOneElementWithItsTimeline) {
   run.exchanges = {notificationOf(1, 0), transferOf("/a", -62, "(HTTP) x")};
   run.missing = {"/b"};
   const auto explain = [](const outcome::Run&) {
-    return Texts{"one\ntwo \\ \x1b\xff", "\xe9\x80\x9a"};
+    return Texts{"zero\none\ntwo \\ \x1b\xff", "\xe9\x80\x9a"};
   };
   EXPECT_EQ(
       partOf(pageOf({run}, explain), "<details class=\"run ", "</details>\n"),
@@ -114,7 +115,7 @@ TEST(Page, WholeRun_IsOneElementWithItsTimeline) {
       "x</bdi></li></ol>"
       "<h3>Listed files that could not be measured</h3><ul class=\"missing\"><li><bdi class=\"path\">"
       "/b</bdi></li></ul>"
-      "<h3>What it means</h3><ul class=\"explained\"><li><bdi class=\"text\">one\ntwo \\ \\x1b\\xff"
+      "<h3>What it means</h3><ul class=\"explained\"><li><bdi class=\"text\">zero\none\ntwo \\ \\x1b\\xff"
       "</bdi></li><li><bdi class=\"text\">通</bdi></li></ul></div>");
 }
 
@@ -205,6 +206,12 @@ TEST(Page, EveryByte_IsEscapedOrItself) {
   run.host = std::string("&<>\"'\\\0\n\x7f\xff", 10);
   EXPECT_EQ(partOf(pageOf({run}), "<bdi class=\"host\">", "</bdi>"),
             "&amp;&lt;&gt;&quot;&#39;\\\\\\x00\\x0a\\x7f\\xff");
+}
+
+TEST(IsoTime, ADayAndMore_IsRewritten) {
+  EXPECT_EQ(isoTime("2026/11/20 "), "2026-11-20T");
+  EXPECT_EQ(isoTime("2026/11/20"), "2026/11/20");
+  EXPECT_EQ(isoTime(""), "");
 }
 
 TEST(Page, HostileTime_IsText) {
@@ -318,6 +325,7 @@ TEST(Page, MoreDaysThanStandByThemselves_CountAsEarlier) {
   const Texts days = daysOf(html);
   ASSERT_EQ(days.size(), Page::kMostDays + 1);
   EXPECT_EQ(days[0], "earlier 1 0 1 0 1 3");
+  EXPECT_EQ(daysOf(pageOf({runs.begin() + 1, runs.end() - 1}))[0], "earlier 1 0 0 0 0 1");
   EXPECT_EQ(days[1], "2026-01-03 1 0 0 0 0 1");
   EXPECT_EQ(days.back(), "2026-04-10 1 0 0 0 0 1");
   EXPECT_EQ(

@@ -32,6 +32,11 @@ TEST(Wrapped, Lines_AreBrokenAtBlanksAndIndented) {
   }
 }
 
+TEST(ColumnsOfCharacter, AreTwoFromTheFirstWideOneOn) {
+  EXPECT_EQ(columnsOfCharacter("\xe1\x83\xbf"), 1U);
+  EXPECT_EQ(columnsOfCharacter("\xe1\x84\x80"), 2U);
+}
+
 TEST(Coloured, Text_IsAsItIsWithoutColours) {
   EXPECT_EQ(coloured("red", kRed, {80, true}), "\x1b[31mred\x1b[0m");
   EXPECT_EQ(coloured("red", kRed, {80, false}), "red");

@@ -16,6 +16,7 @@ TEST(Wrapped, Lines_AreBrokenAtBlanksAndIndented) {
       {"one two three", 7, "one two\n    three"},
       {"one two three", 6, "one\n    two\n    three"},
       {"one  two", 6, "one\n    two"},
+      {"one two ", 10, "one two"},
       {"a-word-that-is-longer two", 10, "a-word-that-is-longer\n    two"},
       {"two a-word-that-is-longer", 10, "two\n    a-word-that-is-longer"},
       {"あああ あ", 9, "あああ あ"},

@@ -66,6 +66,7 @@ TEST_F(CheckDefinition, WrongKey_IsToldWithWhatIsMeant) {
     std::string error;
   } others[] = {
       {"Comment=disk", "\"Comment\"; tanexics-input(5) lists the keys"},
+      {"\"=disk", "\"\"\"; tanexics-input(5) lists the keys"},
       {" =disk", "\" \" (a blank before it); tanexics-input(5) lists the keys"},
       {" # a=b", "\" # a\" (a blank before it); a comment begins with \"#\" and nothing before it"},
       {"\xef\xbb\xbf# a=b",
@@ -146,6 +147,9 @@ TEST_F(CheckDefinition, Value_IsWarnedOfWhereItIsHardlyMeant) {
        "(0x40205); only \"err\" is exact\n"},
       {"=err", "=er",
        "event:11: warning: SendType=er is sent as \"other event\" (0x40205); only "
+       "\"err\" is exact\n"},
+      {"=err", "=eer ",
+       "event:11: warning: SendType=eer  is sent as \"other event\" (0x40205); only "
        "\"err\" is exact\n"},
       {"=err", "=info", ""},
       {"=err", "= info", "event:11: warning: the value of SendType begins with a blank\n"},

@@ -120,6 +120,19 @@ TEST_F(TanexicsCheck, Json_HasEveryField) {
       "exist\"}],\"notification\":null,\"cut\":[],\"files\":[]}\n");
 }
 
+TEST_F(TanexicsCheck, FirstLine_HasItsNumber) {
+  dir.write("list", "/none\n");
+  const auto report = nlohmann::json::parse(check("--json list -i 42").out);
+  EXPECT_EQ(report["faults"].at(0)["line"], 1);
+}
+
+TEST_F(TanexicsCheck, EventWithoutAnExtract_HasItsNotification) {
+  dir.write("list", "/etc/hostname\n");
+  const auto report = nlohmann::json::parse(check("--json list -r event").out);
+  EXPECT_EQ(report["notification"],
+            m_notification.substr(0, m_notification.find("Nov")) + "Software Log\"");
+}
+
 TEST_F(TanexicsCheck, Json_TellsOfTheRestLast) {
   std::string bytes;
   for (int i = 0; i < 1200; ++i) bytes += "/none\n";

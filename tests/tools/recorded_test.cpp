@@ -22,6 +22,7 @@ TEST(VerdictOf, Exchanges_AreDecisiveUnlessWhatIsOpenDecides) {
       {"none", {0, 0, 0, 0, 0, false}, "not-sent", "no exchange was made"},
       {"none of two", {2, 0, 0, 0, 0, false}, "not-sent", "no exchange was made"},
       {"all", {2, 2, 2, 0, 0, false}, "delivered", "all 2 exchanges accepted"},
+      {"one", {1, 1, 1, 0, 0, false}, "delivered", "all 1 exchange accepted"},
       {"file missing",
        {2, 2, 2, 0, 0, true},
        "partly",

@@ -33,6 +33,8 @@ TEST(ScreenRows, Text_BreaksWhereARowIsFull) {
       {"blank in the second half", x(50) + " " + x(60), 0, 2, x(50) + " \n  " + x(60) + "\n"},
       {"blank in the first half", x(20) + " " + x(80), 0, 2,
        x(20) + " " + x(75) + "\n  " + x(5) + "\n"},
+      {"blank in the middle", x(47) + " " + x(60), 0, 2,
+       x(47) + " " + x(48) + "\n  " + x(12) + "\n"},
       {"control characters and other bytes", "a\n\x1b\xc6\xfc", 0, 0, "a\\x0a\\x1b\\xc6\\xfc\n"},
       {"wide characters count twice", repeated(wide, 49), 0, 0,
        repeated(wide, 48) + "\n" + wide + "\n"},
@@ -42,6 +44,11 @@ TEST(ScreenRows, Text_BreaksWhereARowIsFull) {
   for (const auto& [what, text, indent, hang, expected] : rows) {
     EXPECT_EQ(screenRows(text, indent, hang, 96), expected) << what;
   }
+}
+
+TEST(ScreenRows, InTheNarrowestTerminal_HaveACharacterEach) {
+  EXPECT_EQ(screenRows("ab", 0, 0, 1), "a\nb\n");
+  EXPECT_EQ(screenRows("\xe6\x97\xa5\xe6\x9c\xac", 0, 0, 1), "\xe6\x97\xa5\n\xe6\x9c\xac\n");
 }
 
 TEST(ScreenRows, TextOfAnyLength_LosesNothingAndHasNoRowTooWide) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 
@@ -67,8 +68,18 @@ TEST(FollowFile, WhatIsAdded_IsGivenOnceThroughReplacementAndRotation) {
     }
     return true;
   };
+  const auto begin = std::chrono::steady_clock::now();
   EXPECT_EQ(followFile(log, take), "");
+  // It waits between two looks.
+  EXPECT_GT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(500));
   EXPECT_EQ(given, (Texts{"first and longest\n", "second\n", "third\n", "fourth\n", "fifth\n"}));
+}
+
+TEST(FollowFile, WhatCannotBeRead_IsNotLookedAtAgain) {
+  int looks = 0;
+  const auto take = [&](std::string_view) { return ++looks < 3; };
+  EXPECT_EQ(followFile("/", take), "Is a directory");
+  EXPECT_EQ(looks, 0);
 }
 
 TEST(FollowFile, OfOneWhoHasEnough_ReadsNoFurther) {

@@ -318,11 +318,18 @@ TEST_F(TanexicsLog, WrongCommandLine_Is64AndSaysWhatWouldBeRight) {
   EXPECT_EQ(help.status, 0);
 }
 
+TEST_F(TanexicsLog, ProcessId_IsANumber) {
+  dir.write("a.log", linesOf(7, incident({0, 0})));
+  EXPECT_EQ(log("--pid 7 a.log").status, 0);
+  EXPECT_NE(log("--pid 0 a.log").status, 64);
+  EXPECT_EQ(log("--pid=-1 a.log").status, 64);
+}
+
 TEST_F(TanexicsLog, Day_IsOneOfTheCalendar) {
   dir.write("a.log", linesOf(7, incident({0, 0})));
   for (const char* day :
        {"2026-01-01", "2026-01-31", "2026-02-28", "2028-02-29", "2026-04-30", "2026-06-30",
-        "2026-09-30", "2026-11-30", "2026-12-31", "2026-12-31T23:59:60"}) {
+        "2026-09-30", "2026-11-30", "2026-12-31", "2026-12-31T23:59:60", "1600-02-29"}) {
     EXPECT_EQ(log(std::string("--since 2000-01-01 --until ") + day + " a.log").err.find("such"),
               std::string::npos)
         << day;

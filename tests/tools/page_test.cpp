@@ -150,6 +150,15 @@ TEST(Page, RunOfWhichTheLogTellsNothing_SaysSo) {
       "</li></ol></div>");
 }
 
+TEST(Page, TransferOfTwoFiles_HasOneMore) {
+  outcome::Run run = runOf(Verdict::kDelivered, kStart);
+  run.exchanges = {transferOf("/a", 0)};
+  for (const auto& [files, more] : {std::pair{1, 0U}, {2, 1U}}) {
+    run.exchanges[0].files = files;
+    EXPECT_EQ(countOf(pageOf({run}), "<span class=\"files\">and 1 more file</span>"), more);
+  }
+}
+
 TEST(Page, AnswerOf0WithAnError_IsMarkedAsAFailure) {
   outcome::Run run = runOf(Verdict::kUnknown, kStart);
   Exchange unsaid = notificationOf(1, 0);

@@ -52,6 +52,9 @@ TEST(Binary, NeededLibraries_AreTheClosedOneAndThoseOfTheSystem) {
 #ifdef TANEXICS_INSTRUMENTED
   allowed += R"(|lib[a-z]+san\.so\.\d+)";
 #endif
+#ifdef _LIBCPP_VERSION
+  allowed += R"(|lib(c\+\+|c\+\+abi|unwind)\.so\.1)";
+#endif
   for (const std::string& library : needed) {
     EXPECT_TRUE(std::regex_match(library, std::regex(allowed))) << library;
   }

@@ -99,6 +99,13 @@ TEST_F(Rehearse, Folder_IsPrivateAndTemporaryOrMadeWithItsParentsAndKept) {
   EXPECT_EQ(namesIn(scratch / "b/c"), Words({"action.log", "exchanges.jsonl", "items"}));
 }
 
+TEST_F(Rehearse, LinkInThePlaceOfTheLog_LeavesWhatItLeadsToAsItIs) {
+  const std::string victim = scratch.write("victim", "");
+  std::filesystem::permissions(victim, std::filesystem::perms(0644));
+  rehearseShell("ln -sf " + victim + " $KELCOM_LOOPBACK_OUTBOX/action.log");
+  EXPECT_EQ(std::filesystem::status(victim).permissions(), std::filesystem::perms(0644));
+}
+
 TEST_F(Rehearse, TemporaryFolderThatCannotBeRemoved_IsNamed) {
   if (::getuid() != 0) GTEST_SKIP() << "mounts a file system";
   const std::string all = "exec " REHEARSE
@@ -151,6 +158,7 @@ TEST_F(Rehearse, FolderThatCannotBeUsed_IsRefusedInWordsBeforeAnythingRuns) {
                             " cannot be used: the path of an action log has no ' '\n"},
       {scratch / "a\n;id", "the outbox " + (scratch / "a\\x0a;id") +
                                " cannot be used: the path of an action log has no '\\x0a'\n"},
+      {"/", "the outbox / is not for its owner alone, and is not empty: name another one\n"},
       {"/proc/nothing", "the outbox /proc/nothing cannot be made: No such file or directory\n"},
   };
   for (const auto& [outbox, complaint] : rows) {

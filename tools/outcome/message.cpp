@@ -258,11 +258,8 @@ constexpr std::string_view kMarks[] = {
     "ELAPSED:range=",  "(CSendInfo::",     "get file size error(",
 };
 constexpr std::string_view kWords[] = {
-    "not Super-User",
-    "make tempname error (",
-    "parameter ",
-    "No send file.(",
-    "EventType param error.",
+    "not Super-User", "make tempname error (",  "parameter ",
+    "No send file.(", "EventType param error.",
 };
 
 /// A rejection begins with whatever the caller gave, and may stand right after another message.

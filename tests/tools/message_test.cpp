@@ -109,7 +109,8 @@ TEST(ReadMessage, WhatHasNoPart_IsOtherUnlessItHoldsWhatHas) {
 
 TEST(ReadMessage, Rejection_IsNoneWhereAMessageWithAPartStandsInIt) {
   const std::string end = "(CSendEventBase::parseMsgCommon)";
-  const outcome::Message message = outcome::readMessage("No send file." + end);
+  const std::string rejection = "No send file." + end;
+  const outcome::Message message = outcome::readMessage(rejection);
   EXPECT_EQ(message.kind, Kind::kRefusal);
   EXPECT_EQ(message.text, message.whole);
   EXPECT_EQ(outcome::readMessage("x### main : " + end).kind, Kind::kUnread);
@@ -143,7 +144,8 @@ TEST(ReadMessage, Connection_TellsWhatTheCentreAnswered) {
 }
 
 TEST(ReadMessage, Calls_NameWhatTheySend) {
-  const outcome::Message incident = outcome::readMessage(incidentCall(12, 34));
+  const std::string call = incidentCall(12, 34);
+  const outcome::Message incident = outcome::readMessage(call);
   EXPECT_EQ(incident.request, 0x40017U);
   EXPECT_EQ(incident.text, "42");
   EXPECT_EQ(incident.host, "db01");
@@ -154,7 +156,8 @@ TEST(ReadMessage, Calls_NameWhatTheySend) {
   EXPECT_EQ(event.text, "Disk \"\"a\"\", full");
   EXPECT_EQ(event.host, "db01");
   EXPECT_EQ(event.part, 0);
-  const outcome::Message data = outcome::readMessage(dataCall("/a b", "0x4010d", 3));
+  const std::string transfer = dataCall("/a b", "0x4010d", 3);
+  const outcome::Message data = outcome::readMessage(transfer);
   EXPECT_EQ(data.request, 0x4010dU);
   EXPECT_EQ(data.text, "/a b");
   EXPECT_EQ(data.total, 3);
@@ -197,7 +200,8 @@ TEST(ReadMessage, Elapsed_IsWhatPrintfWritesOfANumber) {
 
 TEST(ReadMessage, IncidentsNumber_MayHoldAllButTheWholeEnd) {
   const std::string number = "1\",HOSTNAME=\"a\",PART=\"x\",HOSTNAME=\"b\",PART=\"1\",TOTAL=\"y";
-  const outcome::Message message = outcome::readMessage(incidentCall(1, 2, number));
+  const std::string call = incidentCall(1, 2, number);
+  const outcome::Message message = outcome::readMessage(call);
   EXPECT_EQ(message.kind, Kind::kNotification);
   EXPECT_EQ(message.text, number);
   const std::string twice = incidentCall(1, 2) + incidentCall(1, 2);

@@ -29,6 +29,10 @@ constexpr char kCancel[] =
     "not operating. (status=131072) \n";
 constexpr char kOk[] = "commonSendEvent OK";
 constexpr char kError[] = "commonSendEvent Error.";
+/// A listed file could not be measured.
+constexpr char kMissingLine[] = "get file size error(/b,No such file or directory)";
+/// An incident has no temporary directory.
+constexpr char kNoTempDirLine[] = "make tempname error (CSendEventSingleSystem::SendEvent)";
 constexpr char kElapsedLine[] = "ELAPSED:range='executing tanexics', time='0.012000'";
 
 inline std::string exitLine(int code) {
@@ -85,6 +89,12 @@ inline Texts event(const std::vector<int>& answers, const std::string& end = kOk
 /// A run of which nothing was sent.
 inline Texts unsent(const std::string& reason, int status) {
   return {kStartedLine, reason, kElapsedLine, exitLine(status)};
+}
+
+/// The first messages, so many.
+inline Texts firstOf(Texts messages, std::size_t count) {
+  messages.resize(count);
+  return messages;
 }
 
 /// Messages with another one before one of them.

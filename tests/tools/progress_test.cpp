@@ -14,11 +14,10 @@ namespace {
 
 constexpr char kRefused[] = "not Super-User";
 constexpr char kOther[] = "[T](SendEventBase:486):x";
-constexpr char kMissing[] = "get file size error(/a,No such file or directory)";
-constexpr char kNoTempDir[] = "make tempname error (CSendEventSingleSystem::SendEvent)";
 
-/// What a run has come to by these lines, the first ones of it unless a beginning is given.
-Progress progressAfter(const Texts& messages, Progress progress = {}) {
+/// What a run has come to by these lines, the first ones of it.
+Progress progressAfter(const Texts& messages) {
+  Progress progress;
   for (const std::string& message : messages) progress.advance(outcome::readMessage(message));
   return progress;
 }
@@ -29,18 +28,10 @@ Texts joined(Texts texts, const Texts& more) {
 }
 
 /// An incident of two files, of which so many lines are written.
-Texts linesOfIncident(std::size_t count) {
-  Texts messages = incident({0, 0, 0, 0});
-  messages.resize(count);
-  return messages;
-}
+Texts linesOfIncident(std::size_t count) { return firstOf(incident({0, 0, 0, 0}), count); }
 
 /// An error event with three files, of which so many lines are written.
-Texts linesOfEvent(std::size_t count) {
-  Texts messages = event({0, 0});
-  messages.resize(count);
-  return messages;
-}
+Texts linesOfEvent(std::size_t count) { return firstOf(event({0, 0}), count); }
 
 /// The letters of all messages that are accepted next.
 std::string acceptedBy(const Progress& progress) {
@@ -49,7 +40,7 @@ std::string acceptedBy(const Progress& progress) {
       {'o', kOther},
       {'R', kRefused},
       {'C', kStartComm},
-      {'m', kMissing},
+      {'m', kMissingLine},
       {'1', loopLine(1, 2)},
       {'2', loopLine(2, 2)},
       {'3', loopLine(1, 3)},
@@ -63,7 +54,7 @@ std::string acceptedBy(const Progress& progress) {
       {'D', doneLine(0)},
       {'O', kOk},
       {'E', kError},
-      {'t', kNoTempDir},
+      {'t', kNoTempDirLine},
       {'L', kElapsedLine},
       {'X', exitLine(0)},
       {'u', "nothing that the command writes"},
@@ -110,12 +101,12 @@ TEST(Accepts, EachLineOfAnEvent_HasItsNext) {
 
 TEST(Accepts, ARunThatSendsNothing_HasItsNext) {
   EXPECT_EQ(acceptedBy(progressAfter({kStartedLine, kRefused})), "otL");
-  EXPECT_EQ(acceptedBy(progressAfter({kStartedLine, kMissing})), "oRCmL");
+  EXPECT_EQ(acceptedBy(progressAfter({kStartedLine, kMissingLine})), "oRCmL");
   EXPECT_EQ(acceptedBy(progressAfter({kStartedLine, kElapsedLine})), "X");
 }
 
 TEST(Accepts, ALineBeforeTheFirst_LeavesNoFirst) {
-  for (const char* before : {kOther, kNoTempDir}) {
+  for (const char* before : {kOther, kNoTempDirLine}) {
     EXPECT_EQ(progressAfter({before}).phase, Phase::kNowhere);
     EXPECT_FALSE(progressAfter({before}).accepts(outcome::readMessage(kStartedLine))) << before;
   }
@@ -216,7 +207,7 @@ TEST(Advance, LinesThatDoNotFollow_AreCountedAsLost) {
   EXPECT_EQ(progressAfter(joined(linesOfIncident(15), {kElapsedLine})).torn, 1);
   // These two have no place of their own in a run.
   EXPECT_EQ(progressAfter(joined(linesOfIncident(14), {kOther})).torn, 0);
-  EXPECT_EQ(progressAfter(joined(linesOfIncident(4), {kMissing})).torn, 0);
+  EXPECT_EQ(progressAfter(joined(linesOfIncident(4), {kMissingLine})).torn, 0);
 }
 
 TEST(Advance, WithoutALineBeforeCommunication_AFileMayHaveBeenMissing) {
@@ -250,7 +241,7 @@ TEST(VerdictsOfProgress, AreAllThatTheLinesLeave) {
       {"refused before anything", {kRefused}, {Verdict::kNotSent}},
       {"refused by the centre", {kStartedLine, kStartComm, kCancel}, {Verdict::kNotSent}},
       {"all accepted", event({0, 0}), {Verdict::kDelivered}},
-      {"a file missing", inserted(event({0, 0}), 1, kMissing), {Verdict::kPartly}},
+      {"a file missing", inserted(event({0, 0}), 1, kMissingLine), {Verdict::kPartly}},
       {"one of two", event({0, 7}, kError), {Verdict::kPartly, Verdict::kRefused}},
       {"one of two, in this order", event({7, 0}, kError), {Verdict::kPartly}},
       {"none", event({7, 7}, kError), {Verdict::kRefused}},

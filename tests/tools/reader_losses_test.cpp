@@ -277,7 +277,7 @@ TEST(Torn, LossShownBeforeTheLineOfAnExitIsWhole_IsTheRunsAsWell) {
 
 TEST(Torn, RunThatBeginsAmongMixedLinesWithoutItsBeginning_MayHaveAnothersText) {
   const Texts run = incident({0, 0});
-  const Texts other = inserted(run, 1, "get file size error(/b,No such file or directory)");
+  const Texts other = inserted(run, 1, kMissingLine);
   const std::string started = headOf(7) + kStartedLine;
   EXPECT_EQ(verdictsOf(runsOf(started + '\n' + linesFrom(8, other, 1) + linesFrom(7, run, 1))),
             (Texts{"8 partly", "7 delivered"}));
@@ -294,7 +294,7 @@ TEST(Torn, RunThatBeginsAmongMixedLinesWithoutItsBeginning_MayHaveAnothersText) 
 
 TEST(Torn, TextsOfTwoKinds_AreTheirsOnceTheRunsGoOn) {
   const Texts run = incident({0, 0});
-  const Texts other = inserted(run, 1, "get file size error(/b,No such file or directory)");
+  const Texts other = inserted(run, 1, kMissingLine);
   const std::string log = linesUpTo(7, run, 1) + linesUpTo(8, run, 1) + headOf(7) + headOf(8) +
                           other[1] + run[1] + "\n\n";
   EXPECT_EQ(verdictsOf(runsOf(log + linesFrom(7, run, 2) + linesFrom(8, other, 2))),

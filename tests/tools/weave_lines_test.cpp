@@ -72,12 +72,11 @@ TEST(WeaveLines, RunWhoseLineBeforeIsKnown_TakesNoTextThatCannotFollowIt) {
   // none that does, was not refused itself, and the second one was.
   const Texts run = incident({0, 0});
   const Texts refused = unsent("not Super-User", 65);
-  const std::string noFolder = "make tempname error (CSendEventSingleSystem::SendEvent)";
   std::string log;
   for (const int pid : {5, 6, 7, 8}) log += linesOf(pid, {kStartedLine});
   log += headOf(7) + headOf(8) + run[1] + refused[1] + headOf(7) + headOf(8);
   log += headOf(5) + headOf(6) + run[1] + refused[1] + headOf(5);
-  log += run[2] + run[2] + noFolder + headOf(7) + run[3];
+  log += run[2] + run[2] + kNoTempDirLine + headOf(7) + run[3];
   EXPECT_EQ(answersOf(runsOf(log)),
             (Texts{"5 unknown:", "6 not-sent:", "7 unknown: ?", "8 not-sent:"}));
 }
@@ -86,12 +85,11 @@ TEST(WeaveLines, TextThatTurnsOutToBeNobodys_TearsThemAll) {
   // The second run was refused and came to its end without it; the first one was not refused.
   const Texts run = incident({0, 0});
   const Texts refused = unsent("not Super-User", 65);
-  const std::string noFolder = "make tempname error (CSendEventSingleSystem::SendEvent)";
   const std::string log = before(5, run, 1) + before(6, refused, 1) + headOf(5) + headOf(6) +
                           run[1] + refused[1] + headOf(5) + headOf(6);
   const std::string rest = headOf(6) + refused[3] + run[2] + "\n\n\n\n\n" + after(5, run, 3);
   EXPECT_EQ(answersOf(runsOf(log + refused[2] + rest)), (Texts{"6 not-sent:", "5 delivered: 0 0"}));
-  EXPECT_EQ(answersOf(runsOf(log + noFolder + refused[2] + rest)),
+  EXPECT_EQ(answersOf(runsOf(log + kNoTempDirLine + refused[2] + rest)),
             (Texts{"6 unknown:", "5 unknown: 0 0"}));
 }
 
@@ -124,10 +122,10 @@ TEST(WeaveLines, RunsAfterTornOnes_AreToldAsAnyOthers) {
   const Texts first = incident({0, 0});
   const Texts second = incident({-7, 0});
   const Texts refused = unsent("not Super-User", 65);
-  const std::string noFolder = "make tempname error (CSendEventSingleSystem::SendEvent)";
   const std::string torn = before(1, first, 1) + before(2, refused, 1) + headOf(1) + headOf(2) +
-                           first[1] + refused[1] + headOf(1) + headOf(2) + noFolder + refused[2] +
-                           headOf(2) + refused[3] + first[2] + "\n\n\n\n\n" + after(1, first, 3);
+                           first[1] + refused[1] + headOf(1) + headOf(2) + kNoTempDirLine +
+                           refused[2] + headOf(2) + refused[3] + first[2] + "\n\n\n\n\n" +
+                           after(1, first, 3);
   const Texts answers =
       answersOf(runsOf(torn + before(5, first, 3) + before(6, second, 4) + headOf(5) + headOf(6) +
                        second[4] + first[3] + "\n\n" + after(5, first, 4) + after(6, second, 5)));
@@ -139,7 +137,7 @@ TEST(WeaveLines, RunsAfterTornOnes_AreToldAsAnyOthers) {
 TEST(WeaveLines, SixteenThatWait_AreNotKeptAnyLonger) {
   // What each has written its next line would tell.
   const Texts run = incident({0, 0});
-  const Texts other = inserted(run, 1, "get file size error(/b,No such file or directory)");
+  const Texts other = inserted(run, 1, kMissingLine);
   for (const int number : {15, 16}) {
     std::string heads;
     std::string texts;

@@ -59,17 +59,15 @@ Texts slice(const Texts& all, std::size_t first, std::size_t last) {
           all.begin() + static_cast<std::ptrdiff_t>(last)};
 }
 
-Texts withMissing(Texts messages) {
-  messages.insert(messages.begin() + 1, "get file size error(/b,No such file or directory)");
-  return messages;
-}
-
 TEST(Weave, EveryOrderOfPieces_IsJudgedRightOrLeftOpen) {
   const Mix mixes[] = {
       {"last answers and ends", {event({0, 0}), event({0, -1})}, 6, 8},
       {"the same answers", {event({-1, -1}), event({-2, -2})}, 6, 8},
       {"calls and answers", {incident({0, 0}), incident({-1, -1})}, 3, 5},
-      {"an answer and a missing file", {withMissing(incident({0, 0})), event({0, 0})}, 1, 3},
+      {"an answer and a missing file",
+       {inserted(incident({0, 0}), 1, kMissingLine), event({0, 0})},
+       1,
+       3},
       {"a run that is refused", {unsent("not Super-User", 65), incident({0, 0})}, 1, 3},
       {"three answers", {event({0, 0}), event({0, -1}), event({-1, -1})}, 6, 7},
       {"three calls and answers", {incident({0, 0}), event({0, -1}), incident({-1, 0})}, 4, 5},

@@ -12,6 +12,15 @@ using outcome::Kind;
 
 namespace {
 
+constexpr char kStartRefused[] =
+    "(CSendInfo::SendInfo) CRMSenderBase::RM_StartComm() error(code=-3)";
+
+/// The line of a run that is kept from sending by this status, without its own line feed.
+std::string cancelLine(const std::string& status) {
+  const std::string line = kCancel;
+  return line.substr(0, line.rfind('=') + 1) + status + ") ";
+}
+
 using Readings = std::vector<Texts>;
 
 /// What each reading of bytes as one to `most` messages takes for them.
@@ -46,6 +55,11 @@ TEST(ReadMessage, TextsOfTheCommand_HaveTheirKinds) {
       {"Rlist not found.(CSendEventSingleSystem::parseCommandLine)", Kind::kRefusal, 0},
       {kOk, Kind::kSent, 0},
       {kError, Kind::kSent, 1},
+      {kStartComm, Kind::kStartedComm, 0},
+      {cancelLine("7") + '\n', Kind::kRefusal, 7},
+      {cancelLine("-7"), Kind::kRefusal, -7},
+      {kStartRefused, Kind::kRefusal, -3},
+      {"(CSendInfo::SendInfo) x", Kind::kOther, 0},
   };
   for (const auto& row : rows) {
     const outcome::Message message = outcome::readMessage(row.text);
@@ -81,6 +95,9 @@ TEST(ReadMessage, TextsThatOnlyLookLikeThem_AreNone) {
       "### main : x",
       "(CSendInfo::SendInfo) CRMSenderBase::RM_StartComm() error(code=7)x",
       "(CSendInfo::SendInfo) CRMSenderBase::RM_StartComm() error(code=x)",
+      "(CSendInfo::SendInfo) RM_Communicate ",
+      cancelLine("7") + 'x',
+      cancelLine("7").substr(0, cancelLine("7").size() - 1),
       "### main : tanexics exit. code = x",
       "### main : tanexics exit. code = ",
       "### main : ### main : tanexics exit. code = 0",
@@ -90,8 +107,11 @@ TEST(ReadMessage, TextsThatOnlyLookLikeThem_AreNone) {
       "RM_Communicate call (param=0x40999 ? 1 /a NULL  NULL)",
   };
   for (const std::string& text : texts) {
-    EXPECT_EQ(outcome::readMessage(text).kind, Kind::kUnread) << text;
-    EXPECT_EQ(outcome::readMessage(text).whole, text);
+    const outcome::Message message = outcome::readMessage(text);
+    EXPECT_EQ(message.kind, Kind::kUnread) << text;
+    EXPECT_EQ(message.number, 0) << text;
+    EXPECT_EQ(message.text, "") << text;
+    EXPECT_EQ(message.whole, text);
   }
 }
 
@@ -101,7 +121,7 @@ TEST(ReadMessage, WhatHasNoPart_IsOtherUnlessItHoldsWhatHas) {
   for (const std::string begin :
        {"RM_Communicate ", "commonSendEvent ",
         "### main : ", "ELAPSED:range=", "(CSendInfo::", "get file size error(", "not Super-User",
-        "make tempname error (", "parameter ", "No send file.("}) {
+        "make tempname error (", "parameter ", "No send file.(", "EventType param error."}) {
     EXPECT_EQ(outcome::readMessage(other + begin).kind, Kind::kUnread) << begin;
     EXPECT_EQ(outcome::readMessage(other + begin.substr(0, begin.size() - 1)).kind, Kind::kOther);
   }
@@ -117,29 +137,10 @@ TEST(ReadMessage, Rejection_IsNoneWhereAMessageWithAPartStandsInIt) {
   EXPECT_EQ(outcome::readMessage("x" + end + "x").kind, Kind::kUnread);
 }
 
-TEST(ReadMessage, Connection_TellsWhatTheCentreAnswered) {
-  const std::string cancelled =
-      "(CSendInfo::SendInfo) Cancel sending investigation information, because connection status "
-      "is not operating. (status=";
-  const struct {
-    std::string text;
-    Kind kind;
-    int number;
-  } rows[] = {
-      {kStartComm, Kind::kStartedComm, 0},
-      {cancelled + "7) \n", Kind::kRefusal, 7},
-      {cancelled + "-7) ", Kind::kRefusal, -7},
-      {cancelled + "7) x", Kind::kUnread, 0},
-      {cancelled + "7)", Kind::kUnread, 0},
-      {"(CSendInfo::SendInfo) CRMSenderBase::RM_StartComm() error(code=-3)", Kind::kRefusal, -3},
-      {"(CSendInfo::SendInfo) x", Kind::kOther, 0},
-      {"(CSendInfo::SendInfo) RM_Communicate ", Kind::kUnread, 0},
-  };
-  for (const auto& row : rows) {
-    const outcome::Message message = outcome::readMessage(row.text);
-    EXPECT_EQ(message.kind, row.kind) << row.text;
-    EXPECT_EQ(message.number, row.number) << row.text;
-    EXPECT_EQ(message.text, row.kind == Kind::kUnread ? "" : row.text);
+TEST(ReadMessage, Connection_IsToldAsItStands) {
+  for (const std::string& text :
+       Texts{kStartComm, kCancel, cancelLine("-7"), kStartRefused, "(CSendInfo::SendInfo) x"}) {
+    EXPECT_EQ(outcome::readMessage(text).text, text);
   }
 }
 

@@ -127,6 +127,14 @@ LogText framed(const LogText& body, int status, const std::string& argument0) {
          " exit. code = " + std::to_string(status) + "\n";
 }
 
+std::string terminated([[maybe_unused]] const std::string& thrown) {
+#ifdef _LIBCPP_VERSION
+  return "libc++abi: terminating ";
+#else
+  return "terminate called after throwing an instance of '" + thrown;
+#endif
+}
+
 LogText parameterLines(const std::string& sendType) {
   return traced({"EventID=17", "HostName=db01", "Label=disk", "MsgID=4001", "MsgType=E",
                  "OSName=Debian", "OSType=Linux", "OSVersion=12", "PartitionName=p0",

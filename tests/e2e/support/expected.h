@@ -29,6 +29,11 @@ LogText traced(const std::vector<std::string>& messages);
 /// The whole log of a run: `body` between the start line and the two lines at the end.
 LogText framed(const LogText& body, int status, const std::string& argument0 = "tanexics");
 
+/// What standard error begins with where the C++ runtime ends a process whose exception nobody
+/// catches, in the words of that runtime; `thrown`: how what it says of the exception goes on,
+/// where all versions of it say the same.
+std::string terminated(const std::string& thrown = "");
+
 /// The parameters of the event definition that a `Machine` comes with.
 LogText parameterLines(const std::string& sendType = "err");
 

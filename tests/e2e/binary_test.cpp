@@ -46,14 +46,13 @@ TEST(Binary, NeededLibraries_AreTheClosedOneAndThoseOfTheSystem) {
   const std::vector<std::string> needed = found("--dynamic", R"(\(NEEDED\).*\[(.*)\])");
   EXPECT_EQ(std::count(needed.begin(), needed.end(), "libkelcom.so"), 1);
   std::string allowed = R"(lib(kelcom\.so|gcc_s\.so\.1|c\.so\.6|m\.so\.6)|ld(-linux.*|64\.so\.1))";
-#if defined(TANEXICS_INSTRUMENTED) || defined(__arm__)
+#if defined(TANEXICS_SHARED_RUNTIME) && defined(_LIBCPP_VERSION)
+  allowed += R"(|lib(c\+\+|c\+\+abi|unwind)\.so\.1)";
+#elif defined(TANEXICS_SHARED_RUNTIME)
   allowed += R"(|libstdc\+\+\.so\.6)";
 #endif
 #ifdef TANEXICS_INSTRUMENTED
   allowed += R"(|lib[a-z]+san\.so\.\d+)";
-#endif
-#ifdef _LIBCPP_VERSION
-  allowed += R"(|lib(c\+\+|c\+\+abi|unwind)\.so\.1)";
 #endif
   for (const std::string& library : needed) {
     EXPECT_TRUE(std::regex_match(library, std::regex(allowed))) << library;

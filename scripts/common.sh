@@ -146,15 +146,23 @@ copy_source() {
   find "$1" -exec touch -h -d "@$(git log -1 --format=%ct)" {} +
 }
 
-# clean_root FOLDER SUITE PACKAGE...: puts into FOLDER a system of this release of Debian with nothing but what it needs
-# and these packages, from the package mirror. It is kept in build/roots for the next time.
-clean_root() {
+# kept_root SUITE PACKAGE...: prints the path of a system of this release of Debian with nothing but what it needs and
+# these packages, packed by tar. It comes from the package mirror, and is kept in build/roots for the next time.
+kept_root() {
   local tree
-  tree=build/roots/$2-$(printf '%s\n' "${@:3}" | sort | sha256sum | cut -c 1-8).tar
-  mkdir -p build/roots "$1"
+  tree=build/roots/$1-$(printf '%s\n' "${@:2}" | sort | sha256sum | cut -c 1-8).tar
+  mkdir -p build/roots
   if [[ ! -e $tree ]]; then
-    mmdebstrap --quiet --variant=apt --mode=root --format=tar --include="${*:3}" "$2" "$tree.new" &&
+    mmdebstrap --quiet --variant=apt --mode=root --format=tar --include="${*:2}" "$1" "$tree.new" >&2 &&
       mv "$tree.new" "$tree" || return 1
   fi
+  echo "$tree"
+}
+
+# clean_root FOLDER SUITE PACKAGE...: puts such a system into FOLDER.
+clean_root() {
+  local tree
+  tree=$(kept_root "${@:2}") || return 1
+  mkdir -p "$1"
   tar -C "$1" -xf "$tree"
 }

@@ -3,12 +3,12 @@
 
 #include <climits>
 #include <cstdint>
-#include <cstring>
 #include <string>
 
 // Where an unsigned is as wide as a size, newer C libraries' function of this name has the same
-// arguments and another result: callers get ours under another name. Their own header comes before.
+// arguments and another result: callers get ours under another name, once theirs is declared.
 #if SIZE_MAX == UINT_MAX
+#include <cstring>
 #define strlcpy tanexics_strlcpy
 #endif
 

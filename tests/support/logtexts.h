@@ -2,9 +2,10 @@
 #define TANEXICS_TESTS_SUPPORT_LOGTEXTS_H
 
 #include <initializer_list>
-#include <regex>
 #include <string>
 #include <vector>
+
+#include "support/pattern.h"
 
 // Texts of the action log that a test compares as a whole, put together from what repeats in them.
 
@@ -19,10 +20,9 @@ inline std::vector<std::string> tracedExit(int code) {
 
 /// The texts with the process ids of children, which no test can foresee, as "pid=<pid>".
 inline std::vector<std::string> withoutPids(const std::vector<std::string>& texts) {
-  static const std::regex kPid("pid=[0-9]+");
   std::vector<std::string> replaced;
   for (const std::string& text : texts) {
-    replaced.push_back(std::regex_replace(text, kPid, "pid=<pid>"));
+    replaced.push_back(replacePattern(text, "pid=[0-9]+", "pid=<pid>"));
   }
   return replaced;
 }

@@ -4,11 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <regex>
 #include <string>
 
 #include "support/actionlog.h"
 #include "support/environmentguard.h"
+#include "support/pattern.h"
 #include "support/scratch.h"
 #include "temp/CTemp.h"
 
@@ -34,9 +34,8 @@ struct TempArea : testing::Test {
 };
 
 inline bool isNamed(const std::string& path, const std::string& start) {
-  const std::string generated = "[A-Za-z0-9]{6}_";
   return path.compare(0, start.size(), start) == 0 &&
-         std::regex_match(path.substr(start.size()), std::regex(generated));
+         matchesPattern(path.substr(start.size()), "[A-Za-z0-9]{6}_");
 }
 
 #endif

@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstring>
 #include <functional>
-#include <regex>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -55,6 +54,7 @@ struct ToldCommand {
 #define main tanexicsMain
 #define CSendEventSingleSystem ToldCommand
 #include "main/main.cpp"  // NOLINT(bugprone-suspicious-include)
+#include "support/pattern.h"
 #undef CSendEventSingleSystem
 #undef main
 
@@ -89,7 +89,7 @@ void CLog::slog(const char* /*format*/, ...) {}
 
 namespace {
 
-const std::regex kTime(R"(time='(\d+\.\d{6})')");
+constexpr char kTime[] = R"(time='(\d+\.\d{6})')";
 
 /// Runs `main` with these arguments.
 int callMain(std::vector<std::string> words) {
@@ -102,9 +102,9 @@ int callMain(std::vector<std::string> words) {
 /// A run of `main` in a child: how it ended and what it printed, the elapsed time taken out.
 struct MainRun : ChildResult {
   explicit MainRun(const std::function<int()>& body) : ChildResult(runInChild(body)) {
-    std::smatch match;
-    if (std::regex_search(out, match, kTime)) elapsed = std::stod(match[1]);
-    out = std::regex_replace(out, kTime, "time='*'");
+    const auto times = findPattern(out, kTime);
+    if (!times.empty()) elapsed = std::stod(times[0][1]);
+    out = replacePattern(out, kTime, "time='*'");
   }
   double elapsed = -1.0;  // seconds
 };

@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <string>
 
 #include "support/FakeKelcom.h"
@@ -16,6 +15,7 @@
 #include "support/childrun.h"
 #include "support/environmentguard.h"
 #include "support/logtexts.h"
+#include "support/pattern.h"
 #include "support/scratch.h"
 #include "support/testevent.h"
 #include "support/transmission.h"
@@ -160,7 +160,7 @@ class Collection : public SingleSystem {
     if (::access(path.c_str(), F_OK) != 0) return "";
     const std::string lines = readFile(path);
     ::unlink(path.c_str());
-    return std::regex_replace(lines, std::regex("/swcon[A-Za-z0-9]{6}_"), "/DIR");
+    return replacePattern(lines, "/swcon[A-Za-z0-9]{6}_", "/DIR");
   }
 
   const std::string kBothStarted =

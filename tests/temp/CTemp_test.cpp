@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <regex>
 #include <string>
 #include <type_traits>
 
@@ -17,6 +16,7 @@
 #include "support/childrun.h"
 #include "support/descriptors.h"
 #include "support/logtexts.h"
+#include "support/pattern.h"
 #include "support/privateroot.h"
 #include "support/temparea.h"
 
@@ -223,7 +223,7 @@ TEST_F(TempArea, WhatCannotBeMade_IsTriedTenTimesWithTheSameLines) {
       for (std::size_t i = 0; i < attempts; ++i) expected = inOrder({expected, row.lines});
       Texts texts = withoutPids(log.take());
       for (std::string& text : texts) {
-        text = std::regex_replace(text, std::regex("/pre[A-Za-z0-9]{6}_"), "/pre<name>_");
+        text = replacePattern(text, "/pre[A-Za-z0-9]{6}_", "/pre<name>_");
       }
       EXPECT_EQ(texts, expected);
     }

@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 #include "rmglib/catalogue.h"
 #include "rmglib/kelcom.h"
+#include "support/pattern.h"
 #include "supportpage.h"
 #include "tools/outcome/explanation.h"
 #include "tools/outcome/meaning.h"
@@ -186,12 +186,8 @@ std::string supportPage() {
 
 /// All that `pattern`, one group of it, finds in the page.
 Texts foundInPage(const std::string& pattern) {
-  const std::string page = supportPage();
-  const std::regex form(pattern);
   Texts found;
-  for (std::sregex_iterator at(page.begin(), page.end(), form), end; at != end; ++at) {
-    found.push_back((*at)[1]);
-  }
+  for (const Texts& match : findPattern(supportPage(), pattern)) found.push_back(match[1]);
   return found;
 }
 
@@ -205,18 +201,17 @@ TEST(SupportPage, EveryNumberAndPosition_IsExplained) {
 }
 
 TEST(SupportPage, EveryMeaning_IsGivenWordForWord) {
-  const std::string page = supportPage();
-  const std::regex form(
-      "\n\\| (VUQ[0-9]{5}L|\\([A-Za-z]+:[0-9]+\\))[^\n]*\\| ([^\n]*[^`\n]) \\|(?=\n)");
-  int rows = 0;
-  for (std::sregex_iterator row(page.begin(), page.end(), form), end; row != end; ++row, ++rows) {
-    const std::string meaning = std::regex_replace((*row)[2].str(), std::regex("`+"), "\"");
-    const Texts sentences = explain((*row)[1]);
+  const std::vector<Texts> rows =
+      findPattern(supportPage(),
+                  "\n\\| (VUQ[0-9]{5}L|\\([A-Za-z]+:[0-9]+\\))[^\n]*\\| ([^\n]*[^`\n]) \\|(?=\n)");
+  EXPECT_GT(rows.size(), 30U);
+  for (const Texts& row : rows) {
+    const std::string meaning = replacePattern(row[2], "`+", "\"");
+    const Texts sentences = explain(row[1]);
     EXPECT_TRUE(std::any_of(sentences.begin(), sentences.end(), [&](const std::string& one) {
       return one.find(": " + meaning) != std::string::npos;
-    })) << row->str();
+    })) << row[0];
   }
-  EXPECT_GT(rows, 30);
 }
 
 TEST(SupportPage, StatusWords_AreThoseOfTheRehearsal) {
@@ -230,8 +225,7 @@ TEST(SupportPage, StatusWords_AreThoseOfTheRehearsal) {
 }
 
 TEST(SupportPage, Prose_SaysWhatTheProgramAddsToARow) {
-  std::string page = supportPage();
-  page = std::regex_replace(page, std::regex("\n"), " ");
+  const std::string page = replacePattern(supportPage(), "\n", " ");
   for (const char* text :
        {" are never written by the command: they come from programs that use its library of common "
         "functions.",

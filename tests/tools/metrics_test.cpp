@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <set>
 #include <string>
 #include <vector>
@@ -10,6 +9,7 @@
 #include "support/childrun.h"
 #include "support/environmentguard.h"
 #include "support/eucjp.h"
+#include "support/pattern.h"
 #include "support/scratch.h"
 
 namespace {
@@ -346,11 +346,8 @@ TEST(FleetRules, Situations_RaiseTheirAlerts) {
 // A rule about numbers that nobody writes is silent for ever.
 TEST(FleetRules, Numbers_AreThoseOfTheProgram) {
   const std::string rules = readFile(FLEET_FOLDER + "/alerts.yml"s);
-  const std::regex name("tanexics_log_\\w+");
   std::set<std::string> names;
-  for (std::sregex_iterator at(rules.begin(), rules.end(), name), end; at != end; ++at) {
-    names.insert(at->str());
-  }
+  for (const auto& match : findPattern(rules, "tanexics_log_\\w+")) names.insert(match[0]);
   EXPECT_GT(names.size(), 2U);
   for (const std::string& one : names) {
     EXPECT_NE(("\n"s + kNoRun).find("\n# TYPE " + one + " gauge\n"), std::string::npos) << one;

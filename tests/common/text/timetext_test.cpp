@@ -8,12 +8,12 @@
 #include <cstdint>
 #include <cstring>
 #include <ctime>
-#include <regex>
 #include <string>
 #include <tuple>
 #include <utility>
 
 #include "support/environmentguard.h"
+#include "support/pattern.h"
 
 namespace {
 
@@ -105,7 +105,7 @@ TEST(ConvTimeValue, NumberThatDoesNotFit_Wraps) {
 void expectText(time_t time, const std::string& text) {
   std::string digits = "left over";
   EXPECT_EQ(getTimeStr(digits, time), time);
-  EXPECT_EQ(digits, std::regex_replace(text, std::regex("[^0-9]"), ""));
+  EXPECT_EQ(digits, replacePattern(text, "[^0-9]", ""));
   EXPECT_EQ(localTimeText(time), text);
 }
 

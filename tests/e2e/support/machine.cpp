@@ -13,10 +13,10 @@
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
-#include <regex>
 #include <sstream>
 
 #include "support/actionlog.h"
+#include "support/pattern.h"
 #include "tools/rehearse/pointersto.h"
 
 namespace fs = std::filesystem;
@@ -100,15 +100,13 @@ bool writePid() {
 }
 
 std::string masked(const std::string& log) {
-  static const std::regex kCalled("### main : " + commandPath() + " ");
-  static const std::regex kElapsed(R"(time='\d+\.\d{6}')");
-  static const std::regex kPid(R"(pid=\d+,)");
-  static const std::regex kGenerated(R"(/swcon[A-Za-z0-9]{6}_)");
-  std::string text = std::regex_replace(log, kElapsed, "time='*'");
-  text = std::regex_replace(text, kPid, "pid=*,");
-  // A runner calls the command by its path.
-  if (!runner().empty()) text = std::regex_replace(text, kCalled, "### main : tanexics ");
-  return std::regex_replace(text, kGenerated, "/swcon*_");
+  std::string text = replacePattern(log, R"(time='\d+\.\d{6}')", "time='*'");
+  text = replacePattern(text, R"(pid=\d+,)", "pid=*,");
+  if (!runner().empty()) {
+    // A runner calls the command by its path.
+    text = replacePattern(text, "### main : " + commandPath() + " ", "### main : tanexics ");
+  }
+  return replacePattern(text, "/swcon[A-Za-z0-9]{6}_", "/swcon*_");
 }
 
 }  // namespace

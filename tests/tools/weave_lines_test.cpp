@@ -104,6 +104,20 @@ TEST(WeaveLines, LineThatLostItsText_LeavesTheOthersInTheirPlaces) {
   EXPECT_EQ(runs[0].identity, "42");
 }
 
+TEST(WeaveLines, LineThatHasItsText_TakesNoOtherWhileOneBeforeItIsOpen) {
+  // Which of the first two has started communication is not known yet, but that the trace line is
+  // of the first one, and what comes then of the third.
+  const std::string trace = "[T](common:536): WIFSIGNALED:0    WTERMSIG:0";
+  const Texts run = incident({0, 0});
+  const Texts other = inserted(run, 1, kMissingLine);
+  const std::vector<outcome::Run> runs =
+      runsOf(before(5, run, 1) + before(6, other, 1) + before(7, run, 1) + headOf(5) + headOf(6) +
+             run[1] + other[1] + headOf(5) + trace + headOf(7) + run[1] + "\n\n\n\n" +
+             after(5, run, 2) + after(6, other, 2) + after(7, run, 2));
+  EXPECT_EQ(answersOf(runs), (Texts{"5 delivered: 0 0", "6 partly: 0 0", "7 delivered: 0 0"}));
+  for (const outcome::Run& one : runs) EXPECT_EQ(one.torn, 0) << one.pid;
+}
+
 TEST(WeaveLines, RunsThatEndTogether_AreGivenBeforeAnythingFollows) {
   const Texts run = incident({0, 0});
   std::size_t given = 0;

@@ -73,7 +73,9 @@ std::size_t Weave::addText(std::string_view bytes) {
   }
   std::vector<std::pair<Line*, const std::vector<Progress>*>> open;
   for (auto& [pid, strand] : m_strands) {
-    open.emplace_back(&strand.lines.back(), &strand.reached);
+    Line& last = strand.lines.back();
+    // One that has its text may wait for an earlier one of its process.
+    if (!last.isClosed) open.emplace_back(&last, &strand.reached);
   }
   for (const Message& message : messages) {
     if (std::none_of(open.begin(), open.end(),

@@ -1,6 +1,6 @@
 #include "tools/outcome/matching.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace outcome {
 
@@ -26,20 +26,63 @@ std::vector<bool> reachedBy(const Graph& next, std::vector<int> open) {
   return reached;
 }
 
-void visit(const Graph& to, int line, std::vector<bool>& isSeen, std::vector<int>& order) {
-  if (isSeen[index(line)]) return;
-  isSeen[index(line)] = true;
-  for (const int next : to[index(line)]) visit(to, next, isSeen, order);
-  order.push_back(line);
+/// All lines, each after those that a walk from it has come to first.
+std::vector<int> inOrderOfReturn(const Graph& to) {
+  std::vector<int> order;
+  std::vector<int> way;
+  std::vector<bool> isSeen(to.size(), false);
+  std::vector<std::size_t> next(to.size(), 0);
+  const auto go = [&](int line) {
+    if (isSeen[index(line)]) return;
+    isSeen[index(line)] = true;
+    way.push_back(line);
+  };
+  for (std::size_t start = 0; start < to.size(); ++start) {
+    go(static_cast<int>(start));
+    while (!way.empty()) {
+      const std::size_t at = index(way.back());
+      if (next[at] < to[at].size()) {
+        go(to[at][next[at]++]);
+      } else {
+        order.push_back(way.back());
+        way.pop_back();
+      }
+    }
+  }
+  return order;
+}
+
+/// Gives a node one of those that its edges lead to, from which whoever has it may have to move on,
+/// and so on. Returns whether there is a way.
+bool findPartner(const Graph& edges, int node, std::vector<int>& partnerOf,
+                 std::vector<int>& nodeOf) {
+  std::vector<int> cameFrom(nodeOf.size(), -1);
+  std::vector<int> open = {node};
+  for (std::size_t at = 0; at < open.size(); ++at) {
+    for (int partner : edges[index(open[at])]) {
+      if (cameFrom[index(partner)] >= 0) continue;
+      cameFrom[index(partner)] = open[at];
+      if (nodeOf[index(partner)] >= 0) {
+        open.push_back(nodeOf[index(partner)]);
+        continue;
+      }
+      while (partner >= 0) {
+        const int mover = cameFrom[index(partner)];
+        nodeOf[index(partner)] = mover;
+        std::swap(partner, partnerOf[index(mover)]);
+      }
+      return true;
+    }
+  }
+  return false;
 }
 
 }  // namespace
 
 Matching::Matching(const Graph& edges, const std::vector<bool>& isClosed)
-    : m_edges(edges),
-      m_lineOf(edges.size(), -1),
+    : m_lineOf(edges.size(), -1),
       m_textOf(isClosed.size(), -1),
-      m_isPossible(coverLines(isClosed) && coverTexts()) {
+      m_isPossible(coverLines(edges, isClosed) && coverTexts(edges)) {
   Graph from(m_textOf.size());
   Graph to(m_textOf.size());
   std::vector<int> bare;
@@ -51,7 +94,7 @@ Matching::Matching(const Graph& edges, const std::vector<bool>& isClosed)
       continue;
     }
     if (!isClosed[line]) open.push_back(static_cast<int>(line));
-    to[line] = m_edges[index(text)];
+    to[line] = edges[index(text)];
     for (const int next : to[line]) from[index(next)].push_back(static_cast<int>(line));
   }
   m_canBeLeft = reachedBy(to, open);
@@ -72,10 +115,7 @@ bool Matching::allows(int text, int line) const {
 
 /// Numbers the lines alike that reach one another (Kosaraju's algorithm).
 void Matching::findCircles(const Graph& to, const Graph& from) {
-  std::vector<bool> isSeen(to.size(), false);
-  std::vector<int> order;
-  for (std::size_t line = 0; line < to.size(); ++line)
-    visit(to, static_cast<int>(line), isSeen, order);
+  const std::vector<int> order = inOrderOfReturn(to);
   m_circleOf.assign(to.size(), -1);
   for (auto line = order.rbegin(); line != order.rend(); ++line) {
     if (m_circleOf[index(*line)] >= 0) continue;
@@ -93,49 +133,24 @@ void Matching::findCircles(const Graph& to, const Graph& from) {
   }
 }
 
-bool Matching::coverTexts() {
-  for (std::size_t text = 0; text < m_edges.size(); ++text) {
+bool Matching::coverTexts(const Graph& edges) {
+  for (std::size_t text = 0; text < edges.size(); ++text) {
     if (m_lineOf[text] >= 0) continue;
-    std::vector<bool> isSeen(m_textOf.size(), false);
-    if (!findLine(static_cast<int>(text), isSeen)) return false;
+    if (!findPartner(edges, static_cast<int>(text), m_lineOf, m_textOf)) return false;
   }
   return true;
 }
 
-bool Matching::coverLines(const std::vector<bool>& isClosed) {
+bool Matching::coverLines(const Graph& edges, const std::vector<bool>& isClosed) {
+  Graph texts(isClosed.size());
+  for (std::size_t text = 0; text < edges.size(); ++text) {
+    for (const int line : edges[text]) texts[index(line)].push_back(static_cast<int>(text));
+  }
   for (std::size_t line = 0; line < isClosed.size(); ++line) {
     if (!isClosed[line]) continue;
-    std::vector<bool> isSeen(m_edges.size(), false);
-    if (!findText(static_cast<int>(line), isSeen)) return false;
+    if (!findPartner(texts, static_cast<int>(line), m_textOf, m_lineOf)) return false;
   }
   return true;
-}
-
-bool Matching::findLine(int text, std::vector<bool>& isSeen) {
-  for (const int line : m_edges[index(text)]) {
-    if (isSeen[index(line)]) continue;
-    isSeen[index(line)] = true;
-    const int other = m_textOf[index(line)];
-    if (other >= 0 && !findLine(other, isSeen)) continue;
-    m_textOf[index(line)] = text;
-    m_lineOf[index(text)] = line;
-    return true;
-  }
-  return false;
-}
-
-bool Matching::findText(int line, std::vector<bool>& isSeen) {
-  for (std::size_t text = 0; text < m_edges.size(); ++text) {
-    const auto& lines = m_edges[text];
-    if (isSeen[text] || std::find(lines.begin(), lines.end(), line) == lines.end()) continue;
-    isSeen[text] = true;
-    const int other = m_lineOf[text];
-    if (other >= 0 && !findText(other, isSeen)) continue;
-    m_textOf[index(line)] = static_cast<int>(text);
-    m_lineOf[text] = line;
-    return true;
-  }
-  return false;
 }
 
 }  // namespace outcome

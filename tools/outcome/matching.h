@@ -17,8 +17,7 @@ class Matching {
   /// Of each node, those that follow it.
   using Graph = std::vector<std::vector<int>>;
 
-  /// `edges`     edges[text] are the numbers of the lines that the text may stand in; kept as a
-  ///             reference.
+  /// `edges`     edges[text] are the numbers of the lines that the text may stand in.
   /// `isClosed`  isClosed[line]: the line has a text, whichever that is.
   Matching(const Graph& edges, const std::vector<bool>& isClosed);
 
@@ -31,12 +30,9 @@ class Matching {
 
  private:
   void findCircles(const Graph& to, const Graph& from);
-  bool coverTexts();
-  bool coverLines(const std::vector<bool>& isClosed);
-  bool findLine(int text, std::vector<bool>& isSeen);
-  bool findText(int line, std::vector<bool>& isSeen);
+  bool coverTexts(const Graph& edges);
+  bool coverLines(const Graph& edges, const std::vector<bool>& isClosed);
 
-  const Graph& m_edges;
   std::vector<int> m_lineOf;  // of a text; -1: none
   std::vector<int> m_textOf;  // of a line; -1: none
   std::vector<bool> m_canBeLeft;

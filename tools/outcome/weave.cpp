@@ -1,6 +1,7 @@
 #include "tools/outcome/weave.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "tools/outcome/matching.h"
 
@@ -39,11 +40,9 @@ void advanceInto(std::vector<Progress>& all, const std::vector<Progress>& progre
 }  // namespace
 
 /// All that a process may have come to by a line.
-std::vector<Progress> Weave::after(const std::vector<Progress>& progress, const Line& line) const {
+std::vector<Progress> Weave::after(const std::vector<Progress>& progress, const Line& line) {
   std::vector<Progress> next = line.isClosed ? std::vector<Progress>() : progress;
-  for (const int text : line.candidates) {
-    advanceInto(next, progress, m_texts.at(text)->message);
-  }
+  for (const Text* text : line.candidates) advanceInto(next, progress, text->message);
   return next;
 }
 
@@ -84,14 +83,13 @@ std::size_t Weave::addText(std::string_view bytes) {
     }
   }
   for (const Message& message : messages) {
-    const int number = m_nextText++;
-    auto text = std::make_unique<Text>();
-    text->bytes = message.whole;
-    text->message = readMessage(text->bytes);
-    m_texts[number] = std::move(text);
+    Text& text = m_texts.emplace_back();
+    text.bytes = message.whole;
+    text.message = readMessage(text.bytes);
     for (auto& [line, progress] : open) {
       if (!accepts(*progress, message)) continue;
-      line->candidates.insert(number);
+      line->candidates.push_back(&text);
+      ++text.lines;
       line->isNew = line->isUnchecked = true;
     }
   }
@@ -100,6 +98,18 @@ std::size_t Weave::addText(std::string_view bytes) {
 
 bool Weave::Strand::isUnchecked() const {
   return std::any_of(lines.begin(), lines.end(), [](const Line& line) { return line.isUnchecked; });
+}
+
+/// Drops the other texts of a line; returns whether there were any.
+bool Weave::keepPossible(Line& line, const IsPossible& isPossible) {
+  const auto gone = std::remove_if(line.candidates.begin(), line.candidates.end(), [&](Text* text) {
+    const bool isGone = !isPossible(*text);
+    if (isGone) --text->lines;
+    return isGone;
+  });
+  const bool hasChanged = gone != line.candidates.end();
+  line.candidates.erase(gone, line.candidates.end());
+  return hasChanged;
 }
 
 /// Drops texts that a process cannot have written in view of its lines before and after.
@@ -119,22 +129,14 @@ bool Weave::prunePast(Strand& strand) {
     line.isUnchecked = false;
     const Line* next = index + 1 < strand.lines.size() ? &strand.lines[index + 1] : nullptr;
     const bool isNextClosed = next != nullptr && next->isClosed;
-    for (auto text = line.candidates.begin(); text != line.candidates.end();) {
+    const auto isPossible = [&](const Text& text) {
       std::vector<Progress> reached;
-      advanceInto(reached, progress, m_texts.at(*text)->message);
-      bool isPossible = !reached.empty();
-      if (isPossible && isNextClosed) {
-        isPossible = std::any_of(next->candidates.begin(), next->candidates.end(), [&](int other) {
-          return accepts(reached, m_texts.at(other)->message);
-        });
-      }
-      if (isPossible) {
-        ++text;
-      } else {
-        text = line.candidates.erase(text);
-        line.isNew = hasChanged = true;
-      }
-    }
+      advanceInto(reached, progress, text.message);
+      if (reached.empty() || !isNextClosed) return !reached.empty();
+      return std::any_of(next->candidates.begin(), next->candidates.end(),
+                         [&](const Text* other) { return accepts(reached, other->message); });
+    };
+    if (keepPossible(line, isPossible)) line.isNew = hasChanged = true;
     if (next != nullptr) progress = after(progress, line);
   }
   strand.reached = std::move(progress);
@@ -144,25 +146,28 @@ bool Weave::prunePast(Strand& strand) {
 
 /// The lines that are not final, with the texts that they share.
 std::vector<Weave::Knot> Weave::knots() {
+  constexpr std::size_t kNone = static_cast<std::size_t>(-1);
   std::vector<Knot> found;
-  std::map<int, std::size_t> knotOfText;
+  for (Text& text : m_texts) text.knot = kNone;
   for (auto& [pid, strand] : m_strands) {
     for (Line& line : strand.lines) {
       if (line.isFinal || line.candidates.empty()) continue;
-      const std::size_t own = found.size();
+      std::size_t own = found.size();
       found.push_back({{&line}, {}});
-      for (const int text : line.candidates) {
-        const auto [place, isNew] = knotOfText.emplace(text, own);
-        if (isNew) {
+      for (Text* text : line.candidates) {
+        if (text->knot == kNone) {
+          text->knot = own;
           found[own].texts.push_back(text);
-          continue;
         }
-        const std::size_t other = place->second;
-        if (other == own) continue;
+        if (text->knot == own) continue;
+        // The smaller one goes into the larger one: otherwise a large one moves with each line.
+        std::size_t other = text->knot;
+        if (found[own].texts.size() < found[other].texts.size()) std::swap(own, other);
+        Knot& to = found[own];
         Knot& from = found[other];
-        for (const int moved : from.texts) knotOfText[moved] = own;
-        found[own].texts.insert(found[own].texts.end(), from.texts.begin(), from.texts.end());
-        found[own].lines.insert(found[own].lines.end(), from.lines.begin(), from.lines.end());
+        for (Text* moved : from.texts) moved->knot = own;
+        to.texts.insert(to.texts.end(), from.texts.begin(), from.texts.end());
+        to.lines.insert(to.lines.end(), from.lines.begin(), from.lines.end());
         from = {};
       }
     }
@@ -181,14 +186,15 @@ bool Weave::pruneOthers(bool& isPossible) {
     const bool isNew = std::any_of(knot.lines.begin(), knot.lines.end(),
                                    [](const Line* line) { return line->isNew; });
     if (!isNew) continue;
-    std::map<int, int> places;
-    for (const int text : knot.texts) places.emplace(text, static_cast<int>(places.size()));
+    for (std::size_t place = 0; place < knot.texts.size(); ++place) {
+      knot.texts[place]->place = place;
+    }
     std::vector<std::vector<int>> edges(knot.texts.size());
     std::vector<bool> isClosed;
     for (std::size_t line = 0; line < knot.lines.size(); ++line) {
       isClosed.push_back(knot.lines[line]->isClosed);
-      for (const int text : knot.lines[line]->candidates) {
-        edges[static_cast<std::size_t>(places[text])].push_back(static_cast<int>(line));
+      for (const Text* text : knot.lines[line]->candidates) {
+        edges[text->place].push_back(static_cast<int>(line));
       }
     }
     const Matching matching(edges, isClosed);
@@ -198,15 +204,9 @@ bool Weave::pruneOthers(bool& isPossible) {
     }
     bool hasPruned = false;
     for (std::size_t line = 0; line < knot.lines.size(); ++line) {
-      Texts& candidates = knot.lines[line]->candidates;
-      for (auto text = candidates.begin(); text != candidates.end();) {
-        if (matching.allows(places[*text], static_cast<int>(line))) {
-          ++text;
-        } else {
-          text = candidates.erase(text);
-          hasPruned = true;
-        }
-      }
+      hasPruned |= keepPossible(*knot.lines[line], [&](const Text& text) {
+        return matching.allows(static_cast<int>(text.place), static_cast<int>(line));
+      });
     }
     for (Line* line : knot.lines) {
       line->isNew = hasPruned;
@@ -219,7 +219,7 @@ bool Weave::pruneOthers(bool& isPossible) {
     const bool isTight = knot.texts.size() == knot.lines.size();
     if (!isTight) continue;
     const bool isClear = std::all_of(knot.lines.begin(), knot.lines.end(),
-                                     [this](const Line* line) { return hasOneKind(*line); });
+                                     [](const Line* line) { return hasOneKind(*line); });
     if (!isClear && knot.lines.size() < kMostKnot) continue;
     for (Line* line : knot.lines) line->isFinal = line->isClosed = line->isUnchecked = true;
     hasChanged = true;
@@ -228,10 +228,10 @@ bool Weave::pruneOthers(bool& isPossible) {
 }
 
 /// Whether all that may stand in a line is of one kind.
-bool Weave::hasOneKind(const Line& line) const {
-  const Kind kind = m_texts.at(*line.candidates.begin())->message.kind;
+bool Weave::hasOneKind(const Line& line) {
+  const Kind kind = line.candidates.front()->message.kind;
   return std::all_of(line.candidates.begin(), line.candidates.end(),
-                     [&](int text) { return m_texts.at(text)->message.kind == kind; });
+                     [kind](const Text* text) { return text->message.kind == kind; });
 }
 
 bool Weave::settle(const Taker& take) {
@@ -242,7 +242,8 @@ bool Weave::settle(const Taker& take) {
     goesOn |= pruneOthers(isPossible);
   }
   // A text that nobody can have written: one of the pieces around it is lost.
-  isPossible = isPossible && heldTexts().size() == m_texts.size();
+  isPossible = isPossible && std::all_of(m_texts.begin(), m_texts.end(),
+                                         [](const Text& text) { return text.lines > 0; });
   return isPossible && handOver(take);
 }
 
@@ -253,16 +254,6 @@ std::size_t Weave::countOpen() const {
     for (const Line& line : strand.lines) count += line.candidates.size();
   }
   return count;
-}
-
-/// The texts that somebody can have written.
-Weave::Texts Weave::heldTexts() const {
-  Texts held;
-  for (const auto& [pid, strand] : m_strands) {
-    for (const Line& line : strand.lines)
-      held.insert(line.candidates.begin(), line.candidates.end());
-  }
-  return held;
 }
 
 /// Hands over the lines that are final, and forgets the processes that wait for nothing.
@@ -284,18 +275,18 @@ bool Weave::handOver(const Taker& take) {
     const Texts& texts = ready[index].second.candidates;
     if (texts.empty()) return false;
     Written written;
-    written.message = m_texts.at(*texts.begin())->message;
-    for (const int text : texts) {
-      const Message& other = m_texts.at(text)->message;
+    written.message = texts.front()->message;
+    for (const Text* text : texts) {
+      const Message& other = text->message;
       written.isVague |= other.whole != written.message.whole;
       written.isBroken |= other.kind != written.message.kind;
     }
     take(ready[index].first, written, progress[index]);
   }
-  const Texts used = heldTexts();
-  for (auto text = m_texts.begin(); text != m_texts.end();) {
-    text = used.count(text->first) == 0 ? m_texts.erase(text) : std::next(text);
+  for (const auto& [pid, line] : ready) {
+    for (Text* text : line.candidates) --text->lines;
   }
+  m_texts.remove_if([](const Text& text) { return text.lines == 0; });
   return true;
 }
 
@@ -307,7 +298,7 @@ void Weave::giveUp(const Taker& take) {
       strand.progress = after(strand.progress, line);
       if (line.candidates.empty()) continue;
       Written written;
-      written.message = m_texts.at(*line.candidates.begin())->message;
+      written.message = line.candidates.front()->message;
       written.isVague = true;
       written.isBroken = true;
       take(pid, written, strand.progress);

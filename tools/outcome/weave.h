@@ -3,9 +3,8 @@
 
 #include <deque>
 #include <functional>
+#include <list>
 #include <map>
-#include <memory>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -54,8 +53,11 @@ class Weave {
   struct Text {
     std::string bytes;
     Message message;
+    std::size_t lines = 0;  // that it may stand in
+    std::size_t knot = 0;   // while knots are made: its own
+    std::size_t place = 0;  // among the texts of its knot
   };
-  using Texts = std::set<int>;
+  using Texts = std::vector<Text*>;
 
   /// A line: its head is written, its text is one of these.
   struct Line {
@@ -74,22 +76,23 @@ class Weave {
   /// Lines that may have taken texts from one another.
   struct Knot {
     std::vector<Line*> lines;
-    std::vector<int> texts;
+    Texts texts;
   };
 
-  std::vector<Progress> after(const std::vector<Progress>& progress, const Line& line) const;
+  using IsPossible = std::function<bool(const Text& text)>;
+
+  static std::vector<Progress> after(const std::vector<Progress>& progress, const Line& line);
+  static bool keepPossible(Line& line, const IsPossible& isPossible);
   bool prunePasts();
-  bool prunePast(Strand& strand);
+  static bool prunePast(Strand& strand);
   bool pruneOthers(bool& isPossible);
   std::vector<Knot> knots();
-  bool hasOneKind(const Line& line) const;
+  static bool hasOneKind(const Line& line);
   std::size_t countOpen() const;
-  Texts heldTexts() const;
   bool handOver(const Taker& take);
 
   std::map<int, Strand> m_strands;
-  std::map<int, std::unique_ptr<Text>> m_texts;
-  int m_nextText = 0;
+  std::list<Text> m_texts;  // each stays where it is
 };
 
 }  // namespace outcome

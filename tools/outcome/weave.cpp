@@ -17,7 +17,7 @@ constexpr std::size_t kMostKnot = 16;
 
 /// In so many ways one text can stand in one line, at most, before too much is open to be told:
 /// each of them is looked at again when a piece comes.
-constexpr std::size_t kMostOpen = 8192;
+constexpr std::size_t kMostOpen = 32768;
 
 bool accepts(const std::vector<Progress>& progress, const Message& message) {
   return std::any_of(progress.begin(), progress.end(),

@@ -118,6 +118,35 @@ TEST(WeaveLines, LineThatHasItsText_TakesNoOtherWhileOneBeforeItIsOpen) {
   for (const outcome::Run& one : runs) EXPECT_EQ(one.torn, 0) << one.pid;
 }
 
+TEST(WeaveLines, TextsThatOneLineMayHaveOfTwoGroups_AreOneGroup) {
+  // The third run has started communication, and not begun its file: otherwise the first one would
+  // have had two texts. So it was the one with the missing file before.
+  const Texts run = incident({0, 0});
+  const Texts other = inserted(run, 1, kMissingLine);
+  std::string log = before(1, run, 1) + before(2, run, 2) + before(3, other, 1) +
+                    before(4, run, 2) + before(5, run, 1);
+  log += headOf(3) + headOf(5) + run[1] + other[1] + headOf(3) + headOf(1) + headOf(2) + headOf(4);
+  log += run[1] + run[2] + run[2] + run[1] + "\n\n\n\n\n\n";
+  log += after(1, run, 2) + after(2, run, 3) + after(3, other, 3) + after(4, run, 3) +
+         after(5, run, 2);
+  EXPECT_EQ(answersOf(runsOf(log)), (Texts{"1 delivered: 0 0", "2 delivered: 0 0", "3 partly: 0 0",
+                                           "4 delivered: 0 0", "5 delivered: 0 0"}));
+}
+
+TEST(WeaveLines, TextThatFindsItsLine_TellsAtOnceOfTheLinesBefore) {
+  // The third run was refused before, so its text is the elapsed time: the first one, which has
+  // gone on, has begun its file then, and was not refused, but the second one was.
+  const Texts run = incident({0, 0});
+  const Texts refused = unsent("not Super-User", 65);
+  std::string log = before(5, run, 1) + before(6, refused, 1) + before(7, refused, 2) +
+                    before(8, refused, 2) + before(9, run, 2) + before(10, run, 2);
+  log += headOf(5) + headOf(6) + run[1] + refused[1] + headOf(5);
+  for (const int pid : {7, 8, 9, 10}) log += headOf(pid);
+  log += refused[2] + run[2] + run[2] + headOf(5) + headOf(7);
+  EXPECT_EQ(answersOf(runsOf(log)), (Texts{"5 unknown:", "6 not-sent:", "7 not-sent:",
+                                           "8 not-sent:", "9 unknown:", "10 unknown:"}));
+}
+
 TEST(WeaveLines, RunsThatEndTogether_AreGivenBeforeAnythingFollows) {
   const Texts run = incident({0, 0});
   std::size_t given = 0;

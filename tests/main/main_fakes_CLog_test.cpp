@@ -15,6 +15,7 @@
 #include "log/CLog.h"
 #include "sendevent/CSendEventSingleSystem.h"
 #include "support/childrun.h"
+#include "support/pattern.h"
 
 namespace {
 
@@ -54,7 +55,6 @@ struct ToldCommand {
 #define main tanexicsMain
 #define CSendEventSingleSystem ToldCommand
 #include "main/main.cpp"  // NOLINT(bugprone-suspicious-include)
-#include "support/pattern.h"
 #undef CSendEventSingleSystem
 #undef main
 

@@ -2,20 +2,19 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
-
 #include "log/CLog.h"
+#include "support/pattern.h"
 
 namespace {
 
-const std::regex kHead(R"((\d{4}/\d\d/\d\d \d\d:\d\d:\d\d ( *(\d+)) )([\s\S]*))");
+constexpr char kLine[] = R"(^(\d{4}/\d\d/\d\d \d\d:\d\d:\d\d ( *(\d+)) )([\s\S]*)$)";
 
 bool parseLine(const std::string& line, LogLine& parsed) {
-  std::smatch match;
-  if (!std::regex_match(line, match, kHead) || match[2].length() < 5) return false;
-  parsed.head = match[1];
-  parsed.pid = std::stoi(match[3]);
-  parsed.text = match[4];
+  const auto matches = findPattern(line, kLine);
+  if (matches.empty() || matches[0][2].length() < 5) return false;
+  parsed.head = matches[0][1];
+  parsed.pid = std::stoi(matches[0][3]);
+  parsed.text = matches[0][4];
   return true;
 }
 

@@ -3,12 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <sstream>
 
 #include "rmglib/catalogue.h"
 #include "rmglib/kelcom.h"
 #include "support/pattern.h"
+#include "support/scratch.h"
 #include "supportpage.h"
 #include "tools/outcome/explanation.h"
 #include "tools/outcome/meaning.h"
@@ -178,11 +177,7 @@ TEST(Explain, EveryRowOfTheCatalogue_IsGivenAsTheCommandWouldSayIt) {
 
 // --- the page ------------------------------------------------------------------------------------
 
-std::string supportPage() {
-  std::ostringstream text;
-  text << std::ifstream(SUPPORT_PAGE).rdbuf();
-  return text.str();
-}
+std::string supportPage() { return readFile(SUPPORT_PAGE); }
 
 /// All that `pattern`, one group of it, finds in the page.
 Texts foundInPage(const std::string& pattern) {

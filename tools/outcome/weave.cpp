@@ -101,6 +101,7 @@ bool Weave::Strand::isUnchecked() const {
 }
 
 /// Drops the other texts of a line; returns whether there were any.
+template <class IsPossible>
 bool Weave::keepPossible(Line& line, const IsPossible& isPossible) {
   const auto gone = std::remove_if(line.candidates.begin(), line.candidates.end(), [&](Text* text) {
     const bool isGone = !isPossible(*text);

@@ -79,9 +79,8 @@ class Weave {
     Texts texts;
   };
 
-  using IsPossible = std::function<bool(const Text& text)>;
-
   static std::vector<Progress> after(const std::vector<Progress>& progress, const Line& line);
+  template <class IsPossible>
   static bool keepPossible(Line& line, const IsPossible& isPossible);
   bool prunePasts();
   static bool prunePast(Strand& strand);
